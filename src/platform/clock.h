@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+
+#include <larkmoor/system_time.h>
+
+namespace korvane::platform
+{
+
+inline constexpr std::uint64_t kTicksPerMs = 10000;        ///< of the 100 ns ticks below
+inline constexpr std::uint64_t kTicksPerSecond = 10000000; ///< of the 100 ns ticks below
+
+/// The time, for all code of the driver. Any thread, without a lock.
+class Clock
+{
+public:
+    /// UTC in 100 ns ticks since 1 January 1601; 0 when the system can't tell.
+    static std::uint64_t UtcTicks();
+
+    /// Milliseconds since some moment in the past; never steps back, wraps after 49.7 days.
+    static std::uint32_t Milliseconds();
+};
+
+/// Calendar fields of `ticks` (100 ns since 1601). False, with all zero in `out`, from 2^63 ticks on (in the
+/// year 30828).
+bool ToSystemTime(std::uint64_t ticks, SYSTEMTIME& out);
+
+/// The ticks of calendar fields, of which the day of the week is not looked at. False, with 0 in `out`, for a
+/// date or time that does not exist.
+bool FromSystemTime(const SYSTEMTIME& fields, std::uint64_t& out);
+
+/// While one exists, `Clock` tells the time that it is told: for tests. One at a time.
+class ManualClock
+{
+public:
+    explicit ManualClock(std::uint64_t utcTicks, std::uint32_t milliseconds = 1000);
+    ~ManualClock();
+    ManualClock(const ManualClock&) = delete;
+    ManualClock& operator=(const ManualClock&) = delete;
+
+    void AdvanceTicks(std::uint64_t ticks); ///< both clocks, the second one by whole milliseconds
+    void AdvanceMs(std::uint32_t ms) { AdvanceTicks(ms * kTicksPerMs); }
+    void SetUtcTicks(std::uint64_t utcTicks); ///< as when somebody sets the system's clock: the other runs on
+
+private:
+    std::uint64_t spareTicks_ = 0; // below one millisecond
+};
+
+} // namespace korvane::platform

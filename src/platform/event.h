@@ -1,0 +1,81 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+
+namespace korvane::platform
+{
+
+inline constexpr std::uint32_t kInfinite = 0xFFFFFFFF; ///< a time-out that never runs out
+
+enum class WaitResult
+{
+    kSignalled,
+    kTimeout,
+    kFailed, ///< the wait could not be made; waiting again would not help
+};
+
+/// What a wait for several events found; `index` counts only with `kSignalled`.
+struct AnyWaitResult
+{
+    WaitResult result = WaitResult::kFailed;
+    std::size_t index = 0;
+};
+
+/// An event as Windows has it, of manual or auto reset, made not signalled.
+///
+/// Costs no file descriptor. `Set` with nobody waiting and a look (`Wait` with 0) make no system call. Any
+/// thread may call anything at any time; an event must outlive the calls made on it, but whoever saw it
+/// signalled may destroy it while the `Set` that signalled it is still on its way out.
+///
+/// A set hands the event over: with an auto-reset event, exactly one waiter returns for each `Set` that finds
+/// one waiting, and the event is left not signalled; without a waiter it stays signalled for the next wait.
+/// All waiters of a manual-reset event return, even when it is reset before they run.
+class Event
+{
+public:
+    enum class Kind
+    {
+        kManualReset,
+        kAutoReset,
+    };
+    static constexpr std::size_t kMostEvents = 64; ///< in one `WaitForAny`
+
+    explicit Event(Kind kind) : manual_(kind == Kind::kManualReset) {}
+    Event(const Event&) = delete;
+    Event& operator=(const Event&) = delete;
+    ~Event() = default;
+
+    void Set();
+    void Reset();
+
+    /// Waits up to `timeoutMs` milliseconds; 0 only looks. Taking an auto-reset event resets it.
+    WaitResult Wait(std::uint32_t timeoutMs);
+
+    /// Waits for any of 1 to `kMostEvents` events, no two of them the same; names the first signalled one in
+    /// array order, and takes no other. Fails on a null array, a null entry, and a count out of range.
+    static AnyWaitResult WaitForAny(Event* const* events, std::size_t count, std::uint32_t timeoutMs);
+
+private:
+    class Waiter;
+    struct Link;
+
+    bool TryTake();
+    const std::atomic<std::uint32_t>* HandOver();
+    bool Join(Link& link);
+    void Leave(Link& link);
+
+    static constexpr std::uint32_t kSignalled = 1;
+    static constexpr std::uint32_t kHasWaiters = 2; // changed under the mutex only
+
+    const bool manual_;
+    std::atomic<std::uint32_t> state_{0};
+    std::mutex mutex_; // guards the list
+    Link* first_ = nullptr;
+    Link* last_ = nullptr;
+};
+
+} // namespace korvane::platform

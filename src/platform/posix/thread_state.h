@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <pthread.h>
+
+#include "platform/event.h"
+#include "platform/thread.h"
+
+namespace korvane::platform
+{
+
+/// What a thread and its handle share. Kept alive by both: a halted thread keeps it for good.
+class ThreadState
+{
+public:
+    static ThreadState* Current(); ///< null on a thread that no `Thread` started
+
+    void EnterAway();
+    void LeaveAway();
+
+    bool IsGivenUp() const
+    {
+        const std::uint32_t phase = phase_.load(std::memory_order_acquire);
+        return phase == kGivenUp || phase == kHalted;
+    }
+    void GiveUp();
+
+    Thread::Entry entry = nullptr;
+    void* context = nullptr;
+    std::atomic<std::uint32_t> id{0}; ///< 0 until the thread runs
+    std::atomic<std::uint32_t> exitCode{0};
+    Event ended{Event::Kind::kManualReset};
+    pthread_t handle{};
+
+    static void* Run(void* statePointer);
+
+private:
+    enum Phase : std::uint32_t
+    {
+        kInside,  // runs code of the driver
+        kAway,    // in an away scope
+        kGivenUp, // asked to halt, and is to do so at its next scope
+        kHalted,  // runs no more code of the driver
+        kEnded,   // left the entry by itself
+    };
+
+    [[noreturn]] static void SleepForGood();
+    static void OnHaltSignal(int signal);
+    void HaltBySignal();
+
+    std::atomic<std::uint32_t> phase_{kInside};
+    std::uint32_t awayDepth_ = 0; // the thread's own
+};
+
+} // namespace korvane::platform

@@ -1,0 +1,154 @@
+#include "platform/xml_document.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <pugixml.hpp>
+
+namespace korvane::platform
+{
+
+namespace
+{
+
+// Texts of white space alone are kept, as a document that preserves white space does.
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata;
+
+bool ReadFile(const std::string& path, std::string& bytes)
+{
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) // reading a pipe could wait for ever
+        return false;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (error || size == 0 || size > XmlDocument::kMaxBytes)
+        return false;
+    std::ifstream file(path, std::ios::binary);
+    bytes.resize(static_cast<std::size_t>(size));
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(file.gcount())); // it may have been cut in between
+    return !bytes.empty();
+}
+
+/// Without recursion, since the depth is not known yet.
+bool IsTooDeep(const pugi::xml_node& root)
+{
+    std::size_t depth = 0;
+    pugi::xml_node node = root;
+    while (node)
+    {
+        if (const pugi::xml_node child = node.first_child())
+        {
+            if (++depth > XmlDocument::kMaxDepth)
+                return true;
+            node = child;
+            continue;
+        }
+        while (node && node != root && !node.next_sibling())
+        {
+            node = node.parent();
+            --depth;
+        }
+        node = node == root ? pugi::xml_node() : node.next_sibling();
+    }
+    return false;
+}
+
+bool HasOneRootElement(const pugi::xml_document& document)
+{
+    return std::count_if(document.begin(), document.end(),
+                         [](const pugi::xml_node& node) { return node.type() == pugi::node_element; }) == 1;
+}
+
+std::string TextOf(const pugi::xml_node& node)
+{
+    if (node.type() != pugi::node_element)
+        return node.value();
+    std::string text;
+    for (const pugi::xml_node& child : node)
+        text += TextOf(child); // as deep as documents may be
+    return text;
+}
+
+/// The first node selected; none also for an expression that is broken.
+pugi::xpath_node Select(const pugi::xml_document& document, const std::string& xpath)
+{
+    try
+    {
+        return document.select_node(xpath.c_str());
+    }
+    catch (const pugi::xpath_exception&)
+    {
+        return {};
+    }
+}
+
+} // namespace
+
+struct XmlDocument::Tree
+{
+    pugi::xml_document document;
+};
+
+XmlDocument::XmlDocument() : tree_(std::make_unique<Tree>()) {}
+
+XmlDocument::~XmlDocument() = default;
+
+bool XmlDocument::Load(const std::string& path)
+{
+    std::string bytes;
+    const bool isLoaded = ReadFile(path, bytes) &&
+                          tree_->document.load_buffer(bytes.data(), bytes.size(), kParseOptions) &&
+                          !IsTooDeep(tree_->document) && HasOneRootElement(tree_->document);
+    if (!isLoaded)
+        tree_->document.reset(); // a broken file leaves a part of its tree
+    return isLoaded;
+}
+
+bool XmlDocument::HasNode(const std::string& xpath) const
+{
+    return static_cast<bool>(Select(tree_->document, xpath));
+}
+
+std::string XmlDocument::FirstChildText(const std::string& xpath) const
+{
+    const pugi::xpath_node found = Select(tree_->document, xpath);
+    return found.attribute() ? found.attribute().value() : TextOf(found.node().first_child());
+}
+
+std::string XmlDocument::Attribute(const std::string& xpath, const std::string& name) const
+{
+    return Select(tree_->document, xpath).node().attribute(name.c_str()).value();
+}
+
+std::vector<std::string> XmlDocument::Attributes(const std::string& xpath, const std::string& name) const
+{
+    std::vector<std::string> values;
+    try
+    {
+        pugi::xpath_node_set found = tree_->document.select_nodes(xpath.c_str());
+        found.sort();
+        for (const pugi::xpath_node& node : found)
+        {
+            if (const pugi::xml_attribute attribute = node.node().attribute(name.c_str()))
+                values.emplace_back(attribute.value());
+        }
+    }
+    catch (const pugi::xpath_exception&)
+    {
+        values.clear();
+    }
+    return values;
+}
+
+std::string XmlDocument::Literal(const std::string& value)
+{
+    if (value.find('"') == std::string::npos)
+        return "\"" + value + "\"";
+    // XPath 1.0 has no escape: pieces without double quotes, and double quotes in single ones, put together.
+    std::string pieces = "\"";
+    for (const char character : value)
+        pieces += character == '"' ? std::string("\",'\"',\"") : std::string(1, character);
+    return "concat(" + pieces + "\")";
+}
+
+} // namespace korvane::platform

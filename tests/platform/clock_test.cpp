@@ -1,0 +1,100 @@
+#include "platform/clock.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+#include <tuple>
+
+namespace korvane::platform
+{
+
+namespace
+{
+
+auto Fields(const SYSTEMTIME& t)
+{
+    return std::make_tuple(t.year, t.month, t.day, t.hour, t.minute, t.second, t.milliseconds, t.dayOfWeek);
+}
+
+} // namespace
+
+TEST(Clock, TurnsTicksIntoCalendarTimeAndBack)
+{
+    // Seconds since 1970 by date(1), plus the 11,644,473,600 from 1601 on, in ticks; the day of the week too.
+    const struct
+    {
+        std::uint64_t ticks;
+        SYSTEMTIME fields; // year, month, day of week, day, hour, minute, second, milliseconds
+    } cases[] = {
+        {0, {1601, 1, 1, 1, 0, 0, 0, 0}},
+        {116444736000000000, {1970, 1, 4, 1, 0, 0, 0, 0}},
+        {125963012967890000, {2000, 2, 2, 29, 12, 34, 56, 789}},
+        {134432351999990000, {2026, 12, 4, 31, 23, 59, 59, 999}},
+        {252190368000000000, {2400, 2, 2, 29, 0, 0, 0, 0}},
+        {9223149887999990000, {30827, 12, 5, 31, 23, 59, 59, 999}},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.ticks);
+        SYSTEMTIME fields{};
+        ASSERT_TRUE(ToSystemTime(c.ticks + 9999, fields)); // less than a millisecond is cut off
+        EXPECT_EQ(Fields(fields), Fields(c.fields));
+        std::uint64_t ticks = 1;
+        ASSERT_TRUE(FromSystemTime(c.fields, ticks));
+        EXPECT_EQ(ticks, c.ticks);
+    }
+    SYSTEMTIME fields{1, 1, 1, 1, 1, 1, 1, 1};
+    EXPECT_FALSE(ToSystemTime(std::uint64_t{1} << 63, fields));
+    EXPECT_EQ(Fields(fields), Fields(SYSTEMTIME{}));
+}
+
+TEST(Clock, RefusesCalendarTimesThatDoNotExist)
+{
+    for (const SYSTEMTIME& fields : {
+             SYSTEMTIME{1600, 12, 0, 31, 23, 59, 59, 999},
+             SYSTEMTIME{30828, 1, 0, 1, 0, 0, 0, 0},
+             SYSTEMTIME{2023, 2, 0, 29, 0, 0, 0, 0},
+             SYSTEMTIME{2023, 0, 0, 1, 0, 0, 0, 0},
+             SYSTEMTIME{2023, 13, 0, 1, 0, 0, 0, 0},
+             SYSTEMTIME{2023, 4, 0, 31, 0, 0, 0, 0},
+             SYSTEMTIME{2023, 4, 0, 0, 0, 0, 0, 0},
+             SYSTEMTIME{2023, 4, 0, 1, 24, 0, 0, 0},
+             SYSTEMTIME{2023, 4, 0, 1, 0, 60, 0, 0},
+             SYSTEMTIME{2023, 4, 0, 1, 0, 0, 60, 0},
+             SYSTEMTIME{2023, 4, 0, 1, 0, 0, 0, 1000},
+         })
+    {
+        std::uint64_t ticks = 1;
+        EXPECT_FALSE(FromSystemTime(fields, ticks))
+            << fields.year << '-' << fields.month << '-' << fields.day;
+        EXPECT_EQ(ticks, 0u);
+    }
+}
+
+TEST(Clock, TellsTheSystemsTime)
+{
+    using namespace std::chrono;
+    const auto now = duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+    const auto ticks = static_cast<std::int64_t>(Clock::UtcTicks() - 116444736000000000);
+    EXPECT_NEAR(static_cast<double>(ticks / 10), static_cast<double>(now), 5e6);
+}
+
+TEST(Clock, IsDrivenByHandInTests)
+{
+    {
+        ManualClock clock(1000 * kTicksPerSecond, 0xFFFFFFFF);
+        EXPECT_EQ(Clock::UtcTicks(), 1000 * kTicksPerSecond);
+        clock.AdvanceMs(2500);
+        EXPECT_EQ(Clock::UtcTicks(), 1002 * kTicksPerSecond + 500 * kTicksPerMs);
+        EXPECT_EQ(Clock::Milliseconds(), 2499u) << "it wraps";
+        clock.AdvanceTicks(kTicksPerMs / 2);
+        EXPECT_EQ(Clock::Milliseconds(), 2499u);
+        clock.AdvanceTicks(kTicksPerMs / 2);
+        EXPECT_EQ(Clock::Milliseconds(), 2500u);
+        clock.SetUtcTicks(5);
+        EXPECT_EQ(Clock::UtcTicks(), 5u);
+        EXPECT_EQ(Clock::Milliseconds(), 2500u);
+    }
+    EXPECT_GT(Clock::UtcTicks(), 134000000000000000u);
+}
+
+} // namespace korvane::platform

@@ -1,0 +1,219 @@
+#include "platform/event.h"
+
+#include <array>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "platform/thread.h"
+#include "support/thread_watch.h"
+
+namespace korvane::platform
+{
+
+namespace
+{
+
+constexpr std::uint32_t kPatienceMs = 20000;
+
+// Threads that wait on one event, one wait each, and are asleep in it when the constructor is through.
+class Sleepers
+{
+public:
+    Sleepers(Event& event, int count)
+    {
+        for (int i = 0; i < count; ++i)
+        {
+            std::atomic<std::uint32_t> id{0};
+            threads_.emplace_back(
+                [this, &event, &id]
+                {
+                    id = Thread::CurrentId();
+                    id.notify_one();
+                    if (event.Wait(kPatienceMs) == WaitResult::kSignalled)
+                    {
+                        ++woken_;
+                        woken_.notify_all();
+                    }
+                });
+            id.wait(0);
+            EXPECT_TRUE(test::WaitUntilAsleep(id));
+        }
+    }
+    ~Sleepers()
+    {
+        for (std::thread& thread : threads_)
+            thread.join();
+    }
+
+    int WaitForWoken(int count)
+    {
+        for (int seen = woken_; seen < count; seen = woken_)
+            woken_.wait(seen);
+        return woken_;
+    }
+
+private:
+    std::atomic<int> woken_{0};
+    std::vector<std::thread> threads_;
+};
+
+} // namespace
+
+TEST(Event, KeepsASetUntilItIsTakenOrReset)
+{
+    Event automatic(Event::Kind::kAutoReset);
+    Event manual(Event::Kind::kManualReset);
+    for (Event* event : {&automatic, &manual})
+    {
+        EXPECT_EQ(event->Wait(0), WaitResult::kTimeout);
+        EXPECT_EQ(event->Wait(1), WaitResult::kTimeout);
+        event->Set();
+        event->Set();
+        EXPECT_EQ(event->Wait(kInfinite), WaitResult::kSignalled);
+    }
+    EXPECT_EQ(automatic.Wait(0), WaitResult::kTimeout);
+    EXPECT_EQ(manual.Wait(0), WaitResult::kSignalled);
+    automatic.Set();
+    for (Event* event : {&automatic, &manual})
+    {
+        event->Reset();
+        EXPECT_EQ(event->Wait(0), WaitResult::kTimeout);
+    }
+}
+
+TEST(Event, AutoResetWakesOneSleeperForEachSet)
+{
+    Event event(Event::Kind::kAutoReset);
+    Sleepers sleepers(event, 4);
+    event.Set();
+    EXPECT_EQ(sleepers.WaitForWoken(1), 1);
+    EXPECT_EQ(event.Wait(0), WaitResult::kTimeout) << "the sleeper has taken it";
+    // Two in a row, before any sleeper has run: each is for one of its own.
+    event.Set();
+    event.Set();
+    EXPECT_EQ(sleepers.WaitForWoken(3), 3);
+    event.Set();
+    EXPECT_EQ(sleepers.WaitForWoken(4), 4);
+    EXPECT_EQ(event.Wait(0), WaitResult::kTimeout);
+}
+
+TEST(Event, ManualResetWakesAllSleepersEvenWhenResetAtOnce)
+{
+    Event event(Event::Kind::kManualReset);
+    Sleepers sleepers(event, 4);
+    event.Set();
+    event.Reset();
+    EXPECT_EQ(sleepers.WaitForWoken(4), 4);
+    EXPECT_EQ(event.Wait(0), WaitResult::kTimeout);
+}
+
+TEST(Event, AWaitForSeveralNamesTheFirstInArrayOrder)
+{
+    Event first(Event::Kind::kAutoReset);
+    Event second(Event::Kind::kManualReset);
+    Event third(Event::Kind::kAutoReset);
+    Event* const events[] = {&first, &second, &third};
+
+    EXPECT_EQ(Event::WaitForAny(events, 3, 0).result, WaitResult::kTimeout);
+    EXPECT_EQ(Event::WaitForAny(events, 3, 1).result, WaitResult::kTimeout);
+    third.Set();
+    second.Set();
+    EXPECT_EQ(Event::WaitForAny(events, 3, kInfinite).index, 1u);
+    first.Set();
+    EXPECT_EQ(Event::WaitForAny(events, 3, kInfinite).index, 0u);
+    EXPECT_EQ(Event::WaitForAny(events, 3, 0).index, 1u);
+    second.Reset();
+    EXPECT_EQ(Event::WaitForAny(events, 3, 0).index, 2u) << "the waits before left it alone";
+    EXPECT_EQ(Event::WaitForAny(events, 3, 0).result, WaitResult::kTimeout);
+}
+
+TEST(Event, AWaitThatCannotBeMadeFails)
+{
+    Event event(Event::Kind::kAutoReset);
+    event.Set();
+    std::array<Event*, Event::kMostEvents + 1> many;
+    many.fill(&event);
+    Event* const withNull[] = {&event, nullptr};
+    EXPECT_EQ(Event::WaitForAny(nullptr, 1, kInfinite).result, WaitResult::kFailed);
+    EXPECT_EQ(Event::WaitForAny(many.data(), 0, kInfinite).result, WaitResult::kFailed);
+    EXPECT_EQ(Event::WaitForAny(many.data(), many.size(), kInfinite).result, WaitResult::kFailed);
+    EXPECT_EQ(Event::WaitForAny(withNull, 2, kInfinite).result, WaitResult::kFailed);
+    EXPECT_EQ(event.Wait(0), WaitResult::kSignalled) << "none of them has taken it";
+}
+
+// Three setters, each of which waits for the answer to its set, against three threads that wait for all three
+// events: no set may be lost, none may be taken twice, and none may be taken under another's name.
+TEST(Event, EverySetIsTakenOnceUnderContention)
+{
+    constexpr int kSetters = 3;
+    constexpr int kRounds = 2000;
+    std::array<Event, kSetters> events{Event(Event::Kind::kAutoReset), Event(Event::Kind::kAutoReset),
+                                       Event(Event::Kind::kAutoReset)};
+    std::array<Event, kSetters> answers{Event(Event::Kind::kAutoReset), Event(Event::Kind::kAutoReset),
+                                        Event(Event::Kind::kAutoReset)};
+    Event stop(Event::Kind::kManualReset);
+    std::array<std::atomic<int>, kSetters> taken{};
+    int written[kSetters] = {}; // without a lock: an event orders what was written before its set
+
+    std::vector<std::thread> takers;
+    for (int t = 0; t < 3; ++t)
+    {
+        takers.emplace_back(
+            [&, t]
+            {
+                // Each in another order, so that the lists are joined in every order too.
+                Event* waited[kSetters + 1] = {};
+                for (int i = 0; i < kSetters; ++i)
+                    waited[i] = &events[(i + t) % kSetters];
+                waited[kSetters] = &stop;
+                for (;;)
+                {
+                    const auto [result, index] = Event::WaitForAny(waited, kSetters + 1, kPatienceMs);
+                    ASSERT_EQ(result, WaitResult::kSignalled);
+                    if (index == kSetters)
+                        return;
+                    const std::size_t event = (index + static_cast<std::size_t>(t)) % kSetters;
+                    EXPECT_EQ(written[event], ++taken[event]);
+                    answers[event].Set();
+                }
+            });
+    }
+    std::vector<std::thread> setters;
+    for (int s = 0; s < kSetters; ++s)
+    {
+        setters.emplace_back(
+            [&, s]
+            {
+                for (int round = 0; round < kRounds; ++round)
+                {
+                    ++written[s];
+                    events[s].Set();
+                    ASSERT_EQ(answers[s].Wait(kPatienceMs), WaitResult::kSignalled) << "a set was lost";
+                }
+            });
+    }
+    for (std::thread& setter : setters)
+        setter.join();
+    stop.Set();
+    for (std::thread& taker : takers)
+        taker.join();
+    for (const auto& count : taken)
+        EXPECT_EQ(count, kRounds);
+}
+
+TEST(Event, MayBeDestroyedByWhoSawItSet)
+{
+    for (int round = 0; round < 1000; ++round)
+    {
+        auto event = std::make_unique<Event>(Event::Kind::kManualReset);
+        std::thread setter([pointer = event.get()] { pointer->Set(); });
+        ASSERT_EQ(event->Wait(kPatienceMs), WaitResult::kSignalled);
+        event.reset();
+        setter.join();
+    }
+}
+
+} // namespace korvane::platform
