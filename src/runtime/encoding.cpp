@@ -1,0 +1,160 @@
+#include "runtime/encoding.h"
+
+#include "platform/digest.h"
+
+#include <algorithm>
+#include <array>
+
+namespace korvane::Utils
+{
+
+namespace
+{
+
+constexpr std::string_view kBase64Alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view kHexDigits = "0123456789abcdef";
+constexpr std::uint32_t kLineBytes = 57; // fill a line of 76 characters
+constexpr std::uint64_t kLineCharacters = 76;
+constexpr std::size_t kMaxCredentialsBytes = 100;
+constexpr std::uint8_t kNoDigit = 0xFF;
+
+constexpr std::array<std::uint8_t, 256> MakeBase64Values()
+{
+    std::array<std::uint8_t, 256> values{};
+    values.fill(kNoDigit);
+    for (std::size_t i = 0; i < kBase64Alphabet.size(); ++i)
+        values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<std::uint8_t>(i);
+    return values;
+}
+
+constexpr std::array<std::uint8_t, 256> kBase64Values = MakeBase64Values();
+
+std::uint64_t Base64Room(std::uint64_t size)
+{
+    const std::uint64_t characters = 4 * size / 3 + size % 3;
+    const std::uint64_t lineBreaks = 2 * (characters / kLineCharacters) + 2;
+    const std::uint64_t lastLine = characters % kLineCharacters;
+    const std::uint64_t padding = (4 - lastLine % 4) % 4;
+    return characters + lineBreaks + padding;
+}
+
+std::uint8_t HexValue(char digit)
+{
+    if (digit >= '0' && digit <= '9')
+        return static_cast<std::uint8_t>(digit - '0');
+    if (digit >= 'a' && digit <= 'f')
+        return static_cast<std::uint8_t>(digit - 'a' + 10);
+    if (digit >= 'A' && digit <= 'F')
+        return static_cast<std::uint8_t>(digit - 'A' + 10);
+    return 0;
+}
+
+} // namespace
+
+std::string Md5Hex(std::string_view text)
+{
+    std::array<std::uint8_t, 16> digest{};
+    platform::Md5({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}, digest);
+    std::string hex;
+    hex.reserve(2 * digest.size());
+    for (const std::uint8_t byte : digest)
+    {
+        hex += kHexDigits[byte >> 4];
+        hex += kHexDigits[byte & 0x0F];
+    }
+    return hex;
+}
+
+bool Base64Encode(const std::uint8_t* data, std::uint32_t size, char* out, std::uint32_t& outSize)
+{
+    const std::uint64_t room = outSize;
+    outSize = 0;
+    if (room < Base64Room(size))
+        return false;
+
+    char* write = out;
+    for (std::uint32_t at = 0; at < size; at += 3)
+    {
+        const std::uint32_t count = std::min<std::uint32_t>(3, size - at);
+        std::uint32_t group = 0;
+        for (std::uint32_t i = 0; i < 3; ++i)
+            group = group << 8 | (i < count ? data[at + i] : 0u);
+        for (std::uint32_t i = 0; i < 4; ++i)
+            *write++ = i <= count ? kBase64Alphabet[group >> (18 - 6 * i) & 0x3F] : '=';
+        if (count == 3 && (at + 3) % kLineBytes == 0)
+        {
+            *write++ = '\r';
+            *write++ = '\n';
+        }
+    }
+    outSize = static_cast<std::uint32_t>(write - out);
+    return true;
+}
+
+bool Base64Decode(const char* text, std::uint32_t size, std::uint8_t* out, std::uint32_t& outSize)
+{
+    const std::uint32_t room = outSize;
+    outSize = 0;
+    std::uint32_t written = 0;
+    std::uint32_t group = 0;
+    std::uint32_t digits = 0; // of the group in hand
+    const auto flush = [&]
+    {
+        const std::uint32_t bytes = digits * 6 / 8; // 0 to 3; a lone digit gives none
+        if (bytes > room - written)
+            return false;
+        group <<= 6 * (4 - digits);
+        for (std::uint32_t i = 0; i < bytes; ++i)
+            out[written++] = static_cast<std::uint8_t>(group >> (16 - 8 * i));
+        group = 0;
+        digits = 0;
+        return true;
+    };
+    for (std::uint32_t at = 0; at < size; ++at)
+    {
+        if (text[at] == '\0' && digits == 0)
+            break;
+        const std::uint8_t value = kBase64Values[static_cast<unsigned char>(text[at])];
+        if (value == kNoDigit)
+            continue;
+        group = group << 6 | value;
+        if (++digits == 4 && !flush())
+            return false;
+    }
+    if (digits != 0 && !flush())
+        return false;
+    outSize = written;
+    return true;
+}
+
+void HexToBytes(std::string_view text, std::vector<std::uint8_t>& bytes)
+{
+    bytes.clear();
+    bytes.reserve((text.size() + 1) / 2);
+    for (std::size_t at = 0; at < text.size(); at += 2)
+    {
+        const std::uint8_t first = HexValue(text[at]);
+        const bool isPair = at + 1 < text.size();
+        bytes.push_back(isPair ? static_cast<std::uint8_t>(first << 4 | HexValue(text[at + 1])) : first);
+    }
+}
+
+bool MakeBasicCredentials(const std::string& user, const std::string& password, std::string& out)
+{
+    out.clear();
+    const std::string plain = user + ":" + password;
+    if (plain.size() > kMaxCredentialsBytes)
+        return false;
+    std::array<char, kMaxCredentialsBytes> encoded{};
+    auto length = static_cast<std::uint32_t>(encoded.size());
+    if (!Base64Encode(reinterpret_cast<const std::uint8_t*>(plain.data()),
+                      static_cast<std::uint32_t>(plain.size()), encoded.data(), length))
+    {
+        return false;
+    }
+    out.assign(encoded.data(), length);
+    return true;
+}
+
+} // namespace korvane::Utils

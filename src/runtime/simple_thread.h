@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/thread.h"
+
+namespace korvane::thread
+{
+
+/// A thread without a stop event and without a bound: a join waits for as long as it takes.
+class CSimpleThread
+{
+public:
+    CSimpleThread() = default;
+    CSimpleThread(const CSimpleThread&) = delete;
+    CSimpleThread& operator=(const CSimpleThread&) = delete;
+
+    virtual void Run() = 0; ///< the thread's body; an exception out of it ends the thread
+    virtual ~CSimpleThread() = default;
+
+protected:
+    /// False if the thread still runs or can't be made. `name` is for debuggers.
+    bool StartThread(const std::string& name);
+
+    /// Waits for the thread's end, unless called on it, and lets go of it. False if there was none.
+    bool JoinThread();
+
+    const std::string& ThreadName() const { return name_; }
+
+private:
+    static std::uint32_t Entry(void* context);
+
+    std::string name_;
+    platform::Thread thread_;
+};
+
+} // namespace korvane::thread

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/xml_document.h"
+#include "runtime/recursive_lock.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace korvane
+{
+
+/// Reads one XML file by XPath 1.0 expressions. Any thread; the lock is held for one operation. Nothing
+/// throws: without an open file, and for an expression that finds nothing, the results are empty or false.
+class CXMLParser
+{
+public:
+    CXMLParser() = default;
+    ~CXMLParser();
+    CXMLParser(const CXMLParser&) = delete;
+    CXMLParser& operator=(const CXMLParser&) = delete;
+
+    /// False when the file is missing or broken, or a file is open already.
+    bool Open(const std::string& path);
+    void Close();
+
+    bool HasNode(const std::string& xpath) const;
+    std::string GetText(const std::string& xpath) const; ///< of the first child of the first node selected
+
+    /// Of the first node selected.
+    std::string GetAttribute(const std::string& xpath, const std::string& name) const;
+
+    /// Of every node selected that has the attribute, in document order.
+    std::vector<std::string> GetAttributeList(const std::string& xpath, const std::string& name) const;
+
+    /// These look for `primary` + "/" + `key`, and when that gives nothing, for `fallback` + "/" + `key`. A
+    /// key that begins with "/" is thereby found at any depth. An empty path is passed over; an empty key
+    /// gives nothing.
+    bool HasKey(const std::string& primary, const std::string& fallback, const std::string& key) const;
+    std::string ReadText(const std::string& primary, const std::string& fallback,
+                         const std::string& key) const;
+    std::string ReadAttribute(const std::string& primary, const std::string& fallback, const std::string& key,
+                              const std::string& name) const;
+    std::vector<std::string> ReadAttributeList(const std::string& primary, const std::string& fallback,
+                                               const std::string& key, const std::string& name) const;
+
+private:
+    mutable CRecursiveLock lock_; // guards what follows
+    std::unique_ptr<platform::XmlDocument> document_;
+    std::string path_;
+    bool isOpen_ = false;
+};
+
+} // namespace korvane

@@ -1,0 +1,217 @@
+#include "runtime/base_thread.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "runtime/tick_thread.h"
+#include "support/fake_driver.h"
+#include "support/thread_watch.h"
+
+namespace korvane
+{
+
+namespace
+{
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class BodyThread : public CBaseThread
+{
+public:
+    BodyThread(IDebugMessage* debug, std::function<void(BodyThread&)> body)
+        : CBaseThread(debug), body_(std::move(body))
+    {
+    }
+    ~BodyThread() override { StopThread(2000); }
+
+    void Run() override
+    {
+        id = platform::Thread::CurrentId();
+        stopWasClear = !IsStopping();
+        started.Set();
+        body_(*this);
+    }
+
+    CEvent started{false};
+    CManualEvent release;
+    std::uint32_t id = 0;
+    bool stopWasClear = false;
+
+private:
+    std::function<void(BodyThread&)> body_;
+};
+
+void UntilStopped(BodyThread& thread)
+{
+    thread.StopEvent().Wait(kWaitForever);
+}
+void IgnoreTheStop(BodyThread& thread)
+{
+    thread.release.Wait(kWaitForever);
+}
+
+} // namespace
+
+TEST(BaseThread, StopsAtOnceWithoutAThread)
+{
+    test::FakeDriver driver;
+    BodyThread thread(&driver, &UntilStopped);
+    EXPECT_TRUE(thread.StopThread(0));
+    EXPECT_TRUE(thread.StopEvent().Wait(0));
+    EXPECT_TRUE(thread.JoinThread(0));
+    EXPECT_THAT(driver.Messages(), IsEmpty());
+}
+
+TEST(BaseThread, StartsAgainWithTheStopEventClear)
+{
+    test::FakeDriver driver;
+    BodyThread thread(&driver, &UntilStopped);
+    for (const bool join : {true, false, true})
+    {
+        thread.stopWasClear = false;
+        ASSERT_TRUE(thread.StartThread("again"));
+        ASSERT_TRUE(thread.started.Wait(kWaitForever));
+        EXPECT_TRUE(join ? thread.JoinThread(20000) : thread.StopThread(20000));
+        EXPECT_TRUE(thread.stopWasClear);
+    }
+    EXPECT_THAT(driver.Messages(), IsEmpty());
+}
+
+TEST(BaseThread, AStartOfARunningThreadIsRefusedAndClearsTheStopEvent)
+{
+    BodyThread thread(nullptr, &IgnoreTheStop);
+    ASSERT_TRUE(thread.StartThread("first"));
+    thread.StopEvent().Set();
+    EXPECT_FALSE(thread.StartThread("second"));
+    EXPECT_FALSE(thread.StopEvent().Wait(0));
+    thread.release.Set();
+}
+
+TEST(BaseThread, AskedByTheThreadItselfItOnlySetsTheEvent)
+{
+    bool results[] = {true, true};
+    BodyThread thread(nullptr,
+                      [&](BodyThread& self)
+                      {
+                          results[0] = self.JoinThread(kWaitForever);
+                          results[1] = self.StopThread(kWaitForever);
+                          UntilStopped(self);
+                      });
+    ASSERT_TRUE(thread.StartThread("self"));
+    EXPECT_TRUE(thread.JoinThread(20000));
+    EXPECT_FALSE(results[0]);
+    EXPECT_FALSE(results[1]);
+}
+
+TEST(BaseThread, AJoinWaitsForATardyThreadAndSaysSo)
+{
+    test::FakeDriver driver;
+    BodyThread thread(&driver, &IgnoreTheStop);
+    ASSERT_TRUE(thread.StartThread("tardy"));
+    ASSERT_TRUE(thread.started.Wait(kWaitForever));
+    std::thread helper(
+        [&]
+        {
+            EXPECT_TRUE(driver.WaitForMessage("was not stopped"));
+            thread.release.Set();
+        });
+    EXPECT_TRUE(thread.JoinThread(5));
+    helper.join();
+    const std::string who = "Thread (id=" + std::to_string(thread.id) + ", name=\"tardy\")";
+    EXPECT_THAT(driver.Texts(2),
+                ElementsAre("korvane::CBaseThread::JoinThread: " + who +
+                            " for device 127.0.0.1:80 was not stopped during 5 milliseconds"));
+    EXPECT_THAT(driver.Texts(3),
+                ElementsAre("korvane::CBaseThread::JoinThread: " + who + " was stopped correctly"));
+}
+
+TEST(BaseThread, AStopGivesADeafThreadUpAndTheObjectStartsAnew)
+{
+    test::FakeDriver driver;
+    auto thread = std::make_unique<BodyThread>(&driver, &IgnoreTheStop);
+    ASSERT_TRUE(thread->StartThread("deaf"));
+    ASSERT_TRUE(thread->started.Wait(kWaitForever));
+    const std::uint32_t first = thread->id;
+    ASSERT_TRUE(test::WaitUntilAsleep(first));
+    EXPECT_TRUE(thread->StopThread(5));
+    EXPECT_THAT(driver.Texts(2),
+                ElementsAre("korvane::CBaseThread::StopThread: Thread (id=" + std::to_string(first) +
+                            ", name=\"deaf\") for device 127.0.0.1:80 was not stopped during 5 milliseconds"
+                            " and will be terminated!"));
+
+    ASSERT_TRUE(thread->StartThread("heard"));
+    ASSERT_TRUE(thread->started.Wait(kWaitForever));
+    EXPECT_NE(thread->id, first);
+    thread->release.Set();
+    EXPECT_TRUE(thread->StopThread(20000));
+    thread.reset(); // what the first one waits on
+    EXPECT_EQ(driver.Messages().size(), 1u);
+}
+
+TEST(BaseThread, AnExceptionEndsTheThread)
+{
+    BodyThread thread(nullptr, [](BodyThread&) { throw std::runtime_error("body"); });
+    ASSERT_TRUE(thread.StartThread("throws"));
+    EXPECT_TRUE(thread.JoinThread(20000));
+}
+
+namespace
+{
+
+struct Ticked
+{
+    CEvent ticked{false};
+    int count = 0;
+
+    void Tick()
+    {
+        ++count;
+        ticked.Set();
+    }
+};
+
+} // namespace
+
+TEST(TickThread, TicksAtOnceOnlyWhenAsked)
+{
+    Ticked target;
+    TTickThread<Ticked> thread(nullptr, &target, &Ticked::Tick);
+    thread.SetTickInterval(kWaitForever);
+    ASSERT_TRUE(thread.StartThread("later"));
+    EXPECT_FALSE(target.ticked.Wait(5));
+    EXPECT_TRUE(thread.StopThread(20000));
+    EXPECT_EQ(target.count, 0);
+
+    ASSERT_TRUE(thread.StartThreadWithFirstTick("at once"));
+    EXPECT_TRUE(target.ticked.Wait(20000));
+    EXPECT_TRUE(thread.StopThread(20000));
+    EXPECT_EQ(target.count, 1);
+
+    ASSERT_TRUE(thread.StartThread("the wish stays"));
+    EXPECT_TRUE(target.ticked.Wait(20000));
+    EXPECT_TRUE(thread.StopThread(20000));
+}
+
+TEST(TickThread, TicksAgainAndAgainUntilStopped)
+{
+    Ticked target;
+    TTickThread<Ticked> thread(nullptr, &target, &Ticked::Tick);
+    thread.SetTickInterval(1);
+    ASSERT_TRUE(thread.StartThread("ticks"));
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(target.ticked.Wait(20000));
+    EXPECT_TRUE(thread.StopThread(20000));
+    const int after = target.count;
+    EXPECT_FALSE(target.ticked.Wait(5) && target.count != after);
+
+    TTickThread<Ticked> unbound(nullptr, nullptr, &Ticked::Tick);
+    ASSERT_TRUE(unbound.StartThreadWithFirstTick("nothing to call"));
+    EXPECT_TRUE(unbound.StopThread(20000));
+}
+
+} // namespace korvane
