@@ -1,0 +1,198 @@
+#include "transport/rtcp_handler.h"
+
+#include <algorithm>
+#include <random>
+#include <utility>
+
+#include "platform/clock.h"
+#include "platform/random_id.h"
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::uint32_t kReadBytes = 1536;
+constexpr std::uint32_t kSocketWaitMs = 1000;
+constexpr std::uint32_t kStopMs = 5000;
+constexpr double kDelayUnitsPerMs = 65.536; // of 1/65536 s
+constexpr std::uint32_t kLeastDatagramBytes = 4;
+
+std::array<std::uint8_t, 4> NewSsrc()
+{
+    std::array<std::uint8_t, 16> id{};
+    if (!platform::MakeRandomId(id) || std::all_of(id.begin(), id.end(), [](auto byte) { return byte == 0; }))
+    {
+        std::mt19937 generator(static_cast<std::mt19937::result_type>(platform::Clock::UtcTicks()));
+        std::generate(id.begin(), id.end(), [&] { return static_cast<std::uint8_t>(generator()); });
+    }
+    return {id[0], id[1], id[2], id[3]};
+}
+
+} // namespace
+
+CRTCPHandler::CRTCPHandler(IDebugMessage* debug) : CBaseThread(debug), client_(debug)
+{
+    client_.SetReadSize(kReadBytes);
+    client_.SetWaitTime(kSocketWaitMs);
+}
+
+CRTCPHandler::~CRTCPHandler()
+{
+    Stop();
+}
+
+bool CRTCPHandler::StartUnicast(std::uint32_t peer, std::uint16_t port)
+{
+    if (!CanStart(peer))
+        return false;
+    Initialise(peer);
+    return FinishStart(client_.StartUnicast(this, port));
+}
+
+bool CRTCPHandler::StartMulticast(std::uint32_t peer, const std::string& address, std::uint16_t port)
+{
+    if (!CanStart(peer))
+        return false;
+    Initialise(peer);
+    return FinishStart(client_.StartMulticast(this, address, port));
+}
+
+bool CRTCPHandler::FinishStart(bool clientStarted)
+{
+    if (!clientStarted)
+        return false;
+    client_.SetWaitTime(kSocketWaitMs);
+    if (StartThread("RTCP Handler Thread"))
+        return true;
+    client_.Stop();
+    return false;
+}
+
+void CRTCPHandler::Initialise(std::uint32_t peer)
+{
+    const std::array<std::uint8_t, 4> ssrc = NewSsrc();
+    const CLockGuard guard(lock_);
+    peer_ = peer;
+    reportSeen_ = false;
+    reportEvent_.Reset();
+    restartEvent_.Reset();
+    peerAddress_ = {};
+    lastReportTick_ = 0;
+    sender_ = {};
+    ownSsrc_ = ssrc;
+    sequence_ = SequenceCounter();
+}
+
+void CRTCPHandler::Stop()
+{
+    stopEvent_.Set();
+    SendBye();
+    // The thread goes first: it sends on the client's socket.
+    StopThread(kStopMs);
+    client_.Stop();
+}
+
+void CRTCPHandler::OnRTPSequence(std::uint16_t sequenceNumber)
+{
+    const CLockGuard guard(lock_);
+    sequence_.Update(sequenceNumber);
+}
+
+void CRTCPHandler::OnDatagram(IRTPClient&, const platform::SocketAddress& sender, const std::uint8_t* data,
+                              std::uint32_t length)
+{
+    {
+        const CLockGuard guard(lock_);
+        if (sender.address != peer_ || length < kLeastDatagramBytes)
+            return;
+    }
+    for (RTCPWalker walker({data, length}); walker.Next();)
+    {
+        if (walker.Type() == kRTCPSenderReport)
+            TakeSenderReport(sender, walker.Packet());
+        else if (walker.Type() == kRTCPBye && TakeBye())
+            if (IRTCPHandlerUser* const user = user_)
+                user->OnRTCPBye();
+    }
+}
+
+void CRTCPHandler::TakeSenderReport(const platform::SocketAddress& sender,
+                                    std::span<const std::uint8_t> packet)
+{
+    const CLockGuard guard(lock_);
+    if (!ReadSenderReport(packet, sender_))
+        return;
+    if (!reportSeen_)
+        peerAddress_ = sender;
+    reportSeen_ = true;
+    lastReportTick_ = platform::Clock::Milliseconds();
+    reportEvent_.Set();
+}
+
+bool CRTCPHandler::TakeBye()
+{
+    const CLockGuard guard(lock_);
+    return std::exchange(reportSeen_, false);
+}
+
+void CRTCPHandler::Run()
+{
+    CEvent* const events[] = {&stopEvent_, &reportEvent_, &restartEvent_};
+    for (;;)
+    {
+        const int event = CEvent::WaitForAny(events, 3, reportIntervalMs_);
+        if (event == 0 || event == 2)
+        {
+            SendBye();
+            Initialise(peer_);
+            if (event == 0)
+                return;
+        }
+        else
+            SendReport();
+    }
+}
+
+void CRTCPHandler::SendReport()
+{
+    std::array<std::uint8_t, kReceiverReportBytes> report;
+    platform::SocketAddress target;
+    {
+        const CLockGuard guard(lock_);
+        if (!reportSeen_)
+            return;
+        const std::uint32_t sinceMs = platform::Clock::Milliseconds() - lastReportTick_;
+        const auto delay = lastReportTick_ == 0 ? 0 : static_cast<std::uint64_t>(sinceMs * kDelayUnitsPerMs);
+        report = MakeReceiverReport(sender_, ownSsrc_, sequence_.ExtendedHighest(),
+                                    static_cast<std::uint32_t>(delay));
+        target = peerAddress_;
+    }
+    Send(target, report);
+}
+
+/// Once per run of reports: whoever comes first, the stopping thread or the handler's own, clears the flag.
+void CRTCPHandler::SendBye()
+{
+    std::array<std::uint8_t, kByeBytes> bye;
+    platform::SocketAddress target;
+    {
+        const CLockGuard guard(lock_);
+        if (!std::exchange(reportSeen_, false))
+            return;
+        bye = MakeBye(sender_.versionBits, ownSsrc_);
+        target = peerAddress_;
+    }
+    Send(target, bye);
+}
+
+void CRTCPHandler::Send(const platform::SocketAddress& target, std::span<const std::uint8_t> packet)
+{
+    if (client_.SendTo(target, packet.data(), static_cast<std::uint32_t>(packet.size())))
+        return;
+    const CLockGuard guard(lock_);
+    reportSeen_ = false; // until the device reports again
+}
+
+} // namespace korvane

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/socket.h"
+#include "runtime/base_thread.h"
+#include "runtime/recursive_lock.h"
+#include "runtime/smart_ptr.h"
+#include "transport/rtp_client.h"
+#include "transport/rtp_packet.h"
+
+namespace korvane
+{
+
+class CDatagramBatch;
+class CUDPClient;
+
+/// What a user of `CRTPReceiver` hears. Exceptions are dropped.
+class IRTPReceiverUser
+{
+public:
+    virtual ~IRTPReceiverUser() = default;
+
+    /// One packet, in order of arrival, on the queue's thread. `packet` and what it refers to are valid
+    /// during the call only.
+    virtual void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) = 0;
+
+    virtual void OnRTPTimeout() = 0; ///< nothing arrived during one wait time; on the thread that reads
+    virtual void OnRTPClosed() = 0;
+};
+
+/// Takes RTP packets from a UDP port to its user on the thread "RTP Packet Queue (%hu)", so that a slow
+/// parser or host never holds up the socket.
+///
+/// Keeps arrival order; what is not RTP is dropped. As long as the user keeps up, the queue's thread reads
+/// the socket itself, which saves waking one thread by another for every frame. When it does not, the
+/// client's thread reads, parses and queues in its place. The queue is bounded by `kMostQueuedBytes`: a user
+/// that stays slower than the network finds the whole queue gone, which shows as a break in the sequence, and
+/// the log tells it once per run of such drops. No lock is held during a callback. Callers serialise start
+/// and stop, and call neither from a callback.
+class CRTPReceiver : public IRTPClientUser, public CBaseThread
+{
+public:
+    /// Payload bytes and what packets cost beside them: about four seconds of a 16 Mbit/s stream.
+    static constexpr std::size_t kMostQueuedBytes = 8 * 1024 * 1024;
+
+    explicit CRTPReceiver(IDebugMessage* debug);
+    ~CRTPReceiver() override; ///< stops
+
+    void SetUser(IRTPReceiverUser* user) { user_ = user; } ///< not owned; before a start
+
+    /// Receives on `port`; with `keepClient` on the client of before, else on a new one. On false all is
+    /// stopped.
+    bool StartUnicast(bool keepClient, std::uint16_t port);
+    /// Same, on a new client, from the group `address` (dotted text).
+    bool StartMulticast(const std::string& address, std::uint16_t port);
+
+    /// From its return on there is no callback, and the queue is empty. Within 2,000 ms and what the client
+    /// takes; a user that does not come back by then is given up with its thread.
+    void Stop();
+
+    std::uint16_t GetPort() const; ///< of the client; 0 if there is none
+
+    std::uint64_t DroppedPackets() const { return droppedPackets_; } ///< by the bound, since construction
+    TSmartPtr<IRTPClient> Client() const { return client_; }         ///< empty when stopped
+
+    void OnDatagram(IRTPClient& client, const platform::SocketAddress& sender, const std::uint8_t* data,
+                    std::uint32_t length) override;
+    void OnTimeout(IRTPClient& client) override;
+    void OnClosed(IRTPClient& client) override;
+
+    void Run() override;
+
+private:
+    struct Item;
+
+    template <class StartClient>
+    bool Start(bool keepClient, StartClient startClient);
+    std::unique_ptr<Item> NewItem();
+    void Push(std::unique_ptr<Item> item);
+    std::unique_ptr<Item> Pop(std::unique_ptr<Item> done);
+    bool IsQueueEmpty();
+    void EmptyQueue();
+    void HandleQueued();
+    bool HandleArriving(CUDPClient& client, CDatagramBatch& batch);
+    void Give(const platform::SocketAddress& sender, CRTPPacket& packet);
+
+    TSmartPtr<IRTPClient> client_;
+    CUDPClient* udpClient_ = nullptr;     // the same
+    TSmartPtr<IRTPClient> threadsClient_; // for the queue's thread, which must not lose it while it reads
+    IRTPReceiverUser* user_ = nullptr;
+    CRecursiveLock lock_; // guards the queue and the next three
+    std::deque<std::unique_ptr<Item>> queue_;
+    std::size_t queuedBytes_ = 0;
+    bool isDropping_ = false; // since the queue was last empty
+    std::vector<std::unique_ptr<Item>> spare_;
+    std::vector<std::unique_ptr<Item>> ownSpare_; // the socket thread's
+    std::atomic<std::uint64_t> droppedPackets_{0};
+    CEvent dataEvent_{false};
+};
+
+} // namespace korvane

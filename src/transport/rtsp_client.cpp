@@ -1,0 +1,344 @@
+#include "transport/rtsp_client.h"
+
+#include <algorithm>
+#include <span>
+#include <vector>
+
+#include "http/param_text.h"
+#include "platform/clock.h"
+#include "runtime/text.h"
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::string_view kDescribe = "DESCRIBE";
+constexpr std::string_view kSetup = "SETUP";
+constexpr std::string_view kPlay = "PLAY";
+constexpr std::string_view kOptions = "OPTIONS";
+constexpr std::string_view kTeardown = "TEARDOWN";
+
+constexpr std::uint32_t kConnectStepMs = 100;
+constexpr std::uint32_t kStoppingReceiveMs = 100;
+constexpr std::uint32_t kStoppingResponseMs = 1000; // all of an answer to TEARDOWN
+constexpr std::uint32_t kStopMarginMs = 1000;
+constexpr std::uint32_t kLeastBlocksize = 101;
+
+constexpr std::size_t kFirstReadBytes = 256;
+constexpr std::size_t kLargestReadBytes = 512;
+constexpr std::size_t kUnknownResponseBytes = 512; // until the headers have ended
+
+constexpr std::size_t kStreamReadBytes = 8192;
+constexpr std::size_t kSmallStreamReadBytes = 4096; // below this the next read has its full size again
+
+constexpr std::string_view kHeadersEnd = "\r\n\r\n";
+
+std::span<std::uint8_t> AsBytes(char* data, std::size_t size)
+{
+    return {reinterpret_cast<std::uint8_t*>(data), size};
+}
+
+/// Bytes of the response of which the headers end at `bodyAt`.
+std::size_t ResponseBytes(const std::string& text, std::size_t bodyAt)
+{
+    const std::uint32_t length =
+        Utils::GetParamUInt(Utils::ToLower(text), "content-length", ": ", Utils::kParamSeparators);
+    return bodyAt + std::min(length, CBaseRTSPClient::kMaxBodyBytes);
+}
+
+} // namespace
+
+CBaseRTSPClient::CBaseRTSPClient(IDebugMessage* debug) : CBaseThread(debug) {}
+
+CBaseRTSPClient::~CBaseRTSPClient()
+{
+    Stop();
+}
+
+bool CBaseRTSPClient::Start(const RTSPClientParams& params, IRTSPClientUser* user, std::uint32_t mode)
+{
+    return Begin(params, user, mode, false);
+}
+
+bool CBaseRTSPClient::StartMulticast(const RTSPClientParams& params, IRTSPClientUser* user)
+{
+    return Begin(params, user, kTransportUDP, true);
+}
+
+bool CBaseRTSPClient::Begin(const RTSPClientParams& params, IRTSPClientUser* user, std::uint32_t mode,
+                            bool multicast)
+{
+    Stop();
+    parser_.Reset();
+    params_ = params;
+    user_ = user;
+    mode_ = mode;
+    multicast_ = multicast;
+    if (user != nullptr && Connect() && StartThread("RTSP Client Thread"))
+        return true;
+    Stop();
+    return false;
+}
+
+bool CBaseRTSPClient::Connect()
+{
+    if (!socket_.OpenStream() || !socket_.SetReceiveBuffer(params_.receiveBufferBytes) ||
+        !socket_.SetReceiveTimeout(params_.receiveTimeoutMs) ||
+        !socket_.SetSendTimeout(params_.sendTimeoutMs))
+        return false;
+    const std::uint32_t address = Utils::ResolveHostAddress(params_.host);
+    if (address == 0)
+        return false;
+    switch (socket_.BeginConnect(platform::MakeSocketAddress(address, params_.serverPort)))
+    {
+    case platform::Socket::ConnectResult::kConnected:
+        return true;
+    case platform::Socket::ConnectResult::kInProgress:
+        return WaitConnected();
+    case platform::Socket::ConnectResult::kFailed:
+        break;
+    }
+    return false;
+}
+
+bool CBaseRTSPClient::WaitConnected()
+{
+    for (std::uint32_t round = params_.connectTimeoutMs / kConnectStepMs; round > 0; --round)
+    {
+        const platform::WaitResult result = socket_.WaitConnected(kConnectStepMs);
+        if (result != platform::WaitResult::kTimeout)
+            return result == platform::WaitResult::kSignalled;
+    }
+    return false;
+}
+
+void CBaseRTSPClient::Stop()
+{
+    if (socket_.IsOpen())
+        socket_.SetReceiveTimeout(kStoppingReceiveMs);
+    StopThread(std::max(params_.receiveTimeoutMs, params_.sendTimeoutMs) * 2 + kStopMarginMs);
+    socket_.Close();
+    lastKeepAlive_ = 0;
+    user_ = nullptr;
+}
+
+void CBaseRTSPClient::Run()
+{
+    try
+    {
+        RunSession();
+    }
+    catch (...)
+    {
+        // Out of memory: the session is over, which the user has to hear.
+    }
+    try
+    {
+        user_->OnSessionEnded();
+    }
+    catch (...)
+    {
+        // The thread ends here in any case.
+    }
+}
+
+void CBaseRTSPClient::RunSession()
+{
+    playEvent_.Reset();
+    if (!Request(kDescribe))
+        return;
+    if (Describe() && Request(kSetup))
+    {
+        playEvent_.Set();
+        Play();
+    }
+    Request(kTeardown);
+}
+
+bool CBaseRTSPClient::Describe()
+{
+    try
+    {
+        return user_->SdpInfoReceived(parser_.Response());
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
+void CBaseRTSPClient::Play()
+{
+    CEvent* const events[] = {&stopEvent_, &playEvent_};
+    for (;;)
+    {
+        const int event = CEvent::WaitForAny(events, 2, tickMs_);
+        if (event == 0)
+            return;
+        if (event == 1)
+            Request(kPlay);
+        else
+            KeepAlive();
+    }
+}
+
+void CBaseRTSPClient::KeepAlive()
+{
+    const std::uint32_t timeoutS = parser_.Response().sessionTimeout;
+    const std::uint64_t periodS = timeoutS != 0 ? timeoutS : params_.keepAliveDefaultS;
+    const std::uint64_t now = platform::Clock::UtcTicks();
+    const std::uint64_t sinceMs = now > lastKeepAlive_ ? (now - lastKeepAlive_) / platform::kTicksPerMs : 0;
+    if (sinceMs <= periodS * 1000 / 2)
+        return;
+    lastKeepAlive_ = now;
+    Request(kOptions);
+}
+
+bool CBaseRTSPClient::Request(std::string_view method)
+{
+    if (IsStopping() && method != kTeardown)
+        return false;
+    if (!SendAndRead(method))
+        return false;
+    const RTSPResponse& response = parser_.Response();
+    if (response.status == 401 && response.challengeScheme != params_.authenticationMode)
+    {
+        params_.authenticationMode = response.challengeScheme;
+        if (!SendAndRead(method))
+            return false;
+    }
+    return response.status >= 200 && response.status <= 299;
+}
+
+bool CBaseRTSPClient::SendAndRead(std::string_view method)
+{
+    const bool result = Exchange(method);
+    lastResult_ = result;
+    return result;
+}
+
+bool CBaseRTSPClient::Exchange(std::string_view method)
+{
+    if (!socket_.IsOpen())
+        return false;
+    const std::string request = BuildRequest(method);
+    const std::span<const std::uint8_t> bytes(reinterpret_cast<const std::uint8_t*>(request.data()),
+                                              request.size());
+    if (socket_.Send(bytes) != bytes.size())
+        return false;
+    if (method == kPlay && mode_ == kTransportInterleaved)
+        return ReceiveStream();
+    const std::string response = ReadResponse(method);
+    return !response.empty() && parser_.Parse(method, response);
+}
+
+/// Reads until the response is whole or nothing more comes. Headers longer than the first 512 bytes are cut
+/// off there.
+std::string CBaseRTSPClient::ReadResponse(std::string_view method)
+{
+    const std::uint32_t startMs = platform::Clock::Milliseconds();
+    std::string text;
+    std::size_t expected = kUnknownResponseBytes;
+    std::size_t next = kFirstReadBytes;
+    bool headersEnded = false;
+    char buffer[kLargestReadBytes];
+    while (text.size() < expected)
+    {
+        const auto read = socket_.Receive(AsBytes(buffer, next));
+        if (read.status != platform::ReceiveResult::Status::kReceived || read.length == 0)
+            break;
+        text.append(buffer, read.length);
+        if (!headersEnded)
+        {
+            const std::size_t end = text.find(kHeadersEnd);
+            headersEnded = end != std::string::npos;
+            if (headersEnded)
+                expected = ResponseBytes(text, end + kHeadersEnd.size());
+        }
+        if (MustLeaveRead(method, startMs))
+            break;
+        next = std::min(expected - std::min(expected, text.size()), kLargestReadBytes);
+    }
+    return text;
+}
+
+/// A device that sends a byte now and then must not hold up a stop.
+bool CBaseRTSPClient::MustLeaveRead(std::string_view method, std::uint32_t sinceMs)
+{
+    return IsStopping() &&
+           (method != kTeardown || platform::Clock::Milliseconds() - sinceMs > kStoppingResponseMs);
+}
+
+std::string CBaseRTSPClient::BuildRequest(std::string_view method)
+{
+    RTSPResponse& response = parser_.Response();
+    const std::string baseUrl = RTSPBaseUrl(params_, response);
+    const std::string url =
+        method == kSetup ? RTSPSetupUrl(baseUrl, response.description.Section(params_.mediaSelector).control)
+                         : baseUrl;
+    ++response.cseq;
+
+    std::string request = std::string(method) + " " + url + " RTSP/1.0\r\n";
+    request += "CSeq: " + std::to_string(response.cseq) + "\r\n";
+    request += RTSPAuthorizationHeader(method, baseUrl, params_, response);
+    request += "User-Agent: Korvane\r\n";
+    request += HeadersOf(method);
+    if (!params_.require.empty())
+        request += "Require: " + params_.require + "\r\n";
+    return request + "\r\n";
+}
+
+std::string CBaseRTSPClient::HeadersOf(std::string_view method) const
+{
+    const RTSPResponse& response = parser_.Response();
+    if (method == kDescribe)
+        return "Accept: application/sdp\r\n";
+    if (method == kSetup)
+    {
+        const SDPMediaSection& section = response.description.Section(params_.mediaSelector);
+        std::string headers = RTSPTransportHeader(section, params_, mode_, multicast_);
+        if (params_.blocksize >= kLeastBlocksize)
+            headers += "Blocksize: " + std::to_string(params_.blocksize) + "\r\n";
+        return headers;
+    }
+    std::string headers;
+    if (!response.session.empty())
+        headers = "Session: " + response.session + "\r\n";
+    if (method == kPlay)
+        headers += "Range: " + (params_.range.empty() ? "npt=0.000-" : params_.range) + "\r\n";
+    return headers;
+}
+
+bool CBaseRTSPClient::ReceiveStream()
+{
+    CRTSPStreamParser parser(this, parser_.Response().interleavedChannel);
+    std::vector<std::uint8_t> buffer(kStreamReadBytes);
+    std::size_t size = buffer.size();
+    for (;;)
+    {
+        const auto read = socket_.Receive({buffer.data(), size});
+        if (read.status != platform::ReceiveResult::Status::kReceived || read.length == 0)
+            return true;
+        if (IsStopping())
+            return false;
+        parser.Feed({buffer.data(), read.length});
+        if (IsStopping()) // by a BYE in it; nothing more may come to wake the next read
+            return false;
+        size = read.length < kSmallStreamReadBytes ? kStreamReadBytes : read.length;
+    }
+}
+
+void CBaseRTSPClient::OnStreamPacket(CRTPPacket& packet)
+{
+    user_->OnRTPPacket(packet);
+}
+
+void CBaseRTSPClient::OnStreamBye()
+{
+    stopEvent_.Set();
+    user_->OnRTCPBye();
+}
+
+} // namespace korvane

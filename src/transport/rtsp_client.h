@@ -1,0 +1,92 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/socket.h"
+#include "runtime/base_thread.h"
+#include "transport/rtsp_client_params.h"
+#include "transport/rtsp_client_user.h"
+#include "transport/rtsp_request.h"
+#include "transport/rtsp_response_parser.h"
+#include "transport/rtsp_stream_parser.h"
+
+namespace korvane
+{
+
+/// Runs one RTSP 1.0 session (RFC 2326) over one TCP connection, on the thread "RTSP Client Thread":
+/// DESCRIBE, SETUP of one media section, PLAY, OPTIONS to keep it alive, TEARDOWN. Answers Basic and Digest
+/// challenges, one retry each. In the interleaved mode it also receives the RTP; PLAY then lasts as long as
+/// the stream, and no OPTIONS go out. Never reconnects: that is for the user, by a new start. Logs nothing.
+///
+/// Callers serialise start and stop, and call neither from a callback. `GetLastResult` may come from any
+/// thread. No lock is taken.
+class CBaseRTSPClient : public CBaseThread, public IRTSPStreamParserUser
+{
+public:
+    /// The most that is read of a response's body, in bytes; descriptions have a few thousand.
+    static constexpr std::uint32_t kMaxBodyBytes = 256 * 1024;
+
+    explicit CBaseRTSPClient(IDebugMessage* debug);
+    ~CBaseRTSPClient() override; ///< stops
+
+    /// Connects and starts a session; ends one that runs. `user` is not owned and outlives it. `mode` is
+    /// `kTransportUDP` or `kTransportInterleaved`. Waits for the connection, for at most the connect
+    /// time-out. On false no call is made on the user.
+    bool Start(const RTSPClientParams& params, IRTSPClientUser* user, std::uint32_t mode);
+    bool StartMulticast(const RTSPClientParams& params, IRTSPClientUser* user); ///< same, from a group
+
+    /// Ends the session by a TEARDOWN, within twice the larger of its send and receive time-outs and 1,000
+    /// ms; mostly within 100 ms of the end of the read that is under way. From its return on there is no
+    /// callback.
+    void Stop();
+
+    /// Whether the last request was sent and its response understood.
+    bool GetLastResult() const { return lastResult_; }
+
+    /// How long the session waits for the play event and between looks at its keep-alive; 2,000 unless set,
+    /// before a start.
+    void SetTickInterval(std::uint32_t ms) { tickMs_ = ms; }
+
+    void Run() override;
+
+    /// The whole text of the next request; raises the sequence number.
+    virtual std::string BuildRequest(std::string_view method);
+
+    /// Receives the interleaved stream until the connection fails or is silent for the receive time-out:
+    /// true; or until the stop event is set: false.
+    virtual bool ReceiveStream();
+
+    void OnStreamPacket(CRTPPacket& packet) override;
+    void OnStreamBye() override;
+
+private:
+    bool Begin(const RTSPClientParams& params, IRTSPClientUser* user, std::uint32_t mode, bool multicast);
+    bool Connect();
+    bool WaitConnected();
+    void RunSession();
+    void Play();
+    void KeepAlive();
+    bool Describe();
+    bool Request(std::string_view method);
+    bool SendAndRead(std::string_view method);
+    bool Exchange(std::string_view method);
+    std::string ReadResponse(std::string_view method);
+    bool MustLeaveRead(std::string_view method, std::uint32_t sinceMs);
+    std::string HeadersOf(std::string_view method) const;
+
+    CRTSPResponseParser parser_;
+    platform::Socket socket_;
+    std::uint64_t lastKeepAlive_ = 0; // UTC ticks; 0 before the first one
+    IRTSPClientUser* user_ = nullptr;
+    std::atomic<bool> lastResult_{false};
+    RTSPClientParams params_;
+    std::uint32_t mode_ = kTransportUDP;
+    CEvent playEvent_{false};
+    bool multicast_ = false;
+    std::uint32_t tickMs_ = 2000;
+};
+
+} // namespace korvane

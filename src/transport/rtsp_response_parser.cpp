@@ -1,0 +1,231 @@
+#include "transport/rtsp_response_parser.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "http/param_text.h"
+#include "runtime/text.h"
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::size_t kMaxProtocolCharacters = 128;
+constexpr std::size_t kMaxContentTypeCharacters = 256;
+constexpr std::uint32_t kTimeoutWhenUnreadable = 30; // seconds
+constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
+constexpr std::string_view kParameterEnds = ";\r\n";
+
+/// Walks a text from its start, by the rules of the %s and %u of scanf.
+class Scanner
+{
+public:
+    explicit Scanner(std::string_view text) : rest_(text) {}
+
+    bool Literal(std::string_view text)
+    {
+        if (!rest_.starts_with(text))
+            return false;
+        rest_.remove_prefix(text.size());
+        return true;
+    }
+
+    bool Word(std::string& word, std::size_t maxCharacters)
+    {
+        SkipWhiteSpace();
+        word = rest_.substr(0, std::min(rest_.find_first_of(kWhiteSpace), maxCharacters));
+        rest_.remove_prefix(word.size());
+        return !word.empty();
+    }
+
+    bool Number(std::uint32_t& number)
+    {
+        constexpr std::uint64_t kLimit = std::numeric_limits<std::uint32_t>::max();
+        SkipWhiteSpace();
+        const std::size_t digits = std::min(rest_.find_first_not_of("0123456789"), rest_.size());
+        std::uint64_t value = 0;
+        for (const char digit : rest_.substr(0, digits))
+            value = std::min(value * 10 + static_cast<std::uint64_t>(digit - '0'), kLimit);
+        rest_.remove_prefix(digits);
+        if (digits != 0)
+            number = static_cast<std::uint32_t>(value);
+        return digits != 0;
+    }
+
+private:
+    void SkipWhiteSpace()
+    {
+        rest_.remove_prefix(std::min(rest_.find_first_not_of(kWhiteSpace), rest_.size()));
+    }
+
+    std::string_view rest_;
+};
+
+/// The lines of a text of which each end is taken for CR LF, whichever of the two it begins with.
+class LineReader
+{
+public:
+    explicit LineReader(std::string_view text) : text_(text) {}
+
+    /// The next line; empty when no line end is left.
+    std::string_view Next()
+    {
+        const std::size_t end = text_.find_first_of("\r\n", at_);
+        if (end == std::string_view::npos)
+        {
+            at_ = end;
+            return {};
+        }
+        const std::string_view line = text_.substr(at_, end - at_);
+        at_ = end + 2;
+        return line;
+    }
+
+    /// Whether the text goes on to where the reader stands.
+    bool Valid() const { return at_ <= text_.size(); }
+    std::string_view Rest() const { return text_.substr(at_); }
+
+private:
+    std::string_view text_;
+    std::size_t at_ = 0;
+};
+
+bool ReadNumber(std::string_view lower, std::string_view name, std::uint32_t& number)
+{
+    Scanner scanner(lower);
+    return scanner.Literal(name) && scanner.Number(number);
+}
+
+} // namespace
+
+bool CRTSPResponseParser::Parse(std::string_view method, std::string_view text)
+{
+    LineReader lines(text);
+    if (!ReadStatusLine(lines.Next()))
+        return false;
+    for (std::string_view line = lines.Next(); !line.empty(); line = lines.Next())
+        if (!ReadHeader(line))
+            return false;
+
+    if (response_.contentLength == 0 || !lines.Valid() || method != "DESCRIBE")
+        return true;
+    return ReadDescription(lines.Rest().substr(0, response_.contentLength));
+}
+
+bool CRTSPResponseParser::ReadStatusLine(std::string_view line)
+{
+    Scanner scanner(line);
+    if (!scanner.Word(response_.protocol, kMaxProtocolCharacters) || !scanner.Number(response_.status))
+        return false;
+    return response_.status == 200 || response_.status == 401;
+}
+
+bool CRTSPResponseParser::ReadHeader(std::string_view line)
+{
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos || colon < 2)
+        return true;
+    const std::string name = Utils::ToLower(Utils::Trim(line.substr(0, colon)));
+    const std::string lower = Utils::ToLower(line);
+    if (name == "cseq")
+        return ReadNumber(lower, "cseq:", response_.cseq);
+    if (name == "content-base")
+        return ReadContentBase(line, lower);
+    if (name == "content-type")
+        return ReadContentType(lower);
+    if (name == "content-length")
+        return ReadNumber(lower, "content-length:", response_.contentLength);
+    if (name == "transport")
+        return ReadTransport(line);
+    if (name == "session")
+        return ReadSession(line);
+    if (name == "www-authenticate")
+        return ReadChallenge(line);
+    return true;
+}
+
+bool CRTSPResponseParser::ReadContentType(const std::string& lower)
+{
+    Scanner scanner(lower);
+    return scanner.Literal("content-type:") && scanner.Word(response_.contentType, kMaxContentTypeCharacters);
+}
+
+bool CRTSPResponseParser::ReadContentBase(std::string_view line, const std::string& lower)
+{
+    const std::size_t name = lower.find("content-base:");
+    const std::size_t url = name == std::string::npos ? name : lower.find("rtsp://", name);
+    if (url == std::string::npos)
+        return false;
+    response_.contentBase = Utils::Trim(line.substr(url));
+    return true;
+}
+
+bool CRTSPResponseParser::ReadTransport(std::string_view line)
+{
+    response_.interleavedChannel = Utils::ToUInt8(Utils::GetParamValue(line, "interleaved", "=", ";-"));
+
+    const std::string ports = Utils::GetParamValue(line, "server_port", "=", kParameterEnds);
+    if (ports.empty())
+        return true;
+    Scanner scanner(ports);
+    return scanner.Number(response_.serverRTPPort) && scanner.Literal("-") &&
+           scanner.Number(response_.serverRTCPPort);
+}
+
+bool CRTSPResponseParser::ReadSession(std::string_view line)
+{
+    response_.session = Utils::GetParamValue(line, "Session:", " ", kParameterEnds);
+    if (line.find(';') != std::string_view::npos)
+    {
+        const std::string timeout = Utils::GetParamValue(line, "timeout", "=", kParameterEnds);
+        if (timeout.empty())
+            response_.session.clear();
+        else
+        {
+            const std::uint32_t seconds = Utils::ToUInt32(timeout);
+            response_.sessionTimeout = seconds == 0 ? kTimeoutWhenUnreadable : seconds;
+        }
+    }
+    return !response_.session.empty();
+}
+
+bool CRTSPResponseParser::ReadChallenge(std::string_view line)
+{
+    constexpr std::string_view kName = "WWW-Authenticate: ";
+    const std::size_t name = line.find(kName);
+    if (name == std::string_view::npos)
+        return false;
+    const std::string_view challenge = line.substr(name + kName.size());
+    const std::size_t end = challenge.find_first_of(" \t\r\n");
+    if (end == std::string_view::npos)
+        return false;
+
+    const std::string_view scheme = challenge.substr(0, end);
+    if (scheme == "Digest")
+        response_.challengeScheme = RTSPResponse::kDigest;
+    else if (scheme == "Basic")
+        response_.challengeScheme = RTSPResponse::kBasic;
+    if (response_.challengeScheme == RTSPResponse::kNoScheme)
+        return true;
+
+    const auto valueOf = [parameters = challenge.substr(end)](std::string_view key)
+    { return Utils::RemoveChars(Utils::Trim(Utils::GetParamValue(parameters, key, "=", ",\r\n")), "\""); };
+    response_.realm = valueOf("realm");
+    response_.nonce = valueOf("nonce");
+    return response_.challengeScheme == RTSPResponse::kBasic ||
+           (!response_.realm.empty() && !response_.nonce.empty());
+}
+
+bool CRTSPResponseParser::ReadDescription(std::string_view body)
+{
+    CSDPResponseParser parser;
+    if (!parser.Parse(body))
+        return false;
+    response_.description = std::move(parser.Description());
+    return true;
+}
+
+} // namespace korvane

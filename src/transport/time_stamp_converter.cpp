@@ -1,0 +1,116 @@
+#include "transport/time_stamp_converter.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "platform/clock.h"
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::uint32_t kWindow = 1000;       // frames
+constexpr std::size_t kMeasuredAfter = 100;   // frames
+constexpr std::uint64_t kUnitsPerTick = 111;  // of a 90 kHz clock, in 100 ns
+constexpr std::uint64_t kMillisecond = 10000; // in 100 ns
+constexpr std::uint64_t kLongestAssumedStep = 1000 * kMillisecond;
+constexpr std::uint64_t kNotableLead = 250 * kMillisecond;
+constexpr std::uint64_t kLeastLeadToPay = kMillisecond;
+constexpr std::uint64_t kLeastStepToPayFrom = 4 * kMillisecond;
+constexpr std::uint64_t kPaidShare = 10; // a tenth of a step
+
+double Mean(const TStatisticsHelper<std::uint32_t>& values)
+{
+    return values.Count() == 0 ? 0.0 : values.Sum() / static_cast<double>(values.Count());
+}
+
+} // namespace
+
+CTimeStampConverter::CTimeStampConverter() : timestampDeltas_(kWindow), arrivalDeltas_(kWindow) {}
+
+void CTimeStampConverter::Reset()
+{
+    current_ = 0;
+    lastTimestamp_ = 0;
+    timestampDeltas_.Clear();
+    arrivalDeltas_.Clear();
+}
+
+void CTimeStampConverter::TakeLocalClock(std::uint32_t timestamp, std::uint64_t now)
+{
+    current_ = now;
+    lead_ = 0;
+    lastArrival_ = now;
+    lastTimestamp_ = timestamp;
+}
+
+void CTimeStampConverter::Convert(std::uint32_t timestamp)
+{
+    const std::uint64_t now = platform::Clock::UtcTicks();
+    if (now == 0 || current_ == 0 || lastTimestamp_ == 0)
+    {
+        TakeLocalClock(timestamp, now);
+        return;
+    }
+
+    Step step = Step::NoteLead;
+    if (timestamp > lastTimestamp_)
+        step = Advance(timestamp - lastTimestamp_, now);
+    else // a wrap, a leap back, or a second frame of one timestamp
+        current_ = std::max(current_ + kMillisecond, now);
+
+    if (step == Step::TakeLocalClock || current_ <= now)
+    {
+        TakeLocalClock(timestamp, now);
+        return;
+    }
+    if (step == Step::NoteLead || current_ - now > kNotableLead)
+        lead_ = current_ - now;
+    lastArrival_ = now;
+    lastTimestamp_ = timestamp;
+}
+
+CTimeStampConverter::Step CTimeStampConverter::Advance(std::uint32_t ticks, std::uint64_t now)
+{
+    timestampDeltas_.Add(ticks);
+    if (now >= lastArrival_)
+        arrivalDeltas_.Add(static_cast<std::uint32_t>(now - lastArrival_));
+
+    if (timestampDeltas_.Count() > kMeasuredAfter)
+    {
+        current_ += MeasuredStep(ticks);
+        return Step::Plain;
+    }
+    const std::uint64_t assumed = ticks * kUnitsPerTick;
+    if (assumed >= kLongestAssumedStep)
+        return Step::TakeLocalClock;
+    current_ += assumed;
+    return timestampDeltas_.Count() == kMeasuredAfter ? Step::NoteLead : Step::Plain;
+}
+
+/// The step by the measured clock rate, less what it pays back of the lead. Never more than the duration of
+/// the whole window, since `ticks` is one of the values that the mean is of.
+std::uint64_t CTimeStampConverter::MeasuredStep(std::uint32_t ticks)
+{
+    auto step =
+        static_cast<std::uint64_t>(std::floor(ticks * Mean(arrivalDeltas_) / Mean(timestampDeltas_) + 0.5));
+    if (lead_ > kLeastLeadToPay && step > kLeastStepToPayFrom)
+    {
+        const std::uint64_t share = step / kPaidShare;
+        const std::uint64_t paid = share < kMillisecond ? kMillisecond : std::min(lead_, share);
+        step -= paid;
+        lead_ -= paid;
+    }
+    return step;
+}
+
+void CTimeStampConverter::GetTime(SYSTEMTIME& time) const
+{
+    const bool isSet = current_ != 0 && lastTimestamp_ != 0;
+    if (!isSet || !platform::ToSystemTime(current_, time))
+        platform::ToSystemTime(platform::Clock::UtcTicks(), time);
+}
+
+} // namespace korvane

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+
+#include <larkmoor/system_time.h>
+
+#include "runtime/statistics_helper.h"
+
+namespace korvane
+{
+
+/// Turns the RTP timestamp of each frame into wall-clock time: the clock of this machine at arrival, steered
+/// by the spacing of the timestamps. The times run smoothly along the RTP clock while that keeps ahead of
+/// arrival, take the local clock when a late frame finds them behind, and pay back a lead that a burst built
+/// up by at most a tenth of each later step. The clock rate is measured after 100 frames, not assumed.
+///
+/// All times are 100 ns units of UTC. Belongs to the thread that builds the frames; no lock.
+class CTimeStampConverter
+{
+public:
+    CTimeStampConverter();
+    virtual ~CTimeStampConverter() = default;
+
+    /// Forgets the last frame and what was measured, so that the next frame takes the local clock.
+    void Reset();
+
+    /// Moves on to the frame with that RTP timestamp, which arrived just now.
+    void Convert(std::uint32_t timestamp);
+
+    /// The time of the last frame; the present time when there was none.
+    void GetTime(SYSTEMTIME& time) const;
+
+    std::uint64_t Current() const { return current_; } ///< the same in 100 ns since 1601; 0 for none
+
+private:
+    enum class Step
+    {
+        Plain,
+        NoteLead,
+        TakeLocalClock
+    };
+
+    Step Advance(std::uint32_t ticks, std::uint64_t now);
+    std::uint64_t MeasuredStep(std::uint32_t ticks);
+    void TakeLocalClock(std::uint32_t timestamp, std::uint64_t now);
+
+    std::uint64_t current_ = 0;
+    std::uint32_t lastTimestamp_ = 0;
+    std::uint64_t lead_ = 0; // how far current_ had run ahead of the local clock when last noted
+    TStatisticsHelper<std::uint32_t> timestampDeltas_;
+    TStatisticsHelper<std::uint32_t> arrivalDeltas_;
+    std::uint64_t lastArrival_ = 0;
+};
+
+} // namespace korvane

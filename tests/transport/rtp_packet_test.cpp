@@ -1,0 +1,158 @@
+#include "transport/rtp_packet.h"
+
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using korvane::CRTPPacket;
+using Bytes = std::vector<std::uint8_t>;
+
+// Everything optional at once: one CSRC, a one-word extension, two payload bytes, two of padding.
+const Bytes kFull = {0xB1, 0xE0, 0xFF, 0xFF, 0x00, 0x01, 0x5F, 0x90, 0xCA, 0xFE, 0x00, 0x01, 0x00, 0x00,
+                     0x00, 0x07, 0xAB, 0xAC, 0x00, 0x01, 0x11, 0x22, 0x33, 0x44, 0x65, 0x88, 0x00, 0x02};
+
+Bytes Header(std::uint8_t first, const Bytes& behind)
+{
+    Bytes packet = {first, 0x60, 0x00, 0x01, 0x00, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x03};
+    packet.insert(packet.end(), behind.begin(), behind.end());
+    return packet;
+}
+
+Bytes With(Bytes packet, std::size_t at, std::uint8_t value)
+{
+    packet[at] = value;
+    return packet;
+}
+
+Bytes ToBytes(std::span<const std::uint8_t> span)
+{
+    return {span.begin(), span.end()};
+}
+
+bool Parses(const Bytes& bytes)
+{
+    CRTPPacket packet;
+    if (packet.Parse(bytes.data(), static_cast<std::uint32_t>(bytes.size())))
+        return true;
+    EXPECT_EQ(nullptr, packet.Payload().data());
+    EXPECT_EQ(0u, packet.SequenceNumber());
+    return false;
+}
+
+void ExpectFull(const CRTPPacket& packet)
+{
+    EXPECT_TRUE(packet.Marker());
+    EXPECT_TRUE(packet.Padding());
+    EXPECT_EQ(96, packet.PayloadType());
+    EXPECT_EQ(65535, packet.SequenceNumber());
+    EXPECT_EQ(90000u, packet.Timestamp());
+    const std::uint32_t ssrc = packet.SSRC();
+    const std::uint8_t sent[] = {0xCA, 0xFE, 0x00, 0x01};
+    EXPECT_EQ(0, std::memcmp(&ssrc, sent, sizeof(ssrc)));
+    ASSERT_EQ(1u, packet.CSRCCount());
+    const std::uint32_t csrc = packet.CSRC(0);
+    const std::uint8_t contributed[] = {0x00, 0x00, 0x00, 0x07};
+    EXPECT_EQ(0, std::memcmp(&csrc, contributed, sizeof(csrc)));
+    EXPECT_EQ(0xABAC, packet.ExtensionProfile());
+    EXPECT_EQ((Bytes{0x11, 0x22, 0x33, 0x44}), ToBytes(packet.Extension()));
+    EXPECT_EQ((Bytes{0x65, 0x88}), ToBytes(packet.Payload()));
+}
+
+TEST(RTPPacket, ReadsEveryPartOfAPacket)
+{
+    CRTPPacket packet;
+    {
+        Bytes received = kFull;
+        ASSERT_TRUE(packet.Parse(received.data(), static_cast<std::uint32_t>(received.size())));
+        received.assign(received.size(), 0); // the packet has bytes of its own
+    }
+    ExpectFull(packet);
+
+    CRTPPacket moved = std::move(packet);
+    ExpectFull(moved);
+
+    CRTPPacket inPlace;
+    ASSERT_TRUE(inPlace.ParseInPlace(kFull.data(), static_cast<std::uint32_t>(kFull.size())));
+    ExpectFull(inPlace);
+    EXPECT_EQ(kFull.data() + 24, inPlace.Payload().data());
+}
+
+TEST(RTPPacket, RefusesWhatItCannotTrust)
+{
+    const struct
+    {
+        const char* name;
+        std::size_t at;
+        std::uint8_t value;
+    } cases[] = {
+        {"version 1", 0, 0x71},
+        {"version 3", 0, 0xF1},
+        {"CSRC count past the end", 0, 0xBF},
+        {"CSRC list that fills the packet", 0, 0xB4},
+        {"extension past the end", 19, 0xFF},
+        {"extension past the end by its high byte", 18, 0xFF},
+        {"padding past the header", 27, 5},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        EXPECT_FALSE(Parses(With(kFull, c.at, c.value)));
+    }
+    for (std::size_t n = 0; n < 25; ++n) // exact-size copies let the address sanitizer see one byte too far
+        EXPECT_FALSE(Parses(Bytes(kFull.begin(), kFull.begin() + static_cast<std::ptrdiff_t>(n)))) << n;
+}
+
+TEST(RTPPacket, MeasuresThePayloadAtTheEdges)
+{
+    const struct
+    {
+        const char* name;
+        Bytes packet;
+        bool passes;
+        Bytes payload;
+    } cases[] = {
+        {"a fixed header alone", Header(0x80, {}), false, {}},
+        {"one byte", Header(0x80, {0x41}), true, {0x41}},
+        {"padding that is the whole payload", Header(0xA0, {0x00, 0x00, 0x03}), true, {}},
+        {"padding of one byte more", Header(0xA0, {0x00, 0x00, 0x04}), false, {}},
+        {"padding of no byte", Header(0xA0, {0x41, 0x00}), true, {0x41, 0x00}},
+        {"CSRC list and nothing behind", Header(0x81, {1, 2, 3, 4}), false, {}},
+        {"CSRC list and one byte", Header(0x81, {1, 2, 3, 4, 5}), true, {5}},
+        {"extension bit with nothing behind the CSRC list", Header(0x91, {1, 2, 3, 4}), false, {}},
+        {"extension header cut", Header(0x90, {0xBE, 0xDE, 0x00}), false, {}},
+        {"empty extension and no payload", Header(0x90, {0xBE, 0xDE, 0x00, 0x00}), true, {}},
+        {"empty extension", Header(0x90, {0xBE, 0xDE, 0x00, 0x00, 0x41}), true, {0x41}},
+        {"extension that ends the packet", Header(0x90, {0xBE, 0xDE, 0x00, 0x01, 1, 2, 3, 4}), true, {}},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        CRTPPacket packet;
+        EXPECT_EQ(c.passes, packet.Parse(c.packet.data(), static_cast<std::uint32_t>(c.packet.size())));
+        EXPECT_EQ(c.payload, ToBytes(packet.Payload()));
+        EXPECT_EQ(c.payload.empty(), packet.Payload().data() == nullptr);
+    }
+}
+
+TEST(RTPPacket, ForgetsThePacketBefore)
+{
+    CRTPPacket packet;
+    ASSERT_TRUE(packet.Parse(kFull.data(), static_cast<std::uint32_t>(kFull.size())));
+    const Bytes next = Header(0x80, {0x41, 0x9A, 0x00});
+    ASSERT_TRUE(packet.Parse(next.data(), static_cast<std::uint32_t>(next.size())));
+    EXPECT_EQ((Bytes{0x41, 0x9A, 0x00}), ToBytes(packet.Payload()));
+    EXPECT_EQ(0u, packet.CSRCCount());
+    EXPECT_EQ(nullptr, packet.Extension().data());
+
+    const Bytes bad = Header(0x40, {0x41});
+    EXPECT_FALSE(packet.Parse(bad.data(), static_cast<std::uint32_t>(bad.size())));
+    EXPECT_EQ(nullptr, packet.Payload().data());
+    EXPECT_EQ(0u, packet.Timestamp());
+}
+
+} // namespace
