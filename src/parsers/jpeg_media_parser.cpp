@@ -1,0 +1,109 @@
+#include "parsers/jpeg_media_parser.h"
+
+#include "parsers/host_video_frame.h"
+#include "runtime/byte_order.h"
+
+#include <cstring>
+#include <string>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::uint8_t kStartOfFrame = 0xC0; // SOF0, baseline; the sequence that all these cameras send
+constexpr std::uint8_t kStartOfImage = 0xD8;
+constexpr std::uint8_t kEndOfImage = 0xD9;
+
+// SOF0:  FF C0 | length (2) | precision (1) | Y: height (2) | X: width (2) | components (1) ...
+constexpr std::size_t kHeightAt = 5;
+constexpr std::size_t kWidthAt = 7;
+constexpr std::size_t kFrameHeaderBytes = 10;
+
+} // namespace
+
+void CJpegMediaParser::ParseData(std::span<const std::uint8_t> block)
+{
+    std::size_t start = 0; // of the open frame within this block
+    for (std::size_t at = 0; at + 1 < block.size(); ++at)
+    {
+        const void* hit = std::memchr(block.data() + at, 0xFF, block.size() - 1 - at);
+        if (hit == nullptr)
+            break;
+        at = static_cast<std::size_t>(static_cast<const std::uint8_t*>(hit) - block.data());
+        OnMarker(block, at, start);
+    }
+
+    if (frameOpen_)
+        frame_.insert(frame_.end(), block.begin() + static_cast<std::ptrdiff_t>(start), block.end());
+    else
+        skippedBytes_ += block.size();
+    if (!CheckBufferSize())
+        Forget();
+}
+
+void CJpegMediaParser::OnMarker(std::span<const std::uint8_t> block, std::size_t at, std::size_t& start)
+{
+    switch (block[at + 1])
+    {
+    case kStartOfFrame:
+        if (block.size() - at >= kFrameHeaderBytes)
+        {
+            height_ = Utils::LoadBigEndian16(block.data() + at + kHeightAt);
+            width_ = Utils::LoadBigEndian16(block.data() + at + kWidthAt);
+        }
+        break;
+    case kStartOfImage:
+        Forget();
+        frameOpen_ = true;
+        start = at;
+        break;
+    case kEndOfImage:
+        if (frameOpen_)
+        {
+            frame_.insert(frame_.end(), block.begin() + static_cast<std::ptrdiff_t>(start),
+                          block.begin() + static_cast<std::ptrdiff_t>(at) + 2);
+            Deliver();
+        }
+        Forget();
+        start = 0;
+        break;
+    default: // a stuffed byte, a restart marker or another segment
+        break;
+    }
+}
+
+void CJpegMediaParser::Forget()
+{
+    frame_.clear(); // keeps its capacity
+    skippedBytes_ = 0;
+    frameOpen_ = false;
+}
+
+void CJpegMediaParser::Deliver()
+{
+    if (receiver_ == nullptr || width_ == 0 || height_ == 0)
+        return;
+    const auto sizeBytes = static_cast<std::uint32_t>(frame_.size());
+    const std::string driverName = driver_->GetDriverName();
+    CHostVideoFrame frame(driver_->GetFrameAllocator(), ipcapture::kFormatJpeg, sizeBytes,
+                          driverName.c_str());
+    if (frame.Get() == nullptr)
+        return;
+    try
+    {
+        std::uint8_t* const buffer = frame.Get()->GetData();
+        if (buffer == nullptr)
+            return;
+        frame.Describe(width_, height_, sizeBytes);
+        frame.Get()->SetTimeNow();
+        std::memcpy(buffer, frame_.data(), sizeBytes);
+        receiver_->OnMediaFrame(frame.Get());
+    }
+    catch (...) // an exception of the host costs this picture and no more
+    {
+    }
+}
+
+} // namespace korvane

@@ -1,0 +1,75 @@
+#include "parsers/rtp_media_parser.h"
+
+#include <cstring>
+#include <utility>
+
+#include "parsers/size_class.h"
+
+namespace korvane
+{
+
+CRTPMediaParser::CRTPMediaParser(IDriver* driver, std::string driverName)
+    : driver_(driver), driverName_(std::move(driverName))
+{
+}
+
+void CRTPMediaParser::SetParameterSets(const ParameterSets& parameterSets)
+{
+    parameterSets_ = parameterSets;
+}
+
+bool CRTPMediaParser::CheckSequence(const CRTPPacket& packet)
+{
+    const auto expected = static_cast<std::uint16_t>(lastSequence_ + 1);
+    const bool follows = firstPacket_ || packet.SequenceNumber() == expected;
+    firstPacket_ = false;
+    lastSequence_ = packet.SequenceNumber();
+    return follows;
+}
+
+bool CRTPMediaParser::CheckBufferSize()
+{
+    if (frameBuffer_.size() <= kMaxFrameBytes)
+        return true;
+    const DEVICE_INFO device = driver_->GetDeviceInfo();
+    driver_->DebugMessage(kLevelError, "%s: Frame buffer overflow detected, device %s:%u",
+                          "korvane::CRTPMediaParser::CheckBufferSize", device.address.c_str(),
+                          static_cast<unsigned>(device.port));
+    return false;
+}
+
+CRTPMediaParser::FramePointer CRTPMediaParser::AllocateFrame(std::uint32_t format, std::uint32_t sizeBytes)
+{
+    ipcapture::IHostFrameAllocator* const allocator = driver_->GetFrameAllocator();
+    if (allocator == nullptr)
+        return {nullptr, FrameReleaser{}};
+    return {allocator->AllocateVideoFrame(format, sizeBytes, driverName_.c_str()), FrameReleaser{allocator}};
+}
+
+bool CRTPMediaParser::SendFrame(ipcapture::IHostFrame& frame, std::uint32_t format, std::uint32_t sizeBytes)
+{
+    SYSTEMTIME time{};
+    converter_.GetTime(time);
+    frame.SetWidth(width_);
+    frame.SetHeight(height_);
+    frame.SetSizeClass(SizeClass(width_, height_));
+    frame.SetDataSize(sizeBytes);
+    frame.SetFormat(format);
+    frame.SetTime(&time);
+    return client_->OnMediaFrame(&frame);
+}
+
+bool CRTPMediaParser::DeliverFrame(std::uint32_t format, std::span<const std::uint8_t> data)
+{
+    const auto sizeBytes = static_cast<std::uint32_t>(data.size());
+    const FramePointer frame = AllocateFrame(format, sizeBytes);
+    if (frame == nullptr)
+        return true;
+    std::uint8_t* const room = frame->GetData();
+    if (room == nullptr)
+        return false;
+    std::memcpy(room, data.data(), data.size());
+    return SendFrame(*frame, format, sizeBytes);
+}
+
+} // namespace korvane

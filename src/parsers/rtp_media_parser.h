@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "parsers/media_parser_client.h"
+#include "runtime/driver.h"
+#include "transport/rtp_packet.h"
+#include "transport/time_stamp_converter.h"
+
+namespace korvane
+{
+
+/// What the description of a stream gave of its decoder parameters; empty where it gave nothing.
+struct ParameterSets
+{
+    std::vector<std::uint8_t> SPS;
+    std::vector<std::uint8_t> PPS;
+    std::vector<std::uint8_t> config;
+};
+
+/// The base of the parsers that build whole frames from RTP packets.
+///
+/// Packets come in order of arrival and are never reordered: a gap in the sequence numbers is a loss, and
+/// costs the frame in hand. The marker bit alone ends a frame. Frames come from the host's allocator and go
+/// to the client. One thread feeds the parser, once client and parameter sets are given; no lock.
+class CRTPMediaParser
+{
+public:
+    /// The most that a frame under construction may hold, in bytes: far above any picture of a camera, and
+    /// reached only by a stream that never ends a frame.
+    static constexpr std::size_t kMaxFrameBytes = 10 * 1024 * 1024;
+
+    virtual ~CRTPMediaParser() = default;
+    CRTPMediaParser(const CRTPMediaParser&) = delete;
+    CRTPMediaParser& operator=(const CRTPMediaParser&) = delete;
+
+    virtual void OnPacket(CRTPPacket& packet) = 0; ///< never throws; the packet is looked at in the call only
+    virtual void ResetParser() = 0;                ///< forgets the frame in hand and waits for a key frame
+    virtual void SetParameterSets(const ParameterSets& parameterSets); ///< copies them
+
+    /// Not owned; while it is null no frames are made.
+    void SetClient(IMediaParserClient* client) { client_ = client; }
+
+protected:
+    /// `driver` outlives the parser. `driverName` is what the allocator is told.
+    CRTPMediaParser(IDriver* driver, std::string driverName);
+
+    /// Gives a frame back to where it came from.
+    struct FrameReleaser
+    {
+        ipcapture::IHostFrameAllocator* allocator = nullptr;
+        void operator()(ipcapture::IHostFrame* frame) const { allocator->ReleaseFrame(frame); }
+    };
+    using FramePointer = std::unique_ptr<ipcapture::IHostFrame, FrameReleaser>;
+
+    /// Notes the packet's sequence number. True for the first packet of the parser's life and for one that
+    /// follows the last.
+    bool CheckSequence(const CRTPPacket& packet);
+
+    /// False, with a message, when the frame buffer holds more than `kMaxFrameBytes`.
+    bool CheckBufferSize();
+
+    /// Whether there is somebody to make frames for.
+    bool CanDeliver() const { return client_ != nullptr && driver_->GetFrameAllocator() != nullptr; }
+
+    /// A frame of the host's with room for `sizeBytes`; null when the host has none to give.
+    FramePointer AllocateFrame(std::uint32_t format, std::uint32_t sizeBytes);
+
+    /// Describes a frame of which `sizeBytes` bytes are filled in, by the picture size below and the
+    /// converter's time, and hands it over. False when the client refused it.
+    bool SendFrame(ipcapture::IHostFrame& frame, std::uint32_t format, std::uint32_t sizeBytes);
+
+    /// Makes a frame of `data` and hands it over. True also when the host gave none, which costs that frame
+    /// alone; false when it could not be filled or was refused.
+    bool DeliverFrame(std::uint32_t format, std::span<const std::uint8_t> data);
+
+    void Append(std::span<const std::uint8_t> bytes)
+    {
+        frameBuffer_.insert(frameBuffer_.end(), bytes.begin(), bytes.end());
+    }
+
+    IDriver* const driver_;
+    const std::string driverName_;
+    IMediaParserClient* client_ = nullptr;
+    CTimeStampConverter converter_;
+    std::vector<std::uint8_t> frameBuffer_; // the frame under construction; keeps its capacity
+    ParameterSets parameterSets_;
+    std::uint32_t width_ = 0;  // pixels, of the last key frame; 0 when unknown
+    std::uint32_t height_ = 0; // as width_
+
+private:
+    std::uint16_t lastSequence_ = 0;
+    bool firstPacket_ = true;
+};
+
+} // namespace korvane
