@@ -1,0 +1,170 @@
+#include "channels/base_camera_channel.h"
+
+#include "runtime/text.h"
+
+#include <string>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::uint32_t kExitFailed = 0x123456; // of a thread that had nothing to run, or could not go on
+
+} // namespace
+
+CBaseCameraChannel::CBaseCameraChannel(std::uint32_t channel, IDriver* driver,
+                                       ipcapture::IHostChannelClient* client)
+    : channel_(channel), driver_(driver), client_(client)
+{
+}
+
+bool CBaseCameraChannel::Start(const ChannelSettings& settings)
+{
+    Stop();
+    {
+        const CLockGuard guard(changeLock_);
+        settings_ = settings;
+    }
+    stopEvent_.Reset();
+    return thread_.Start(&CBaseCameraChannel::Entry, this, "Channel");
+}
+
+void CBaseCameraChannel::Stop()
+{
+    stopEvent_.Set();
+    if (thread_.HasHandle())
+    {
+        OnStopRequested();
+        if (thread_.Wait(2 * driver_->GetDeviceInfo().networkTimeoutMs) != platform::WaitResult::kSignalled)
+            thread_.GiveUp();
+        thread_.Close();
+    }
+    SetChannelState(kChannelStopped);
+    SetCameraState(false);
+}
+
+std::uint32_t CBaseCameraChannel::Entry(void* context)
+{
+    if (context == nullptr)
+        return kExitFailed;
+    auto* const channel = static_cast<CBaseCameraChannel*>(context);
+    try
+    {
+        return channel->Run();
+    }
+    catch (...) // nothing of a channel throws but for want of memory
+    {
+        channel->SetChannelState(kChannelStopped);
+        return kExitFailed;
+    }
+}
+
+bool CBaseCameraChannel::ChangeSettings(const ChannelChange& change)
+{
+    const CLockGuard guard(changeLock_);
+    pendingChange_ = change;
+    changeEvent_.Set();
+    return true;
+}
+
+std::uint32_t CBaseCameraChannel::GetChannelState() const
+{
+    const CLockGuard guard(stateLock_);
+    return state_;
+}
+
+void CBaseCameraChannel::SetChannelState(std::uint32_t state)
+{
+    const CLockGuard guard(stateLock_);
+    state_ = state;
+}
+
+ChannelSettings CBaseCameraChannel::GetSettings() const
+{
+    const CLockGuard guard(changeLock_);
+    return settings_;
+}
+
+std::string CBaseCameraChannel::DeviceText() const
+{
+    const std::string address = driver_->GetDeviceInfo().address;
+    if (driver_->GetChannelCount() > 1)
+        return Utils::FormatString("Video-server %s (channel %u)", address.c_str(), channel_);
+    return Utils::FormatString("Camera %s", address.c_str());
+}
+
+void CBaseCameraChannel::SetCameraState(bool online)
+{
+    if (online_.exchange(online) == online)
+        return;
+
+    static constexpr char kFunction[] = "korvane::CBaseCameraChannel::SetCameraState";
+    std::string device = DeviceText();
+    const std::uint32_t state = GetChannelState();
+    if (online)
+        driver_->DebugMessage(kLevelInformation, "%s: %s is online", kFunction, device.c_str());
+    else if (state == kChannelStopped)
+        driver_->DebugMessage(kLevelInformation, "%s: %s is offline. Channel was stopped", kFunction,
+                              device.c_str());
+    else if (state == kChannelConnecting)
+    {
+        device.front() = device.front() == 'V' ? 'v' : 'c';
+        driver_->DebugMessage(kLevelError, "%s: Signal was lost for %s", kFunction, device.c_str());
+    }
+    else
+        driver_->DebugMessage(kLevelError, "%s: %s is offline or failed", kFunction, device.c_str());
+}
+
+bool CBaseCameraChannel::SendFrameToHost(ipcapture::IHostFrame* frame)
+{
+    ipcapture::IHostChannelClient* const client = client_;
+    if (client == nullptr)
+        return false;
+    try
+    {
+        const platform::AwayScope away;
+        return client->DeliverFrame(frame);
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
+void CBaseCameraChannel::NotifySignalLost()
+{
+    ipcapture::IHostChannelClient* const client = client_;
+    if (client == nullptr)
+        return;
+    try
+    {
+        const platform::AwayScope away;
+        client->SignalLost();
+    }
+    catch (...) // the host's own affair
+    {
+    }
+}
+
+std::uint32_t CBaseCameraChannel::GetPendingChange()
+{
+    const CLockGuard guard(changeLock_);
+    std::uint32_t changed = kNothingChanged;
+    if (pendingChange_.width != settings_.width || pendingChange_.height != settings_.height)
+    {
+        settings_.width = pendingChange_.width;
+        settings_.height = pendingChange_.height;
+        changed |= kResolutionChanged;
+    }
+    if (FrameRateFromInterval(pendingChange_.frameIntervalMs) !=
+        FrameRateFromInterval(settings_.frameIntervalMs))
+    {
+        settings_.frameIntervalMs = pendingChange_.frameIntervalMs;
+        changed |= kRateChanged;
+    }
+    return changed;
+}
+
+} // namespace korvane

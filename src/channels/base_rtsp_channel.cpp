@@ -1,0 +1,187 @@
+#include "channels/base_rtsp_channel.h"
+
+#include "parsers/h264_rtp_media_parser.h"
+#include "runtime/text.h"
+
+#include <memory>
+#include <new>
+#include <string_view>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr const char* kSdpFunction = "korvane::CBaseRTSPChannel::SdpInfoReceived";
+
+// The parser for an encoding as a description names it ("H264/90000"), or null if there is none for it.
+std::unique_ptr<CRTPMediaParser> MakeParser(const std::string& encoding, IDriver* driver)
+{
+    const std::string lower = Utils::ToLower(encoding);
+    if (lower.starts_with("h264"))
+        return std::make_unique<CH264RTPMediaParser>(driver, driver->GetDriverName());
+    return nullptr;
+}
+
+} // namespace
+
+CBaseRTSPChannel::CBaseRTSPChannel(std::uint32_t channel, IDriver* driver,
+                                   ipcapture::IHostChannelClient* client)
+    : CBaseRTPChannel(channel, driver, client), CLoggerInstance(driver), client_(driver)
+{
+}
+
+void CBaseRTSPChannel::ProcessPacket(CRTPPacket& packet)
+{
+    if (parser_)
+        parser_->OnPacket(packet);
+}
+
+bool CBaseRTSPChannel::IsStreamAlive()
+{
+    return CBaseRTPChannel::IsStreamAlive() && client_.GetLastResult();
+}
+
+void CBaseRTSPChannel::CloseStream(bool keep)
+{
+    client_.Stop();
+    CBaseRTPChannel::CloseStream(keep);
+}
+
+RTSPClientParams CBaseRTSPChannel::SessionParameters()
+{
+    const DEVICE_INFO device = driver_->GetDeviceInfo();
+    RTSPClientParams params;
+    params.host = device.address;
+    params.userName = device.user;
+    params.password = device.password;
+    params.connectTimeoutMs = device.networkTimeoutMs;
+    params.receiveTimeoutMs = device.networkTimeoutMs;
+    return params;
+}
+
+bool CBaseRTSPChannel::OpenStream(bool keep)
+{
+    if (!CBaseRTPChannel::OpenStream(keep))
+        return false;
+    RTSPClientParams params = SessionParameters();
+    params.clientRTPPort = receiver_.GetPort();
+    params.clientRTCPPort = rtcpHandler_.GetPort();
+    FillSessionParameters(params);
+    if (IsStopping())
+        return false;
+    return client_.Start(params, this, static_cast<std::uint32_t>(transportSettings_.rtpMode));
+}
+
+bool CBaseRTSPChannel::IsMulticastUsable(const SDPMediaSection& section)
+{
+    const char* missing = nullptr;
+    if (section.address.empty())
+        missing = "connection data section";
+    else if (section.port == 0)
+        missing = "correct streaming port in media section";
+    if (missing == nullptr)
+        return true;
+    Message(1, "%s: RTSP response doesn't contain %s. RTP multicast stream cannot be started for device %s",
+            kSdpFunction, missing, driver_->GetDeviceName().c_str());
+    return false;
+}
+
+bool CBaseRTSPChannel::ChooseParser(const RTSPResponse& response)
+{
+    const std::string& encoding = response.description.video.encoding;
+    std::unique_ptr<CRTPMediaParser> parser = MakeParser(encoding, driver_);
+    if (parser == nullptr)
+        Message(1, "%s: Unable to handle RTP video data from device %s - unexpected payload type \"%s\"",
+                kSdpFunction, driver_->GetDeviceName().c_str(), encoding.c_str());
+    parser_.Reset(parser.release());
+    if (!parser_)
+        return false;
+    parser_->SetClient(this);
+    parser_->SetParameterSets(
+        {response.description.SPS, response.description.PPS, response.description.config});
+    return true;
+}
+
+bool CBaseRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
+{
+    const SDPMediaSection& section = response.description.video;
+    if (IsMulticast() && !IsMulticastUsable(section))
+        return false;
+    if (!ChooseParser(response))
+        return false;
+    // A group that can't be joined doesn't end the session: no frames come, and the channel's loop acts on
+    // that.
+    if (IsMulticast() && OpenMulticastReceiver(section.address, section.port))
+        CLoggerInstance::Reset();
+    return true;
+}
+
+void CBaseRTSPChannel::ShutDown()
+{
+    Stop();
+    StopAll();
+}
+
+void CBaseRTSPChannel::StopAll()
+{
+    client_.Stop();
+    StopReceivers();
+}
+
+std::uint32_t CBaseRTSPChannel::RunMulticast()
+{
+    CEvent* const events[] = {&stopEvent_, &frameEvent_, &sessionEndedEvent_};
+    bool slow = false; // the longer pause before the next round
+    TouchLastFrame();
+    while (!stopEvent_.Wait(slow ? 1000 : 10))
+    {
+        slow = true;
+        if (GetChannelState() == kChannelRunning)
+        {
+            const bool bye = byeEvent_.Wait(0);
+            if (GetLastFrameAgeMs() <= SignalLossTimeoutMs() && !bye)
+                continue;
+            SetChannelState(kChannelConnecting);
+            slow = bye;
+            continue;
+        }
+        if (GetChannelState() == kChannelConnecting && GetLastFrameAgeMs() > 2 * SignalLossTimeoutMs())
+        {
+            NotifySignalLost();
+            SetCameraState(false);
+        }
+        if (!OpenMulticastSession())
+        {
+            StopAll();
+            continue;
+        }
+        const int woken = CEvent::WaitForAny(events, 3, SignalLossTimeoutMs() / 2);
+        if (woken == 1)
+            SetChannelState(kChannelRunning);
+        slow = woken != -1;
+    }
+    StopAll();
+    SetChannelState(kChannelStopped);
+    SetCameraState(false);
+    return 0;
+}
+
+bool CBaseRTSPChannel::OpenMulticastSession()
+{
+    client_.Stop();
+    receiver_.StopEvent().Set();
+    receiver_.Stop();
+    rtcpHandler_.StopEvent().Set();
+    rtcpHandler_.Stop();
+    frameEvent_.Reset();
+    if (!ConfigureDevice())
+        return false;
+    RTSPClientParams params = SessionParameters();
+    FillSessionParameters(params);
+    sessionEndedEvent_.Reset();
+    return !IsStopping() && client_.StartMulticast(params, this);
+}
+
+} // namespace korvane

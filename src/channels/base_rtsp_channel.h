@@ -1,0 +1,56 @@
+#pragma once
+
+#include "channels/base_rtp_channel.h"
+#include "parsers/rtp_media_parser.h"
+#include "runtime/logger_instance.h"
+#include "runtime/smart_ptr.h"
+#include "transport/rtsp_client.h"
+
+#include <string>
+
+namespace korvane
+{
+
+/// A channel that gets its RTP through an RTSP session: over UDP, interleaved, or from a multicast group that
+/// the session's description names. It judges the session's health and makes a new session when it has to;
+/// the client itself never reconnects.
+///
+/// The client's callbacks run on the client's thread. The channel's thread stops the client before it touches
+/// what they use, so the two never meet.
+class CBaseRTSPChannel : public CBaseRTPChannel, public IRTSPClientUser, public CLoggerInstance
+{
+public:
+    CBaseRTSPChannel(std::uint32_t channel, IDriver* driver, ipcapture::IHostChannelClient* client);
+
+    void OnRTCPBye() override { byeEvent_.Set(); }
+    bool SdpInfoReceived(const RTSPResponse& response) override;
+    void OnRTPPacket(CRTPPacket& packet) override { TakePacket(packet); }
+    void OnSessionEnded() override { sessionEndedEvent_.Set(); }
+
+protected:
+    std::uint32_t RunMulticast() override;
+    bool OpenStream(bool keep) override;
+    void CloseStream(bool keep) override;
+    bool IsStreamAlive() override;
+    void ProcessPacket(CRTPPacket& packet) override;
+
+    /// Fills in what only the device family knows: the RTSP port and the path of the stream.
+    virtual void FillSessionParameters(RTSPClientParams& params) = 0;
+
+    /// Ends the channel's thread and all that the thread may have left behind when it was given up. The first
+    /// thing in the destructor of each class that adds to what the threads use.
+    void ShutDown();
+
+    CBaseRTSPClient client_;
+    CManualEvent sessionEndedEvent_;
+    TSmartPtr<CRTPMediaParser> parser_; ///< what the last description asked for
+
+private:
+    bool IsMulticastUsable(const SDPMediaSection& section);
+    bool ChooseParser(const RTSPResponse& response);
+    RTSPClientParams SessionParameters();
+    bool OpenMulticastSession();
+    void StopAll();
+};
+
+} // namespace korvane

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "runtime/channel_settings.h"
+
+#include <cstdint>
+
+namespace korvane
+{
+
+/// Channel states, as the host reads them.
+inline constexpr std::uint32_t kChannelRunning = 0; ///< delivers, or has delivered since the last (re)start
+inline constexpr std::uint32_t kChannelConnecting = 2; ///< lost, and being won back
+inline constexpr std::uint32_t kChannelStopped = 3;    ///< stopped, or not yet started
+
+/// One video stream of one camera input. `Start` and `Stop` must not overlap; the rest runs on any thread.
+class ICameraChannel
+{
+public:
+    virtual ~ICameraChannel() = default;
+
+    /// Starts the stream's thread, after stopping one that runs. False if no thread could be had.
+    virtual bool Start(const ChannelSettings& settings) = 0;
+
+    /// Returns when the thread has ended, or after twice the network time-out with the thread given up.
+    virtual void Stop() = 0;
+
+    /// Leaves a change for the channel's thread to pick up. Always true.
+    virtual bool ChangeSettings(const ChannelChange& change) = 0;
+
+    virtual std::uint32_t GetChannelState() const = 0;
+    virtual void SetChannelState(std::uint32_t state) = 0;
+    virtual ChannelSettings GetSettings() const = 0;
+};
+
+} // namespace korvane

@@ -1,0 +1,60 @@
+#include "channels/h264_channel_rtsp.h"
+
+#include "parsers/h264_rtp_media_parser.h"
+#include "runtime/text.h"
+
+#include <memory>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr const char* kSetParam = "/cgi-bin/admin/setparam.cgi?";
+constexpr float kWorstQvalue = 51.0F; // of an H.264 encoder
+constexpr float kBestQvalue = 0.1F;
+
+} // namespace
+
+CH264ChannelRTSP::CH264ChannelRTSP(std::uint32_t channel, IDriver* driver,
+                                   ipcapture::IHostChannelClient* client)
+    : CCommonRTSPChannel(channel, driver, client)
+{
+    codecParser_ = std::make_unique<CH264RTPMediaParser>(driver, "Larkmoor");
+    codecParser_->SetClient(this);
+}
+
+CH264ChannelRTSP::~CH264ChannelRTSP()
+{
+    ShutDown();
+}
+
+std::string CH264ChannelRTSP::FillRequestParameters(std::uint32_t stream)
+{
+    const std::string resolution = ResolutionPiece(stream);
+    if (resolution.empty())
+        return "";
+    return kSetParam + std::string("network_rtsp_authmode=disable") + ParameterKey(stream, "codectype=h264") +
+           resolution + ParameterKey(stream, "h264_maxframe=") + std::to_string(FrameRate()) +
+           ParameterKey(stream, "h264_intraperiod=1000") +
+           RateControlPieces(stream, "h264", kWorstQvalue, kBestQvalue);
+}
+
+std::string CH264ChannelRTSP::FillRequestChangeParametersInAlarm(std::uint32_t stream, bool resolution,
+                                                                 bool frameRate)
+{
+    std::string request = kSetParam;
+    if (resolution)
+    {
+        const std::string piece = ResolutionPiece(stream);
+        if (piece.empty())
+            return "";
+        request += piece;
+    }
+    if (frameRate)
+        request += ParameterKey(stream, "h264_maxframe=") + std::to_string(FrameRate());
+    return request;
+}
+
+} // namespace korvane

@@ -1,0 +1,229 @@
+#include "channels/base_camera_channel.h"
+
+#include "support/fake_driver.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <semaphore>
+#include <stdexcept>
+#include <vector>
+
+namespace korvane
+{
+namespace
+{
+
+/// A channel whose thread does what the test says; the protected operations are open to it.
+class TestChannel final : public CBaseCameraChannel
+{
+public:
+    using CBaseCameraChannel::CBaseCameraChannel;
+    using CBaseCameraChannel::GetPendingChange;
+    using CBaseCameraChannel::NotifySignalLost;
+    using CBaseCameraChannel::SendFrameToHost;
+    using CBaseCameraChannel::SetCameraState;
+    using CBaseCameraChannel::stopEvent_;
+
+    std::function<void()> body = [this] { stopEvent_.Wait(kWaitForever); };
+    std::binary_semaphore runs{0};
+    int stopsRequested = 0;
+
+protected:
+    std::uint32_t Run() override
+    {
+        runs.release();
+        body();
+        return 0;
+    }
+    void OnStopRequested() override { ++stopsRequested; }
+};
+
+struct CameraChannel : testing::Test
+{
+    CameraChannel() { driver.device.address = "192.0.2.7"; }
+
+    std::vector<test::MessageRecord> Lines()
+    {
+        std::vector<test::MessageRecord> lines = driver.Messages();
+        const std::string function = "korvane::CBaseCameraChannel::SetCameraState: ";
+        for (auto& line : lines)
+        {
+            EXPECT_TRUE(line.text.starts_with(function)) << line.text;
+            line.text.erase(0, function.size());
+        }
+        return lines;
+    }
+
+    static ChannelSettings Settings(std::uint32_t width, std::uint32_t height, std::uint32_t frameIntervalMs)
+    {
+        ChannelSettings settings;
+        settings.width = width;
+        settings.height = height;
+        settings.frameIntervalMs = frameIntervalMs;
+        return settings;
+    }
+
+    test::FakeDriver driver;
+    test::FakeChannelClient client;
+    TestChannel channel{2, &driver, &client};
+};
+
+TEST_F(CameraChannel, RunsFromStartToStop)
+{
+    channel.Stop();
+    EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
+    EXPECT_EQ(channel.stopsRequested, 0); // there was no thread
+
+    ASSERT_TRUE(channel.Start(Settings(640, 480, 40)));
+    channel.runs.acquire();
+    channel.SetChannelState(kChannelRunning);
+    EXPECT_EQ(channel.GetSettings().width, 640u);
+    ASSERT_TRUE(channel.Start(Settings(352, 288, 40))); // stops the one that runs first
+    EXPECT_EQ(channel.stopsRequested, 1);
+    channel.runs.acquire();
+    EXPECT_EQ(channel.GetSettings().width, 352u);
+    EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
+    channel.Stop();
+    EXPECT_EQ(channel.stopsRequested, 2);
+    EXPECT_TRUE(driver.Messages().empty()); // it was never online
+}
+
+TEST_F(CameraChannel, EndsAsStoppedWhenItsBodyThrows)
+{
+    std::binary_semaphore set{0};
+    channel.body = [&]
+    {
+        channel.SetChannelState(kChannelRunning);
+        set.release();
+        throw std::runtime_error("no memory");
+    };
+    ASSERT_TRUE(channel.Start({}));
+    set.acquire();
+    channel.Stop();
+    EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
+}
+
+TEST_F(CameraChannel, IsGivenUpWhenTheHostHoldsItsThread)
+{
+    driver.device.networkTimeoutMs = 20; // the stop waits for twice as long
+    static std::binary_semaphore inHost{
+        0}; // static: the thread that was given up keeps sleeping after the test
+    static std::binary_semaphore letGo{0};
+    static std::binary_semaphore cameBack{0};
+    test::FakeAllocator allocator;
+    ipcapture::IHostFrame* const frame = allocator.AllocateVideoFrame(ipcapture::kFormatJpeg, 4, "Larkmoor");
+    client.OnDeliver(
+        []
+        {
+            inHost.release();
+            letGo.acquire();
+            return true;
+        });
+
+    auto held = std::make_unique<TestChannel>(0, &driver, &client);
+    held->body = [&held, frame]
+    {
+        held->SendFrameToHost(frame);
+        cameBack.release();
+    };
+    ASSERT_TRUE(held->Start({}));
+    inHost.acquire();
+    held->Stop();
+    EXPECT_EQ(held->GetChannelState(), kChannelStopped);
+    held.reset();
+    letGo.release(); // the host lets go of a thread whose channel is gone
+    EXPECT_FALSE(cameBack.try_acquire_for(std::chrono::milliseconds(50)));
+    allocator.ReleaseFrame(frame);
+}
+
+TEST_F(CameraChannel, LogsOnlyChangesOfTheOnlineState)
+{
+    channel.SetCameraState(false);
+    channel.SetChannelState(kChannelRunning);
+    channel.SetCameraState(true);
+    channel.SetCameraState(true);
+    channel.SetCameraState(false);
+    channel.SetCameraState(true);
+    channel.SetChannelState(kChannelConnecting);
+    channel.SetCameraState(false);
+    channel.SetCameraState(false);
+    channel.SetCameraState(true);
+    channel.Stop();
+    std::vector<test::MessageRecord> expected = {
+        {3, "Camera 192.0.2.7 is online"}, {1, "Camera 192.0.2.7 is offline or failed"},
+        {3, "Camera 192.0.2.7 is online"}, {1, "Signal was lost for camera 192.0.2.7"},
+        {3, "Camera 192.0.2.7 is online"}, {3, "Camera 192.0.2.7 is offline. Channel was stopped"},
+    };
+    EXPECT_EQ(Lines(), expected);
+
+    driver.channelCount = 4;
+    channel.SetCameraState(true);
+    channel.SetChannelState(kChannelConnecting);
+    channel.SetCameraState(false);
+    expected.push_back({3, "Video-server 192.0.2.7 (channel 2) is online"});
+    expected.push_back({1, "Signal was lost for video-server 192.0.2.7 (channel 2)"});
+    EXPECT_EQ(Lines(), expected);
+}
+
+TEST_F(CameraChannel, CountsAnExceptionOfTheHostAsARefusal)
+{
+    test::FakeAllocator allocator;
+    ipcapture::IHostFrame* const frame = allocator.AllocateVideoFrame(ipcapture::kFormatJpeg, 4, "Larkmoor");
+    EXPECT_TRUE(channel.SendFrameToHost(frame));
+    client.OnDeliver([] { return false; });
+    EXPECT_FALSE(channel.SendFrameToHost(frame));
+    client.OnDeliver([]() -> bool { throw 1; });
+    EXPECT_FALSE(channel.SendFrameToHost(frame));
+    channel.NotifySignalLost();
+    EXPECT_EQ(client.SignalsLost(), 1);
+
+    TestChannel deaf(0, &driver, nullptr);
+    EXPECT_FALSE(deaf.SendFrameToHost(frame));
+    deaf.NotifySignalLost();
+    allocator.ReleaseFrame(frame);
+}
+
+TEST_F(CameraChannel, TakesOverOnlyWhatAChangeChanges)
+{
+    const struct
+    {
+        const char* name;
+        ChannelSettings before;
+        ChannelChange change;
+        std::uint32_t mask;
+        ChannelChange after;
+    } cases[] = {
+        {"nothing", Settings(640, 480, 40), {640, 480, 40}, 0, {640, 480, 40}},
+        {"25 to 24 frames", Settings(640, 480, 40), {640, 480, 41}, 1, {640, 480, 41}},
+        {"2 frames either way", Settings(640, 480, 500), {640, 480, 501}, 0, {640, 480, 500}},
+        {"no rate is one frame", Settings(640, 480, 0), {640, 480, 1000}, 0, {640, 480, 0}},
+        {"width alone", Settings(640, 480, 40), {320, 480, 40}, 2, {320, 480, 40}},
+        {"height alone", Settings(640, 480, 40), {640, 240, 40}, 2, {640, 240, 40}},
+        {"all", Settings(640, 480, 40), {320, 240, 100}, 3, {320, 240, 100}},
+        {"0 frames is another rate than one",
+         Settings(640, 480, 1000),
+         {640, 480, 65535},
+         1,
+         {640, 480, 65535}},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        ASSERT_TRUE(channel.Start(c.before));
+        EXPECT_TRUE(channel.ChangeSettings({1, 1, 1})); // the last one counts
+        EXPECT_TRUE(channel.ChangeSettings(c.change));
+        channel.Stop();
+        EXPECT_EQ(channel.GetPendingChange(), c.mask);
+        EXPECT_EQ(channel.GetPendingChange(), 0u);
+        const ChannelSettings after = channel.GetSettings();
+        EXPECT_EQ(after.width, c.after.width);
+        EXPECT_EQ(after.height, c.after.height);
+        EXPECT_EQ(after.frameIntervalMs, c.after.frameIntervalMs);
+    }
+}
+
+} // namespace
+} // namespace korvane

@@ -1,0 +1,305 @@
+#include "channels/mjpeg_channel_http.h"
+
+#include "support/fake_driver.h"
+#include "support/http_test_server.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <semaphore>
+#include <string>
+#include <vector>
+
+namespace korvane
+{
+namespace
+{
+
+using test::HttpTestServer;
+using test::TestHttpPeer;
+using test::TestHttpRequest;
+
+const std::string kStreamHead =
+    "HTTP/1.1 200 OK\r\nContent-Type: multipart/x-mixed-replace; boundary=b\r\n\r\n";
+
+/// A baseline picture of 64x48; `tag` tells pictures apart.
+std::string Picture(char tag)
+{
+    const std::string header(
+        "\xFF\xD8\xFF\xC0\x00\x11\x08\x00\x30\x00\x40\x03\x01\x22\x00\x02\x11\x01\x03\x11\x01", 21);
+    return header + std::string("\xFF\xDA\x00\x02", 4) + tag + "\xFF\xD9";
+}
+
+std::string Part(const std::string& picture)
+{
+    return "--b\r\nContent-Type: image/jpeg\r\n\r\n" + picture + "\r\n";
+}
+
+struct HttpChannel : testing::Test
+{
+    HttpChannel()
+    {
+        driver.device.networkTimeoutMs =
+            60000; // whatever ends sooner than that has not waited for a time-out
+        driver.device.signalLossTimeoutMs = 60000;
+        driver.allocator = &allocator;
+        driver.properties = {{6, "2"}, {14, "2;video.mjpg!video2.mjpg,other.mjpg;live.sdp"}};
+        settings.width = 352;
+        settings.height = 288;
+        settings.quality = 100;
+    }
+
+    void Connect(const HttpTestServer& server) { driver.device.port = server.Port(); }
+
+    static std::vector<std::string> Targets(const HttpTestServer& server)
+    {
+        std::vector<std::string> targets;
+        for (const TestHttpRequest& request : server.Requests())
+            targets.push_back(request.target);
+        return targets;
+    }
+
+    std::vector<std::string> Delivered() const
+    {
+        std::vector<std::string> pictures;
+        for (const test::FrameRecord& frame : client.Frames())
+            pictures.emplace_back(frame.data.begin(), frame.data.end());
+        return pictures;
+    }
+
+    test::FakeDriver driver;
+    test::FakeAllocator allocator;
+    test::FakeChannelClient client;
+    ChannelSettings settings;
+};
+
+const std::string kEncoderRequest = "/cgi-bin/admin/setparam.cgi?videoin_c0_s0_codectype=mjpeg"
+                                    "&videoin_c0_s0_resolution=CIF&videoin_c0_s0_mjpeg_quant=5"
+                                    "&videoin_c0_s0_mjpeg_qvalue=10";
+
+TEST_F(HttpChannel, DeliversPicturesAndComesBackWhenTheStreamDrops)
+{
+    driver.device.signalLossTimeoutMs = 1000;
+    std::atomic<int> streams{0};
+    std::atomic<bool> gone{false};
+    HttpTestServer server(
+        [&](TestHttpPeer& peer, const TestHttpRequest& request)
+        {
+            if (gone)
+            {
+                peer.Reset();
+                return false;
+            }
+            if (request.target != "/video.mjpg")
+                return peer.Send(
+                    HttpTestServer::Response(500)); // the status of a setparam request isn't looked at
+            const char tag = static_cast<char>('a' + 2 * streams++);
+            peer.Send(kStreamHead + Part(Picture(tag)) + Part(Picture(static_cast<char>(tag + 1))) +
+                      Part(Picture('x')).substr(0, 50));
+            gone = streams == 2;
+            return false; // within a picture
+        });
+    Connect(server);
+    driver.properties[14] = "1;/video.mjpg;";
+    CMJPEGChannelHTTP channel(0, &driver, &client);
+    EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
+    ASSERT_TRUE(channel.Start(settings));
+    ASSERT_TRUE(client.WaitForFrames(4));
+    // Half of the signal-loss time-out after the last picture the device counts as lost.
+    ASSERT_TRUE(driver.WaitForMessage("Signal was lost"));
+    EXPECT_EQ(channel.GetChannelState(), kChannelConnecting);
+    channel.Stop();
+    EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
+
+    EXPECT_EQ(Delivered(),
+              (std::vector<std::string>{Picture('a'), Picture('b'), Picture('c'), Picture('d')}));
+    const std::vector<std::string> targets = Targets(server);
+    ASSERT_GE(targets.size(), 5u);
+    EXPECT_EQ((std::vector<std::string>(targets.begin(), targets.begin() + 4)),
+              (std::vector<std::string>{kEncoderRequest, "/video.mjpg", kEncoderRequest, "/video.mjpg"}));
+    const std::vector<test::MessageRecord> expected = {
+        {3, "korvane::CBaseCameraChannel::SetCameraState: Camera 127.0.0.1 is online"},
+        {1, "korvane::CBaseCameraChannel::SetCameraState: Signal was lost for camera 127.0.0.1"}};
+    EXPECT_EQ(driver.Messages(), expected);
+}
+
+TEST_F(HttpChannel, StopsAtOnceWhateverTheCameraWithholds)
+{
+    const struct
+    {
+        const char* name;
+        const char* target; // of the request that is not answered in full
+        std::string answer;
+        std::size_t pictures;
+    } cases[] = {
+        {"the answer to the settings", "/cgi-bin/admin/setparam.cgi", "", 0},
+        {"the head of the stream", "/video.mjpg", "HTTP/1.1 200 OK\r\nServer:", 0},
+        {"the rest of the stream", "/video.mjpg", kStreamHead + Part(Picture('a')) + "--b\r\n", 1},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::binary_semaphore silent{0};
+        HttpTestServer server(
+            [&](TestHttpPeer& peer, const TestHttpRequest& request)
+            {
+                if (!request.target.starts_with(c.target))
+                    return peer.Send(HttpTestServer::Response(200, "ok"));
+                peer.Send(c.answer);
+                silent.release();
+                return peer.WaitClosed();
+            });
+        Connect(server);
+        driver.properties[14] = "1;/video.mjpg;";
+        client.OnDeliver([] { return false; });
+        CMJPEGChannelHTTP channel(0, &driver, &client);
+        ASSERT_TRUE(channel.Start(settings));
+        ASSERT_TRUE(silent.try_acquire_for(test::kPatience));
+        ASSERT_TRUE(client.WaitForFrames(c.pictures));
+        const auto before = std::chrono::steady_clock::now();
+        channel.Stop();
+        EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
+        EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
+    }
+    EXPECT_EQ(client.Frames().size(), 1u);
+    EXPECT_TRUE(driver.Messages().empty()); // a host that refuses its frames never saw the device online
+}
+
+/// A device of camera type 1 with its parameters.
+class SensorDevice
+{
+public:
+    std::map<std::string, std::string> parameters;
+    int pollsUntilReady = 0;
+
+    bool Answer(TestHttpPeer& peer, const TestHttpRequest& request)
+    {
+        const std::size_t query = request.target.find('?');
+        const std::string path = request.target.substr(0, query);
+        const std::string rest = query == std::string::npos ? "" : request.target.substr(query + 1);
+        if (path == "/cgi-bin/admin/getparam.cgi")
+        {
+            if (parameters.count(rest) == 0)
+                return peer.Send(HttpTestServer::Response(404, "none"));
+            if (modeChanged_ && rest == kResolution && pollsUntilReady-- == 0)
+                parameters[rest] = "800x600";
+            return peer.Send(HttpTestServer::Response(200, rest + "='" + parameters[rest] + "'\r\n"));
+        }
+        if (path == "/cgi-bin/admin/setparam.cgi")
+        {
+            const std::size_t assign = rest.find('=');
+            parameters[rest.substr(0, assign)] = rest.substr(assign + 1);
+            modeChanged_ = modeChanged_ || rest.starts_with("videoin_c0_options=");
+            return peer.Send(HttpTestServer::Response(200, "ok"));
+        }
+        peer.Send(kStreamHead + Part(Picture('a')));
+        return peer.WaitClosed();
+    }
+
+    static constexpr const char* kResolution = "videoin_c0_s0_resolution";
+
+private:
+    bool modeChanged_ = false;
+};
+
+TEST_F(HttpChannel, BringsTheSensorIntoTheModeForTheSize)
+{
+    SensorDevice device;
+    device.parameters = {{"videoin_c0_options", "framerate"}, {SensorDevice::kResolution, "800x600"}};
+    device.pollsUntilReady = 1;
+    HttpTestServer server([&](TestHttpPeer& peer, const TestHttpRequest& request)
+                          { return device.Answer(peer, request); });
+    Connect(server);
+    driver.properties = {{6, "1"}, {8, "1"}, {14, "1;/video.mjpg;"}};
+    settings.width = 1280;
+    settings.height = 1024;
+    CMJPEGChannelHTTP channel(0, &driver, &client);
+    ASSERT_TRUE(channel.Start(settings));
+    ASSERT_TRUE(client.WaitForFrames(1));
+    channel.Stop();
+    const std::string get = "/cgi-bin/admin/getparam.cgi?";
+    const std::string set = "/cgi-bin/admin/setparam.cgi?";
+    const std::vector<std::string> expected = {
+        get + "videoin_c0_options",
+        get + "videoin_c0_s0_resolution",
+        set + "videoin_c0_s0_resolution=640x480",
+        set + "videoin_c0_options=quality",
+        get + "videoin_c0_s0_resolution",
+        get + "videoin_c0_s0_resolution",
+        set + "videoin_c0_s0_codectype=mjpeg&videoin_c0_s0_field2frame=1&videoin_c0_s0_resolution=1280x1024"
+              "&videoin_c0_s0_mjpeg_quant=5&videoin_c0_s0_mjpeg_qvalue=10",
+        "/video.mjpg"};
+    EXPECT_EQ(Targets(server), expected);
+}
+
+TEST_F(HttpChannel, LeavesASensorAloneThatNamesNoMode)
+{
+    SensorDevice device;
+    device.parameters = {{"videoin_c0_options", ""}};
+    HttpTestServer server([&](TestHttpPeer& peer, const TestHttpRequest& request)
+                          { return device.Answer(peer, request); });
+    Connect(server);
+    driver.properties = {{6, "1"}, {14, "1;/video.mjpg;"}};
+    CMJPEGChannelHTTP channel(0, &driver, &client);
+    ASSERT_TRUE(channel.Start(settings));
+    ASSERT_TRUE(client.WaitForFrames(1));
+    EXPECT_EQ(channel.GetChannelState(), kChannelRunning);
+    channel.Stop();
+    EXPECT_EQ(server.Requests().size(), 3u); // the mode, the settings, the stream
+}
+
+TEST_F(HttpChannel, SendsNothingThatItCannotSayInFull)
+{
+    HttpTestServer server([](TestHttpPeer& peer, const TestHttpRequest&)
+                          { return peer.Send(HttpTestServer::Response(404, "none")); });
+    Connect(server);
+    driver.properties[6] = "1"; // a device whose sensor mode can't be read
+    CMJPEGChannelHTTP failing(0, &driver, &client);
+    driver.properties[6] = "2"; // a device that has no name for the size
+    CMJPEGChannelHTTP mute(1, &driver, &client);
+    settings.width = 721;
+    ASSERT_TRUE(mute.Start(settings));
+    ASSERT_TRUE(failing.Start(settings));
+    server.WaitForRequests(2); // so the other, which was started before, has had an attempt too
+    EXPECT_EQ(failing.GetChannelState(), kChannelConnecting);
+    EXPECT_EQ(mute.GetChannelState(), kChannelConnecting);
+    failing.Stop();
+    mute.Stop();
+    for (const std::string& target : Targets(server))
+        EXPECT_EQ(target, "/cgi-bin/admin/getparam.cgi?videoin_c0_options");
+}
+
+TEST_F(HttpChannel, SetsALegacyDeviceUpOnlyWhereItDiffers)
+{
+    std::atomic<int> streams{0};
+    HttpTestServer server(
+        [&](TestHttpPeer& peer, const TestHttpRequest& request)
+        {
+            if (request.target.starts_with("/cgi-bin/admin/getparam.cgi"))
+                return peer.Send(HttpTestServer::Response(
+                    200,
+                    std::string(
+                        "video.enable.0='1'\r\nvideo.color.0=' 1'\r\nvideo.size.0='2'\r\nvideo.quality.0='") +
+                        (streams == 0 ? "1" : "5") + "'\r\n"));
+            if (request.target.starts_with("/cgi-bin/admin/setparam.cgi"))
+                return peer.Send(HttpTestServer::Response(200, "ok"));
+            peer.Send(kStreamHead + Part(Picture(static_cast<char>('a' + streams++))));
+            return false;
+        });
+    Connect(server);
+    driver.properties = {{9, "1"}};
+    CMJPEGChannelHTTP channel(0, &driver, &client);
+    ASSERT_TRUE(channel.Start(settings));
+    ASSERT_TRUE(client.WaitForFrames(2));
+    channel.Stop();
+    const std::string get = "/cgi-bin/admin/getparam.cgi?video";
+    const std::string stream = "/cgi-bin/video.jpg?cam=1&quality=5&size=2";
+    const std::vector<std::string> expected = {get, "/cgi-bin/admin/setparam.cgi?video.quality.0=5", stream,
+                                               get, stream};
+    EXPECT_EQ((std::vector<std::string>(Targets(server))), expected);
+}
+
+} // namespace
+} // namespace korvane
