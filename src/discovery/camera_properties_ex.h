@@ -1,0 +1,71 @@
+#pragma once
+
+#include "discovery/audio_capabilities.h"
+#include "discovery/camera_properties.h"
+#include "runtime/device_info.h"
+
+#include <larkmoor/capability_store.h>
+
+#include <atomic>
+#include <cstdint>
+
+namespace korvane
+{
+
+/// What a device is and can do, read from the device and then written into the host's store.
+///
+/// Made for one query, filled once and saved once, on the query's thread. `CancelFetch` alone may come from
+/// another thread.
+class CCameraPropertiesEx : public CCameraProperties
+{
+public:
+    /// `hostVideoStandard`: 0 PAL, anything else NTSC.
+    CCameraPropertiesEx(const DEVICE_INFO& deviceInfo, std::uint32_t hostVideoStandard)
+        : deviceInfo_(deviceInfo), hostVideoStandard_(hostVideoStandard)
+    {
+    }
+    CCameraPropertiesEx(const CCameraPropertiesEx&) = delete;
+    CCameraPropertiesEx& operator=(const CCameraPropertiesEx&) = delete;
+    virtual ~CCameraPropertiesEx() = default;
+
+    /// Reads the device; blocks for as long as its requests take. On false `errorCode` receives the reason,
+    /// 1 for a refused login and 3 for anything else, unless the fetch was cancelled.
+    virtual bool FetchProperties(std::uint32_t* errorCode) = 0;
+
+    /// Writes all into `store`. False for a null store only.
+    virtual bool SaveProperties(ipcapture::ICapabilityStore* store);
+
+    /// Asks a running fetch to end. It ends at its next step, or when the request under way is over.
+    virtual void CancelFetch() { cancelled_ = true; }
+
+protected:
+    bool IsCancelled() const { return cancelled_; }
+    const DEVICE_INFO& DeviceInfo() const { return deviceInfo_; }
+    std::uint32_t HostVideoStandard() const { return hostVideoStandard_; }
+    CAudioCapabilities& AudioInput() { return audioInput_; }
+    CAudioCapabilities& AudioOutput() { return audioOutput_; }
+
+    /// What parameters of a store are: an empty value is written as "(none)".
+    enum class ParameterType
+    {
+        Number,
+        Text
+    };
+    static void AddParameter(ipcapture::ICapabilityStore& store, std::uint32_t id, const char* name,
+                             ParameterType type, const std::string& value);
+
+private:
+    void SaveValues(ipcapture::ICapabilityStore& store);
+    void SaveCodecs(ipcapture::ICapabilityStore& store);
+    void SaveResolutions(ipcapture::ICapabilityStore& store);
+    void SaveConnection(ipcapture::ICapabilityStore& store);
+    void SaveAudio(ipcapture::ICapabilityStore& store);
+
+    std::atomic<bool> cancelled_ = false;
+    const DEVICE_INFO deviceInfo_;
+    const std::uint32_t hostVideoStandard_;
+    CAudioCapabilities audioInput_;
+    CAudioCapabilities audioOutput_;
+};
+
+} // namespace korvane

@@ -1,0 +1,177 @@
+#include "discovery/capability_query_module.h"
+
+#include <exception>
+#include <string>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::uint32_t kTimeoutMs = 10000;
+constexpr std::uint32_t kExitOfException = 0x123456;
+constexpr const char* kNeverInAddress = "@#$%^&*(){}[]/\\+=|:;,~'\"!?";
+
+// Codes of a failed query, and of a failed fetch.
+constexpr std::uint32_t kBadAddress = 0;
+constexpr std::uint32_t kLoginRefused = 1;
+constexpr std::uint32_t kOffline = 2;
+constexpr std::uint32_t kOther = 3;
+
+struct Outcome
+{
+    bool isDone = false;
+    std::uint32_t code = kOther;
+    std::string text;
+};
+
+Outcome Fetch(CCameraPropertiesEx& properties, ipcapture::ICapabilityStore* store)
+{
+    Outcome outcome;
+    if (!properties.FetchProperties(&outcome.code))
+    {
+        outcome.text = "Failed to get camera properties";
+        if (outcome.code == kLoginRefused)
+            outcome.text += ", login failed (invalid credentials)";
+        else if (outcome.code == kOffline)
+            outcome.text += ", device is offline or is located in unaccessible subnet";
+        return outcome;
+    }
+    const platform::AwayScope away; // the host's store may take its time
+    outcome.isDone = properties.SaveProperties(store);
+    if (!outcome.isDone)
+        outcome.text = "Failed to save capability query results";
+    return outcome;
+}
+
+} // namespace
+
+CCapabilityQueryModule::CCapabilityQueryModule(ipcapture::ICapabilitySink* sink,
+                                               std::uint8_t videoStandardFlag)
+    : videoStandardFlag_(videoStandardFlag != 0 ? 1 : 0), sink_(sink)
+{
+    device_.networkTimeoutMs = kTimeoutMs;
+    device_.signalLossTimeoutMs = kTimeoutMs;
+}
+
+CCapabilityQueryModule::~CCapabilityQueryModule()
+{
+    StopQuery();
+}
+
+std::uint32_t CCapabilityQueryModule::StartQuery(const char* address, std::uint16_t port, const char* user,
+                                                 const char* password, ipcapture::ICapabilityStore* store)
+{
+    try
+    {
+        const CLockGuard guard(lock_);
+        if (thread_.HasHandle())
+            return 0;
+        store_ = store;
+        if (!Prepare(address, port, user, password))
+            return 0;
+        return thread_.Start(&ThreadEntry, this, "Capability query") ? 1 : 0;
+    }
+    catch (const std::exception&)
+    {
+        return 0;
+    }
+}
+
+bool CCapabilityQueryModule::Prepare(const char* address, std::uint16_t port, const char* user,
+                                     const char* password)
+{
+    if (address == nullptr || user == nullptr || password == nullptr)
+        return false;
+    device_.address = address;
+    device_.port = port;
+    device_.user = user;
+    device_.password = password;
+    Properties made(CreateProperties());
+    if (!made)
+        return false;
+    const CLockGuard guard(propertiesLock_);
+    properties_ = made;
+    return true;
+}
+
+CCapabilityQueryModule::Properties CCapabilityQueryModule::ShareProperties()
+{
+    const CLockGuard guard(propertiesLock_);
+    return properties_;
+}
+
+void CCapabilityQueryModule::TerminateQuery()
+{
+    if (const Properties properties = ShareProperties())
+        properties->CancelFetch();
+}
+
+std::uint32_t CCapabilityQueryModule::ThreadEntry(void* module)
+{
+    try
+    {
+        static_cast<CCapabilityQueryModule*>(module)->RunQuery();
+        return 0;
+    }
+    catch (...)
+    {
+        return kExitOfException; // the sink hears nothing
+    }
+}
+
+void CCapabilityQueryModule::RunQuery()
+{
+    // Once the fetch has begun nothing of this object is touched: it may be gone when the device answers.
+    ipcapture::ICapabilitySink* const sink = sink_;
+    Outcome outcome;
+    if (device_.address.find_first_of(kNeverInAddress) != std::string::npos)
+    {
+        outcome.text = "Failed to start capability fetching thread. Device address is invalid!";
+        outcome.code = kBadAddress;
+    }
+    else
+    {
+        ipcapture::ICapabilityStore* const store = store_;
+        const Properties properties = ShareProperties();
+        if (!properties || store == nullptr)
+            outcome.text = "Failed to start capability fetching thread. Internal error occurs";
+        else
+            outcome = Fetch(*properties, store);
+    }
+    if (sink == nullptr)
+        return;
+    const platform::AwayScope away;
+    if (outcome.isDone)
+        sink->OnQueryDone();
+    else
+        sink->OnQueryFailed(outcome.code, outcome.text.c_str());
+}
+
+void CCapabilityQueryModule::StopQuery()
+{
+    TerminateQuery();
+    const CLockGuard guard(lock_);
+    const bool isOwnThread = thread_.Id() == platform::Thread::CurrentId();
+    if (thread_.HasHandle() && !isOwnThread &&
+        thread_.Wait(2 * device_.networkTimeoutMs) == platform::WaitResult::kTimeout)
+    {
+        thread_.GiveUp();
+        try
+        {
+            if (sink_ != nullptr)
+                sink_->OnQueryKilled();
+        }
+        catch (...)
+        {
+            // A host that throws here must not keep the module from going away.
+        }
+    }
+    thread_.Close();
+    const CLockGuard propertiesGuard(propertiesLock_);
+    properties_.Release();
+    store_ = nullptr;
+}
+
+} // namespace korvane

@@ -1,0 +1,343 @@
+#include "discovery/vivotek_camera_properties.h"
+
+#include "discovery/audio_codecs.h"
+#include "discovery/current_device.h"
+#include "discovery/device_limits.h"
+#include "discovery/http_parameter_source.h"
+#include "discovery/legacy_device.h"
+#include "http/param_text.h"
+#include "runtime/text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr const char* kDriverName = "Larkmoor";
+constexpr std::uint32_t kUnauthorized = 401;
+constexpr std::uint32_t kLoginRefused = 1;
+constexpr std::uint32_t kOtherFailure = 3;
+constexpr std::uint32_t kListedPresets = 256; // names that are looked for when a device tells no count
+
+std::string Value(std::string_view text, const std::string& key)
+{
+    return Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators);
+}
+
+std::uint32_t Number(std::string_view text, const std::string& key)
+{
+    return Utils::GetParamUInt(text, key, Utils::kParamAssign, Utils::kParamSeparators);
+}
+
+} // namespace
+
+CVivotekCameraProperties::CVivotekCameraProperties(const DEVICE_INFO& deviceInfo,
+                                                   std::uint32_t hostVideoStandard)
+    : CVivotekCameraProperties(deviceInfo, hostVideoStandard,
+                               std::make_unique<CHttpParameterSource>(deviceInfo), CSettingsFile(kDriverName))
+{
+}
+
+CVivotekCameraProperties::CVivotekCameraProperties(const DEVICE_INFO& deviceInfo,
+                                                   std::uint32_t hostVideoStandard,
+                                                   std::unique_ptr<IParameterSource> source,
+                                                   CSettingsFile settings)
+    : CCameraPropertiesEx(deviceInfo, hostVideoStandard),
+      source_(std::move(source)),
+      settings_(std::move(settings)),
+      cameraVideoStandard_(hostVideoStandard != 0 ? 1 : 0)
+{
+}
+
+bool CVivotekCameraProperties::FetchProperties(std::uint32_t* errorCode)
+{
+    using Step = bool (CVivotekCameraProperties::*)();
+    static constexpr Step kSteps[] = {
+        &CVivotekCameraProperties::DetectModel, &CVivotekCameraProperties::ReadFirmware,
+        &CVivotekCameraProperties::ReadPTZ, &CVivotekCameraProperties::ReadVideoIn,
+        &CVivotekCameraProperties::ReadNetwork};
+    for (const Step step : kSteps)
+    {
+        if (IsCancelled())
+            return false;
+        if ((this->*step)())
+            continue;
+        if (errorCode != nullptr)
+            *errorCode = source_->StatusCode() == kUnauthorized ? kLoginRefused : kOtherFailure;
+        return false;
+    }
+    if (IsCancelled())
+        return false;
+    const bool isModern = !isDiscontinued_ && !isJpegOverHttp_;
+    SetModernStream1(isModern);
+    SetModernStream2(isModern);
+    return true;
+}
+
+/// One request, with the quotes taken out of the answer. An answer without a body is an answer too.
+bool CVivotekCameraProperties::ReadParameters(const std::string& query, std::string& text)
+{
+    text.clear();
+    if (IsCancelled())
+        return false;
+    std::string uri = "/cgi-bin/admin/getparam.cgi";
+    if (!query.empty())
+        uri += "?" + query;
+    std::string body;
+    if (!source_->Get(uri, body))
+        return source_->StatusCode() / 100 == 2;
+    body.resize(std::min({body.find('\0'), body.size(), kMaxAnswerBytes}));
+    text = Utils::RemoveChars(body, "'");
+    return true;
+}
+
+bool CVivotekCameraProperties::DetectModel()
+{
+    std::string text;
+    bool isAnswered = ReadParameters("system_info_modelname", text);
+    std::string name = Value(text, "system_info_modelname");
+    if (isAnswered && name.empty())
+    {
+        isAnswered = ReadParameters("system.modelname", text);
+        name = Value(text, "system.modelname");
+    }
+    if (!isAnswered || name.empty())
+        return false;
+
+    const bool isSony = Utils::ToUpper(name).starts_with("SNC-H");
+    SetManufacturer(isSony ? "Sony" : "Vivotek");
+    if (!isSony)
+    {
+        const std::size_t digit = name.find_first_of("0123456789");
+        isJpegOverHttp_ = digit != std::string::npos && name[digit] == '7';
+    }
+    SetModel(GetManufacturer() + " " + name);
+    return true;
+}
+
+bool CVivotekCameraProperties::ReadFirmware()
+{
+    std::string text;
+    if (!ReadParameters("capability&status", text))
+        return false;
+    if (!text.empty())
+        return ReadCurrent(text);
+    if (!ReadParameters("system&video&network", text))
+        return false;
+    return ReadLegacy(Utils::RemoveChars(text, " "));
+}
+
+bool CVivotekCameraProperties::ReadCurrent(std::string_view text)
+{
+    SetInputCount(ReadSignalCount(text, "capability_ndi"));
+    SetOutputCount(ReadSignalCount(text, "capability_ndo"));
+    ReadAudio(text);
+
+    const std::optional<CurrentVideo> video = ReadCurrentVideo(text, IsNtsc());
+    if (!video)
+        return false;
+    SetChannelCount(video->channelCount);
+    streams_.streamCount = video->streamCount;
+    cameraVideoStandard_ = video->isNtsc ? 1 : 0;
+    for (const std::uint32_t code : video->codecs)
+        AddCodec(code);
+    for (const CameraResolution& resolution : video->resolutions.resolutions)
+        AddResolution(resolution);
+    notation_ = video->resolutions.notation;
+    frameRates_ = video->frameRates;
+    defaultFrameRate_ = std::min(defaultFrameRate_, video->resolutions.lowestRate);
+    return true;
+}
+
+void CVivotekCameraProperties::ReadAudio(std::string_view text)
+{
+    audioInputCodecs_ = ReadAudioCodecs(text, "in");
+    audioOutputCodecs_ = ReadAudioCodecs(text, "out");
+    AudioInput().count = audioInputCodecs_.empty() ? 0 : 1;
+    AudioOutput().count = audioOutputCodecs_.empty() ? 0 : 1;
+    SetHasAudio(!audioInputCodecs_.empty() || !audioOutputCodecs_.empty());
+}
+
+std::string CVivotekCameraProperties::ReadAudioCodecs(std::string_view text, const std::string& direction)
+{
+    if (Value(text, "capability_naudio" + direction) != "1")
+        return {};
+    if (!features_.IsVersionKnown())
+        features_ = CBastrelSupportedFeatures(platform::ReadProductVersion(kHostCoreLibrary));
+    return SelectAudioCodecs(Value(text, "capability_audio" + direction + "_codec"), features_.AllowsAac4());
+}
+
+bool CVivotekCameraProperties::ReadLegacy(std::string_view text)
+{
+    SetInputCount(CountLegacyInputs(text).value_or(0));
+    const std::optional<LegacyDevice> device = ReadLegacyDevice(GetModel(), text, IsNtsc());
+    if (!device)
+        return false;
+    isDiscontinued_ = true;
+    SetChannelCount(device->channelCount);
+    SetOutputCount(device->outputCount);
+    AddCodec(device->codec);
+    for (const CameraResolution& resolution : device->resolutions)
+        AddResolution(resolution);
+    cameraVideoStandard_ = device->isNtsc ? 1 : 0;
+    isJpegOverHttp_ = isJpegOverHttp_ || device->isJpegOverHttp;
+    frameRates_ = device->frameRates;
+    defaultFrameRate_ = device->defaultFrameRate;
+    rtspPort_ = device->rtspPort;
+    if (!device->rtspName.empty())
+        streams_.rtsp = {{device->rtspName}};
+    return true;
+}
+
+bool CVivotekCameraProperties::ReadPTZ()
+{
+    ptzFlags_.fill(false);
+    std::string text;
+    if (!ReadParameters("capability", text))
+        return false;
+    if (!text.empty())
+    {
+        presetCount_ = ReadPresetCount(text);
+        const std::uint32_t bits = LeadingNumber(Value(text, "capability_ptzenabled"));
+        for (std::size_t flag = 0; flag < ptzFlags_.size(); ++flag)
+            ptzFlags_[flag] = (bits >> flag & 1) != 0;
+        ptzFlags_.back() = !ptzFlags_.back(); // this bit alone says what the device lacks
+    }
+    if (!ptzFlags_.front())
+        return true;
+    SetHasPTZ(true);
+    ReadPTZRange(text);
+    return true;
+}
+
+std::uint32_t CVivotekCameraProperties::ReadPresetCount(std::string_view text)
+{
+    if (const std::uint32_t count = LeadingNumber(Value(text, "capability_npreset")))
+        return std::min(count, kMaxPresets);
+    std::string presets;
+    ReadParameters("camctrl_c0_preset", presets);
+    std::uint32_t count = 0;
+    while (count < kListedPresets &&
+           presets.find("camctrl_c0_preset_i" + std::to_string(count) + "_name") != std::string::npos)
+        ++count;
+    return count;
+}
+
+void CVivotekCameraProperties::ReadPTZRange(std::string_view text)
+{
+    const TransportSettings settings = settings_.ReadTransportSettings(DeviceInfo());
+    const auto special =
+        std::ranges::find_if(settings.specialPTZ, [&](const PTZCapability& capability)
+                             { return GetModel().find(capability.device) != std::string::npos; });
+    const PTZCapability& range = special != settings.specialPTZ.end() ? *special : settings.defaultPTZ;
+    ptzType_ = range.type;
+    ptzSubtype_ = range.subtype;
+    ptzMinSpeed_ = range.minMove;
+    ptzMaxSpeed_ = range.maxMove;
+    zoomMinSpeed_ = range.minZoom;
+    zoomMaxSpeed_ = range.maxZoom;
+    if (const std::uint32_t speed = Number(text, "capability_ptz_panspeedlv"))
+        ptzMaxSpeed_ = speed;
+    if (const std::uint32_t speed = Number(text, "capability_ptz_zoomspeedlv"))
+        zoomMaxSpeed_ = speed;
+}
+
+bool CVivotekCameraProperties::ReadVideoIn()
+{
+    if (isDiscontinued_)
+        return true;
+    std::string text;
+    if (ReadParameters("videoin", text))
+        hasFrameModeOption_ = !Value(text, "videoin_c0_s0_field2frame").empty();
+    return true;
+}
+
+bool CVivotekCameraProperties::ReadNetwork()
+{
+    if (isDiscontinued_)
+        return true;
+    std::string text;
+    if (!ReadParameters("network", text) || text.empty())
+        return false;
+    rtspPort_ = Value(text, "network_rtsp_port");
+    streams_.http = ReadAccessNames(text, "http");
+    streams_.rtsp = ReadAccessNames(text, "rtsp");
+    return true;
+}
+
+StreamAccessNames::Table CVivotekCameraProperties::ReadAccessNames(std::string_view text,
+                                                                   const std::string& protocol) const
+{
+    StreamAccessNames::Table table(GetChannelCount());
+    for (std::size_t channel = 0; channel < table.size() && !IsCancelled(); ++channel)
+    {
+        // A device with a single video input leaves the channel out of these keys.
+        std::string head = "network_" + protocol;
+        if (table.size() > 1)
+            head += "_c" + std::to_string(channel);
+        for (std::uint32_t stream = 0; stream < streams_.streamCount; ++stream)
+            table[channel].push_back(Value(text, head + "_s" + std::to_string(stream) + "_accessname"));
+    }
+    return table;
+}
+
+bool CVivotekCameraProperties::SaveProperties(ipcapture::ICapabilityStore* store)
+{
+    constexpr std::uint32_t kNeverListed = 60; // field rate of NTSC, no frame rate
+    if (store == nullptr)
+        return false;
+    if (ipcapture::IFrameTimeList* list = store->GetFrameTimeList(1))
+    {
+        for (const std::uint32_t rate : frameRates_)
+        {
+            if (rate != 0 && rate != kNeverListed)
+                list->Add(Utils::FrameTimeFromRate(rate));
+        }
+        if (defaultFrameRate_ != 0)
+            list->SetDefault(Utils::FrameTimeFromRate(defaultFrameRate_));
+    }
+    if (!CCameraPropertiesEx::SaveProperties(store))
+        return false;
+    if (rtspPort_.empty())
+        rtspPort_ = "554";
+    SaveParameters(*store);
+    return true;
+}
+
+void CVivotekCameraProperties::SaveParameters(ipcapture::ICapabilityStore& store) const
+{
+    const auto number = [&](std::uint32_t id, const char* name, const std::string& value)
+    { AddParameter(store, id, name, ParameterType::Number, value); };
+    const auto text = [&](std::uint32_t id, const char* name, const std::string& value)
+    { AddParameter(store, id, name, ParameterType::Text, value); };
+    const auto flag = [](bool isSet) { return std::string(isSet ? "1" : "0"); };
+
+    std::string ptzFlags;
+    for (const bool isSet : ptzFlags_)
+        ptzFlags += flag(isSet);
+
+    number(1, "Video standard", flag(HostVideoStandard() != 0));
+    number(2, "Camera video standard", flag(IsNtsc()));
+    number(6, "Camera type", std::to_string(static_cast<std::uint32_t>(notation_)));
+    number(3, "RTSP port", rtspPort_);
+    text(14, "Vivotek streams", streams_.Text());
+    number(4, "Preset count", std::to_string(presetCount_));
+    text(5, "PTZ capability flags", ptzFlags);
+    number(7, "JPEG over HTTP", flag(isJpegOverHttp_));
+    number(8, "Frame-Mode Option", flag(hasFrameModeOption_));
+    number(9, "Discontinued Device", flag(isDiscontinued_));
+    number(10, "PTZ min speed", std::to_string(ptzMinSpeed_));
+    number(11, "PTZ max speed", std::to_string(ptzMaxSpeed_));
+    number(12, "Zoom min speed", std::to_string(zoomMinSpeed_));
+    number(13, "Zoom max speed", std::to_string(zoomMaxSpeed_));
+    number(15, "PTZ type", Utils::FormatString("%d", static_cast<int>(ptzType_)));
+    text(16, "PTZ subtype", ptzSubtype_);
+    text(17, "Selected audio input codecs", audioInputCodecs_);
+    text(18, "Selected audio output codecs", audioOutputCodecs_);
+}
+
+} // namespace korvane

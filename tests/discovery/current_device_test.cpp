@@ -1,0 +1,178 @@
+#include "discovery/current_device.h"
+
+#include "discovery/device_query.h"
+
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace korvane
+{
+
+using namespace test;
+
+TEST(CurrentDevice, TellsWhatItCanDo)
+{
+    ExpectSaved(
+        kCurrent,
+        {
+            {"as it comes",
+             {},
+             {"model = Vivotek IP8332",
+              "value 0 = 1",
+              "value 7 = 1",
+              "value 6 = 1",
+              "value 8 = 1",
+              "value 11 = 1",
+              "value 12 = 1",
+              "size 176x144 = 176 144 33",
+              "size 640x480 = 640 480 67",
+              "default-frame-time = 67",
+              "frame-time = 33",
+              "frame-time = 1000",
+              kNotation + "1",
+              "parameter 3 \"RTSP port\" number = 8554",
+              kStreams + "2;video.mjpg!video2.mjpg;live.sdp!live2.sdp",
+              kFlags + "00000001",
+              kPresets + "0",
+              "parameter 8 \"Frame-Mode Option\" number = 0",
+              "parameter 9 \"Discontinued Device\" number = 0",
+              kOverHttp + "0",
+              "parameter 16 \"PTZ subtype\" text = (none)",
+              kAudioIn + "(none)",
+              "no value 1 =",
+              "no value 2 =",
+              "no value 3 =",
+              "no value 4 ="}},
+            {"two channels",
+             {{"capability_nvideoin", "2"},
+              {"network_rtsp_c0_s0_accessname", "a"},
+              {"network_rtsp_c1_s0_accessname", "b"},
+              {"network_http_c1_s1_accessname", "c"}},
+             {"value 0 = 2", kStreams + "2;!,!c;a!,b!"}},
+            {"counts that are not told",
+             {{"capability_nvideoin", "two"}, {"capability_nmediastream", "0"}},
+             {"value 0 = 1", kStreams + "4;video.mjpg!video2.mjpg!!;live.sdp!live2.sdp!!"}},
+            {"counts that can't be",
+             {{"capability_nvideoin", "4000000000"},
+              {"capability_ndi", "4000000000"},
+              {"capability_ndo", "-1"},
+              {"capability_npreset", "4000000000"}},
+             {"value 0 = 64", kPresets + "1024", "no value 2 =", "no value 3 ="}},
+            {"a model without RTSP",
+             {{"system_info_modelname", "FD7131"}},
+             {kOverHttp + "1", "value 11 = 0", "value 12 = 0"}},
+            {"a Sony",
+             {{"system_info_modelname", "snc-h7"}},
+             {"model = Sony snc-h7", kOverHttp + "0", "value 11 = 1"}},
+            {"digital signals",
+             {{"capability_ndi", "+2"}, {"capability_ndo", "1x"}},
+             {"value 2 = 2", "no value 3 ="}},
+            {"NTSC by mode",
+             {{"status_videomode_c0", "ntsc"}, {"status_videoactualmodulation", "pal"}},
+             {kStandard + "1"}},
+            {"PAL by modulation", {{"status_videoactualmodulation", "pal"}}, {kStandard + "0"}, 1},
+            {"a standard of another name", {{"status_videomode_c0", "secam"}}, {kStandard + "1"}, 1},
+            {"named sizes",
+             {{"capability_videoin_resolution", "QCIF,CIF,4CIF"}, {"capability_videoin_maxframerate", ""}},
+             {kNotation + "2", "size 704x576 = 704 576 40", "default-frame-time = 40"}},
+            {"60 frames",
+             {{"capability_videoin_maxframerate", "60,60"}},
+             {"no frame-time = 17", "frame-time = 33", "size 640x480 = 640 480 17",
+              "default-frame-time = 40"}},
+            {"field to frame",
+             {{"videoin_c0_s0_field2frame", "0"}},
+             {"parameter 8 \"Frame-Mode Option\" number = 1"}},
+            {"no RTSP port", {{"network_rtsp_port", ""}}, {"parameter 3 \"RTSP port\" number = 554"}},
+            {"audio both ways",
+             {{"capability_naudioin", "1"},
+              {"capability_audioin_codec", "g726,aac4,g711"},
+              {"capability_naudioout", "1"},
+              {"capability_audioout_codec", "g711"}},
+             {"value 4 = 1", kAudioIn + "g711,g726", kAudioOut + "g711",
+              "parameter 101 \"Audio Input Parameters\" text = Count=1; IsStereo=0",
+              "parameter 102 \"Audio Output Parameters\" text = Count=1; IsStereo=0"}},
+            {"audio that is not told as 1",
+             {{"capability_naudioin", "2"},
+              {"capability_audioin_codec", "g711"},
+              {"capability_naudioout", "1"},
+              {"capability_audioout_codec", "mp3"}},
+             {"no value 4 =", "no parameter 101", "no parameter 102"}},
+        });
+}
+
+TEST(CurrentDevice, TellsHowItsHeadMoves)
+{
+    Parameters names;
+    for (const int preset : {0, 1, 2, 4})
+        names["camctrl_c0_preset_i" + std::to_string(preset) + "_name"] = "";
+    Parameters counted = With(names, {{"capability_npreset", "20 presets"}});
+    counted["capability_ptzenabled"] = "1";
+    names["capability_npreset"] = "0";
+    const auto speeds = [](const char* minMove, const char* maxMove, const char* minZoom, const char* maxZoom)
+    {
+        return std::vector<std::string>{std::string("parameter 10 \"PTZ min speed\" number = ") + minMove,
+                                        std::string("parameter 11 \"PTZ max speed\" number = ") + maxMove,
+                                        std::string("parameter 12 \"Zoom min speed\" number = ") + minZoom,
+                                        std::string("parameter 13 \"Zoom max speed\" number = ") + maxZoom,
+                                        "parameter 15 \"PTZ type\" number = 0"};
+    };
+    ExpectSaved(
+        kCurrent,
+        {
+            {"presets by name", names, {kPresets + "3", kFlags + "00000001", "no value 1 ="}},
+            {"presets by count", counted, {kPresets + "20", kFlags + "10000001", "value 1 = 1"}},
+            {"all flags", {{"capability_ptzenabled", "127"}}, {kFlags + "11111111", "value 1 = 1"}},
+            {"every other flag", {{"capability_ptzenabled", "170"}}, {kFlags + "01010100", "no value 1 ="}},
+            {"speeds of no head", {}, speeds("0", "0", "0", "0")},
+            {"speeds by default",
+             {{"capability_ptzenabled", "1"}, {"capability_ptz_panspeedlv", "9x"}},
+             speeds("1", "7", "1", "6")},
+            {"speeds of the device",
+             {{"capability_ptzenabled", "1"},
+              {"capability_ptz_panspeedlv", "12"},
+              {"capability_ptz_zoomspeedlv", "4"}},
+             speeds("1", "12", "1", "4")},
+        });
+}
+
+TEST(CurrentDevice, TakesWhatAHeadCanDoFromTheSettings)
+{
+    std::string folder = testing::TempDir() + "larkmoor-XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    std::ofstream(folder + "/Larkmoor.xml") << R"(<Configuration><Default><PTZ>
+        <DeafultCapability type="1" subtype="XY" minmove="2" maxmove="20" minzoom="3" maxzoom="30"/>
+        <SpecCapability device="SD81" type="0" subtype="S" minmove="5" maxmove="50" minzoom="6" maxzoom="60"/>
+        <SpecCapability device="SD8121" subtype="XYS"/>
+        </PTZ></Default></Configuration>)";
+    const struct
+    {
+        const char* model;
+        std::vector<std::string> expected;
+    } cases[] = {
+        {"PZ7",
+         {"parameter 15 \"PTZ type\" number = 1", "parameter 16 \"PTZ subtype\" text = XY",
+          "parameter 10 \"PTZ min speed\" number = 2", "parameter 11 \"PTZ max speed\" number = 9",
+          "parameter 12 \"Zoom min speed\" number = 3", "parameter 13 \"Zoom max speed\" number = 30"}},
+        {"SD8121",
+         {"parameter 15 \"PTZ type\" number = 0", "parameter 16 \"PTZ subtype\" text = S",
+          "parameter 10 \"PTZ min speed\" number = 5", "parameter 13 \"Zoom max speed\" number = 60"}},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.model);
+        Query query(With(kCurrent, {{"system_info_modelname", c.model},
+                                    {"capability_ptzenabled", "1"},
+                                    {"capability_ptz_panspeedlv", "9"}}),
+                    0, folder);
+        EXPECT_TRUE(query.Fetch());
+        EXPECT_TRUE(query.properties.SaveProperties(&query.store));
+        ExpectLines(query.store, c.expected);
+    }
+    std::filesystem::remove_all(folder);
+}
+
+} // namespace korvane
