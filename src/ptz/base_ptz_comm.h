@@ -1,0 +1,103 @@
+#pragma once
+
+#include "ptz/preposition_comm.h"
+#include "runtime/driver.h"
+#include "runtime/work_item_thread_ex.h"
+
+#include <larkmoor/ip_ptz.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace korvane
+{
+
+/// Capability flags of a head, each 1 or 0, in the order in which the host's record has them.
+using PTZFlags = std::array<std::uint8_t, 8>;
+
+/// Queues the commands of one camera head and executes them on the thread "BaseIPPTZThread_Ch%u", so that a
+/// call of the host that moves a head returns at once. At most eight commands wait; a ninth drops the oldest.
+/// How a device is told is the subclass's, which also stops the thread in its own destructor, by `Close`.
+///
+/// The host's threads post; one worker executes. A subclass's requests are guarded by the subclass.
+class CBasePTZComm : public thread::CWorkItemThreadEx, public IPrepositionComm
+{
+public:
+    enum class Command : std::uint32_t
+    {
+        kMove = 1,
+        kFocus = 2,
+        kIris = 3,
+        kStop = 4,
+        kAreaZoom = 5,
+        kCenter = 6,
+        kUnzoom = 7,
+    };
+
+    enum class Subcommand : std::uint32_t
+    {
+        kNone = 0,
+        kFocusFar = 1,
+        kFocusNear = 2,
+        kIrisOpen = 3,
+        kIrisClose = 4,
+        kStopMoving = 5,
+        kStopZooming = 6,
+        kStopFocusing = 7,
+        kStopIris = 8,
+    };
+
+    struct CWorkItem : IWorkItem
+    {
+        Command command = Command::kMove;
+        Subcommand subcommand = Subcommand::kNone;
+        ipcapture::IIPParams* params = nullptr; // the control that gave the command; not owned
+        std::uint32_t speed = 0;                // 1 to 16
+        std::uint32_t a = 0;                    // direction, or x
+        std::uint32_t b = 0;                    // y
+        std::uint32_t c = 0;                    // further argument of an area zoom
+    };
+
+    CBasePTZComm(std::uint16_t channel, IDriver* driver);
+
+    /// The device's capability flags, in the host's order; left as they are when the head has none.
+    virtual void GetCapabilityFlags(PTZFlags& flags) = 0;
+    virtual std::size_t GetMaxQueuedCommands() { return 8; }
+    virtual bool Open();                                                   ///< starts the worker thread
+    virtual std::int32_t IsPTZAvailable(ipcapture::IIPParams* params) = 0; ///< 1 or 0
+
+    void Close(); ///< waits for the command in hand, without limit
+
+    /// Each queues one command: 1, or -18 if the worker doesn't run.
+    std::int32_t StartMove(ipcapture::IIPParams* params, std::uint32_t direction, std::uint32_t speed);
+    std::int32_t StartFocus(ipcapture::IIPParams* params, bool near, std::uint32_t speed);
+    std::int32_t StartIris(ipcapture::IIPParams* params, bool open, std::uint32_t speed);
+    std::int32_t Center(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y, std::uint32_t third);
+    std::int32_t AreaZoom(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y, std::uint32_t third,
+                          std::uint32_t fourth);
+    std::int32_t Unzoom(ipcapture::IIPParams* params, std::uint32_t speed);
+    bool StopMoving(ipcapture::IIPParams* params);
+    bool StopZooming(ipcapture::IIPParams* params);
+    bool StopFocusing(ipcapture::IIPParams* params);
+    bool StopIrisChanging(ipcapture::IIPParams* params);
+
+    std::uint32_t PresetCount() const { return presetCount_; }
+
+    std::string GetDeviceName() const override { return driver_->GetDeviceName(); }
+    [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
+
+protected:
+    const std::uint32_t channel_; ///< from 0
+    IDriver* const driver_;
+    std::uint32_t presetCount_ = 0; ///< places for presets of the device
+
+private:
+    bool Post(const CWorkItem& item, const char* operation);
+    bool PostStop(ipcapture::IIPParams* params, Subcommand subcommand, const char* operation);
+
+    bool opened_ = false;
+};
+
+} // namespace korvane

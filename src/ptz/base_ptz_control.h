@@ -1,0 +1,82 @@
+#pragma once
+
+#include "ptz/base_ptz_comm.h"
+#include "ptz/preposition_list.h"
+#include "runtime/driver.h"
+
+#include <larkmoor/ip_ptz.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace korvane
+{
+
+/// The control of one camera head towards the host: forwards commands to the command thread and preset calls
+/// to the list, and keeps track of what is moving so that one stop ends it all. Driven by one host thread at
+/// a time.
+class CBasePTZControl : public ipcapture::IIPPTZApiEx, public ipcapture::IIPParams
+{
+public:
+    CBasePTZControl(IDriver* driver, std::uint32_t channel);
+    ~CBasePTZControl() override;
+    CBasePTZControl(const CBasePTZControl&) = delete;
+    CBasePTZControl& operator=(const CBasePTZControl&) = delete;
+
+    std::int32_t IsAvailable() override;
+    std::int32_t StartMove(std::uint32_t direction, std::uint32_t speed) override;
+    std::int32_t Stop() override;
+    std::int32_t Center(std::uint32_t x, std::uint32_t y, std::uint32_t third) override;
+    std::int32_t ZoomIn(std::uint32_t speed) override;
+    std::int32_t ZoomOut(std::uint32_t speed) override;
+    std::int32_t Unzoom(std::uint32_t speed) override;
+    std::int32_t AreaZoom(std::uint32_t x, std::uint32_t y, std::uint32_t third,
+                          std::uint32_t fourth) override;
+    std::int32_t FocusNear(std::uint32_t speed) override;
+    std::int32_t FocusFar(std::uint32_t speed) override;
+    std::int32_t IrisOpen(std::uint32_t speed) override;
+    std::int32_t IrisClose(std::uint32_t speed) override;
+    std::int32_t GetCapabilities(ipcapture::PTZCapabilityRecord* record) override;
+    std::uint32_t GetPresetCount() override;
+    std::int32_t GetPresetName(std::uint32_t index, char* buffer, std::uint32_t size) override;
+    std::int32_t RecallPreset(std::uint32_t speed, const char* name) override;
+    std::int32_t AddPreset(const char* name) override;
+    std::int32_t DeletePreset(const char* name) override;
+    std::int32_t GetCurrentPreset(char* buffer, std::uint32_t size) override;
+    std::uint32_t ReservedEcho(std::uint32_t value) override { return value; }
+
+    virtual void Close(); ///< stops the command thread and lets go of it
+    virtual std::unique_ptr<CBasePTZComm> CreateComm() = 0;
+    virtual bool Open(); ///< starts the command thread and reads the presets
+
+    std::uint32_t GetChannel() override { return channel_; }
+    std::uint8_t GetFlag1() override { return flag1_; }
+    void SetFlag1(std::uint8_t value) override { flag1_ = value; }
+    std::uint8_t GetFlag2() override { return flag2_; }
+    void SetFlag2(std::uint8_t value) override { flag2_ = value; }
+
+protected:
+    bool IsMoving() const { return moving_; }
+
+    IDriver* const driver_;
+    const std::uint32_t channel_; ///< from 0
+
+private:
+    using StopOperation = bool (CBasePTZComm::*)(ipcapture::IIPParams*);
+
+    template <class Queue>
+    std::int32_t Command(bool* activity, Queue queue);
+    bool StopIf(bool& activity, StopOperation stop);
+
+    std::unique_ptr<CBasePTZComm> comm_;
+    CPrepositionList presets_;
+    std::uint8_t flag1_ = 0; // the host's
+    std::uint8_t flag2_ = 0;
+    bool zooming_ = false;
+    bool focusing_ = false;
+    bool irisChanging_ = false;
+    bool moving_ = false;
+};
+
+} // namespace korvane

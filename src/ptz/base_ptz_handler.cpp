@@ -1,0 +1,19 @@
+#include "ptz/base_ptz_handler.h"
+
+namespace korvane
+{
+
+ipcapture::IIPPTZApiEx* CBasePTZHandler::GetPTZControlEx(std::uint32_t channel)
+{
+    if (channel >= kPTZChannels)
+        return nullptr;
+    const auto found = controls_.find(channel);
+    if (found != controls_.end())
+        return found->second.get();
+    std::unique_ptr<CBasePTZControl> control = CreateControl(channel);
+    if (control == nullptr || !control->Open())
+        return nullptr; // not kept, so that the next call tries again
+    return (controls_[channel] = std::move(control)).get();
+}
+
+} // namespace korvane

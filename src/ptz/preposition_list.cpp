@@ -1,0 +1,214 @@
+#include "ptz/preposition_list.h"
+
+#include <larkmoor/ip_ptz.h>
+
+#include <algorithm>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr const char* kAddFunction = "korvane::CPrepositionList::AddPreposition";
+
+bool IsValidName(const std::string& name)
+{
+    return !name.empty() && name.find_first_of("&!<>'\"") == std::string::npos;
+}
+
+} // namespace
+
+bool CPrepositionList::Attach(IPrepositionComm* comm, std::uint32_t maximum)
+{
+    if (comm == nullptr || maximum == 0)
+        return false;
+    comm_ = comm;
+    maximum_ = maximum;
+    return Load();
+}
+
+void CPrepositionList::Clear()
+{
+    const CLockGuard guard(lock_);
+    places_.clear();
+    named_.clear();
+    current_.reset();
+    loaded_ = false;
+}
+
+bool CPrepositionList::Load()
+{
+    Clear();
+    std::vector<PrepositionRecord> records;
+    if (comm_ == nullptr || !comm_->GetPrepositions(records))
+        return false;
+    const CLockGuard guard(lock_);
+    for (const PrepositionRecord& record : records)
+    {
+        places_[record.position] = record.name;
+        if (!record.name.empty())
+            named_.push_back(record.position);
+    }
+    loaded_ = true;
+    return true;
+}
+
+void CPrepositionList::LoadOnce()
+{
+    bool loaded = false;
+    {
+        const CLockGuard guard(lock_);
+        loaded = loaded_;
+    }
+    if (!loaded)
+        Load();
+}
+
+void CPrepositionList::ClearCurrent()
+{
+    LoadOnce();
+    const CLockGuard guard(lock_);
+    current_.reset();
+}
+
+std::uint32_t CPrepositionList::GetCount()
+{
+    LoadOnce();
+    const CLockGuard guard(lock_);
+    return static_cast<std::uint32_t>(named_.size());
+}
+
+bool CPrepositionList::NameAt(std::size_t index, std::string& name)
+{
+    if (index >= named_.size())
+        return false;
+    const auto place = places_.find(named_[index]);
+    if (place == places_.end())
+        return false;
+    name = place->second;
+    return true;
+}
+
+bool CPrepositionList::GetName(std::uint32_t index, std::string& name)
+{
+    name.clear();
+    LoadOnce();
+    const CLockGuard guard(lock_);
+    return NameAt(index, name);
+}
+
+bool CPrepositionList::GetCurrentName(std::string& name)
+{
+    name.clear();
+    LoadOnce();
+    const CLockGuard guard(lock_);
+    return current_ && NameAt(*current_, name);
+}
+
+std::optional<std::size_t> CPrepositionList::IndexOf(const std::string& name)
+{
+    const CLockGuard guard(lock_);
+    const auto place =
+        std::find_if(places_.begin(), places_.end(), [&](const auto& entry) { return entry.second == name; });
+    if (place == places_.end())
+        return std::nullopt;
+    const auto found = std::find(named_.begin(), named_.end(), place->first);
+    if (found == named_.end())
+        return std::nullopt;
+    return static_cast<std::size_t>(found - named_.begin());
+}
+
+bool CPrepositionList::RecallPreposition(const std::string& name, std::uint32_t speed)
+{
+    LoadOnce();
+    if (name.empty())
+        return false;
+    try
+    {
+        const std::optional<std::size_t> index = IndexOf(name);
+        if (!index || comm_ == nullptr || !comm_->RecallPreposition(name, speed))
+            return false;
+        const CLockGuard guard(lock_);
+        current_ = index;
+        return true;
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
+std::int32_t CPrepositionList::AddPreposition(const std::string& name)
+{
+    LoadOnce();
+    if (comm_ == nullptr)
+        return ipcapture::kPTZNotQueued;
+    if (!IsValidName(name))
+    {
+        comm_->DebugMessage(1, "%s: A preposition \"%s\" cannot be added - the name is invalid.",
+                            kAddFunction, name.c_str());
+        return ipcapture::kPTZBadArgument;
+    }
+    const std::uint32_t count = GetCount();
+    const CLockGuard guard(lock_);
+    if (count >= maximum_)
+    {
+        comm_->DebugMessage(
+            1,
+            "%s: A preposition \"%s\" cannot be added. Camera supports saving not more than %u prepositions.",
+            kAddFunction, name.c_str(), maximum_);
+        return ipcapture::kPTZPresetListFull;
+    }
+    if (!comm_->AddPreposition(name) || !NotePreposition(name))
+        return ipcapture::kPTZNotQueued;
+    return ipcapture::kPTZDone;
+}
+
+// The device is told only the name; the first free place stands for it until the list is read again.
+bool CPrepositionList::NotePreposition(const std::string& name)
+{
+    const auto place =
+        std::find_if(places_.begin(), places_.end(), [](const auto& entry) { return entry.second.empty(); });
+    if (place == places_.end())
+        return false;
+    place->second = name;
+    named_.push_back(place->first);
+    current_ = IndexOf(name);
+    return true;
+}
+
+bool CPrepositionList::DeletePreposition(const std::string& name)
+{
+    LoadOnce();
+    if (name.empty() || comm_ == nullptr)
+        return false;
+    try
+    {
+        return comm_->DeletePreposition(name) && Forget(name);
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
+bool CPrepositionList::Forget(const std::string& name)
+{
+    const CLockGuard guard(lock_);
+    for (auto& [position, placeName] : places_)
+    {
+        if (placeName != name)
+            continue;
+        placeName.clear();
+        const auto found = std::find(named_.begin(), named_.end(), position);
+        if (found == named_.end())
+            continue;
+        named_.erase(found);
+        current_.reset();
+        return true;
+    }
+    return false;
+}
+
+} // namespace korvane

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "ptz/preposition_comm.h"
+#include "runtime/recursive_lock.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvane
+{
+
+/// A camera's presets as the host sees them: by name, in an order. The camera is the only store; the list
+/// mirrors its table and remembers which preset the head stands on. A list that could not be read is read
+/// again at its next use.
+///
+/// Any thread. The lock comes before that of the comm; `AddPreposition` holds it across its request.
+class CPrepositionList
+{
+public:
+    explicit CPrepositionList(std::uint32_t channel) : channel_(channel) {}
+    virtual ~CPrepositionList() = default;
+    CPrepositionList(const CPrepositionList&) = delete;
+    CPrepositionList& operator=(const CPrepositionList&) = delete;
+
+    virtual std::uint32_t GetCount(); ///< presets with a name
+    virtual bool GetName(std::uint32_t index, std::string& name);
+    virtual bool GetCurrentName(std::string& name); ///< false when the head stands on no known preset
+    virtual bool RecallPreposition(const std::string& name, std::uint32_t speed);
+    virtual std::int32_t AddPreposition(const std::string& name); ///< a result code of `IIPPTZApi`
+    virtual bool DeletePreposition(const std::string& name);
+
+    /// Takes a comm (not owned, outlives the list's use) and the number of places of the camera, and reads
+    /// the list. Nothing happens, with false, when either is null or 0.
+    bool Attach(IPrepositionComm* comm, std::uint32_t maximum);
+
+    bool Load(); ///< reads the list anew; false leaves it empty
+    void ClearCurrent();
+    std::uint32_t Maximum() const { return maximum_; }
+    std::uint32_t Channel() const { return channel_; }
+
+private:
+    void LoadOnce();
+    void Clear();
+    std::optional<std::size_t> IndexOf(const std::string& name);
+    bool NameAt(std::size_t index, std::string& name);
+    bool NotePreposition(const std::string& name);
+    bool Forget(const std::string& name);
+
+    const std::uint32_t channel_;
+    IPrepositionComm* comm_ = nullptr;
+    std::uint32_t maximum_ = 0;
+    CRecursiveLock lock_;                         // guards what follows
+    std::map<std::uint32_t, std::string> places_; // by position; free ones with an empty name
+    std::vector<std::uint32_t> named_;            // positions with a name, in the host's order
+    std::optional<std::size_t> current_;          // index into named_
+    bool loaded_ = false;
+};
+
+} // namespace korvane

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "http/win_inet_http_client.h"
+#include "ptz/base_ptz_comm.h"
+#include "runtime/recursive_lock.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace korvane
+{
+
+/// Turns commands and presets of one head into requests of a Vivotek camera's control CGI. A request that
+/// fails is lost: nobody is told. Commands run on the worker thread, presets on the caller's, one request at
+/// a time.
+class CVivotekPTZComm : public CBasePTZComm
+{
+public:
+    CVivotekPTZComm(std::uint16_t channel, IDriver* driver);
+    ~CVivotekPTZComm() override; ///< closes
+
+    void GetCapabilityFlags(PTZFlags& flags) override;
+    bool Open() override;
+    std::int32_t IsPTZAvailable(ipcapture::IIPParams* params) override;
+    void ExecuteItem(IWorkItem* item) override;
+
+    bool GetPrepositions(std::vector<PrepositionRecord>& records) override;
+    bool AddPreposition(const std::string& name) override;
+    bool RecallPreposition(const std::string& name, std::uint32_t speed) override;
+    bool DeletePreposition(const std::string& name) override;
+
+private:
+    void Move(std::uint32_t direction, std::uint32_t speed);
+    void MoveWithSpeed(std::uint32_t direction, std::uint32_t speed);
+    void MoveWithoutSpeed(std::uint32_t direction);
+    void StopHead(Subcommand subcommand);
+    void CenterOn(std::uint32_t x, std::uint32_t y);
+    void Control(const std::string& arguments);
+    bool Send(const std::string& uri);
+    bool Read(const std::string& query, std::string& text);
+    std::int32_t CameraId();
+    std::int32_t Scale(std::uint32_t speed, std::uint32_t minimumProperty,
+                       std::uint32_t maximumProperty) const;
+
+    CRecursiveLock lock_; // guards what follows and the requests; comes after the lock of the preset list
+    Web::CWinINetHttpClient client_;
+    std::optional<std::int32_t> cameraId_; // asked for once
+};
+
+} // namespace korvane
