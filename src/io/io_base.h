@@ -1,0 +1,82 @@
+#pragma once
+
+#include "runtime/driver.h"
+#include "runtime/output_handler.h"
+#include "runtime/recursive_lock.h"
+#include "runtime/tick_thread.h"
+
+#include <larkmoor/capture_io.h>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace korvane
+{
+
+/// The digital inputs and outputs of one device: polls the inputs on one thread and switches the outputs on
+/// another, keeps the state of each, and tells the host what changes. How a device is asked is the
+/// subclass's.
+///
+/// The host's calls come on its threads; `InputChanged` is called on the input thread, `ConnectionLost` on
+/// both. No lock is held over a request to the device or a call of the host. The host calls `StopIO` before
+/// the object goes.
+class CIOBase : public ipcapture::ICaptureIOApi
+{
+public:
+    static constexpr std::uint32_t kPollIntervalMs = 2000; ///< from the end of one poll to the next
+
+    explicit CIOBase(IDriver* driver); ///< not owned; outlives the object
+
+    bool SetClient(ipcapture::IHostIOClient* client) override;
+    bool StartIO() override;
+    void StopIO() override;
+    std::uint32_t GetInputCount() override { return driver_->GetIOCounts().first; }
+    std::uint32_t GetOutputCount() override { return driver_->GetIOCounts().second; }
+    bool SetOutput(std::uint32_t number, std::uint32_t state) override;
+
+    /// Switches one output unless it is in that state already; on the output thread.
+    virtual void SetOutputStateWrapper(std::uint32_t number, std::uint32_t state);
+
+    /// Switches one output of the device (2 on, anything else off); true if the device took it.
+    virtual bool SetOutputState(std::uint32_t number, std::uint32_t state) = 0;
+
+    /// Reads inputs 0 to `inputCount` - 1 and gives each to `SetInputState`; false if the device gave
+    /// nothing.
+    virtual bool PollInputs(std::uint32_t inputCount) = 0;
+
+    virtual void PrepareIO() {} ///< before the threads start
+
+    /// Ends what the two threads may be waiting for; on the thread that stops.
+    virtual void InterruptRequests() = 0;
+
+protected:
+    void SetInputState(std::uint32_t number, std::uint32_t state);
+    void SetPollInterval(std::uint32_t intervalMs) { inputThread_.SetTickInterval(intervalMs); }
+
+    IDriver* const driver_;
+
+private:
+    using States = std::map<std::uint32_t, std::uint32_t>; // by number
+
+    void PollTick();
+    void SetInputsConnectionState(bool connected);
+    void ResetStates();
+    void TellConnectionLost();
+    bool Store(States& states, std::uint32_t number, std::uint32_t state);
+    bool StartOutputs(std::uint32_t count);
+    bool StartInputs();
+    std::string ThreadName(const char* kind) const;
+
+    TTickThread<CIOBase> inputThread_;
+    TOutputHandler<CIOBase> outputThread_;
+    std::atomic<ipcapture::IHostIOClient*> client_{nullptr};
+    CRecursiveLock lock_; // guards the two tables
+    States inputStates_;
+    States outputStates_;
+    std::atomic<bool> inputsConnected_{true};
+    std::atomic<bool> outputsWorking_{true};
+};
+
+} // namespace korvane

@@ -1,0 +1,76 @@
+#include "io/vivotek_io.h"
+
+#include "http/param_text.h"
+#include "http/send_request.h"
+#include "runtime/text.h"
+
+#include <string>
+#include <vector>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::uint32_t kLegacyProperty = 9;
+
+std::uint32_t ReadSignal(const std::string& value)
+{
+    const std::string text = Utils::ToLower(Utils::RemoveChars(value, " "));
+    if (text == "1" || text == "h")
+        return ipcapture::kSignalHigh;
+    if (text == "0" || text == "l")
+        return ipcapture::kSignalLow;
+    return ipcapture::kSignalUnknown;
+}
+
+} // namespace
+
+CVivotekIO::CVivotekIO(IDriver* driver)
+    : CIOBase(driver),
+      legacy_(driver->GetPropertyText(kLegacyProperty) == "1"),
+      outputClient_(driver->GetDeviceInfo()),
+      inputClient_(driver->GetDeviceInfo())
+{
+}
+
+// A host that did not stop its inputs and outputs must not find the threads on clients that are gone.
+CVivotekIO::~CVivotekIO()
+{
+    StopIO();
+}
+
+void CVivotekIO::InterruptRequests()
+{
+    outputClient_.CloseRequest();
+    inputClient_.CloseRequest();
+}
+
+bool CVivotekIO::PollInputs(std::uint32_t inputCount)
+{
+    std::vector<std::uint8_t> response;
+    if (!Utils::SendRequestEx(inputClient_,
+                              legacy_ ? "/cgi-bin/admin/getparam.cgi?system" : "/cgi-bin/dido/getdi.cgi",
+                              response, true))
+        return false;
+    const std::string text(reinterpret_cast<const char*>(response.data()));
+    for (std::uint32_t input = 0; input < inputCount; ++input)
+    {
+        const std::string key =
+            legacy_ ? Utils::FormatString("system.di%u", input + 1) : Utils::FormatString("di%u", input);
+        SetInputState(
+            input, ReadSignal(Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators)));
+    }
+    return true;
+}
+
+bool CVivotekIO::SetOutputState(std::uint32_t number, std::uint32_t state)
+{
+    std::vector<std::uint8_t> response;
+    const std::string uri = Utils::FormatString("/cgi-bin/dido/setdo.cgi?do%u=%u", number,
+                                                state == ipcapture::kSignalHigh ? 1u : 0u);
+    return Utils::SendRequestEx(outputClient_, uri, response, false);
+}
+
+} // namespace korvane
