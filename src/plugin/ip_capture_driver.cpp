@@ -1,0 +1,170 @@
+#include "plugin/ip_capture_driver.h"
+
+#include "platform/thread.h"
+#include "plugin/guarded.h"
+#include "runtime/bastrel_supported_features.h"
+#include "runtime/debug_info.h"
+#include "runtime/text.h"
+
+#include <cstdarg>
+
+namespace korvane
+{
+
+namespace
+{
+
+/// Taken when the host's core library tells no version: the oldest that knows all levels up to information.
+constexpr platform::ProductVersion kAssumedHostVersion{5, 12, 0, 0};
+
+/// A host that never ends its list of properties must not hold up `Open`; the known ones end at 18.
+constexpr std::uint32_t kMostProperties = 4096;
+
+std::string TextOf(const char* text)
+{
+    return text == nullptr ? std::string() : std::string(text);
+}
+
+} // namespace
+
+CIPCaptureDriver::~CIPCaptureDriver()
+{
+    DeleteObjects();
+}
+
+bool CIPCaptureDriver::Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,
+                            ipcapture::IHostDeviceSettings* deviceSettings)
+{
+    if (deviceSettings == nullptr)
+        return false;
+    return Guarded(false,
+                   [&]
+                   {
+                       hostSink_ = hostSink;
+                       frameAllocator_ = frameAllocator;
+                       return OpenDevice(*deviceSettings);
+                   });
+}
+
+bool CIPCaptureDriver::OpenDevice(ipcapture::IHostDeviceSettings& deviceSettings)
+{
+    ipcapture::IHostConnection* const connection = deviceSettings.GetConnection();
+    ipcapture::IHostDeviceDescription* const description = deviceSettings.GetDescription();
+    if (connection == nullptr || description == nullptr)
+        return false;
+    codec_ = connection->GetCodec();
+    inputCount_ = description->GetInputCount();
+    outputCount_ = description->GetOutputCount();
+    channelCount_ = description->GetChannelCount();
+    device_ =
+        DEVICE_INFO(TextOf(connection->GetAddress()), connection->GetPort(), TextOf(connection->GetUser()),
+                    TextOf(connection->GetPassword()), TextOf(description->GetModel()));
+    ReadProperties(deviceSettings);
+    hostDirectory_ = platform::HostDirectory();
+    hostVersion_ = platform::ReadProductVersion(kHostCoreLibrary).value_or(kAssumedHostVersion);
+
+    if (io_ == nullptr)
+        ConstructIO();
+    if (ptz_ == nullptr && !ConstructPTZ())
+        return false;
+    ConstructAudio(deviceSettings);
+    videoCapture_ = std::make_unique<CIPVideoCapture>(this, channelCount_);
+    return true;
+}
+
+void CIPCaptureDriver::ReadProperties(ipcapture::IHostDeviceSettings& deviceSettings)
+{
+    properties_.clear();
+    for (std::uint32_t number = 1; number <= kMostProperties; ++number)
+    {
+        const char* const text = deviceSettings.GetParameter(number);
+        if (text == nullptr)
+            return; // numbers behind a gap are not seen
+        properties_[number] = text;
+    }
+}
+
+void CIPCaptureDriver::Close()
+{
+    Guarded(false,
+            [&]
+            {
+                DestructAudio();
+                DeleteObjects();
+                return true;
+            });
+    hostSink_ = nullptr; // the host's objects may go from now on
+    frameAllocator_ = nullptr;
+}
+
+void CIPCaptureDriver::DeleteObjects()
+{
+    videoCapture_.reset();
+    io_.reset();
+    ptz_.reset();
+}
+
+std::string CIPCaptureDriver::GetDeviceName() const
+{
+    return device_.address + Utils::FormatString(":%hu", device_.port);
+}
+
+void CIPCaptureDriver::DebugMessage(std::int32_t level, const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    try
+    {
+        std::string text = Utils::FormatStringList(format, arguments);
+        if (level == kLevelDebugTrace)
+            platform::WriteDebugText(text + "\r\n");
+        else
+            WriteToHost(level, text.c_str());
+    }
+    catch (...) // no memory, or an exception of the host: a message is never a reason to fail
+    {
+    }
+    va_end(arguments);
+}
+
+void CIPCaptureDriver::WriteToHost(std::int32_t level, const char* text) const
+{
+    ipcapture::IHostSink* const sink = hostSink_;
+    if (sink == nullptr)
+        return;
+    CDebugInfo message(HostMessageLevel(level, hostVersion_), text);
+    const platform::AwayScope away;
+    sink->WriteMessage(&message);
+}
+
+std::string CIPCaptureDriver::GetPropertyText(std::uint32_t number) const
+{
+    const auto found = properties_.find(number);
+    return found == properties_.end() || found->second == "(none)" ? std::string() : found->second;
+}
+
+std::int32_t CIPCaptureDriver::GetPropertyInt(std::uint32_t number) const
+{
+    std::int32_t value = 0;
+    return Utils::IsInteger(GetPropertyText(number), value) ? value : kNoProperty;
+}
+
+ChannelSettings CIPCaptureDriver::GetChannelSettings(std::uint32_t channel) const
+{
+    return videoCapture_ == nullptr ? ChannelSettings() : videoCapture_->GetChannelSettings(channel);
+}
+
+void CIPCaptureDriver::LogDriverOpened(ipcapture::IHostDeviceSettings& deviceSettings,
+                                       const std::string& driverName, const std::string& firmware)
+{
+    ipcapture::IHostConnection* const connection = deviceSettings.GetConnection();
+    if (driverName.empty() || connection == nullptr)
+        return;
+    std::string line = "DRIVER IS OPENED (name: " + driverName + ", device model: " + device_.model;
+    if (!firmware.empty())
+        line += ", FW: " + firmware;
+    line += ", address: " + TextOf(connection->GetAddress());
+    DebugMessage(kLevelExtended, "%s:%u)", line.c_str(), static_cast<unsigned>(connection->GetPort()));
+}
+
+} // namespace korvane

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "platform/host_process.h"
+#include "plugin/custom_creator.h"
+#include "plugin/ip_video_capture.h"
+#include "runtime/driver.h"
+
+#include <larkmoor/ip_capture_driver.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace korvane
+{
+
+/// One device: what the host gave at `Open`, and the objects that do the work. Knows no device family.
+///
+/// The fields are written in `Open` and `Close` only, while no thread of the device runs, and read without a
+/// lock in between. `Close` and the destructor delete the objects first, and each of them stops its own
+/// threads.
+class CIPCaptureDriver : public ipcapture::IIPCaptureDriverEx4, public IDriver, public ICustomCreator
+{
+public:
+    CIPCaptureDriver() = default;
+    ~CIPCaptureDriver() override; ///< deletes video capture, I/O and PTZ, in this order
+    CIPCaptureDriver(const CIPCaptureDriver&) = delete;
+    CIPCaptureDriver& operator=(const CIPCaptureDriver&) = delete;
+
+    // The host's view
+    bool Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,
+              ipcapture::IHostDeviceSettings* deviceSettings) override;
+    void Close() override;
+    ipcapture::IIPVideoCapture* GetVideoCapture() override { return videoCapture_.get(); }
+    ipcapture::ICaptureIOApi* GetIO() override { return io_.get(); }
+    void* GetReservedEx() override { return nullptr; }
+    ipcapture::IIPPTZDriver* GetPTZ() override { return ptz_.get(); }
+    void* GetReservedEx2() override { return nullptr; }
+    ipcapture::IIPVideoCaptureEx* GetVideoCaptureEx() override { return videoCapture_.get(); }
+    ipcapture::IIPPTZDriverEx* GetPTZEx() override { return ptz_.get(); }
+
+    // The inner view
+    std::string GetDeviceName() const override;
+    [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
+    std::string GetHostDirectory() const override { return hostDirectory_; }
+    DEVICE_INFO GetDeviceInfo() const override { return device_; }
+    std::pair<std::uint32_t, std::uint32_t> GetIOCounts() const override
+    {
+        return {inputCount_, outputCount_};
+    }
+    ipcapture::IHostFrameAllocator* GetFrameAllocator() const override { return frameAllocator_; }
+    std::uint32_t GetVideoStandard() const override { return videoStandard_; }
+    std::uint32_t GetCodec() const override { return codec_; }
+    std::uint32_t GetChannelCount() const override { return channelCount_; }
+    std::string GetPropertyText(std::uint32_t number) const override;
+    std::int32_t GetPropertyInt(std::uint32_t number) const override;
+    ChannelSettings GetChannelSettings(std::uint32_t channel) const override;
+
+    // What a device family decides. They run inside `Open` and `Close`.
+
+    /// Makes the audio objects that the device has channels for; the result is not looked at.
+    virtual bool ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings) = 0;
+    virtual void DestructAudio() {}
+    virtual bool ConstructIO() = 0;  ///< makes the I/O object
+    virtual bool ConstructPTZ() = 0; ///< makes the PTZ handler; false fails the `Open`
+
+    /// Writes the line that a device was opened; nothing without a driver name.
+    virtual void LogDriverOpened(ipcapture::IHostDeviceSettings& deviceSettings,
+                                 const std::string& driverName, const std::string& firmware);
+
+protected:
+    DEVICE_INFO device_;
+    std::uint32_t videoStandard_ = 0; ///< 1 NTSC, 0 PAL
+    std::unique_ptr<ipcapture::ICaptureIOApi> io_;
+    std::unique_ptr<ipcapture::IIPPTZDriverEx> ptz_;
+
+private:
+    bool OpenDevice(ipcapture::IHostDeviceSettings& deviceSettings);
+    void ReadProperties(ipcapture::IHostDeviceSettings& deviceSettings);
+    void WriteToHost(std::int32_t level, const char* text) const;
+    void DeleteObjects();
+
+    ipcapture::IHostSink* hostSink_ = nullptr;
+    ipcapture::IHostFrameAllocator* frameAllocator_ = nullptr;
+    std::uint32_t inputCount_ = 0;
+    std::uint32_t outputCount_ = 0;
+    std::uint32_t channelCount_ = 0;
+    std::uint32_t codec_ = 0;
+    std::map<std::uint32_t, std::string> properties_;
+    platform::ProductVersion hostVersion_;
+    std::unique_ptr<CIPVideoCapture> videoCapture_;
+    std::string hostDirectory_;
+};
+
+} // namespace korvane

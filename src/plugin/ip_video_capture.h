@@ -1,0 +1,59 @@
+#pragma once
+
+#include "plugin/custom_creator.h"
+#include "runtime/recursive_lock.h"
+
+#include <larkmoor/ip_video_capture.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace korvane
+{
+
+/// The host's handle on the video channels of one device: a table with one place per channel. It knows
+/// neither codec nor transport. No lock is held while a channel is made, started, stopped or asked, so that
+/// the slow stop of one doesn't hold up the others.
+class CIPVideoCapture final : public ipcapture::IIPVideoCaptureEx
+{
+public:
+    /// `creator` outlives the object. The table's size never changes.
+    CIPVideoCapture(ICustomCreator* creator, std::uint32_t channelCount);
+    ~CIPVideoCapture() override; ///< stops all channels, in order
+    CIPVideoCapture(const CIPVideoCapture&) = delete;
+    CIPVideoCapture& operator=(const CIPVideoCapture&) = delete;
+
+    std::uint32_t GetChannelCount() override;
+    bool StartChannel(std::uint32_t channel, ipcapture::IHostChannelClient* channelClient,
+                      ipcapture::IHostChannelSettings* channelSettings) override;
+    bool StopChannel(std::uint32_t channel) override;
+    bool ChangeChannel(std::uint32_t channel, ipcapture::IHostResolution* resolution,
+                       std::uint32_t frameInterval) override;
+    std::uint32_t GetReservedValue() override { return 0; }
+    bool GetChannelState(std::uint32_t channel, std::uint32_t* state, std::uint32_t* detail, char* text,
+                         std::uint32_t textSize) override;
+    bool ReservedCall1(std::uint32_t, std::uint32_t, std::uint32_t) override { return false; }
+    bool ReservedCall2(std::uint32_t, std::uint32_t, std::uint32_t) override { return false; }
+    bool ReservedCallEx1(std::uint32_t) override { return false; }
+    bool ReservedCallEx2(std::uint32_t) override { return false; }
+
+    /// A copy of a channel's settings; all 0 if nothing stands in this place. Any thread.
+    ChannelSettings GetChannelSettings(std::uint32_t channel);
+
+private:
+    bool Start(std::uint32_t channel, ipcapture::IHostChannelClient* channelClient,
+               ipcapture::IHostChannelSettings& channelSettings);
+    std::shared_ptr<ICameraChannel> Find(std::uint32_t channel);
+
+    /// Puts `next` (or nothing) into a place and gives what stood there.
+    std::shared_ptr<ICameraChannel> Replace(std::uint32_t channel, std::shared_ptr<ICameraChannel> next);
+
+    ICustomCreator* const creator_;
+    CRecursiveLock lock_; // guards the table; no other lock is taken under it
+
+    /// Shared, so that whoever asks a channel for something holds it until it has its answer.
+    std::vector<std::shared_ptr<ICameraChannel>> channels_;
+};
+
+} // namespace korvane

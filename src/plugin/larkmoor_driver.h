@@ -1,0 +1,46 @@
+#pragma once
+
+#include "audio/audio_channel_creator.h"
+#include "plugin/ip_capture_driver.h"
+
+#include <memory>
+#include <string>
+
+namespace korvane
+{
+
+/// The driver of a Vivotek device: its time-outs, and which classes serve it.
+///
+/// Served today: Motion JPEG over HTTP, H.264 over RTSP, heads, inputs and outputs. For the other streams
+/// `CreateChannel` gives null, which the host sees as a channel that never runs; of audio nothing is made,
+/// and the host gets null from the getters.
+class CLarkmoorDriver final : public CIPCaptureDriver, public IAudioChannelCreator
+{
+public:
+    CLarkmoorDriver() = default;
+
+    /// As the base, and false unless driver property 1 is a whole number. Nothing is undone on failure:
+    /// `Close` or the destructor does that.
+    bool Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,
+              ipcapture::IHostDeviceSettings* deviceSettings) override;
+    ipcapture::IIPAudioCapture2* GetAudioCapture() override { return nullptr; }
+    ipcapture::IIPAudioSender* GetAudioSender() override { return nullptr; }
+
+    std::string GetDriverName() const override { return "Larkmoor"; }
+
+    /// The class follows from the device's codec and, for Motion JPEG, from driver property 7.
+    std::unique_ptr<ICameraChannel> CreateChannel(std::uint32_t channel,
+                                                  ipcapture::IHostChannelClient* channelClient) override;
+
+    IAudioInputChannel* CreateAudioInputChannel(std::uint32_t audioChannel, std::uint32_t videoChannel,
+                                                ipcapture::IHostAudioClient* client,
+                                                ipcapture::IHostCodecList* codecList) override;
+    IAudioOutputChannel* CreateAudioOutputChannel(std::uint32_t audioChannel, std::uint32_t a,
+                                                  std::uint32_t b, std::uint32_t c) override;
+
+    bool ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings) override;
+    bool ConstructIO() override;
+    bool ConstructPTZ() override;
+};
+
+} // namespace korvane

@@ -1,0 +1,229 @@
+#include "plugin/ip_video_capture.h"
+
+#include "support/fake_host.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <future>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace korvane
+{
+namespace
+{
+
+/// What happened to the channels of a test, in order; a channel is named by its number of making.
+using Events = std::vector<std::string>;
+
+class FakeChannel final : public ICameraChannel
+{
+public:
+    FakeChannel(std::string name, Events& events, bool starts)
+        : name_(std::move(name)), events_(events), starts_(starts)
+    {
+        events_.push_back(name_ + " made");
+    }
+    ~FakeChannel() override { events_.push_back(name_ + " deleted"); }
+
+    bool Start(const ChannelSettings& settings) override
+    {
+        events_.push_back(name_ + " started");
+        settings_ = settings;
+        if (onStart)
+            onStart();
+        return starts_;
+    }
+    void Stop() override
+    {
+        events_.push_back(name_ + " stopped");
+        if (onStop)
+            onStop();
+    }
+    bool ChangeSettings(const ChannelChange& change) override
+    {
+        settings_.width = change.width;
+        settings_.height = change.height;
+        settings_.frameIntervalMs = change.frameIntervalMs;
+        return true;
+    }
+    std::uint32_t GetChannelState() const override { return kChannelConnecting; }
+    void SetChannelState(std::uint32_t) override {}
+    ChannelSettings GetSettings() const override { return settings_; }
+
+    std::function<void()> onStart;
+    std::function<void()> onStop;
+
+private:
+    const std::string name_;
+    Events& events_;
+    const bool starts_;
+    ChannelSettings settings_;
+};
+
+struct VideoCapture : testing::Test, ICustomCreator
+{
+    std::unique_ptr<ICameraChannel> CreateChannel(std::uint32_t channel,
+                                                  ipcapture::IHostChannelClient* channelClient) override
+    {
+        if (throws)
+            throw std::runtime_error("no channel");
+        if (unknownCodec)
+            return nullptr;
+        EXPECT_EQ(channelClient, &client);
+        auto made = std::make_unique<FakeChannel>(std::to_string(channel) + "#" + std::to_string(++count),
+                                                  events, starts);
+        made->onStart = onStart;
+        made->onStop = onStop;
+        return made;
+    }
+
+    std::uint32_t State(std::uint32_t channel)
+    {
+        std::uint32_t state = 99;
+        std::uint32_t detail = 99;
+        char text[2] = {'x', 'x'};
+        known = capture.GetChannelState(channel, &state, &detail, text, sizeof text);
+        EXPECT_EQ(detail, 0u);
+        EXPECT_EQ(text[0], '\0');
+        EXPECT_EQ(text[1], 'x');
+        return state;
+    }
+
+    test::FakeChannelClient client;
+    test::FakeChannelSettings settings;
+    Events events;
+    int count = 0;
+    bool starts = true;
+    bool unknownCodec = false;
+    bool throws = false;
+    bool known = false;
+    std::function<void()> onStart;
+    std::function<void()> onStop;
+    CIPVideoCapture capture{this, 2};
+};
+
+TEST_F(VideoCapture, HasOnePlacePerChannel)
+{
+    EXPECT_EQ(capture.GetChannelCount(), 2u);
+    EXPECT_FALSE(capture.StartChannel(2, &client, &settings));
+    EXPECT_FALSE(capture.StartChannel(0xFFFFFFFF, &client, &settings));
+    EXPECT_FALSE(capture.StopChannel(2));
+    EXPECT_FALSE(capture.ChangeChannel(2, &settings, 40));
+    EXPECT_EQ(State(2), 3u);
+    EXPECT_EQ(State(0), 3u);
+    EXPECT_FALSE(known);
+    EXPECT_FALSE(capture.StopChannel(0));
+    EXPECT_TRUE(events.empty());
+}
+
+TEST_F(VideoCapture, StopsWhatRunsBeforeItStartsAnew)
+{
+    EXPECT_TRUE(capture.StartChannel(1, &client, &settings));
+    EXPECT_TRUE(capture.StartChannel(1, &client, &settings));
+    EXPECT_TRUE(capture.StopChannel(1));
+    EXPECT_FALSE(capture.StopChannel(1));
+    const Events expected = {"1#1 made", "1#1 started", "1#1 stopped", "1#1 deleted",
+                             "1#2 made", "1#2 started", "1#2 stopped", "1#2 deleted"};
+    EXPECT_EQ(events, expected);
+}
+
+TEST_F(VideoCapture, HandsTheHostsSettingsOn)
+{
+    settings.frameInterval = 65535;
+    EXPECT_TRUE(capture.StartChannel(0, &client, &settings));
+    ChannelSettings given = capture.GetChannelSettings(0);
+    EXPECT_EQ(given.width, 640u);
+    EXPECT_EQ(given.height, 480u);
+    EXPECT_EQ(given.frameIntervalMs, 65535u);
+    EXPECT_EQ(given.quality, 80u);
+    EXPECT_EQ(given.streamRole, 0u);
+
+    settings.width = 1280;
+    settings.height = 1024;
+    EXPECT_TRUE(capture.ChangeChannel(0, &settings, 100000));
+    given = capture.GetChannelSettings(0);
+    EXPECT_EQ(given.width, 1280u);
+    EXPECT_EQ(given.height, 1024u);
+    EXPECT_EQ(given.frameIntervalMs, 100000u);
+
+    EXPECT_EQ(capture.GetChannelSettings(1).width, 0u);
+    EXPECT_FALSE(capture.ChangeChannel(1, &settings, 40));
+}
+
+TEST_F(VideoCapture, KeepsAChannelWhoseStartFailed)
+{
+    starts = false;
+    EXPECT_FALSE(capture.StartChannel(0, &client, &settings));
+    EXPECT_EQ(State(0), 2u);
+    EXPECT_TRUE(known);
+    EXPECT_TRUE(capture.StopChannel(0));
+}
+
+TEST_F(VideoCapture, SaysNothingOfAnUnknownCodec)
+{
+    unknownCodec = true;
+    EXPECT_TRUE(capture.StartChannel(0, &client, &settings));
+    EXPECT_EQ(State(0), 3u);
+    EXPECT_FALSE(known);
+    EXPECT_FALSE(capture.StopChannel(0));
+}
+
+TEST_F(VideoCapture, LetsNothingOfAHostOrAChannelThrough)
+{
+    EXPECT_FALSE(capture.StartChannel(0, &client, nullptr));
+    EXPECT_TRUE(capture.StartChannel(0, &client, &settings));
+    EXPECT_FALSE(capture.ChangeChannel(0, nullptr, 40));
+    std::uint32_t state = 99;
+    std::uint32_t detail = 99;
+    char text = 'x';
+    EXPECT_TRUE(capture.GetChannelState(0, &state, &detail, &text, 0));
+    EXPECT_EQ(text, 'x');
+    EXPECT_TRUE(capture.GetChannelState(0, &state, &detail, nullptr, 5));
+    throws = true;
+    EXPECT_FALSE(capture.StartChannel(0, &client, &settings));
+    EXPECT_FALSE(capture.StopChannel(0)); // the one that ran was stopped first
+}
+
+TEST_F(VideoCapture, ShowsAChannelOnlyOnceItHasStarted)
+{
+    onStart = [this]
+    {
+        EXPECT_EQ(State(0), 3u);
+        EXPECT_FALSE(known);
+    };
+    EXPECT_TRUE(capture.StartChannel(0, &client, &settings));
+    EXPECT_EQ(State(0), 2u);
+}
+
+TEST_F(VideoCapture, HoldsNobodyUpWhileAChannelStops)
+{
+    bool answered = false;
+    onStop = [&] { // the other channel is asked while this one is being stopped
+        auto other = std::async(std::launch::async, [this] { return State(1); });
+        answered = other.wait_for(test::kPatience) == std::future_status::ready;
+        EXPECT_EQ(other.get(), 2u);
+    };
+    EXPECT_TRUE(capture.StartChannel(0, &client, &settings));
+    onStop = nullptr;
+    EXPECT_TRUE(capture.StartChannel(1, &client, &settings));
+    EXPECT_TRUE(capture.StopChannel(0));
+    EXPECT_TRUE(answered);
+}
+
+TEST_F(VideoCapture, StopsAllInOrderWhenItGoes)
+{
+    {
+        CIPVideoCapture other(this, 3);
+        for (const std::uint32_t channel : {2u, 0u})
+            EXPECT_TRUE(other.StartChannel(channel, &client, &settings));
+        events.clear();
+    }
+    const Events expected = {"0#2 stopped", "0#2 deleted", "2#1 stopped", "2#1 deleted"};
+    EXPECT_EQ(events, expected);
+}
+
+} // namespace
+} // namespace korvane
