@@ -1,0 +1,167 @@
+#include "camera/fault/dice.h"
+#include "camera/fault/fault_plan.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+using namespace larkmoor::camera;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+class FaultPlanTest : public testing::Test
+{
+protected:
+    bool Add(const char* text)
+    {
+        std::string error;
+        const bool added = plan.Add(text, error);
+        EXPECT_EQ(added, error.empty()) << error;
+        return added;
+    }
+
+    FaultPlan::Clock::time_point now{1000s};
+    FaultPlan plan{[this] { return now; }};
+};
+
+} // namespace
+
+TEST_F(FaultPlanTest, RefusesWhatItDoesNotKnow)
+{
+    for (const char* text : {"",           "frieze",       "freeze=1",       "freeze@",      "freeze@5x",
+                             "freeze@5s+", "freeze@5s+0",  "freeze@-1",      "freeze@1e300", "rtp-loss",
+                             "rtp-loss=",  "rtp-loss=1.1", "rtp-loss=-0.1",  "rtp-loss=nan", "rtp-loss=0.1x",
+                             "reset=0",    "reset=5h",     "mjpeg-odd=none", "mjpeg-odd=",   "cgi-invalid=",
+                             "freeze,",    "freeze,,reset"})
+        EXPECT_FALSE(Add(text)) << text;
+    plan.Begin();
+    EXPECT_FALSE(plan.Active("freeze")) << "a list with one bad fault adds none";
+
+    std::string error;
+    EXPECT_FALSE(plan.Add("rtp-los=0.1", error));
+    EXPECT_NE(error.find("there is no fault \"rtp-los\""), std::string::npos) << error;
+    EXPECT_FALSE(plan.Add("slow-http=fast", error));
+    EXPECT_NE(error.find("bytes|headers|short|long"), std::string::npos) << error;
+}
+
+TEST_F(FaultPlanTest, KeepsToItsWindows)
+{
+    ASSERT_TRUE(Add("freeze@5s+3s,rtp-loss=0.25@500ms,reboot@1m,auth-refuse"));
+    EXPECT_FALSE(plan.Active("auth-refuse")) << "nothing before the camera begins";
+    now += 10s;
+    plan.Begin();
+    const struct
+    {
+        FaultPlan::Clock::duration at;
+        bool freeze, loss, reboot;
+    } cases[] = {
+        {0s, false, false, false},    {499ms, false, false, false}, {500ms, false, true, false},
+        {4999ms, false, true, false}, {5s, true, true, false},      {7999ms, true, true, false},
+        {8s, false, true, false},     {60s, false, true, true},     {62999ms, false, true, true},
+        {63s, false, true, false},
+    };
+    const auto begin = now;
+    for (const auto& c : cases)
+    {
+        now = begin + c.at;
+        SCOPED_TRACE(c.at.count());
+        EXPECT_TRUE(plan.Active("auth-refuse"));
+        EXPECT_EQ(plan.Active("freeze"), c.freeze);
+        EXPECT_EQ(plan.Number("rtp-loss", -1), c.loss ? 0.25 : -1);
+        EXPECT_EQ(plan.Active("reboot"), c.reboot);
+    }
+
+    plan.Remove("rtp-loss");
+    EXPECT_FALSE(plan.Active("rtp-loss"));
+    ASSERT_TRUE(Add("freeze@1s")) << "counts from now while the camera runs";
+    EXPECT_FALSE(plan.Active("freeze"));
+    now += 1s;
+    EXPECT_TRUE(plan.Active("freeze"));
+}
+
+TEST_F(FaultPlanTest, CombinesValues)
+{
+    ASSERT_TRUE(Add("mjpeg-odd,mjpeg-odd=cut,mjpeg-odd=chunked@9s"));
+    plan.Begin();
+    EXPECT_EQ(plan.Value("mjpeg-odd"), "no-length") << "the first of the list is the default";
+    EXPECT_TRUE(plan.Active("mjpeg-odd", "no-length"));
+    EXPECT_TRUE(plan.Active("mjpeg-odd", "cut"));
+    EXPECT_FALSE(plan.Active("mjpeg-odd", "chunked"));
+    now += 9s;
+    EXPECT_TRUE(plan.Active("mjpeg-odd", "chunked"));
+    EXPECT_EQ(plan.Value("slow-http"), "");
+}
+
+TEST_F(FaultPlanTest, HappensOnceAWindow)
+{
+    ASSERT_TRUE(Add("http-401-once,http-401-once@5s+1s,http-401-once@9s+1s"));
+    plan.Begin();
+    EXPECT_TRUE(plan.Take("http-401-once"));
+    EXPECT_FALSE(plan.Take("http-401-once"));
+    now += 5s;
+    EXPECT_TRUE(plan.Take("http-401-once"));
+    EXPECT_FALSE(plan.Take("http-401-once"));
+    now += 10s;
+    EXPECT_FALSE(plan.Take("http-401-once")) << "a window that nobody used is over";
+}
+
+TEST_F(FaultPlanTest, ComesAgainAndAgain)
+{
+    const struct
+    {
+        const char* fault;
+        std::uint32_t at0, at3, at5, at13;
+    } cases[] = {
+        {"reset", 0, 0, 1, 2},          // every 5 s
+        {"reset=2s", 0, 1, 2, 6},       // every 2 s
+        {"reset@3s", 0, 1, 1, 1},       // once
+        {"reset=5s@3s", 0, 1, 1, 3},    // at 3, 8, 13
+        {"reset=2s@3s+3s", 0, 1, 2, 2}, // at 3, 5
+        {"reset=2s@1m", 0, 0, 0, 0},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.fault);
+        plan.Remove("reset");
+        ASSERT_TRUE(Add(c.fault));
+        plan.Begin();
+        const auto begin = now;
+        EXPECT_EQ(plan.Occurrences("reset"), c.at0);
+        now = begin + 3s;
+        EXPECT_EQ(plan.Occurrences("reset"), c.at3);
+        now = begin + 5s;
+        EXPECT_EQ(plan.Occurrences("reset"), c.at5);
+        now = begin + 13s;
+        EXPECT_EQ(plan.Occurrences("reset"), c.at13);
+    }
+}
+
+TEST(Dice, FallsTheSameForASeed)
+{
+    Dice a(1, "loss"), b(1, "loss"), otherSeed(2, "loss"), otherPurpose(1, "dup");
+    int same = 0, hits = 0, sameSeed = 0, samePurpose = 0;
+    for (int i = 0; i < 10000; ++i)
+    {
+        const bool roll = a.Roll(0.02);
+        hits += roll;
+        same += roll == b.Roll(0.02);
+        sameSeed += otherSeed.Roll(0.5);
+        samePurpose += otherPurpose.Roll(0.5);
+    }
+    EXPECT_EQ(same, 10000);
+    EXPECT_NEAR(hits, 200, 60);
+    EXPECT_NE(sameSeed, samePurpose);
+    EXPECT_EQ(a.Below(0), 0u);
+}
+
+TEST(FaultList, StandsInTheGuideForUsers)
+{
+    std::ifstream file(std::string(LARKMOOR_SOURCE_DIR) + "/docs/camera.md");
+    const std::string guide{std::istreambuf_iterator<char>(file), {}};
+    for (const FaultDescription& fault : FaultPlan::All())
+        EXPECT_NE(guide.find("`" + std::string(fault.name) + "`"), std::string::npos) << fault.name;
+}

@@ -1,0 +1,187 @@
+#include "camera/auth/authenticator.h"
+
+#include "camera/auth/auth_parameters.h"
+#include "camera/log/truth_log.h"
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <cctype>
+#include <utility>
+
+namespace larkmoor::camera
+{
+
+namespace
+{
+
+constexpr std::size_t kMostNonces = 4096; // several hundred clients with a connection or two each
+constexpr std::chrono::minutes kNonceLife(5);
+
+bool EqualsIgnoringCase(std::string_view a, std::string_view b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+}
+
+std::string Base64(std::string_view text)
+{
+    std::string encoded(4 * ((text.size() + 2) / 3) + 1, '\0');
+    const int length =
+        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
+                        reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
+    encoded.resize(static_cast<std::size_t>(length));
+    return encoded;
+}
+
+std::string_view WithoutPadding(std::string_view text)
+{
+    while (text.ends_with('='))
+        text.remove_suffix(1);
+    return text;
+}
+
+} // namespace
+
+bool ParseAuthScheme(std::string_view text, AuthScheme& scheme)
+{
+    if (text == "none" || text == "disable")
+        scheme = AuthScheme::None;
+    else if (text == "basic")
+        scheme = AuthScheme::Basic;
+    else if (text == "digest")
+        scheme = AuthScheme::Digest;
+    else
+        return false;
+    return true;
+}
+
+std::string DigestResponse(const DigestInput& input)
+{
+    const std::string secret = Md5Hex(input.user + ":" + input.realm + ":" + input.password);
+    const std::string request = Md5Hex(input.method + ":" + input.uri);
+    const std::string between =
+        input.withQop ? input.nonce + ":" + input.count + ":" + input.clientNonce + ":auth" : input.nonce;
+    return Md5Hex(secret + ":" + between + ":" + request);
+}
+
+Authenticator::Authenticator(Settings settings, FaultPlan& faults)
+    : settings_(std::move(settings)),
+      faults_(faults),
+      scheme_(settings_.scheme),
+      random_(std::random_device{}())
+{
+}
+
+void Authenticator::SetScheme(AuthScheme scheme)
+{
+    const std::lock_guard guard(lock_);
+    scheme_ = scheme;
+}
+
+AuthScheme Authenticator::Scheme() const
+{
+    const std::lock_guard guard(lock_);
+    return scheme_;
+}
+
+Authenticator::Verdict Authenticator::Check(std::string_view method, std::string_view uri,
+                                            std::string_view authorization)
+{
+    const std::lock_guard guard(lock_);
+    bool stale = false;
+    if (faults_.Active("auth-refuse") || faults_.Take("http-401-once") ||
+        !Grants(method, uri, authorization, stale))
+        return Refuse(stale);
+    return {true, {}};
+}
+
+bool Authenticator::Grants(std::string_view method, std::string_view uri, std::string_view authorization,
+                           bool& stale)
+{
+    if (scheme_ == AuthScheme::None)
+        return true;
+    const std::size_t blank = std::min(authorization.find(' '), authorization.size());
+    const std::string_view scheme = authorization.substr(0, blank);
+    const std::string_view credentials = authorization.substr(blank);
+    const bool both = faults_.Active("auth-both");
+    if ((both || scheme_ == AuthScheme::Basic) && EqualsIgnoringCase(scheme, "Basic"))
+        return BasicMatches(credentials);
+    if ((both || scheme_ == AuthScheme::Digest) && EqualsIgnoringCase(scheme, "Digest"))
+        return DigestMatches(method, uri, credentials, stale);
+    return false;
+}
+
+bool Authenticator::BasicMatches(std::string_view credentials) const
+{
+    credentials.remove_prefix(std::min(credentials.find_first_not_of(" \t"), credentials.size()));
+    const std::string wanted = Base64(settings_.user + ":" + settings_.password);
+    return WithoutPadding(credentials) == WithoutPadding(wanted);
+}
+
+bool Authenticator::DigestMatches(std::string_view method, std::string_view uri, std::string_view parameters,
+                                  bool& stale)
+{
+    std::map<std::string, std::string> given = ParseAuthParameters(parameters);
+    if (given["username"] != settings_.user || given["realm"] != settings_.realm)
+        return false;
+    if (settings_.checksUri && given["uri"] != uri)
+        return false;
+    const std::string& algorithm = given["algorithm"];
+    if (!algorithm.empty() && !EqualsIgnoringCase(algorithm, "MD5"))
+        return false;
+
+    const bool withQop = !given["qop"].empty();
+    if (withQop && given["qop"] != "auth")
+        return false;
+    const std::string wanted =
+        DigestResponse({settings_.user, settings_.realm, settings_.password, std::string(method),
+                        given["uri"], given["nonce"], given["nc"], given["cnonce"], withQop});
+    if (!EqualsIgnoringCase(given["response"], wanted))
+        return false;
+    // Only who knows the password is told that a fresh nonce is all that it needs.
+    stale = !UseNonce(given["nonce"]);
+    return !stale;
+}
+
+bool Authenticator::UseNonce(const std::string& nonce)
+{
+    const FaultPlan::Clock::time_point oldest = FaultPlan::Clock::now() - kNonceLife;
+    while (!nonces_.empty() && nonces_.front().made < oldest)
+        nonces_.pop_front();
+    const auto known = std::find_if(nonces_.begin(), nonces_.end(),
+                                    [&](const Nonce& candidate) { return candidate.text == nonce; });
+    if (known == nonces_.end())
+        return false;
+    if (faults_.Active("auth-stale"))
+        nonces_.erase(known);
+    return true;
+}
+
+std::string Authenticator::DigestChallenge(bool stale)
+{
+    if (nonces_.size() >= kMostNonces)
+        nonces_.pop_front();
+    const std::string seed = std::to_string(random_()) + std::to_string(random_());
+    nonces_.push_back({Md5Hex(seed), FaultPlan::Clock::now()});
+    std::string challenge = "Digest realm=\"" + settings_.realm + "\", nonce=\"" + nonces_.back().text + "\"";
+    if (settings_.withQop)
+        challenge += ", qop=\"auth\", algorithm=MD5";
+    if (stale && !faults_.Active("auth-stale", "no-flag"))
+        challenge += ", stale=true";
+    return challenge;
+}
+
+Authenticator::Verdict Authenticator::Refuse(bool stale)
+{
+    const std::string basic = "Basic realm=\"" + settings_.realm + "\"";
+    if (faults_.Active("auth-both", "digest-first"))
+        return {false, {DigestChallenge(stale), basic}};
+    if (faults_.Active("auth-both"))
+        return {false, {basic, DigestChallenge(stale)}};
+    if (scheme_ == AuthScheme::Digest)
+        return {false, {DigestChallenge(stale)}};
+    return {false, {basic}};
+}
+
+} // namespace larkmoor::camera

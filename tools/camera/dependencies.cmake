@@ -1,0 +1,7 @@
+# What the simulated camera stands on: its encoders, TLS, and Boost.Beast, of which only headers are used.
+pkg_check_modules(CAMERA_MEDIA REQUIRED IMPORTED_TARGET libavcodec libavutil libswscale)
+pkg_check_modules(CAMERA_TLS REQUIRED IMPORTED_TARGET libssl libcrypto)
+find_package(Boost 1.74 REQUIRED)
+find_package(CLI11 REQUIRED)
+set(TOOL_LIBRARIES PkgConfig::CAMERA_MEDIA PkgConfig::CAMERA_TLS Boost::headers CLI11::CLI11)
+set(TOOL_HEADERS <boost/asio.hpp> <sstream>) # parsed once for all sources

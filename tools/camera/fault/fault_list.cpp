@@ -1,0 +1,88 @@
+#include "camera/fault/fault_plan.h"
+
+namespace larkmoor::camera
+{
+
+using std::chrono::seconds;
+
+const std::vector<FaultDescription>& FaultPlan::All()
+{
+    static const std::vector<FaultDescription> kAll = {
+        {"Connections, HTTP and RTSP", "freeze", "", "media stop, connections stay open", seconds(0)},
+        {"Connections, HTTP and RTSP", "half-open", "",
+         "open connections neither read nor write any more and are not closed; new ones are not answered",
+         seconds(0)},
+        {"Connections, HTTP and RTSP", "reset", "time",
+         "every so often (5s) each connection that sends is reset in the middle of an answer or a picture",
+         seconds(0)},
+        {"Connections, HTTP and RTSP", "reboot", "",
+         "all connections drop, nothing answers (3 s unless told), then clocks and numbers start anew",
+         seconds(3)},
+
+        {"Authentication", "http-401-once", "", "one request is refused with 401 whatever its credentials",
+         seconds(0)},
+        {"Authentication", "auth-stale", "flag|no-flag",
+         "a nonce serves one request, the next is refused with a new one, with or without stale=true",
+         seconds(0)},
+        {"Authentication", "auth-both", "basic-first|digest-first", "Basic and Digest are offered together",
+         seconds(0)},
+        {"Authentication", "auth-refuse", "", "always 401", seconds(0)},
+        {"Authentication", "rtsp-auth-kept", "",
+         "network_rtsp_authmode is accepted but not obeyed: RTSP asks for credentials as --auth says",
+         seconds(0)},
+
+        {"HTTP and CGI", "busy-503", "count", "503 for requests above so many a second (5)", seconds(0)},
+        {"HTTP and CGI", "busy-401", "count", "401 for requests above so many a second (5)", seconds(0)},
+        {"HTTP and CGI", "slow-http", "bytes|headers|short|long",
+         "one byte a second; headers that never end; a body shorter or longer than announced", seconds(0)},
+        {"HTTP and CGI", "cgi-garbage", "binary|10mb|empty|quotes",
+         "parameter answers are binary bytes, 10 MB long, empty, or have unbalanced quotes", seconds(0)},
+        {"HTTP and CGI", "cgi-invalid", "text",
+         "setparam answers ERR_INVALID for the streams named, as in c0_s0/c0_s1, or for all", seconds(0)},
+
+        {"Motion JPEG over HTTP", "mjpeg-odd",
+         "no-length|no-boundary-dashes|no-part-headers|chunked|cut|thumbnail",
+         "parts without Content-Length; a boundary without \"--\"; pictures with nothing between; chunked "
+         "transfer; "
+         "every fifth picture cut short; a thumbnail inside each picture",
+         seconds(0)},
+
+        {"RTSP", "keepalive-400", "", "OPTIONS is answered with 400 and a wrong CSeq", seconds(0)},
+        {"RTSP", "keepalive-silent", "", "OPTIONS is never answered while media flow", seconds(0)},
+        {"RTSP", "session-short", "", "sessions time out after 8 s", seconds(0)},
+        {"RTSP", "sprop-missing", "no-sets|no-line",
+         "no parameter sets in the description, only in band; the format line without them, or no such line",
+         seconds(0)},
+        {"RTSP", "sprop-only", "", "parameter sets only in the description, never in band", seconds(0)},
+        {"RTSP", "sdp-broken", "all|port|ipv6|media|origin|blanks",
+         "negative port, IPv6 c= line, unknown media, missing o=, trailing blanks", seconds(0)},
+        {"RTSP", "base-odd", "absent|no-scheme|no-slash|absolute-control",
+         "Content-Base absent, without scheme, without slash; absolute control addresses", seconds(0)},
+
+        {"RTP over RTSP", "interleaved-garbage", "", "stray bytes, with and without \"$\", between frames",
+         seconds(0)},
+        {"RTP over RTSP", "interleaved-early", "",
+         "media before the PLAY answer, and on channels that were not asked for", seconds(0)},
+        {"RTP over RTSP", "interleaved-cut", "", "segments cut at every odd place, one byte at a time",
+         seconds(0)},
+
+        {"RTP and RTCP", "rtp-loss", "ratio", "packets are lost", seconds(0)},
+        {"RTP and RTCP", "rtp-dup", "ratio", "packets come twice", seconds(0)},
+        {"RTP and RTCP", "rtp-reorder", "ratio", "packets come behind the next one", seconds(0)},
+        {"RTP and RTCP", "foreign-ssrc", "ratio", "packets of a dead session, of another SSRC, are mixed in",
+         seconds(0)},
+        {"RTP and RTCP", "seq-jump", "for-good|once", "the sequence number leaps, for good or for one frame",
+         seconds(0)},
+        {"RTP and RTCP", "ts-jump", "for-good|once", "the timestamp leaps a minute forward", seconds(0)},
+        {"RTP and RTCP", "ts-back", "for-good|once", "the timestamp leaps half a minute back", seconds(0)},
+        {"RTP and RTCP", "no-marker", "", "the marker bit is never set", seconds(0)},
+        {"RTP and RTCP", "sps-change", "", "another picture size in mid-stream, without a request",
+         seconds(0)},
+        {"RTP and RTCP", "bye", "media-go-on|media-stop", "RTCP BYE, and media go on or stop", seconds(0)},
+        {"RTP and RTCP", "rtcp-flood", "", "hundreds of sender reports a second, also from another address",
+         seconds(0)},
+    };
+    return kAll;
+}
+
+} // namespace larkmoor::camera

@@ -1,0 +1,316 @@
+#include "camera/fault/fault_plan.h"
+
+#include <algorithm>
+#include <cassert>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <optional>
+
+namespace larkmoor::camera
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+constexpr double kLongestSeconds = 366.0 * 86400; // keeps sums of times far from overflow
+constexpr milliseconds kDefaultPeriod(5000);
+constexpr std::size_t kHelpColumn = 28;
+
+const FaultDescription* Describe(std::string_view name)
+{
+    for (const FaultDescription& fault : FaultPlan::All())
+    {
+        if (name == fault.name)
+            return &fault;
+    }
+    return nullptr;
+}
+
+std::optional<double> ReadNumber(std::string_view text)
+{
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size() || !(number >= 0 && number <= 1e9))
+        return std::nullopt;
+    return number;
+}
+
+std::optional<milliseconds> ReadTime(std::string_view text)
+{
+    double unit = 1;
+    for (const auto& [name, seconds] : {std::pair{"ms", 0.001}, std::pair{"s", 1.0}, std::pair{"m", 60.0}})
+    {
+        if (text.ends_with(name))
+        {
+            unit = seconds;
+            text.remove_suffix(std::strlen(name));
+            break;
+        }
+    }
+    const std::optional<double> number = ReadNumber(text);
+    if (!number || *number * unit > kLongestSeconds)
+        return std::nullopt;
+    return milliseconds(std::llround(*number * unit * 1000));
+}
+
+bool IsChoiceOf(std::string_view value, std::string_view choices)
+{
+    while (!choices.empty())
+    {
+        const std::size_t bar = choices.find('|');
+        if (choices.substr(0, bar) == value)
+            return true;
+        choices.remove_prefix(bar == std::string_view::npos ? choices.size() : bar + 1);
+    }
+    return false;
+}
+
+std::string DefaultValue(std::string_view values)
+{
+    const std::size_t bar = values.find('|');
+    return bar == std::string_view::npos ? std::string() : std::string(values.substr(0, bar));
+}
+
+/// Empty if the fault takes `value`, else what it takes.
+std::string WhatItTakes(std::string_view values, std::string_view value)
+{
+    if (values.empty())
+        return "takes no value";
+    if (values == "text")
+        return value.empty() ? "takes a text" : "";
+    if (values == "ratio")
+    {
+        const std::optional<double> number = ReadNumber(value);
+        return number && *number <= 1 ? "" : "takes a number from 0 to 1";
+    }
+    if (values == "count")
+        return ReadNumber(value) ? "" : "takes a number";
+    if (values == "time")
+    {
+        const std::optional<milliseconds> time = ReadTime(value);
+        return time && time->count() > 0 ? "" : "takes a time above 0, as in 5s or 300ms";
+    }
+    return IsChoiceOf(value, values) ? "" : "takes one of " + std::string(values);
+}
+
+/// `words` from the present column on, in lines that a terminal shows whole.
+void AppendWrapped(std::string& text, std::string_view words)
+{
+    constexpr std::size_t kWidth = 72;
+    while (words.size() > kWidth)
+    {
+        const std::size_t blank = words.rfind(' ', kWidth);
+        text.append(words.substr(0, blank)).append("\n").append(kHelpColumn, ' ');
+        words.remove_prefix(blank + 1);
+    }
+    text.append(words).append("\n");
+}
+
+} // namespace
+
+std::string FaultPlan::HelpText()
+{
+    std::string text;
+    const char* group = "";
+    for (const FaultDescription& fault : All())
+    {
+        if (std::strcmp(group, fault.group) != 0)
+            text += std::string(text.empty() ? "" : "\n") + fault.group + ":\n";
+        group = fault.group;
+        const std::string values = fault.values;
+        const bool choices = values.find('|') != std::string::npos;
+        std::string head = std::string("  ") + fault.name;
+        if (!values.empty())
+            head += "=" + (choices ? "VALUE" : values);
+        head.resize(std::max(head.size() + 1, kHelpColumn), ' ');
+        text += head;
+        AppendWrapped(text, fault.effect);
+        if (choices)
+            text += std::string(kHelpColumn, ' ') + "VALUE: " + values + "\n";
+    }
+    return text;
+}
+
+bool FaultPlan::Parse(std::string_view text, Entry& entry, std::string& error)
+{
+    const std::string whole(text);
+    const auto fail = [&](const std::string& why)
+    {
+        error = "fault \"" + whole + "\": " + why;
+        return false;
+    };
+
+    std::string_view window;
+    const std::size_t at = text.find('@');
+    if (at != std::string_view::npos)
+    {
+        window = text.substr(at + 1);
+        text = text.substr(0, at);
+    }
+    const std::size_t equals = text.find('=');
+    const std::string_view name = text.substr(0, equals);
+    entry.what = Describe(name);
+    if (entry.what == nullptr)
+        return fail("there is no fault \"" + std::string(name) + "\"; --help lists all");
+    entry.value = DefaultValue(entry.what->values);
+    if (equals != std::string_view::npos)
+    {
+        entry.value = text.substr(equals + 1);
+        const std::string complaint = WhatItTakes(entry.what->values, entry.value);
+        if (!complaint.empty())
+            return fail(std::string(name) + " " + complaint);
+    }
+    else if (std::strcmp(entry.what->values, "ratio") == 0)
+        return fail(std::string(name) + " needs a number from 0 to 1");
+
+    entry.hasStart = at != std::string_view::npos;
+    entry.duration = entry.what->defaultDuration;
+    if (!entry.hasStart)
+        return true;
+    const std::size_t plus = window.find('+');
+    const std::optional<milliseconds> start = ReadTime(window.substr(0, plus));
+    if (!start)
+        return fail("the start is a time as in 5s or 300ms");
+    entry.start = *start;
+    if (plus == std::string_view::npos)
+        return true;
+    const std::optional<milliseconds> duration = ReadTime(window.substr(plus + 1));
+    if (!duration || duration->count() == 0)
+        return fail("the duration is a time above 0, as in 5s or 300ms");
+    entry.duration = *duration;
+    return true;
+}
+
+bool FaultPlan::Add(std::string_view text, std::string& error)
+{
+    std::vector<Entry> added;
+    while (true)
+    {
+        const std::size_t comma = text.find(',');
+        Entry entry{};
+        if (!Parse(text.substr(0, comma), entry, error))
+            return false;
+        entry.origin = now_();
+        added.push_back(std::move(entry));
+        if (comma == std::string_view::npos)
+            break;
+        text.remove_prefix(comma + 1);
+    }
+    const std::lock_guard guard(lock_);
+    entries_.insert(entries_.end(), added.begin(), added.end());
+    empty_ = false;
+    return true;
+}
+
+void FaultPlan::Remove(std::string_view name)
+{
+    const std::lock_guard guard(lock_);
+    std::erase_if(entries_, [&](const Entry& entry) { return name == entry.what->name; });
+    empty_ = entries_.empty();
+}
+
+void FaultPlan::Begin()
+{
+    const std::lock_guard guard(lock_);
+    begun_ = true;
+    for (Entry& entry : entries_)
+        entry.origin = now_();
+}
+
+bool FaultPlan::IsOpen(const Entry& entry, Clock::time_point now)
+{
+    const auto since = now - entry.origin - entry.start;
+    return since >= Clock::duration::zero() && (entry.duration.count() == 0 || since < entry.duration);
+}
+
+const FaultPlan::Entry* FaultPlan::FindOpen(std::string_view name) const
+{
+    assert(Describe(name) != nullptr);
+    if (!begun_)
+        return nullptr;
+    const Clock::time_point now = now_();
+    for (const Entry& entry : entries_)
+    {
+        if (name == entry.what->name && IsOpen(entry, now))
+            return &entry;
+    }
+    return nullptr;
+}
+
+bool FaultPlan::Active(std::string_view name) const
+{
+    if (empty_)
+        return false;
+    const std::lock_guard guard(lock_);
+    return FindOpen(name) != nullptr;
+}
+
+bool FaultPlan::Active(std::string_view name, std::string_view value) const
+{
+    if (empty_)
+        return false;
+    const std::lock_guard guard(lock_);
+    const Clock::time_point now = now_();
+    return begun_ &&
+           std::any_of(entries_.begin(), entries_.end(),
+                       [&](const Entry& entry)
+                       { return name == entry.what->name && value == entry.value && IsOpen(entry, now); });
+}
+
+std::string FaultPlan::Value(std::string_view name) const
+{
+    if (empty_)
+        return {};
+    const std::lock_guard guard(lock_);
+    const Entry* entry = FindOpen(name);
+    return entry == nullptr ? std::string() : entry->value;
+}
+
+double FaultPlan::Number(std::string_view name, double fallback) const
+{
+    return ReadNumber(Value(name)).value_or(fallback);
+}
+
+bool FaultPlan::Take(std::string_view name)
+{
+    if (empty_)
+        return false;
+    const std::lock_guard guard(lock_);
+    const Clock::time_point now = now_();
+    for (Entry& entry : entries_)
+    {
+        if (begun_ && name == entry.what->name && !entry.taken && IsOpen(entry, now))
+            return entry.taken = true;
+    }
+    return false;
+}
+
+std::uint32_t FaultPlan::Occurrences(std::string_view name) const
+{
+    if (empty_)
+        return 0;
+    const std::lock_guard guard(lock_);
+    if (!begun_)
+        return 0;
+    const Clock::time_point now = now_();
+    std::uint32_t count = 0;
+    for (const Entry& entry : entries_)
+    {
+        auto since = std::chrono::duration_cast<milliseconds>(now - entry.origin - entry.start);
+        if (name != entry.what->name || since.count() < 0)
+            continue;
+        if (entry.duration.count() != 0)
+            since = std::min(since, entry.duration - milliseconds(1));
+        const bool comesAgain = !entry.value.empty() || !entry.hasStart;
+        const milliseconds period = ReadTime(entry.value).value_or(kDefaultPeriod);
+        count += entry.hasStart ? 1 : 0;
+        if (comesAgain)
+            count += static_cast<std::uint32_t>(since / period);
+    }
+    return count;
+}
+
+} // namespace larkmoor::camera

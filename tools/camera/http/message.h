@@ -1,0 +1,39 @@
+#pragma once
+
+#include "camera/device/streams.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace larkmoor::camera
+{
+
+/// A request as a client sent it (RFC 7230).
+struct HttpRequest
+{
+    std::string method;
+    std::string target; ///< as it came
+    std::string path;   ///< of the target, with a slash in front
+    std::string query;  ///< of the target, escapes not undone; a form that was posted stands behind it
+    std::string authorization;
+};
+
+/// What it is answered: a text or a file, or the pictures of a stream for as long as the client likes.
+struct HttpResponse
+{
+    int status = 200;
+    std::string contentType = "text/plain";
+    std::string body;
+    std::vector<std::pair<std::string, std::string>> headers; ///< beyond type and length
+    std::optional<StreamId> stream;                           ///< then there is no body
+};
+
+/// The words behind a status code, as in "Not Found".
+std::string ReasonPhrase(int status);
+
+/// A plain text answer for the person who reads it.
+HttpResponse TextResponse(int status, std::string text);
+
+} // namespace larkmoor::camera

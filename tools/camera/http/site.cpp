@@ -1,0 +1,60 @@
+#include "camera/http/site.h"
+
+#include <chrono>
+
+namespace larkmoor::camera
+{
+
+namespace
+{
+
+constexpr double kUsualLimit = 5; // requests a second, for the busy faults
+
+} // namespace
+
+HttpResponse Site::Handle(const HttpRequest& request)
+{
+    const FaultPlan::Clock::time_point now = FaultPlan::Clock::now();
+    if (now - second_ >= std::chrono::seconds(1))
+    {
+        second_ = now;
+        inSecond_ = 0;
+    }
+    ++inSecond_;
+    if (IsBusy("busy-503"))
+        return TextResponse(503, "Too many requests");
+
+    Authenticator::Verdict verdict =
+        authenticator_.Check(request.method, request.target, request.authorization);
+    if (verdict.granted && IsBusy("busy-401"))
+        verdict = {false, {"Basic realm=\"busy\""}};
+    if (!verdict.granted)
+    {
+        HttpResponse response = TextResponse(401, "Wrong or no user and password");
+        for (std::string& challenge : verdict.challenges)
+            response.headers.emplace_back("WWW-Authenticate", std::move(challenge));
+        return response;
+    }
+    return Route(request);
+}
+
+bool Site::IsBusy(const char* fault)
+{
+    return faults_.Active(fault) && inSecond_ > faults_.Number(fault, kUsualLimit);
+}
+
+HttpResponse Site::Route(const HttpRequest& request) const
+{
+    if (request.method != "GET" && request.method != "HEAD" && request.method != "POST")
+    {
+        HttpResponse response = TextResponse(405, "Only GET, HEAD and POST");
+        response.headers.emplace_back("Allow", "GET, HEAD, POST");
+        return response;
+    }
+    const auto found = handlers_.find(request.path);
+    if (found != handlers_.end())
+        return found->second(request);
+    return rest_ ? rest_(request) : TextResponse(404, "There is nothing at " + request.path);
+}
+
+} // namespace larkmoor::camera

@@ -1,0 +1,235 @@
+#include "camera/rtsp/media_session.h"
+
+#include "camera/encoding/frame_stamp.h"
+#include "camera/rtsp/h264_truth.h"
+
+#include <boost/asio/post.hpp>
+
+#include <utility>
+
+namespace larkmoor::camera
+{
+namespace
+{
+
+constexpr std::uint64_t kFramesBeforeBye = 10;
+constexpr int kFloodReportsPerTick = 20;
+constexpr int kFramesPerPump = 32;
+
+} // namespace
+
+MediaSession::MediaSession(const RtspOptions& options, const RtspServices& services, SendCounters& counters,
+                           Setup setup)
+    : options_(options),
+      services_(services),
+      counters_(counters),
+      context_(setup.context),
+      stream_(std::move(setup.stream)),
+      output_(std::move(setup.output)),
+      described_(std::move(setup.described)),
+      rtp_(Dice(setup.seed, "rtp"), kPayloadType),
+      faults_(services.faults, setup.seed)
+{
+}
+
+MediaSession::~MediaSession()
+{
+    Vanish();
+}
+
+void MediaSession::Play(std::function<void()> onFirstFrame)
+{
+    if (playing_ || gone_)
+        return;
+    playing_ = true;
+    onFirstFrame_ = std::move(onFirstFrame);
+    stream_->Subscribe(*this);
+    Pump();
+}
+
+void MediaSession::Stop()
+{
+    if (frames_ > 0 && !gone_ && !muted_ && !faults_.Frozen())
+        SendControl(rtp_.Bye(std::chrono::system_clock::now(), TimestampNow()));
+    Vanish();
+}
+
+void MediaSession::Vanish()
+{
+    gone_ = true;
+    if (std::exchange(playing_, false))
+        stream_->Unsubscribe(*this);
+}
+
+void MediaSession::OnFrame(const MediaFrame& frame)
+{
+    if (!Admits(frame))
+        return;
+    SendFrame(frame);
+    if (auto tell = std::exchange(onFirstFrame_, nullptr))
+        tell();
+}
+
+/// False for frames that are left out: then all are, up to the next key frame.
+bool MediaSession::Admits(const MediaFrame& frame)
+{
+    if (frame.encoded->codec != VideoCodec::H264)
+    {
+        // The description does not hold any more: the client has to ask anew.
+        if (!std::exchange(muted_, true) && frames_ > 0)
+            SendControl(rtp_.Bye(std::chrono::system_clock::now(), TimestampNow()));
+        return false;
+    }
+    const bool isFull = output_->IsFull();
+    if (muted_ || faults_.Frozen() || isFull)
+    {
+        if (isFull && !muted_)
+            ++counters_.dropped;
+        waitingForKey_ = true;
+        return false;
+    }
+    if (waitingForKey_ && !frame.encoded->key)
+    {
+        if (frames_ > 0)
+        {
+            ++counters_.dropped;
+            stream_->RequestKey();
+        }
+        return false;
+    }
+    waitingForKey_ = false;
+    return true;
+}
+
+H264Shape MediaSession::Shape() const
+{
+    H264Shape shape;
+    shape.payloadBytes = options_.packetBytes - OutPacket::kRtpHeaderBytes;
+    shape.setsInBand = !services_.faults.Active("sprop-only");
+    shape.aggregate = options_.aggregate;
+    shape.delimiters = options_.delimiters;
+    shape.infoUnits = options_.infoUnits;
+    return shape;
+}
+
+std::string MediaSession::NextStamp()
+{
+    return options_.stamps ? MakeFrameStamp(stamps_++) : std::string();
+}
+
+void MediaSession::SendFrame(const MediaFrame& frame)
+{
+    faults_.BeforeFrame(rtp_);
+    const std::uint32_t timestamp = rtp_.TimestampOf(frame.mediaTime);
+    const H264AccessUnit unit(frame.encoded, Shape(), NextStamp());
+    PacketBatch batch;
+    batch.owners = unit.Owners();
+    batch.packets.reserve(unit.Payloads().size() + 1);
+    for (const RtpPayload& payload : unit.Payloads())
+        batch.packets.push_back(rtp_.Make(payload, timestamp));
+    counters_.packets += batch.packets.size();
+    ++counters_.frames;
+
+    const PacketFates fates = faults_.Play(batch);
+    TellTruth(unit, fates, timestamp);
+    lastTimestamp_ = timestamp;
+    lastCaptured_ = frame.captured;
+    ++frames_;
+    output_->Send(std::move(batch));
+    if (frames_ == 1)
+        Tick();
+}
+
+void MediaSession::TellTruth(const H264AccessUnit& unit, const PacketFates& fates, std::uint32_t timestamp)
+{
+    if (services_.units.Wanted())
+        services_.units.Record(stream_->Id().Text(), timestamp, unit, fates);
+    if (!services_.truth.Wanted() || !fates.intact)
+        return;
+    if (const auto expected = WorkOutFrame(unit.Units(), described_))
+        services_.truth.Record(stream_->Id().Text(), "h264", expected->key, expected->bytes, timestamp);
+}
+
+PacketBatch MediaSession::ControlBatch(Bytes packet)
+{
+    auto kept = std::make_shared<const Bytes>(std::move(packet));
+    OutPacket out;
+    out.control = true;
+    out.shared = *kept;
+    PacketBatch batch;
+    batch.packets.push_back(out);
+    batch.owners.push_back(std::move(kept));
+    return batch;
+}
+
+void MediaSession::SendControl(Bytes packet)
+{
+    output_->Send(ControlBatch(std::move(packet)));
+}
+
+std::uint32_t MediaSession::TimestampNow() const
+{
+    return lastTimestamp_ + TicksOf(std::chrono::system_clock::now() - lastCaptured_);
+}
+
+void MediaSession::Tick()
+{
+    if (!playing_ || frames_ == 0 || muted_ || faults_.Frozen())
+        return;
+    const auto now = Clock::now();
+    if (now >= nextReport_)
+    {
+        nextReport_ = now + options_.reportInterval;
+        SendControl(rtp_.SenderReport(std::chrono::system_clock::now(), TimestampNow()));
+    }
+    if (services_.faults.Active("rtcp-flood"))
+    {
+        for (int i = 0; i < kFloodReportsPerTick; ++i)
+        {
+            PacketBatch report =
+                ControlBatch(rtp_.SenderReport(std::chrono::system_clock::now(), TimestampNow()));
+            output_->SendStray(report);
+            output_->Send(std::move(report));
+        }
+    }
+    PlayBye();
+}
+
+/// bye: one in each window of the fault.
+void MediaSession::PlayBye()
+{
+    if (!services_.faults.Active("bye"))
+    {
+        byePlayed_ = false;
+        return;
+    }
+    if (byePlayed_ || frames_ < kFramesBeforeBye)
+        return;
+    byePlayed_ = true;
+    muted_ = services_.faults.Active("bye", "media-stop");
+    SendControl(rtp_.Bye(std::chrono::system_clock::now(), TimestampNow()));
+}
+
+void MediaSession::OnHungry()
+{
+    Pump();
+}
+
+/// For streams without a clock: gives the output work until it has enough, a bit at a time.
+void MediaSession::Pump()
+{
+    if (services_.hub.Source() != VideoSource::Flood)
+        return;
+    for (int i = 0; i < kFramesPerPump && playing_ && output_->IsHungry(); ++i)
+        stream_->Pull(*this);
+    if (!playing_ || !output_->IsHungry())
+        return;
+    boost::asio::post(context_,
+                      [weak = weak_from_this()]
+                      {
+                          if (const auto self = weak.lock())
+                              self->Pump();
+                      });
+}
+
+} // namespace larkmoor::camera

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "camera/rtsp/media_faults.h"
+#include "camera/rtsp/packet_output.h"
+#include "camera/rtsp/rtp_stream.h"
+#include "camera/rtsp/rtsp_services.h"
+
+#include <boost/asio/io_context.hpp>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace larkmoor::camera
+{
+
+/// One video stream on its way to one client or group: takes the hub's frames, makes packets of them, plays
+/// the faults and tells the truth. On the io_context's thread.
+class MediaSession : public FrameSubscriber, public std::enable_shared_from_this<MediaSession>
+{
+public:
+    struct Setup
+    {
+        boost::asio::io_context& context;
+        std::shared_ptr<VideoStream> stream;
+        std::unique_ptr<PacketOutput> output;
+        ParameterSets described; ///< that the description told the client
+        std::uint64_t seed = 0;
+    };
+
+    static constexpr std::uint8_t kPayloadType = 96;
+
+    /// The references outlive the session.
+    MediaSession(const RtspOptions& options, const RtspServices& services, SendCounters& counters,
+                 Setup setup);
+    ~MediaSession() override;
+
+    /// Starts with the next key frame; `onFirstFrame`, if any, is called when that is sent. Once more has no
+    /// effect.
+    void Play(std::function<void()> onFirstFrame = nullptr);
+
+    /// Says goodbye, if it ever played, and sends nothing more.
+    void Stop();
+
+    /// Sends nothing more, without a word.
+    void Vanish();
+
+    /// For reports and faults that come with time; some times a second.
+    void Tick();
+
+    /// The output has room again: a stream without a clock goes on.
+    void OnHungry();
+
+    std::uint16_t FirstSequence() const { return rtp_.NextSequence(); } ///< before Play
+    std::uint32_t FirstTimestamp() const { return rtp_.FirstTimestamp(); }
+    std::uint32_t Ssrc() const { return rtp_.Ssrc(); }
+
+    void OnFrame(const MediaFrame& frame) override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    bool Admits(const MediaFrame& frame);
+    void SendFrame(const MediaFrame& frame);
+    void TellTruth(const H264AccessUnit& unit, const PacketFates& fates, std::uint32_t timestamp);
+    H264Shape Shape() const;
+    std::string NextStamp();
+    void PlayBye();
+    static PacketBatch ControlBatch(Bytes packet);
+    void SendControl(Bytes packet);
+    std::uint32_t TimestampNow() const;
+    void Pump();
+
+    const RtspOptions& options_;
+    const RtspServices& services_;
+    SendCounters& counters_;
+    boost::asio::io_context& context_;
+    const std::shared_ptr<VideoStream> stream_;
+    const std::unique_ptr<PacketOutput> output_;
+    const ParameterSets described_;
+    RtpStream rtp_;
+    MediaFaults faults_;
+    std::function<void()> onFirstFrame_;
+    bool playing_ = false;
+    bool gone_ = false;
+    bool muted_ = false;     // by a BYE that ends the media
+    bool byePlayed_ = false; // in the present window of the fault
+    bool waitingForKey_ = true;
+    std::uint32_t stamps_ = 0;
+    std::uint64_t frames_ = 0;
+    std::uint32_t lastTimestamp_ = 0;
+    std::chrono::system_clock::time_point lastCaptured_;
+    Clock::time_point nextReport_;
+};
+
+} // namespace larkmoor::camera
