@@ -1,0 +1,168 @@
+#include "host/contract/frame_allocator.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace larkmoor::host
+{
+
+using namespace korvane::ipcapture;
+using testing::HasSubstr;
+
+namespace
+{
+
+struct Fixture
+{
+    FaultList faults;
+    FrameAllocator allocator{faults};
+
+    IHostFrame* Video(std::uint32_t size)
+    {
+        return allocator.AllocateVideoFrame(kFormatH264Key, size, "Test");
+    }
+    std::string Fault() const { return faults.Texts().empty() ? "" : faults.Texts().front(); }
+};
+
+} // namespace
+
+TEST(FrameAllocator, FindsEveryBreachOfTheContract)
+{
+    const struct
+    {
+        const char* name;
+        std::function<void(Fixture&)> driver;
+        const char* fault;
+    } cases[] = {
+        {"write behind the end",
+         [](Fixture& f)
+         {
+             IHostFrame* frame = f.Video(100);
+             frame->GetData()[100] = 1;
+             f.allocator.ReleaseFrame(frame);
+         },
+         "write outside a frame of 100 bytes"},
+        {"write far behind the end",
+         [](Fixture& f)
+         {
+             IHostFrame* frame = f.Video(100);
+             frame->GetData()[131] = 1;
+             f.allocator.ReleaseFrame(frame);
+         },
+         "write outside"},
+        {"write before the start",
+         [](Fixture& f)
+         {
+             IHostFrame* frame = f.Video(100);
+             *(frame->GetData() - 1) = 1;
+             f.allocator.ReleaseFrame(frame);
+         },
+         "write outside"},
+        {"released twice",
+         [](Fixture& f)
+         {
+             IHostFrame* frame = f.Video(100);
+             f.allocator.ReleaseFrame(frame);
+             f.allocator.ReleaseFrame(frame);
+         },
+         "does not hold"},
+        {"released as null", [](Fixture& f) { f.allocator.ReleaseFrame(nullptr); }, "does not hold"},
+        {"video released as audio", [](Fixture& f) { f.allocator.ReleaseAudioFrame(f.Video(1)); },
+         "as audio"},
+        {"more data than room",
+         [](Fixture& f)
+         {
+             IHostFrame* frame = f.Video(10);
+             frame->SetDataSize(11);
+             f.allocator.ReleaseFrame(frame);
+         },
+         "SetDataSize of 11 bytes in a frame of 10"},
+        {"more audio than room",
+         [](Fixture& f)
+         {
+             const std::uint8_t bytes[8] = {};
+             IHostFrame* frame = f.allocator.AllocateAudioFrame(kFormatAac, 7, "Test");
+             frame->SetData(bytes, 8);
+             f.allocator.ReleaseAudioFrame(frame);
+         },
+         "SetData of 8 bytes into a frame of 7"},
+        {"a frame of a gigabyte", [](Fixture& f) { EXPECT_EQ(f.Video(1u << 30), nullptr); },
+         "1073741824 bytes"},
+        {"a frame without a name",
+         [](Fixture& f)
+         { f.allocator.ReleaseFrame(f.allocator.AllocateVideoFrame(kFormatJpeg, 1, nullptr)); },
+         "without the driver's name"},
+        {"delivered after its release",
+         [](Fixture& f)
+         {
+             IHostFrame* frame = f.Video(100);
+             f.allocator.ReleaseFrame(frame);
+             EXPECT_FALSE(f.allocator.Hold(frame));
+         },
+         "does not hold"},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        Fixture f;
+        c.driver(f);
+        EXPECT_EQ(f.faults.Count(), 1u);
+        EXPECT_THAT(f.Fault(), HasSubstr(c.fault));
+        EXPECT_EQ(f.allocator.Outstanding(), 0u);
+    }
+}
+
+TEST(FrameAllocator, HandsFramesOutAgainOnlyWhenNobodyHoldsThem)
+{
+    Fixture f;
+    IHostFrame* first = f.Video(100);
+    first->GetData()[0] = 0x42;
+    first->SetDataSize(1);
+    first->SetWidth(640);
+    FrameHold hold = f.allocator.Hold(first);
+    ASSERT_TRUE(hold);
+    f.allocator.ReleaseFrame(first);
+    EXPECT_EQ(f.allocator.Outstanding(), 0u);
+
+    IHostFrame* second = f.Video(100);
+    EXPECT_NE(second, first);
+    second->GetData()[0] = 0x99;
+    EXPECT_EQ(hold->Data()[0], 0x42);
+    hold = FrameHold();
+
+    IHostFrame* third = f.Video(100);
+    EXPECT_EQ(third, first) << "the frame that came back is used again";
+    EXPECT_EQ(static_cast<Frame*>(third)->Info().width, 0u) << "and knows nothing of its former life";
+    EXPECT_TRUE(static_cast<Frame*>(third)->Data().empty());
+    EXPECT_EQ(f.allocator.Outstanding(), 2u);
+    f.allocator.ReleaseFrame(second);
+    f.allocator.ReleaseFrame(third);
+    EXPECT_EQ(f.faults.Count(), 0u);
+}
+
+TEST(FrameAllocator, NoticesAWriteWhileTheHostStillHoldsTheFrame)
+{
+    Fixture f;
+    IHostFrame* frame = f.Video(100);
+    FrameHold hold = f.allocator.Hold(frame);
+    f.allocator.ReleaseFrame(frame);
+    frame->GetData()[100] = 1; // through a pointer that the driver should have forgotten
+    hold = FrameHold();
+    EXPECT_THAT(f.Fault(), HasSubstr("write outside"));
+}
+
+TEST(Frame, KeepsTheTimeThatItWasGiven)
+{
+    Fixture f;
+    IHostFrame* frame = f.Video(1);
+    const SYSTEMTIME leapDay = {2024, 2, 4, 29, 23, 59, 58, 765};
+    frame->SetTime(&leapDay);
+    EXPECT_EQ(static_cast<Frame*>(frame)->Info().time, 1'709'251'198'765'000);
+    const SYSTEMTIME nonsense = {0, 0, 0, 0, 99, 99, 99, 9999}; // must not crash
+    frame->SetTime(&nonsense);
+    f.allocator.ReleaseFrame(frame);
+}
+
+} // namespace larkmoor::host

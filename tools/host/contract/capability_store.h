@@ -1,0 +1,131 @@
+#pragma once
+
+#include "host/contract/fault_list.h"
+
+#include <larkmoor/capability_store.h>
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace larkmoor::host
+{
+
+/// What a capability query told of a device, as it came.
+struct DeviceReport
+{
+    struct Parameter
+    {
+        std::uint32_t id = 0;
+        std::string name;
+        bool isText = false;
+        std::string value;
+    };
+    struct Size
+    {
+        std::string text;
+        std::uint32_t width = 0;
+        std::uint32_t height = 0;
+        std::uint32_t frameTime = 0; ///< milliseconds, 0 if none is known
+    };
+
+    std::string model;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> values; ///< number and value
+    std::vector<Parameter> parameters;
+    std::vector<Size> sizes;
+    std::vector<std::uint32_t> frameTimes;           ///< milliseconds
+    std::uint32_t defaultFrameTime = 0;              ///< milliseconds, 0 if it wasn't told
+    std::map<std::uint32_t, std::string> connection; ///< 1 address, 2 port, 3 user, 4 password
+
+    /// The last value of that number; 0 if there is none.
+    std::uint32_t Value(std::uint32_t number) const;
+
+    /// The text of a parameter; empty if there is none, and for "(none)".
+    std::string Text(std::uint32_t parameter) const;
+};
+
+/// Takes what a query writes. Written on the query's thread; read when the query has ended.
+class CapabilityStore final : public korvane::ipcapture::ICapabilityStore
+{
+public:
+    /// `faults` outlives this object.
+    explicit CapabilityStore(FaultList& faults) : faults_(faults) {}
+
+    const DeviceReport& Report() const { return report_; }
+
+    void SetValue(std::uint32_t id, std::uint32_t value) override { report_.values.emplace_back(id, value); }
+    void SetModel(const char* text) override { report_.model = Checked(text, "SetModel"); }
+    korvane::ipcapture::ICapabilityField* GetConnectionField(std::uint32_t index) override;
+    void ReservedSlot1() override { Reserved(); }
+    korvane::ipcapture::ICapabilityParameter* AddParameter(std::uint32_t id) override;
+    korvane::ipcapture::IResolutionList* GetResolutionList() override { return &resolutions_; }
+    void ReservedSlot2() override { Reserved(); }
+    korvane::ipcapture::IFrameTimeList* GetFrameTimeList(std::uint32_t number) override;
+
+private:
+    class Field final : public korvane::ipcapture::ICapabilityField
+    {
+    public:
+        Field(CapabilityStore& store, std::uint32_t index) : store_(store), index_(index) {}
+        void SetText(const char* text) override;
+
+    private:
+        CapabilityStore& store_;
+        const std::uint32_t index_;
+    };
+
+    class Parameter final : public korvane::ipcapture::ICapabilityParameter
+    {
+    public:
+        Parameter(CapabilityStore& store, std::size_t place) : store_(store), place_(place) {}
+        void SetValue(const char* text) override { Target().value = store_.Checked(text, "SetValue"); }
+        void ReservedSlot1() override { store_.Reserved(); }
+        void ReservedSlot2() override { store_.Reserved(); }
+        void SetIsText(bool isText) override { Target().isText = isText; }
+        void SetName(const char* text) override { Target().name = store_.Checked(text, "SetName"); }
+        void SetReserved(std::uint32_t value) override;
+
+    private:
+        DeviceReport::Parameter& Target() { return store_.report_.parameters[place_]; }
+
+        CapabilityStore& store_;
+        const std::size_t place_; // in the report
+    };
+
+    class ResolutionList final : public korvane::ipcapture::IResolutionList
+    {
+    public:
+        explicit ResolutionList(CapabilityStore& store) : store_(store) {}
+        void Add(const char* text, std::uint32_t width, std::uint32_t height,
+                 std::uint32_t frameTime) override;
+
+    private:
+        CapabilityStore& store_;
+    };
+
+    class FrameTimeList final : public korvane::ipcapture::IFrameTimeList
+    {
+    public:
+        explicit FrameTimeList(CapabilityStore& store) : store_(store) {}
+        void SetDefault(std::uint32_t frameTime) override { store_.report_.defaultFrameTime = frameTime; }
+        void Add(std::uint32_t frameTime) override { store_.report_.frameTimes.push_back(frameTime); }
+
+    private:
+        CapabilityStore& store_;
+    };
+
+    std::string Checked(const char* text, const char* operation); // null is a fault of the driver
+    void Reserved();
+
+    FaultList& faults_;
+    DeviceReport report_;
+    std::list<Field> fields_;
+    std::list<Parameter> parameters_;
+    ResolutionList resolutions_{*this};
+    FrameTimeList frameTimes_{*this};
+};
+
+} // namespace larkmoor::host

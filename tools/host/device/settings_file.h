@@ -1,0 +1,19 @@
+#pragma once
+
+#include "host/device/device.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace larkmoor::host
+{
+
+/// The name of the file in which the driver looks for what an administrator has chosen.
+constexpr const char* kSettingsFileName = "Larkmoor.xml";
+
+/// The settings that make the driver use `transport` for every device. With `bitRate` (bits a second) the
+/// encoders are told to keep to that rate; without it they keep to the quality that the host asks for.
+std::string SettingsText(Transport transport, std::optional<std::uint32_t> bitRate);
+
+} // namespace larkmoor::host

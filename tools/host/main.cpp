@@ -1,0 +1,6 @@
+#include "host/run.h"
+
+int main(int argc, char** argv)
+{
+    return larkmoor::host::Run(argc, argv);
+}

@@ -1,0 +1,34 @@
+#include "host/recording/libav.h"
+
+#include <larkmoor/host_frame.h>
+
+#include <array>
+
+namespace larkmoor::host
+{
+
+AVCodecID CodecOfFormat(std::uint32_t format)
+{
+    switch (format)
+    {
+    case korvane::ipcapture::kFormatH264Key:
+    case korvane::ipcapture::kFormatH264Delta:
+        return AV_CODEC_ID_H264;
+    case korvane::ipcapture::kFormatMpeg4Key:
+    case korvane::ipcapture::kFormatMpeg4Delta:
+        return AV_CODEC_ID_MPEG4;
+    case korvane::ipcapture::kFormatJpeg:
+        return AV_CODEC_ID_MJPEG;
+    default:
+        return AV_CODEC_ID_NONE;
+    }
+}
+
+std::string LibavError(int code)
+{
+    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
+    av_strerror(code, text.data(), text.size());
+    return text.data();
+}
+
+} // namespace larkmoor::host

@@ -1,0 +1,148 @@
+#include "host/verbs/bench.h"
+
+#include "host/contract/driver_settings.h"
+#include "host/device/settings_file.h"
+#include "host/recording/frame_files.h"
+
+#include <fstream>
+#include <sstream>
+
+namespace larkmoor::host
+{
+
+namespace
+{
+
+constexpr const char* kCoreLibraryVersionFile = "bastrel.dll.version";
+
+std::string ReadWhole(const std::filesystem::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    if (!stream)
+        throw Failure(ExitStatus::Usage, "can't read " + file.string());
+    return text.str();
+}
+
+std::string PrepareFolder(const PrivateFolder& folder, const CommonOptions& options,
+                          const StreamOptions& stream)
+{
+    const std::string text = options.settings.empty() ? SettingsText(stream.transport, stream.bitRate)
+                                                      : ReadWhole(options.settings);
+    const std::filesystem::path file = folder.Write(kSettingsFileName, text);
+    if (!options.hostVersion.empty())
+        folder.Write(kCoreLibraryVersionFile, options.hostVersion + "\n");
+    return file.string();
+}
+
+std::filesystem::path LibraryPath(const PrivateFolder& folder, const CommonOptions& options)
+{
+    return options.library.empty() ? folder.Home() / "liblarkmoor.so" : options.library;
+}
+
+} // namespace
+
+Bench::Bench(const PrivateFolder& folder, const CommonOptions& options, const StreamOptions& stream)
+    : sink(console, options.quiet), library(LibraryPath(folder, options))
+{
+    console.Line("the driver's settings: " + PrepareFolder(folder, options, stream));
+}
+
+OpenDriver::OpenDriver(Bench& bench, const Device& device)
+    : bench_(bench), driver_(bench.library.createIPCaptureEx4())
+{
+    if (driver_ == nullptr)
+        throw Failure(ExitStatus::NoDriver, "the library makes no driver");
+    DeviceSettings settings(device, bench.faults);
+    if (driver_->Open(&bench.sink, &bench.allocator, &settings))
+        video_ = driver_->GetVideoCaptureEx();
+    if (video_ != nullptr)
+        return;
+    driver_->Close();
+    bench.library.deleteIPCaptureEx4(driver_);
+    throw Failure(ExitStatus::NoDriver, "the driver refuses to open (property 1 has to be a number)");
+}
+
+OpenDriver::~OpenDriver()
+{
+    driver_->Close();
+    bench_.library.deleteIPCaptureEx4(driver_);
+}
+
+void OpenDriver::Start(std::uint32_t channel, korvane::ipcapture::IHostChannelClient& client,
+                       const StreamOptions& stream)
+{
+    ChannelSettings settings(stream.size, IntervalOfRate(stream.rate), stream.quality, bench_.faults);
+    if (!video_->StartChannel(channel, &client, &settings))
+        throw Failure(ExitStatus::NoDriver, "the driver refuses to start channel " + std::to_string(channel));
+}
+
+std::uint32_t OpenDriver::State(std::uint32_t channel)
+{
+    std::uint32_t state = 3;
+    std::uint32_t detail = 0;
+    video_->GetChannelState(channel, &state, &detail, nullptr, 0);
+    return state;
+}
+
+std::string StateName(std::uint32_t state)
+{
+    switch (state)
+    {
+    case 0:
+        return "running";
+    case 2:
+        return "connecting";
+    case 3:
+        return "stopped";
+    default:
+        return std::to_string(state);
+    }
+}
+
+std::string StreamName(Codec codec, Transport transport)
+{
+    static constexpr const char* kCodecs[] = {"?", "mjpeg", "mpeg4", "h264"};
+    static constexpr const char* kTransports[] = {"udp", "tcp", "multicast", "http"};
+    return std::string(kCodecs[static_cast<std::size_t>(codec)]) + " over " +
+           kTransports[static_cast<std::size_t>(transport)];
+}
+
+nlohmann::ordered_json HostSideReport(const Bench& bench)
+{
+    nlohmann::ordered_json counts = nlohmann::ordered_json::object();
+    for (const auto& [level, count] : bench.sink.CountByLevel())
+        counts[LevelName(level)] = count;
+    nlohmann::ordered_json lines = nlohmann::ordered_json::array();
+    for (const LogLine& line : bench.sink.Lines())
+        lines.push_back({{"seconds", line.seconds}, {"level", line.level}, {"text", line.text}});
+    return {{"allocated_frames", bench.allocator.Allocated()},
+            {"outstanding_frames", bench.allocator.Outstanding()},
+            {"contract_faults", bench.faults.Count()},
+            {"contract_fault_texts", bench.faults.Texts()},
+            {"log", counts},
+            {"log_lines", lines}};
+}
+
+ExitStatus JudgeContract(Bench& bench)
+{
+    if (const std::uint64_t outstanding = bench.allocator.Outstanding(); outstanding != 0)
+        bench.faults.Add(std::to_string(outstanding) + " frames were never released");
+    for (const std::string& text : bench.faults.Texts())
+        bench.console.Line("contract broken: " + text);
+    return bench.faults.Count() == 0 ? ExitStatus::Done : ExitStatus::Contract;
+}
+
+void WriteReport(const std::filesystem::path& file, const nlohmann::ordered_json& report)
+{
+    if (file.empty())
+        return;
+    // Texts may hold what a camera sent, which need not be UTF-8.
+    const std::string text = report.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
+    OutputFile output(file);
+    output.Write(text);
+    output.Finish();
+}
+
+} // namespace larkmoor::host

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "host/base/console.h"
+#include "host/base/failure.h"
+#include "host/contract/driver_library.h"
+#include "host/contract/fault_list.h"
+#include "host/contract/frame_allocator.h"
+#include "host/contract/sink.h"
+#include "host/device/private_folder.h"
+#include "host/verbs/options.h"
+
+#include <nlohmann/json.hpp>
+
+#include <memory>
+
+namespace larkmoor::host
+{
+
+/// What every verb works with: the loaded driver and the host's side of it, with the driver's settings in
+/// place.
+struct Bench
+{
+    /// Writes the settings file, says where it stands, and loads the library. Throws `Failure`.
+    Bench(const PrivateFolder& folder, const CommonOptions& options, const StreamOptions& stream);
+
+    Console console;
+    FaultList faults;
+    FrameAllocator allocator{faults};
+    Sink sink;
+    DriverLibrary library;
+};
+
+/// One opened driver. Host's thread.
+class OpenDriver
+{
+public:
+    /// Makes and opens a driver. Throws `Failure` (NoDriver). All outlive this object.
+    OpenDriver(Bench& bench, const Device& device);
+
+    /// Closes and deletes it.
+    ~OpenDriver();
+
+    OpenDriver(const OpenDriver&) = delete;
+    OpenDriver& operator=(const OpenDriver&) = delete;
+
+    korvane::ipcapture::IIPVideoCaptureEx& Video() { return *video_; }
+
+    /// Starts a channel. Throws `Failure` (NoDriver) if the driver refuses.
+    void Start(std::uint32_t channel, korvane::ipcapture::IHostChannelClient& client,
+               const StreamOptions& stream);
+
+    /// 0 running, 2 connecting, 3 stopped or nothing there.
+    std::uint32_t State(std::uint32_t channel);
+
+private:
+    Bench& bench_;
+    korvane::ipcapture::IIPCaptureDriverEx4* driver_;
+    korvane::ipcapture::IIPVideoCaptureEx* video_ = nullptr;
+};
+
+/// "running", "connecting", "stopped", or the number.
+std::string StateName(std::uint32_t state);
+
+/// "h264 over udp" and so on.
+std::string StreamName(Codec codec, Transport transport);
+
+/// What the log, the allocator and the faults hold, as part of a report.
+nlohmann::ordered_json HostSideReport(const Bench& bench);
+
+/// Says what the driver did against its contract. `Contract` if there was anything, else `Done`. After
+/// `Close`.
+ExitStatus JudgeContract(Bench& bench);
+
+/// Writes a report; does nothing without a file. Throws `Failure` (Output).
+void WriteReport(const std::filesystem::path& file, const nlohmann::ordered_json& report);
+
+} // namespace larkmoor::host

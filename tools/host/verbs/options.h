@@ -1,0 +1,91 @@
+#pragma once
+
+#include "host/base/text.h"
+#include "host/device/device.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace larkmoor::host
+{
+
+/// What every verb takes.
+struct CommonOptions
+{
+    std::filesystem::path library;  ///< empty: liblarkmoor.so beside the bench host
+    Device device;                  ///< complete: the file, what overrides it, and the properties
+    std::filesystem::path json;     ///< empty: no report
+    std::filesystem::path settings; ///< the driver's settings file to copy; empty: one is written
+    std::string hostVersion;        ///< of the host's core library; empty: unknown to the driver
+    bool quiet = false;
+};
+
+/// What a stream is asked to be.
+struct StreamOptions
+{
+    Transport transport = Transport::Udp;
+    PictureSize size{640, 480};
+    double rate = 25; ///< frames a second; 0 asks for none
+    std::uint16_t quality = 60;
+    std::optional<std::uint32_t> bitRate; ///< bits a second
+};
+
+/// How long a verb works.
+struct TimeOptions
+{
+    std::optional<std::chrono::milliseconds> seconds; ///< from the first frame; none: until interrupted
+    std::chrono::milliseconds patience{30000};        ///< to wait for the first frame
+};
+
+struct QueryOptions
+{
+    CommonOptions common;
+    bool ntsc = false; ///< the host's video standard, for devices that don't tell theirs; else PAL
+    bool raw = false;  ///< print every number and parameter too
+    std::filesystem::path save;
+};
+
+struct RecordOptions
+{
+    struct PictureAt
+    {
+        std::chrono::milliseconds at{};
+        std::filesystem::path file;
+    };
+
+    CommonOptions common;
+    StreamOptions stream;
+    TimeOptions time;
+    std::uint32_t channel = 0;
+    std::filesystem::path out;
+    std::filesystem::path raw;
+    std::filesystem::path frames;
+    std::filesystem::path picture;
+    std::vector<PictureAt> picturesAt;
+    std::vector<Change> changes;
+};
+
+struct WatchOptions
+{
+    CommonOptions common;
+    StreamOptions stream;
+    TimeOptions time;
+    std::vector<std::uint32_t> channels; ///< at least one
+};
+
+struct LoadOptions
+{
+    CommonOptions common;
+    StreamOptions stream;
+    TimeOptions time;
+    std::uint32_t drivers = 1;
+    std::uint32_t channels = 1;           ///< streams of each driver
+    std::chrono::milliseconds ramp{2000}; ///< over which the streams are started
+    std::uint32_t rounds = 1;             ///< how often all is opened and closed
+};
+
+} // namespace larkmoor::host

@@ -1,0 +1,277 @@
+#include "host/verbs/record.h"
+
+#include "host/base/interrupt.h"
+#include "host/base/stopwatch.h"
+#include "host/contract/driver_settings.h"
+#include "host/contract/stream_client.h"
+#include "host/recording/frame_files.h"
+#include "host/recording/matroska_writer.h"
+#include "host/recording/picture.h"
+#include "host/recording/recorder.h"
+#include "host/verbs/bench.h"
+#include "host/verbs/state_log.h"
+#include "host/verbs/stream_report.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace larkmoor::host
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kPoll(20);
+constexpr double kProgressSeconds = 0.5;
+constexpr milliseconds kPlainProgress(10'000);
+
+// The files of one recording.
+struct Writers
+{
+    std::unique_ptr<MatroskaWriter> matroska;
+    std::unique_ptr<RawWriter> raw;
+    std::unique_ptr<FrameLog> frames;
+    PictureKeeper pictures;
+
+    explicit Writers(const RecordOptions& options)
+    {
+        if (!options.out.empty())
+            matroska = std::make_unique<MatroskaWriter>(options.out);
+        if (!options.raw.empty())
+            raw = std::make_unique<RawWriter>(options.raw);
+        if (!options.frames.empty())
+            frames = std::make_unique<FrameLog>(options.frames);
+        if (!options.picture.empty())
+            pictures.WantLast(options.picture);
+    }
+
+    std::vector<IFrameWriter*> All(const RecordOptions& options)
+    {
+        std::vector<IFrameWriter*> all;
+        for (IFrameWriter* writer :
+             {static_cast<IFrameWriter*>(matroska.get()), static_cast<IFrameWriter*>(raw.get()),
+              static_cast<IFrameWriter*>(frames.get())})
+        {
+            if (writer != nullptr)
+                all.push_back(writer);
+        }
+        if (!options.picture.empty() || !options.picturesAt.empty())
+            all.push_back(&pictures);
+        return all;
+    }
+};
+
+// One run of the verb, on the main thread.
+class RecordRun
+{
+public:
+    RecordRun(const PrivateFolder& folder, const RecordOptions& options)
+        : options_(options),
+          bench_(folder, options.common, options.stream),
+          writers_(options),
+          recorder_(writers_.All(options)),
+          client_(bench_.allocator, bench_.faults, &recorder_, &delays_)
+    {
+        const auto earlier = [](const auto& a, const auto& b) { return a.at < b.at; };
+        std::stable_sort(options_.changes.begin(), options_.changes.end(), earlier);
+        std::stable_sort(options_.picturesAt.begin(), options_.picturesAt.end(), earlier);
+    }
+
+    ExitStatus Run();
+
+private:
+    void Follow(OpenDriver& driver);
+    bool IsOver(double now, double firstFrame) const;
+    void DoWhatIsDue(OpenDriver& driver, milliseconds sinceFirstFrame);
+    void ApplyChange(OpenDriver& driver, const Change& change, milliseconds sinceFirstFrame);
+    void ShowProgress(double now);
+    void Summarise(const StreamCounts& counts);
+    nlohmann::ordered_json Report(const StreamCounts& counts, ExitStatus status) const;
+    ExitStatus Judge(const StreamCounts& counts);
+
+    RecordOptions options_;
+    Bench bench_;
+    Writers writers_;
+    Recorder recorder_;
+    DelayHistogram delays_;
+    StreamClient client_;
+    double start_ = MonotonicSeconds();
+    std::int64_t startWall_ = WallMicroseconds();
+    StateLog states_{start_};
+    RateMeter meter_;
+    double nextProgress_ = 0;
+    std::size_t nextChange_ = 0;
+    std::size_t nextPicture_ = 0;
+    nlohmann::ordered_json changes_ = nlohmann::ordered_json::array();
+    double stopSeconds_ = 0;
+    double closeSeconds_ = 0;
+    std::optional<std::string> writeFailure_;
+};
+
+bool RecordRun::IsOver(double now, double firstFrame) const
+{
+    if (firstFrame == 0)
+        return now - start_ > std::chrono::duration<double>(options_.time.patience).count();
+    return options_.time.seconds &&
+           now - firstFrame >= std::chrono::duration<double>(*options_.time.seconds).count();
+}
+
+void RecordRun::ApplyChange(OpenDriver& driver, const Change& change, milliseconds sinceFirstFrame)
+{
+    options_.stream.size = change.size.value_or(options_.stream.size);
+    options_.stream.rate = change.rate.value_or(options_.stream.rate);
+    Resolution size(options_.stream.size);
+    const bool taken =
+        driver.Video().ChangeChannel(options_.channel, &size, IntervalOfRate(options_.stream.rate));
+    client_.ForgetRate();
+    bench_.console.Line("change to " + std::to_string(options_.stream.size.width) + "x" +
+                        std::to_string(options_.stream.size.height) + " at " +
+                        std::to_string(IntervalOfRate(options_.stream.rate)) + " ms a frame" +
+                        (taken ? "" : ": refused by the driver"));
+    changes_.push_back({{"seconds", static_cast<double>(sinceFirstFrame.count()) / 1000},
+                        {"width", options_.stream.size.width},
+                        {"height", options_.stream.size.height},
+                        {"frame_interval", IntervalOfRate(options_.stream.rate)},
+                        {"taken", taken}});
+}
+
+void RecordRun::DoWhatIsDue(OpenDriver& driver, milliseconds sinceFirstFrame)
+{
+    for (;
+         nextPicture_ < options_.picturesAt.size() && options_.picturesAt[nextPicture_].at <= sinceFirstFrame;
+         ++nextPicture_)
+        writers_.pictures.WantNow(options_.picturesAt[nextPicture_].file);
+    for (; nextChange_ < options_.changes.size() && options_.changes[nextChange_].at <= sinceFirstFrame;
+         ++nextChange_)
+        ApplyChange(driver, options_.changes[nextChange_], sinceFirstFrame);
+}
+
+void RecordRun::ShowProgress(double now)
+{
+    if (now < nextProgress_)
+        return;
+    nextProgress_ = now + kProgressSeconds;
+    const StreamCounts counts = client_.Counts();
+    meter_.Add(now, counts);
+    const double done = counts.frames == 0 ? 0 : now - counts.firstFrame;
+    bench_.console.Show(
+        {StateName(states_.Last()) + ", " + ProgressText(counts, meter_, done, options_.time.seconds)},
+        kPlainProgress);
+}
+
+void RecordRun::Follow(OpenDriver& driver)
+{
+    do
+    {
+        states_.Add(driver.State(options_.channel));
+        const double now = MonotonicSeconds();
+        const double firstFrame = client_.Counts().firstFrame;
+        if (firstFrame != 0)
+            DoWhatIsDue(driver, milliseconds(static_cast<long>((now - firstFrame) * 1000)));
+        if (IsOver(now, firstFrame) || recorder_.HasFailed())
+            break;
+        ShowProgress(now);
+    } while (!Interrupt::WaitFor(kPoll));
+}
+
+ExitStatus RecordRun::Run()
+{
+    const Device& device = options_.common.device;
+    bench_.console.Line("recording " + StreamName(device.codec, options_.stream.transport) + " from " +
+                        device.address + ":" + std::to_string(device.port) + ", channel " +
+                        std::to_string(options_.channel));
+    {
+        OpenDriver driver(bench_, device);
+        driver.Start(options_.channel, client_, options_.stream);
+        Follow(driver);
+        const double stopping = MonotonicSeconds();
+        driver.Video().StopChannel(options_.channel);
+        stopSeconds_ = MonotonicSeconds() - stopping;
+        states_.Add(driver.State(options_.channel));
+        closeSeconds_ = MonotonicSeconds();
+    }
+    closeSeconds_ = MonotonicSeconds() - closeSeconds_;
+    writeFailure_ = recorder_.Finish();
+    bench_.console.Finish();
+
+    const StreamCounts counts = client_.Counts();
+    Summarise(counts);
+    const ExitStatus status = Judge(counts);
+    WriteReport(options_.common.json, Report(counts, status));
+    return status;
+}
+
+ExitStatus RecordRun::Judge(const StreamCounts& counts)
+{
+    const ExitStatus contract = JudgeContract(bench_);
+    const bool interrupted = Interrupt::Requested() && (options_.time.seconds || counts.frames == 0);
+    const bool silent = counts.frames == 0 && counts.refused == 0;
+    if (silent && !interrupted) // what could not be written for want of frames needs no word
+        bench_.console.Line("no frame came within " + std::to_string(options_.time.patience.count()) + " ms");
+    else if (writeFailure_)
+        bench_.console.Line(*writeFailure_);
+
+    if (contract != ExitStatus::Done)
+        return contract;
+    if (interrupted)
+        return ExitStatus::Interrupted;
+    if (silent)
+        return ExitStatus::NoFrames;
+    return writeFailure_ ? ExitStatus::Output : ExitStatus::Done;
+}
+
+void RecordRun::Summarise(const StreamCounts& counts)
+{
+    PrintSummary(counts, start_, delays_);
+    if (writers_.matroska)
+    {
+        for (const RecordedFile& file : writers_.matroska->Files())
+            std::printf("wrote   %s: %llu frames of %ux%u\n", file.path.c_str(),
+                        static_cast<unsigned long long>(file.frames), file.width, file.height);
+    }
+    std::printf("stop    %.3f s, close %.3f s\n", stopSeconds_, closeSeconds_);
+    std::fflush(stdout);
+}
+
+nlohmann::ordered_json RecordRun::Report(const StreamCounts& counts, ExitStatus status) const
+{
+    const Device& device = options_.common.device;
+    nlohmann::ordered_json report = {{"verb", "record"},
+                                     {"device", device.address + ":" + std::to_string(device.port)},
+                                     {"stream", StreamName(device.codec, options_.stream.transport)},
+                                     {"channel", options_.channel},
+                                     {"started", IsoTime(startWall_)}};
+    report.update(StreamReport(counts, start_, delays_));
+    report["states"] = states_.Report();
+    report["changes"] = changes_;
+    report["files"] = nlohmann::ordered_json::array();
+    if (writers_.matroska)
+    {
+        for (const RecordedFile& file : writers_.matroska->Files())
+            report["files"].push_back({{"path", file.path.string()},
+                                       {"frames", file.frames},
+                                       {"width", file.width},
+                                       {"height", file.height},
+                                       {"first_time", IsoTime(file.firstTime)},
+                                       {"last_time", IsoTime(file.lastTime)},
+                                       {"times_moved", file.moved}});
+    }
+    report["stop_seconds"] = stopSeconds_;
+    report["close_seconds"] = closeSeconds_;
+    report.update(HostSideReport(bench_));
+    report["write_failure"] =
+        writeFailure_ ? nlohmann::ordered_json(*writeFailure_) : nlohmann::ordered_json();
+    report["exit_status"] = static_cast<int>(status);
+    return report;
+}
+
+} // namespace
+
+ExitStatus Record(const PrivateFolder& folder, const RecordOptions& options)
+{
+    return RecordRun(folder, options).Run();
+}
+
+} // namespace larkmoor::host
