@@ -1,0 +1,54 @@
+#pragma once
+
+#include "runtime/driver.h"
+#include "support/fake_host.h"
+
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace korvane::test
+{
+
+/// A driver for tests of what stands below it: the fields are set before anything runs; messages are kept at
+/// the level at which they were written.
+class FakeDriver final : public IDriver
+{
+public:
+    DEVICE_INFO device{"127.0.0.1", 80, "root", "secret", "IP7135"};
+    std::map<std::uint32_t, std::string> properties;
+    std::string hostDirectory = "./";
+    std::uint32_t codec = 1;
+    std::uint32_t channelCount = 1;
+    std::uint32_t inputCount = 0;
+    std::uint32_t outputCount = 0;
+    ChannelSettings channelSettings;
+    ipcapture::IHostFrameAllocator* allocator = nullptr;
+
+    std::vector<MessageRecord> Messages() const;
+    std::vector<std::string> Texts(std::uint32_t level) const; ///< of the messages of one level
+    bool WaitForMessage(const std::string& part); ///< one that holds `part`; false if it doesn't come
+
+    std::string GetDeviceName() const override;
+    [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
+    std::string GetDriverName() const override { return "Larkmoor"; }
+    std::string GetHostDirectory() const override { return hostDirectory; }
+    DEVICE_INFO GetDeviceInfo() const override { return device; }
+    std::pair<std::uint32_t, std::uint32_t> GetIOCounts() const override { return {inputCount, outputCount}; }
+    ipcapture::IHostFrameAllocator* GetFrameAllocator() const override { return allocator; }
+    std::uint32_t GetVideoStandard() const override { return 1; }
+    std::uint32_t GetCodec() const override { return codec; }
+    std::uint32_t GetChannelCount() const override { return channelCount; }
+    std::string GetPropertyText(std::uint32_t number) const override;
+    std::int32_t GetPropertyInt(std::uint32_t number) const override;
+    ChannelSettings GetChannelSettings(std::uint32_t) const override { return channelSettings; }
+
+private:
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<MessageRecord> messages_;
+};
+
+} // namespace korvane::test

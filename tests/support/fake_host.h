@@ -1,0 +1,210 @@
+#pragma once
+
+#include <larkmoor/host_channel_client.h>
+#include <larkmoor/host_channel_settings.h>
+#include <larkmoor/host_device_settings.h>
+#include <larkmoor/host_frame.h>
+#include <larkmoor/host_sink.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// The host's side of the contract, made for tests: each object records what the driver does to it. A slot
+/// that the driver must never call fails the test. All are safe to call from several threads.
+namespace korvane::test
+{
+
+/// How long a test waits for something that must come; far above any machine's slowness, so never a measure.
+inline constexpr std::chrono::seconds kPatience{20};
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// What a frame held when it was handed over.
+struct FrameRecord
+{
+    Bytes data;               ///< as long as `SetDataSize` said
+    std::uint32_t format = 0; ///< asked for at allocation
+    std::uint32_t formatSet = 0;
+    std::uint32_t allocatedBytes = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t sizeClass = 0;
+    bool timeNow = false; ///< stamped with the present time
+    SYSTEMTIME time{};    ///< or with this one
+    std::string driverName;
+    std::uint32_t audioBitRate = 0;
+    std::uint8_t audioInput = 0;
+    std::uint32_t sampleRate = 0;
+    std::uint8_t audioReserved = 0;
+    bool stereo = false;
+    Bytes codecConfig;
+};
+
+class FakeFrame final : public ipcapture::IHostFrame
+{
+public:
+    FakeFrame(std::uint32_t format, std::uint32_t sizeBytes, const char* driverName);
+
+    FrameRecord Record() const;
+
+    void SetData(const std::uint8_t* data, std::uint32_t sizeBytes) override;
+    std::uint8_t* GetData() override { return buffer_.data(); }
+    void ReservedSlot1() override;
+    void SetDataSize(std::uint32_t sizeBytes) override;
+    void SetTimeNow() override { record_.timeNow = true; }
+    void SetTime(const SYSTEMTIME* captureTime) override { record_.time = *captureTime; }
+    void ReservedSlot2() override;
+    void ReservedSlot3() override;
+    void ReservedSlot4() override;
+    void SetFormat(std::uint32_t formatCode) override { record_.formatSet = formatCode; }
+    void SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config) override;
+    void SetHeight(std::uint32_t pixels) override { record_.height = pixels; }
+    void SetAudioBitRate(std::uint32_t bitsPerSecond) override { record_.audioBitRate = bitsPerSecond; }
+    void SetWidth(std::uint32_t pixels) override { record_.width = pixels; }
+    void SetAudioInput(std::uint8_t audioInput) override { record_.audioInput = audioInput; }
+    void SetSizeClass(std::uint32_t sizeClass) override { record_.sizeClass = sizeClass; }
+    void ReservedSlot5() override;
+    void ReservedSlot6() override;
+    void ReservedSlot7() override;
+    void ReservedSlot8() override;
+    void SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, bool stereo) override;
+
+private:
+    FrameRecord record_;
+    Bytes buffer_;
+    std::uint32_t dataSize_ = 0;
+};
+
+class FakeAllocator final : public ipcapture::IHostFrameAllocator
+{
+public:
+    ~FakeAllocator() override; ///< fails the test if the driver still holds a frame
+
+    int Outstanding() const;  ///< frames that the driver has not released
+    int Allocated() const;    ///< frames given since the start
+    void Refuse(bool refuse); ///< from now on, give null
+    void Throw(bool throws);  ///< from now on, throw
+
+    void ReservedSlot1() override;
+    ipcapture::IHostFrame* AllocateVideoFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
+                                              const char* driverName) override;
+    ipcapture::IHostFrame* AllocateAudioFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
+                                              const char* driverName) override;
+    void ReleaseAudioFrame(ipcapture::IHostFrame* frame) override;
+    void ReservedSlot2() override;
+    void ReleaseFrame(ipcapture::IHostFrame* frame) override;
+
+private:
+    ipcapture::IHostFrame* Allocate(std::uint32_t formatCode, std::uint32_t sizeBytes, const char* driverName,
+                                    bool audio);
+    void Release(ipcapture::IHostFrame* frame, bool audio);
+
+    mutable std::mutex mutex_;
+    std::map<ipcapture::IHostFrame*, bool> outstanding_; // true: audio
+    int allocated_ = 0;
+    bool refuse_ = false;
+    bool throw_ = false;
+};
+
+class FakeChannelClient final : public ipcapture::IHostChannelClient
+{
+public:
+    std::vector<FrameRecord> Frames() const;
+    int SignalsLost() const;
+    bool WaitForFrames(std::size_t count);        ///< false if they don't come
+    bool WaitForSignalLost(int count = 1);        ///< false if it doesn't come
+    void OnDeliver(std::function<bool()> action); ///< runs in each `DeliverFrame` and gives its result
+
+    bool DeliverFrame(ipcapture::IHostFrame* frame) override;
+    void ReservedSlot1() override;
+    void SignalLost() override;
+
+private:
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<FrameRecord> frames_;
+    int signalsLost_ = 0;
+    std::function<bool()> action_;
+};
+
+struct MessageRecord
+{
+    std::uint32_t level;
+    std::string text;
+    bool operator==(const MessageRecord&) const = default;
+};
+
+class FakeSink final : public ipcapture::IHostSink
+{
+public:
+    std::vector<MessageRecord> Messages() const;
+    void WriteMessage(ipcapture::CDebugInfoIf* message) override;
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<MessageRecord> messages_;
+};
+
+/// Device settings, description and connection in one.
+class FakeDeviceSettings final : public ipcapture::IHostDeviceSettings,
+                                 public ipcapture::IHostDeviceDescription,
+                                 public ipcapture::IHostConnection
+{
+public:
+    std::string model = "IP7135";
+    std::uint32_t channelCount = 1;
+    std::uint32_t inputCount = 0;
+    std::uint32_t outputCount = 0;
+    std::string address = "127.0.0.1";
+    std::uint16_t port = 80;
+    std::uint32_t codec = 1;
+    std::string user = "root";
+    std::string password = "secret";
+    std::map<std::uint32_t, std::string> parameters = {{1, "1"}};
+
+    ipcapture::IHostDeviceDescription* GetDescription() override { return this; }
+    ipcapture::IHostConnection* GetConnection() override { return this; }
+    const char* GetParameter(std::uint32_t number) override;
+    const char* GetModel() override { return model.c_str(); }
+    std::uint32_t GetChannelCount() override { return channelCount; }
+    std::uint32_t GetInputCount() override { return inputCount; }
+    std::uint32_t GetOutputCount() override { return outputCount; }
+    const char* GetAddress() override { return address.c_str(); }
+    std::uint16_t GetPort() override { return port; }
+    std::uint32_t GetCodec() override { return codec; }
+    const char* GetUser() override { return user.c_str(); }
+    const char* GetPassword() override { return password.c_str(); }
+    void ReservedSlot1() override;
+    void ReservedSlot2() override;
+};
+
+/// Channel settings with all that hangs on them in one.
+class FakeChannelSettings final : public ipcapture::IHostChannelSettings,
+                                  public ipcapture::IHostVideoFormat,
+                                  public ipcapture::IHostStreamSettings,
+                                  public ipcapture::IHostResolution
+{
+public:
+    std::uint16_t width = 640;
+    std::uint16_t height = 480;
+    std::uint16_t frameInterval = 40;
+    std::uint16_t quality = 80;
+
+    ipcapture::IHostVideoFormat* GetVideoFormat() override { return this; }
+    ipcapture::IHostStreamSettings* GetStreamSettings() override { return this; }
+    ipcapture::IHostResolution* GetPictureSize() override { return this; }
+    std::uint16_t GetFrameInterval() override { return frameInterval; }
+    std::uint16_t GetQuality() override { return quality; }
+    std::uint16_t GetWidth() override { return width; }
+    std::uint16_t GetHeight() override { return height; }
+    void ReservedSlot1() override;
+    void ReservedSlot2() override;
+};
+
+} // namespace korvane::test
