@@ -1,0 +1,184 @@
+#include "support/http_test_server.h"
+#include "support/scripted_rtsp_server.h"
+#include "system/fault_rig.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <thread>
+
+namespace larkmoor::test
+{
+namespace
+{
+
+using korvane::test::HttpTestServer;
+using korvane::test::ScriptedRTSPServer;
+using korvane::test::TestHttpPeer;
+using korvane::test::TestHttpRequest;
+using std::chrono::milliseconds;
+
+constexpr auto kMjpeg = host::Codec::Mjpeg;
+constexpr auto kH264 = host::Codec::H264;
+
+host::Transport TransportOf(host::Codec codec)
+{
+    return codec == kMjpeg ? host::Transport::Http : host::Transport::Udp;
+}
+
+milliseconds StopAndClose(TestHost& recorder)
+{
+    const milliseconds took = recorder.Stop();
+    EXPECT_EQ(recorder.State(), 3u);
+    EXPECT_EQ(recorder.Close(), "");
+    return took;
+}
+
+/// Stops as soon as `when` returns.
+milliseconds StopAgainstCamera(host::Codec codec, const std::string& faults,
+                               const std::function<bool(TestHost&, TestCamera&)>& when)
+{
+    camera::CameraOptions options;
+    if (!faults.empty())
+        options.faults = {faults};
+    TestCamera camera(options);
+    TestHost recorder(camera.Device(codec, TransportOf(codec)));
+    EXPECT_TRUE(recorder.Start());
+    EXPECT_TRUE(when(recorder, camera));
+    return StopAndClose(recorder);
+}
+
+/// Stops while the first request to `serve` waits for what never comes.
+milliseconds StopAgainstWebServer(host::Codec codec, HttpTestServer::Script serve)
+{
+    HttpTestServer server(std::move(serve));
+    host::Device device;
+    device.codec = codec;
+    device.port = server.Port();
+    host::FillProperties(device, host::UsualPaths(1), TransportOf(codec));
+    TestHost recorder(device);
+    EXPECT_TRUE(recorder.Start());
+    server.WaitForRequests(1);
+    return StopAndClose(recorder);
+}
+
+milliseconds StopAgainstRtspServer(const std::string& silentAt)
+{
+    ScriptedRTSPServer server(
+        [&silentAt](const std::string& method, const std::string& request) {
+            return method == silentAt ? ScriptedRTSPServer::Reply{}
+                                      : ScriptedRTSPServer::Ordinary(method, request);
+        });
+    TestCamera camera({});
+    host::Device device = camera.Device(kH264, host::Transport::Udp);
+    device.properties[3] = std::to_string(server.Port());
+    TestHost recorder(device);
+    EXPECT_TRUE(recorder.Start());
+    EXPECT_TRUE(server.WaitForMethod(silentAt));
+    return StopAndClose(recorder);
+}
+
+bool SaysNothing(TestHttpPeer& peer, const TestHttpRequest&)
+{
+    peer.WaitClosed();
+    return false;
+}
+
+bool NeverEndsItsHead(TestHttpPeer& peer, const TestHttpRequest&)
+{
+    for (bool open = peer.Send("HTTP/1.1 200 OK\r\n"); open;)
+        open = peer.Send("X: y\r\n") && peer.Pause(100);
+    return false;
+}
+
+bool NeverEndsItsBody(TestHttpPeer& peer, const TestHttpRequest&)
+{
+    for (bool open = peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n"); open;)
+        open = peer.Send("y") && peer.Pause(100);
+    return false;
+}
+
+/// A port that nobody listens on: that of a server that has just gone.
+std::uint16_t DeadPort()
+{
+    return HttpTestServer(SaysNothing).Port();
+}
+
+milliseconds StopAgainstNobody(host::Codec codec)
+{
+    host::Device device;
+    device.codec = codec;
+    device.port = DeadPort();
+    host::FillProperties(device, host::UsualPaths(1), TransportOf(codec));
+    TestHost recorder(device);
+    EXPECT_TRUE(recorder.Start());
+    // The channel of H.264 tells nothing before it has had a stream.
+    EXPECT_TRUE(codec == kH264 || recorder.WaitForState(2));
+    return StopAndClose(recorder);
+}
+
+TEST(StopChannel, KeepsItsBoundInEveryState)
+{
+    const auto framesCome = [](TestHost& recorder, TestCamera&) { return recorder.WaitForFrames(5); };
+    const auto streamIsLost = [](const char* fault)
+    {
+        return [fault](TestHost& recorder, TestCamera& camera)
+        {
+            const bool came = recorder.WaitForFrames(5);
+            camera.Play(fault);
+            return came && recorder.WaitForState(2);
+        };
+    };
+    const auto fallsSilent = [](TestHost& recorder, TestCamera& camera)
+    {
+        const bool came = recorder.WaitForFrames(5);
+        camera.Play("half-open");
+        while (recorder.WaitForFrames(recorder.FrameCount() + 1, std::chrono::seconds(1)))
+            ;
+        return came;
+    };
+    const auto atOnce = [](TestHost&, TestCamera&) { return true; };
+    const struct
+    {
+        const char* name;
+        std::function<milliseconds()> stop;
+    } cases[] = {
+        {"mjpeg, at once", [&] { return StopAgainstCamera(kMjpeg, "freeze", atOnce); }},
+        {"mjpeg, running", [&] { return StopAgainstCamera(kMjpeg, "", framesCome); }},
+        {"mjpeg, silent camera", [&] { return StopAgainstCamera(kMjpeg, "", fallsSilent); }},
+        {"mjpeg, lost camera", [&] { return StopAgainstCamera(kMjpeg, "", streamIsLost("half-open")); }},
+        {"mjpeg, nobody there", [] { return StopAgainstNobody(kMjpeg); }},
+        {"mjpeg, no answer", [] { return StopAgainstWebServer(kMjpeg, SaysNothing); }},
+        {"mjpeg, endless head", [] { return StopAgainstWebServer(kMjpeg, NeverEndsItsHead); }},
+        {"mjpeg, endless body", [] { return StopAgainstWebServer(kMjpeg, NeverEndsItsBody); }},
+        {"h264, at once", [&] { return StopAgainstCamera(kH264, "freeze", atOnce); }},
+        {"h264, running", [&] { return StopAgainstCamera(kH264, "", framesCome); }},
+        {"h264, silent camera", [&] { return StopAgainstCamera(kH264, "", fallsSilent); }},
+        {"h264, lost camera", [&] { return StopAgainstCamera(kH264, "", streamIsLost("half-open")); }},
+        {"h264, nobody there", [] { return StopAgainstNobody(kH264); }},
+        {"h264, no answer", [] { return StopAgainstWebServer(kH264, SaysNothing); }},
+        {"h264, endless head", [] { return StopAgainstWebServer(kH264, NeverEndsItsHead); }},
+        {"h264, endless body", [] { return StopAgainstWebServer(kH264, NeverEndsItsBody); }},
+        {"h264, DESCRIBE unanswered", [] { return StopAgainstRtspServer("DESCRIBE"); }},
+        {"h264, SETUP unanswered", [] { return StopAgainstRtspServer("SETUP"); }},
+        {"h264, PLAY unanswered", [] { return StopAgainstRtspServer("PLAY"); }},
+        {"h264, OPTIONS unanswered", [] { return StopAgainstRtspServer("OPTIONS"); }},
+    };
+    Rig::Use(host::Transport::Udp);
+    std::vector<milliseconds> took(std::size(cases));
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        threads.emplace_back([&, i] { took[i] = cases[i].stop(); });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+    {
+        std::printf("%-28s %6lld ms\n", cases[i].name, static_cast<long long>(took[i].count()));
+        EXPECT_LT(took[i], kStopBound) << cases[i].name;
+    }
+}
+
+} // namespace
+} // namespace larkmoor::test
