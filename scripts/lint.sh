@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Format, floors, names, the share of tests, then clang-tidy. `lint.sh quick` leaves clang-tidy out.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+failed=0
+fail() { printf 'LINT %s\n' "$*"; failed=1; }
+sources() { git ls-files --cached --others --exclude-standard -- "$@" | grep -E '\.(h|cpp)$'; }
+
+echo "== format"
+sources src include tools tests fuzz bench | xargs clang-format --dry-run -Werror 2>&1 | grep -E 'error:' | head -20 | grep . && fail "run ./dev format"
+
+echo "== floors"
+# A folder may include itself and what stands in the list behind its name.
+allowed()
+{
+    case "$1" in
+        platform) echo "" ;;
+        runtime) echo "platform" ;;
+        http) echo "runtime platform" ;;
+        transport) echo "http runtime platform" ;;
+        parsers) echo "transport http runtime platform" ;;
+        channels | audio | ptz | io | discovery) echo "parsers transport http runtime platform" ;;
+        plugin) echo "channels audio ptz io discovery parsers transport http runtime platform" ;;
+    esac
+}
+for file in $(sources src); do
+    folder=$(echo "$file" | cut -d/ -f2)
+    for included in $(grep -oE '^#include "[a-z0-9_]+/' "$file" | sed -E 's/.*"(.*)\//\1/' | sort -u); do
+        [ "$included" = "$folder" ] && continue
+        echo " $(allowed "$folder") larkmoor " | grep -q " $included " || fail "$file ($folder) includes $included/"
+    done
+    case "$file" in src/platform/posix/* | src/platform/win32/*) continue ;; esac
+    grep -nE '^#include <(sys/|netinet/|arpa/|curl/|openssl/|linux/|pthread|unistd|poll|fcntl|netdb|dlfcn|time\.h|pugixml)' "$file" |
+        grep -v '<system_error>' | grep . && fail "$file includes a system header"
+done
+for file in $(sources include); do
+    grep -nE '^#include' "$file" | grep -vE '<cstdint>|<larkmoor/|"larkmoor/|"[a-z_]+\.h"' && fail "$file includes more than <cstdint>"
+done
+for file in $(sources tools/host); do
+    grep -nE '^#include "(platform|runtime|http|transport|parsers|channels|audio|ptz|io|discovery|plugin)/' "$file" &&
+        ! [ -e "tools/$(grep -oE '"[^"]+"' "$file" | head -1 | tr -d '"')" ] && fail "$file reaches into the driver"
+done
+for file in $(sources src); do
+    grep -nE '^#include "(camera|host)/' "$file" && fail "$file includes a tool"
+done
+
+echo "== names"
+# Documents and places that only the developers have; the brackets keep this file from matching itself.
+words='\b[p]art [0-9]+\.[0-9]|\b[s]pec\.md\b|\b[s]pecification\b|\bthe [s]pec\b|\.\./[s]hared|(^|[^a-z])/[w]ork/|\b[i]ssue #?[0-9]+\b'
+git grep -nIiE "$words" -- . && fail "a file names what only the developers have"
+git grep -nIE '\b([T]ODO|[F]IXME|[X]XX)\b' -- src include tools tests && fail "something is left open"
+
+echo "== sizes"
+for file in $(sources src include tools); do
+    lines=$(wc -l <"$file")
+    [ "$lines" -le 500 ] || fail "$file has $lines lines: look for the second concept"
+done
+
+echo "== share of tests"
+lines() { sources "$@" | xargs -r cat | grep -cvE '^[[:space:]]*$'; }
+code=$(lines src include tools)
+tests=$(lines tests)
+echo "$tests lines of tests, $code of code: $((100 * tests / code)) %"
+[ $((100 * tests / code)) -ge 22 ] && [ $((100 * tests / code)) -le 36 ] || fail "a quarter to a third is wanted"
+
+if [ "${1:-}" != quick ]; then
+    echo "== clang-tidy"
+    cmake --preset debug >/dev/null || exit 1
+    sources src tools | grep '\.cpp$' | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/debug 2>/dev/null |
+        grep -E 'error:|warning:' | sort -u | head -50 | grep . && fail "clang-tidy"
+fi
+[ $failed = 0 ] && echo "lint: clean"
+exit $failed

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# [NAME...]: runs the benchmarks of build/bench, or those named (rtp_packet for rtp_packet_bench).
+# peers [SECONDS]: the driver beside other receivers, each load for SECONDS (15).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+if [ "${1:-}" = peers ]; then
+    shift
+    exec build/bench/peers build/bench "$@"
+fi
+names=("$@")
+[ ${#names[@]} -gt 0 ] || for source in bench/*_bench.cpp; do names+=("$(basename "$source" _bench.cpp)"); done
+for name in "${names[@]}"; do
+    echo "== $name"
+    "build/bench/${name}_bench" --benchmark_counters_tabular=true
+done
