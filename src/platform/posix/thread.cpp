@@ -17,8 +17,10 @@ namespace korvane::platform
 namespace
 {
 
-thread_local ThreadState* currentState = nullptr;
-thread_local std::uint32_t currentId = 0;
+// In the thread's fixed block: a library that is loaded late would otherwise allocate them at first use, in
+// the middle of whatever the thread does then.
+[[gnu::tls_model("initial-exec")]] thread_local ThreadState* currentState = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local std::uint32_t currentId = 0;
 
 constexpr std::size_t kNameBytes = 16; // of the system, with the closing zero
 
