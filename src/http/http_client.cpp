@@ -143,11 +143,12 @@ bool CHttpClient::SendOnce(const Exchange& exchange)
         request->SetHeader(header);
 
     const bool isAwaited = (exchange.flags & kNoResponse) == 0 && !uploadPending_;
-    if (request->Send(exchange.body, exchange.totalLength) != HttpError::kNone ||
-        (isAwaited && request->ReceiveResponse() != HttpError::kNone))
-    {
+    SetInFlight(request); // from here on another thread can end it
+    const bool isDone = request->Send(exchange.body, exchange.totalLength) == HttpError::kNone &&
+                        (!isAwaited || request->ReceiveResponse() == HttpError::kNone);
+    SetInFlight(nullptr);
+    if (!isDone)
         return false;
-    }
     const HttpRequest& response = *request;
     StoreRequest(request);
     statusCode_ = response.StatusCode();
@@ -178,7 +179,20 @@ std::uint32_t CHttpClient::QueryDataAvailable()
 
 void CHttpClient::CloseRequest()
 {
+    std::shared_ptr<HttpRequest> inFlight;
+    {
+        const korvane::CLockGuard guard(lock_);
+        inFlight = inFlight_;
+    }
+    if (inFlight)
+        inFlight->Close();
     StoreRequest(nullptr);
+}
+
+void CHttpClient::SetInFlight(const std::shared_ptr<HttpRequest>& request)
+{
+    const korvane::CLockGuard guard(lock_);
+    inFlight_ = request;
 }
 
 std::shared_ptr<HttpRequest> CHttpClient::StoredRequest() const

@@ -15,8 +15,8 @@ namespace Web
 /// Requests to one device: finds out whether the device speaks plain HTTP or TLS with the first one, and
 /// which authentication scheme it wants, and stays with both.
 ///
-/// One exchange at a time, by one thread; `CloseRequest` may come from any thread and ends a read in
-/// progress. No operation throws: a response that refuses is a success here, with its status code.
+/// One exchange at a time, by one thread; `CloseRequest` may come from any thread and ends what is
+/// in progress. No operation throws: a response that refuses is a success here, with its status code.
 class CHttpClient
 {
 public:
@@ -56,7 +56,8 @@ public:
     /// request.
     std::uint32_t QueryDataAvailable();
 
-    /// Ends the response that is being read. The next request works as usual. Any thread.
+    /// Ends the request that is waiting for its response, which then fails, and the response that is being
+    /// read. The next request works as usual. Any thread.
     void CloseRequest();
 
     std::uint32_t StatusCode() const { return statusCode_; }       ///< of the last exchange; 0 when none
@@ -79,10 +80,12 @@ private:
     bool ChooseScheme();
     std::shared_ptr<korvane::platform::HttpRequest> StoredRequest() const;
     void StoreRequest(std::shared_ptr<korvane::platform::HttpRequest> request);
+    void SetInFlight(const std::shared_ptr<korvane::platform::HttpRequest>& request);
 
     const std::uint32_t timeoutMs_;
-    mutable korvane::CRecursiveLock lock_; // guards request_; not held over a read or a send
-    std::shared_ptr<korvane::platform::HttpRequest> request_; // the last one that got through
+    mutable korvane::CRecursiveLock lock_; // guards the two requests; not held over a read or a send
+    std::shared_ptr<korvane::platform::HttpRequest> request_;  // the last one that got through
+    std::shared_ptr<korvane::platform::HttpRequest> inFlight_; // the one that waits for its response
     std::unique_ptr<korvane::platform::HttpSession> session_;
     std::unique_ptr<korvane::platform::HttpConnection> connection_;
     Transport transport_ = Transport::kUnknown;
