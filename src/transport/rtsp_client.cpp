@@ -21,7 +21,7 @@ constexpr std::string_view kOptions = "OPTIONS";
 constexpr std::string_view kTeardown = "TEARDOWN";
 
 constexpr std::uint32_t kConnectStepMs = 100;
-constexpr std::uint32_t kStoppingReceiveMs = 100;
+constexpr std::uint32_t kReadStepMs = 100;          // a stop is noticed after so long in a read
 constexpr std::uint32_t kStoppingResponseMs = 1000; // all of an answer to TEARDOWN
 constexpr std::uint32_t kStopMarginMs = 1000;
 constexpr std::uint32_t kLeastBlocksize = 101;
@@ -85,8 +85,7 @@ bool CBaseRTSPClient::Begin(const RTSPClientParams& params, IRTSPClientUser* use
 bool CBaseRTSPClient::Connect()
 {
     if (!socket_.OpenStream() || !socket_.SetReceiveBuffer(params_.receiveBufferBytes) ||
-        !socket_.SetReceiveTimeout(params_.receiveTimeoutMs) ||
-        !socket_.SetSendTimeout(params_.sendTimeoutMs))
+        !socket_.SetReceiveTimeout(ReadStepMs()) || !socket_.SetSendTimeout(params_.sendTimeoutMs))
         return false;
     const std::uint32_t address = Utils::ResolveHostAddress(params_.host);
     if (address == 0)
@@ -116,8 +115,6 @@ bool CBaseRTSPClient::WaitConnected()
 
 void CBaseRTSPClient::Stop()
 {
-    if (socket_.IsOpen())
-        socket_.SetReceiveTimeout(kStoppingReceiveMs);
     StopThread(std::max(params_.receiveTimeoutMs, params_.sendTimeoutMs) * 2 + kStopMarginMs);
     socket_.Close();
     lastKeepAlive_ = 0;
@@ -234,6 +231,24 @@ bool CBaseRTSPClient::Exchange(std::string_view method)
     return !response.empty() && parser_.Parse(method, response);
 }
 
+std::uint32_t CBaseRTSPClient::ReadStepMs() const
+{
+    return params_.receiveTimeoutMs == 0 ? kReadStepMs : std::min(params_.receiveTimeoutMs, kReadStepMs);
+}
+
+/// One read that waits for the receive time-out, in steps, so that it ends soon after a stop.
+platform::ReceiveResult CBaseRTSPClient::Receive(std::span<std::uint8_t> buffer)
+{
+    for (std::uint64_t waitedMs = ReadStepMs();; waitedMs += ReadStepMs())
+    {
+        const platform::ReceiveResult read = socket_.Receive(buffer);
+        const bool timedOut = read.status == platform::ReceiveResult::Status::kTimeout;
+        const bool isLast = params_.receiveTimeoutMs != 0 && waitedMs >= params_.receiveTimeoutMs;
+        if (!timedOut || isLast || IsStopping())
+            return read;
+    }
+}
+
 /// Reads until the response is whole or nothing more comes. Headers longer than the first 512 bytes are cut
 /// off there.
 std::string CBaseRTSPClient::ReadResponse(std::string_view method)
@@ -246,7 +261,7 @@ std::string CBaseRTSPClient::ReadResponse(std::string_view method)
     char buffer[kLargestReadBytes];
     while (text.size() < expected)
     {
-        const auto read = socket_.Receive(AsBytes(buffer, next));
+        const auto read = Receive(AsBytes(buffer, next));
         if (read.status != platform::ReceiveResult::Status::kReceived || read.length == 0)
             break;
         text.append(buffer, read.length);
@@ -318,7 +333,7 @@ bool CBaseRTSPClient::ReceiveStream()
     std::size_t size = buffer.size();
     for (;;)
     {
-        const auto read = socket_.Receive({buffer.data(), size});
+        const auto read = Receive({buffer.data(), size});
         if (read.status != platform::ReceiveResult::Status::kReceived || read.length == 0)
             return true;
         if (IsStopping())

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -39,8 +40,7 @@ public:
     bool StartMulticast(const RTSPClientParams& params, IRTSPClientUser* user); ///< same, from a group
 
     /// Ends the session by a TEARDOWN, within twice the larger of its send and receive time-outs and 1,000
-    /// ms; mostly within 100 ms of the end of the read that is under way. From its return on there is no
-    /// callback.
+    /// ms; mostly within some 100 ms, whatever the device owes. From its return on there is no callback.
     void Stop();
 
     /// Whether the last request was sent and its response understood.
@@ -74,6 +74,8 @@ private:
     bool SendAndRead(std::string_view method);
     bool Exchange(std::string_view method);
     std::string ReadResponse(std::string_view method);
+    std::uint32_t ReadStepMs() const;
+    platform::ReceiveResult Receive(std::span<std::uint8_t> buffer);
     bool MustLeaveRead(std::string_view method, std::uint32_t sinceMs);
     std::string HeadersOf(std::string_view method) const;
 
