@@ -2,6 +2,7 @@
 
 #include "runtime/text.h"
 
+#include <algorithm>
 #include <string>
 
 namespace korvane
@@ -10,6 +11,7 @@ namespace korvane
 namespace
 {
 
+constexpr std::uint32_t kStopStepMs = 100;
 constexpr std::uint32_t kExitFailed = 0x123456; // of a thread that had nothing to run, or could not go on
 
 } // namespace
@@ -36,13 +38,27 @@ void CBaseCameraChannel::Stop()
     stopEvent_.Set();
     if (thread_.HasHandle())
     {
-        OnStopRequested();
-        if (thread_.Wait(2 * driver_->GetDeviceInfo().networkTimeoutMs) != platform::WaitResult::kSignalled)
+        if (!WaitForEnd(2 * driver_->GetDeviceInfo().networkTimeoutMs))
             thread_.GiveUp();
         thread_.Close();
     }
     SetChannelState(kChannelStopped);
     SetCameraState(false);
+}
+
+bool CBaseCameraChannel::WaitForEnd(std::uint32_t limitMs)
+{
+    // Again and again: the thread may just have looked at the event and then begun another long call.
+    for (std::uint32_t leftMs = limitMs;;)
+    {
+        OnStopRequested();
+        const std::uint32_t stepMs = std::min(leftMs, kStopStepMs);
+        if (thread_.Wait(stepMs) == platform::WaitResult::kSignalled)
+            return true;
+        leftMs -= stepMs;
+        if (leftMs == 0)
+            return false;
+    }
 }
 
 std::uint32_t CBaseCameraChannel::Entry(void* context)

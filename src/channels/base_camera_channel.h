@@ -48,8 +48,8 @@ protected:
     /// The thread's body; ends soon after the stop event is set. What it gives is the thread's exit code.
     virtual std::uint32_t Run() = 0;
 
-    /// Called by `Stop` on the host's thread, with the stop event set, before the wait for the thread: the
-    /// place to end what the thread may be blocked in.
+    /// Called by `Stop` on the host's thread, with the stop event set, at once and every 100 ms until the
+    /// thread has ended: the place to end what the thread may be blocked in.
     virtual void OnStopRequested() {}
 
     std::uint32_t GetLastFrameAgeMs() const { return lastFrame_.GetElapsedMs(); }
@@ -79,6 +79,7 @@ protected:
     CEvent changeEvent_{false}; ///< set when a change is pending
 
 private:
+    bool WaitForEnd(std::uint32_t limitMs);
     static std::uint32_t Entry(void* context);
     std::string DeviceText() const;
 
