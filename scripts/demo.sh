@@ -18,17 +18,19 @@ trap 'kill "$camera_pid" 2>/dev/null; wait "$camera_pid" 2>/dev/null || true' EX
 read -r -u "${CAMERA[0]}" ready || { cat "$out/camera.log"; exit 1; }
 echo "   $ready"
 http=$(sed -E 's/.*http=([0-9]+).*/\1/' <<<"$ready")
-rtsp=$(sed -E 's/.*rtsp=([0-9]+).*/\1/' <<<"$ready")
 
 record() # NAME ASKED_FRAMES larkmoor-host arguments...
 {
     local name=$1 asked=$2
     shift 2
-    LARKMOOR_PASSWORD=demo "$bin/larkmoor-host" record --address 127.0.0.1 --port "$http" --rtsp-port "$rtsp" --user root \
+    LARKMOOR_PASSWORD=demo "$bin/larkmoor-host" record --device "$out/camera.json" \
         --out "$out/$name.mkv" --frames "$out/$name.jsonl" --json "$out/$name.json" "$@" || failed=1
     rows+=("$name $asked")
 }
 rows=()
+
+say "asking the camera what it is"
+LARKMOOR_PASSWORD=demo "$bin/larkmoor-host" query --address 127.0.0.1 --port "$http" --user root --save "$out/camera.json"
 
 say "Motion JPEG over HTTP: 640x480, 15 frames a second, 6 s"
 record motion-jpeg 90 --codec mjpeg --transport http --size 640x480 --rate 15 --quality 80 --seconds 6 \
