@@ -1,9 +1,6 @@
 #include "http/http_client.h"
 
-#include "http/body_reader.h"
-
 #include <algorithm>
-#include <utility>
 
 namespace Web
 {
@@ -81,7 +78,7 @@ bool CHttpClient::SendRequest(const std::string& method, const std::string& uri,
     transport_ = Transport::kPlain;
     if (SendAuthenticated(exchange))
         return true;
-    if (StoredRequest())
+    if (request_.Get())
     {
         transport_ = Transport::kTls;
         if (SendAuthenticated(exchange))
@@ -107,7 +104,7 @@ bool CHttpClient::SendAuthenticated(const Exchange& exchange)
 
 bool CHttpClient::ChooseScheme()
 {
-    const std::shared_ptr<HttpRequest> request = StoredRequest();
+    const std::shared_ptr<HttpRequest> request = request_.Get();
     HttpOfferedSchemes offered;
     if (!request || !request->OfferedSchemes(offered))
         return false;
@@ -143,72 +140,23 @@ bool CHttpClient::SendOnce(const Exchange& exchange)
         request->SetHeader(header);
 
     const bool isAwaited = (exchange.flags & kNoResponse) == 0 && !uploadPending_;
-    SetInFlight(request); // from here on another thread can end it
+    inFlight_.Store(request); // from here on another thread can end it
     const bool isDone = request->Send(exchange.body, exchange.totalLength) == HttpError::kNone &&
                         (!isAwaited || request->ReceiveResponse() == HttpError::kNone);
-    SetInFlight(nullptr);
+    if (isDone)
+        request_.Store(request);
+    inFlight_.Release();
     if (!isDone)
         return false;
-    const HttpRequest& response = *request;
-    StoreRequest(request);
-    statusCode_ = response.StatusCode();
-    contentLength_ = response.ContentLength();
+    statusCode_ = request->StatusCode();
+    contentLength_ = request->ContentLength();
     return true;
-}
-
-std::uint32_t CHttpClient::ReadResponse(std::vector<std::uint8_t>& buffer)
-{
-    return ReadWholeBody(buffer, [this] { return StoredRequest(); });
-}
-
-std::uint32_t CHttpClient::ReadData(std::uint8_t* buffer, std::uint32_t size)
-{
-    std::uint32_t count = 0;
-    const std::shared_ptr<HttpRequest> request = StoredRequest();
-    if (request && buffer != nullptr && size != 0)
-        request->Read(buffer, size, count);
-    return count;
-}
-
-std::uint32_t CHttpClient::QueryDataAvailable()
-{
-    std::uint32_t count = 0;
-    const std::shared_ptr<HttpRequest> request = StoredRequest();
-    return request && request->BytesAvailable(count) == HttpError::kNone ? count : 0;
 }
 
 void CHttpClient::CloseRequest()
 {
-    std::shared_ptr<HttpRequest> inFlight;
-    {
-        const korvane::CLockGuard guard(lock_);
-        inFlight = inFlight_;
-    }
-    if (inFlight)
-        inFlight->Close();
-    StoreRequest(nullptr);
-}
-
-void CHttpClient::SetInFlight(const std::shared_ptr<HttpRequest>& request)
-{
-    const korvane::CLockGuard guard(lock_);
-    inFlight_ = request;
-}
-
-std::shared_ptr<HttpRequest> CHttpClient::StoredRequest() const
-{
-    const korvane::CLockGuard guard(lock_);
-    return request_;
-}
-
-void CHttpClient::StoreRequest(std::shared_ptr<HttpRequest> request)
-{
-    {
-        const korvane::CLockGuard guard(lock_);
-        std::swap(request_, request);
-    }
-    if (request)
-        request->Close();
+    inFlight_.Close();
+    request_.Close();
 }
 
 } // namespace Web

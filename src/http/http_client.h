@@ -1,8 +1,8 @@
 #pragma once
 
+#include "http/stored_request.h"
 #include "platform/http_service.h"
 #include "runtime/device_info.h"
-#include "runtime/recursive_lock.h"
 
 #include <cstdint>
 #include <memory>
@@ -45,16 +45,10 @@ public:
                      const std::vector<std::string>& headers, const std::vector<std::uint8_t>& body,
                      std::uint32_t totalLength, std::uint32_t flags);
 
-    /// Reads the body into `buffer`, up to 256 MiB and the block in hand. Gives the count of bytes read;
-    /// `buffer` may have zero bytes behind them.
-    std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer);
-
-    /// One read of 1 to `size` bytes; 0 at the end of the body and on failure.
-    std::uint32_t ReadData(std::uint8_t* buffer, std::uint32_t size);
-
-    /// Waits for bytes of the body, and gives how many are there; 0 at its end, on failure, and without a
-    /// request.
-    std::uint32_t QueryDataAvailable();
+    /// Of the response in hand: see `CStoredRequest`.
+    std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer) { return request_.ReadWhole(buffer); }
+    std::uint32_t ReadData(std::uint8_t* buffer, std::uint32_t size) { return request_.Read(buffer, size); }
+    std::uint32_t QueryDataAvailable() { return request_.Available(); }
 
     /// Ends the request that is waiting for its response, which then fails, and the response that is being
     /// read. The next request works as usual. Any thread.
@@ -78,14 +72,10 @@ private:
     bool SendAuthenticated(const Exchange& exchange);
     bool SendOnce(const Exchange& exchange);
     bool ChooseScheme();
-    std::shared_ptr<korvane::platform::HttpRequest> StoredRequest() const;
-    void StoreRequest(std::shared_ptr<korvane::platform::HttpRequest> request);
-    void SetInFlight(const std::shared_ptr<korvane::platform::HttpRequest>& request);
 
     const std::uint32_t timeoutMs_;
-    mutable korvane::CRecursiveLock lock_; // guards the two requests; not held over a read or a send
-    std::shared_ptr<korvane::platform::HttpRequest> request_;  // the last one that got through
-    std::shared_ptr<korvane::platform::HttpRequest> inFlight_; // the one that waits for its response
+    CStoredRequest inFlight_; // the one that waits for its response
+    CStoredRequest request_;  // the last one that got through
     std::unique_ptr<korvane::platform::HttpSession> session_;
     std::unique_ptr<korvane::platform::HttpConnection> connection_;
     Transport transport_ = Transport::kUnknown;

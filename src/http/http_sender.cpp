@@ -32,7 +32,7 @@ CHttpSender::CHttpSender(const korvane::DEVICE_INFO& deviceInfo)
 
 CHttpSender::~CHttpSender()
 {
-    StoreRequest(nullptr);
+    exchange_.Close();
     connection_.reset();
     session_.reset();
 }
@@ -62,7 +62,7 @@ bool CHttpSender::SendEither(HttpRequest request)
 
 CHttpSender::Outcome CHttpSender::Attempt(const HttpRequest& request)
 {
-    StoreRequest(nullptr);
+    exchange_.Close();
     statusCode_ = contentLength_ = 0;
     lastError_ = HttpError::kNone;
     if (!connection_ && session_)
@@ -73,7 +73,7 @@ CHttpSender::Outcome CHttpSender::Attempt(const HttpRequest& request)
     if (!exchange)
         return Fail(HttpError::kInvalidUrl, Outcome::kFailure);
 
-    StoreRequest(exchange);
+    exchange_.Store(exchange);
     if (aborted_) // before; from now on an abort finds the exchange to close
         return Fail(HttpError::kCancelled, Outcome::kFailure);
     const HttpError error = exchange->Send(request.body, request.totalLength);
@@ -104,7 +104,7 @@ CHttpSender::Outcome CHttpSender::Receive(Exchange& exchange, HttpScheme used)
     HttpOfferedSchemes offered;
     if (exchange.OfferedSchemes(offered))
         learntScheme_ = offered.first;
-    StoreRequest(nullptr);
+    exchange_.Close();
     const bool hasLearnt = learntScheme_ != HttpScheme::kNone && learntScheme_ != used;
     return hasLearnt ? Outcome::kOtherScheme : Outcome::kSuccess;
 }
@@ -153,20 +153,20 @@ std::shared_ptr<Exchange> CHttpSender::OpenRequest(const HttpRequest& request)
 CHttpSender::Outcome CHttpSender::Fail(HttpError error, Outcome outcome)
 {
     lastError_ = error;
-    StoreRequest(nullptr);
+    exchange_.Close();
     return outcome;
 }
 
 void CHttpSender::Abort()
 {
     aborted_ = true;
-    StoreRequest(nullptr);
+    exchange_.Close();
 }
 
 std::uint32_t CHttpSender::QueryDataAvailable()
 {
     std::uint32_t count = 0;
-    const std::shared_ptr<Exchange> exchange = StoredRequest();
+    const std::shared_ptr<Exchange> exchange = exchange_.Get();
     lastError_ = exchange ? exchange->BytesAvailable(count) : HttpError::kIncorrectState;
     return count;
 }
@@ -194,7 +194,7 @@ std::uint32_t CHttpSender::ReadData(std::vector<std::uint8_t>& buffer, std::uint
 {
     if (clearFirst)
         buffer.clear();
-    const std::shared_ptr<Exchange> exchange = StoredRequest();
+    const std::shared_ptr<Exchange> exchange = exchange_.Get();
     if (!exchange || size == 0)
     {
         lastError_ = HttpError::kIncorrectState;
@@ -208,22 +208,6 @@ std::uint32_t CHttpSender::ReadData(std::vector<std::uint8_t>& buffer, std::uint
         lastError_ = exchange->Read(buffer.data() + before, size, count);
     buffer.resize(before + std::min(count, size));
     return static_cast<std::uint32_t>(buffer.size() - before);
-}
-
-std::shared_ptr<Exchange> CHttpSender::StoredRequest() const
-{
-    const std::lock_guard lock(mutex_);
-    return exchange_;
-}
-
-void CHttpSender::StoreRequest(std::shared_ptr<Exchange> exchange)
-{
-    {
-        const std::lock_guard lock(mutex_);
-        std::swap(exchange_, exchange);
-    }
-    if (exchange)
-        exchange->Close();
 }
 
 } // namespace Web

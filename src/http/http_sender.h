@@ -1,12 +1,12 @@
 #pragma once
 
+#include "http/stored_request.h"
 #include "platform/http_service.h"
 #include "runtime/device_info.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -117,11 +117,8 @@ private:
     korvane::platform::HttpScheme SchemeFor(AuthKind kind) const;
     std::shared_ptr<korvane::platform::HttpRequest> OpenRequest(const HttpRequest& request);
     Outcome Fail(korvane::platform::HttpError error, Outcome outcome);
-    std::shared_ptr<korvane::platform::HttpRequest> StoredRequest() const;
-    void StoreRequest(std::shared_ptr<korvane::platform::HttpRequest> exchange);
 
-    mutable std::mutex mutex_; // guards exchange_ for Abort; held for a copy or a swap only
-    std::shared_ptr<korvane::platform::HttpRequest> exchange_;
+    CStoredRequest exchange_;
     std::unique_ptr<korvane::platform::HttpSession> session_;
     std::unique_ptr<korvane::platform::HttpConnection> connection_;
     std::uint32_t statusCode_ = 0;

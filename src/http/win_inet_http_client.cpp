@@ -1,9 +1,5 @@
 #include "http/win_inet_http_client.h"
 
-#include "http/body_reader.h"
-
-#include <utility>
-
 namespace Web
 {
 
@@ -48,10 +44,7 @@ bool CWinINetHttpClient::SendRequest(const std::string& method, const std::strin
     const std::shared_ptr<HttpRequest> request = connection_->OpenRequest(method, uri, options);
     if (!request)
         return false;
-    {
-        const korvane::CLockGuard guard(lock_);
-        request_ = request; // from here on another thread can end it
-    }
+    request_.Store(request); // from here on another thread can end it
     if (request->Send({}, 0) != HttpError::kNone || request->ReceiveResponse() != HttpError::kNone)
     {
         CloseRequest();
@@ -60,44 +53,6 @@ bool CWinINetHttpClient::SendRequest(const std::string& method, const std::strin
     statusCode_ = request->StatusCode();
     contentLength_ = request->ContentLength();
     return true;
-}
-
-std::uint32_t CWinINetHttpClient::ReadResponse(std::vector<std::uint8_t>& buffer)
-{
-    return ReadWholeBody(buffer, [this] { return StoredRequest(); });
-}
-
-std::uint32_t CWinINetHttpClient::ReadData(std::uint8_t* buffer, std::uint32_t size)
-{
-    std::uint32_t count = 0;
-    const std::shared_ptr<HttpRequest> request = StoredRequest();
-    if (request && buffer != nullptr && size != 0)
-        request->Read(buffer, size, count);
-    return count;
-}
-
-std::uint32_t CWinINetHttpClient::QueryDataAvailable()
-{
-    std::uint32_t count = 0;
-    const std::shared_ptr<HttpRequest> request = StoredRequest();
-    return request && request->BytesAvailable(count) == HttpError::kNone ? count : 0;
-}
-
-void CWinINetHttpClient::CloseRequest()
-{
-    std::shared_ptr<HttpRequest> request;
-    {
-        const korvane::CLockGuard guard(lock_);
-        std::swap(request_, request);
-    }
-    if (request)
-        request->Close();
-}
-
-std::shared_ptr<HttpRequest> CWinINetHttpClient::StoredRequest() const
-{
-    const korvane::CLockGuard guard(lock_);
-    return request_;
 }
 
 } // namespace Web

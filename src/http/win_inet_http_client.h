@@ -1,8 +1,8 @@
 #pragma once
 
+#include "http/stored_request.h"
 #include "platform/http_service.h"
 #include "runtime/device_info.h"
-#include "runtime/recursive_lock.h"
 
 #include <cstdint>
 #include <memory>
@@ -32,20 +32,14 @@ public:
     /// Closes the earlier request first. True when a response came, whatever its status.
     bool SendRequest(const std::string& method, const std::string& uri);
 
-    /// Reads the body into `buffer`, up to 256 MiB and the block in hand. Gives the count of bytes read;
-    /// `buffer` may have zero bytes behind them.
-    std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer);
-
-    /// One read of 1 to `size` bytes; 0 at the end of the body and on failure.
-    std::uint32_t ReadData(std::uint8_t* buffer, std::uint32_t size);
-
-    /// Waits for bytes of the body, and gives how many are there; 0 at its end, on failure, and without a
-    /// request.
-    std::uint32_t QueryDataAvailable();
+    /// Of the response in hand: see `CStoredRequest`.
+    std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer) { return request_.ReadWhole(buffer); }
+    std::uint32_t ReadData(std::uint8_t* buffer, std::uint32_t size) { return request_.Read(buffer, size); }
+    std::uint32_t QueryDataAvailable() { return request_.Available(); }
 
     /// Ends the request that waits for its response, or the response that is being read. The next request
     /// works as usual. Any thread.
-    void CloseRequest();
+    void CloseRequest() { request_.Close(); }
 
     std::uint32_t StatusCode() const { return statusCode_; }       ///< of the last exchange; 0 when none
     std::uint32_t ContentLength() const { return contentLength_; } ///< 0 when unknown
@@ -53,11 +47,8 @@ public:
     std::uint16_t Port() const { return port_; }
 
 private:
-    std::shared_ptr<korvane::platform::HttpRequest> StoredRequest() const;
-
     const std::uint32_t timeoutMs_;
-    mutable korvane::CRecursiveLock lock_; // guards request_; not held over a read or a send
-    std::shared_ptr<korvane::platform::HttpRequest> request_;
+    CStoredRequest request_;
     std::unique_ptr<korvane::platform::HttpConnection> connection_;
     std::unique_ptr<korvane::platform::HttpSession> session_;
     const std::string userAgent_;

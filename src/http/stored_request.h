@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/http_service.h"
+#include "runtime/recursive_lock.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace Web
+{
+
+/// The request that a client has in hand. One thread sends it and reads its body; any thread may close it
+/// meanwhile, which ends whatever the other one waits for. The lock is held for a copy or a swap only.
+class CStoredRequest
+{
+public:
+    CStoredRequest() = default;
+    CStoredRequest(const CStoredRequest&) = delete;
+    CStoredRequest& operator=(const CStoredRequest&) = delete;
+    ~CStoredRequest() { Close(); }
+
+    /// Null when there is none, or it was closed.
+    std::shared_ptr<korvane::platform::HttpRequest> Get() const;
+
+    /// Closes the one before.
+    void Store(std::shared_ptr<korvane::platform::HttpRequest> request);
+
+    void Close() { Store(nullptr); }
+
+    /// Lets go of it as it is: another holder has it.
+    void Release();
+
+    /// Waits for bytes of the body, and gives how many are there; 0 at its end, on failure, and without a
+    /// request.
+    std::uint32_t Available() const;
+
+    /// One read of 1 to `size` bytes; 0 at the end of the body and on failure.
+    std::uint32_t Read(std::uint8_t* buffer, std::uint32_t size) const;
+
+    /// Reads the body into `buffer`, up to 256 MiB and the block in hand. Gives the count of bytes read;
+    /// `buffer` may have zero bytes behind them.
+    std::uint32_t ReadWhole(std::vector<std::uint8_t>& buffer) const;
+
+private:
+    mutable korvane::CRecursiveLock lock_;
+    std::shared_ptr<korvane::platform::HttpRequest> request_;
+};
+
+} // namespace Web
