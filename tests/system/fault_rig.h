@@ -34,7 +34,7 @@ struct FaultRow
     std::vector<std::string> always = {};     ///< faults that the camera plays from its start to its end
 };
 
-/// Plays all rows at once, each with a camera and hosts of its own, and tells the test what went wrong.
+/// Plays the rows, some at once, each with a camera and hosts of its own, and tells the test what went wrong.
 /// Prints a table of what was seen. The camera is as `base` says but for what the rows name.
 void PlayRows(const std::vector<FaultRow>& rows, const camera::CameraOptions& base, host::Codec codec,
               host::Transport transport);

@@ -129,7 +129,7 @@ TEST(RtspFaults, LeaveNoStreamBehindOverUdp)
         {"bye", kGoesOn, kGoesOn, "media count, not the farewell"},
         {"bye=media-stop", kRecovers, kRecovers, "no frame for 10 s"},
     };
-    rows.insert(rows.end(), own.begin(), own.end());
+    rows.insert(rows.begin(), own.begin(), own.end()); // the longest first
     PlayRows(rows, SmallPackets(), host::Codec::H264, host::Transport::Udp);
 }
 
@@ -146,7 +146,7 @@ TEST(RtspFaults, LeaveNoStreamBehindInterleaved)
         {"bye", kRecovers, kRecovers, "ends the session"},
         {"bye=media-stop", kRecovers, kRecovers, "ends the session"},
     };
-    rows.insert(rows.end(), own.begin(), own.end());
+    rows.insert(rows.begin(), own.begin(), own.end()); // the longest first
     PlayRows(rows, SmallPackets(), host::Codec::H264, host::Transport::Tcp);
 }
 
