@@ -9,7 +9,7 @@
 namespace korvane
 {
 
-class IAudioOutputChannel; // nothing implements it
+class IAudioOutputChannel;
 
 /// Makes the audio channels of a device; the caller owns what it gets. The host's thread.
 class IAudioChannelCreator

@@ -11,8 +11,7 @@ CBaseRTPChannel::CBaseRTPChannel(std::uint32_t channel, IDriver* driver,
                                  ipcapture::IHostChannelClient* client)
     : CBaseCameraChannel(channel, driver, client),
       deviceAddress_(Utils::ResolveHostAddress(driver->GetDeviceInfo().address)),
-      receiver_(driver),
-      rtcpHandler_(driver)
+      ports_(driver, deviceAddress_, stopEvent_, packetEvent_)
 {
 }
 
@@ -38,7 +37,7 @@ void CBaseRTPChannel::OnRTPReceived(const platform::SocketAddress& sender, CRTPP
 void CBaseRTPChannel::TakePacket(CRTPPacket& packet)
 {
     packetEvent_.Set();
-    rtcpHandler_.OnRTPSequence(packet.SequenceNumber());
+    ports_.rtcpHandler.OnRTPSequence(packet.SequenceNumber());
     ProcessPacket(packet);
 }
 
@@ -63,62 +62,23 @@ bool CBaseRTPChannel::IsStreamAlive()
     return GetLastFrameAgeMs() <= SignalLossTimeoutMs();
 }
 
-void CBaseRTPChannel::StopReceivers()
-{
-    receiver_.Stop();
-    rtcpHandler_.Stop();
-}
-
 void CBaseRTPChannel::CloseStream(bool keep)
 {
     if (!keep)
-        StopReceivers();
+        ports_.Close();
 }
 
 bool CBaseRTPChannel::OpenStream(bool keep)
 {
     if (transportSettings_.rtpMode != RtpMode::kUdp || keep)
         return true;
-    receiver_.SetUser(this);
-    for (std::uint16_t port = kFirstPort; port < kEndPort; port = static_cast<std::uint16_t>(port + 2))
-    {
-        if (IsStopping())
-            return false;
-        if (TryPort(port))
-            return true;
-    }
-    return false;
-}
-
-// A port on which packets arrive before a session was asked for belongs to a stream that nobody stopped: its
-// packets would mix with ours.
-bool CBaseRTPChannel::TryPort(std::uint16_t port)
-{
-    packetEvent_.Reset();
-    if (!receiver_.StartUnicast(false, port))
-        return false;
-    CEvent* const events[] = {&stopEvent_, &packetEvent_};
-    if (CEvent::WaitForAny(events, 2, portQuietMs_) == -1 &&
-        rtcpHandler_.StartUnicast(deviceAddress_, static_cast<std::uint16_t>(port + 1)))
-        return true;
-    StopReceivers();
-    return false;
+    return ports_.OpenFree(this, portQuietMs_);
 }
 
 bool CBaseRTPChannel::OpenMulticastReceiver(const std::string& address, std::uint16_t port)
 {
-    if (!address.empty() && port != 0)
-    {
-        receiver_.SetUser(this);
-        rtcpHandler_.SetUser(this);
-        packetEvent_.Reset();
-        byeEvent_.Reset();
-        if (!IsStopping() && receiver_.StartMulticast(address, port) && !IsStopping() &&
-            rtcpHandler_.StartMulticast(deviceAddress_, address, static_cast<std::uint16_t>(port + 1)))
-            return true;
-    }
-    StopReceivers();
-    return false;
+    byeEvent_.Reset();
+    return ports_.OpenGroup(this, this, address, port);
 }
 
 std::uint32_t CBaseRTPChannel::Run()
@@ -147,7 +107,7 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
         switch (CEvent::WaitForAny(events, 2, waitMs))
         {
         case 0:
-            rtcpHandler_.Restart();
+            ports_.rtcpHandler.Restart();
             CloseStream(false);
             SetCameraState(false);
             return 0;
@@ -184,7 +144,7 @@ void CBaseRTPChannel::CheckStream()
 
 bool CBaseRTPChannel::Reconnect(bool keep)
 {
-    rtcpHandler_.Restart();
+    ports_.rtcpHandler.Restart();
     CloseStream(keep);
     converter_.Reset();
     if (keep || ConfigureDevice())
@@ -194,7 +154,7 @@ bool CBaseRTPChannel::Reconnect(bool keep)
         if (OpenStream(keep))
             return true;
     }
-    rtcpHandler_.Restart();
+    ports_.rtcpHandler.Restart();
     CloseStream(false);
     return false;
 }

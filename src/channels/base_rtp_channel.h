@@ -3,9 +3,8 @@
 #include "channels/base_camera_channel.h"
 #include "parsers/media_parser_client.h"
 #include "runtime/settings_file.h"
-#include "transport/rtcp_handler.h"
 #include "transport/rtcp_handler_user.h"
-#include "transport/rtp_receiver.h"
+#include "transport/rtp_port_pair.h"
 #include "transport/time_stamp_converter.h"
 
 #include <cstdint>
@@ -28,9 +27,6 @@ class CBaseRTPChannel : public CBaseCameraChannel,
                         public IMediaParserClient
 {
 public:
-    static constexpr std::uint16_t kFirstPort = 3556; ///< of the UDP port search; pairs of RTP and RTCP
-    static constexpr std::uint16_t kEndPort = 4556;   ///< the first one that is not tried
-
     /// As `CBaseCameraChannel`. Looks the device's address up, which may block for as long as the resolver
     /// does.
     CBaseRTPChannel(std::uint32_t channel, IDriver* driver, ipcapture::IHostChannelClient* client);
@@ -75,19 +71,15 @@ protected:
     /// What every packet does, whatever carried it.
     void TakePacket(CRTPPacket& packet);
 
-    /// Ends client ports of both kinds; further sockets are the subclass's.
-    void StopReceivers();
-
     bool IsMulticast() const { return streamingMode_ != StreamingMode::kUnicast; }
     std::uint32_t SignalLossTimeoutMs() const { return driver_->GetDeviceInfo().signalLossTimeoutMs; }
 
     const std::uint32_t deviceAddress_; ///< network byte order; 0 if the name is not known
     CTimeStampConverter converter_;
-    CRTPReceiver receiver_;
-    CRTCPHandler rtcpHandler_;
     CManualEvent packetEvent_; ///< a packet of the device has come
-    CManualEvent frameEvent_;  ///< a frame has come out of the parser
-    CManualEvent byeEvent_;    ///< the device has said BYE
+    CRTPPortPair ports_;
+    CManualEvent frameEvent_; ///< a frame has come out of the parser
+    CManualEvent byeEvent_;   ///< the device has said BYE
     TransportSettings transportSettings_;
     StreamingMode streamingMode_ = StreamingMode::kUnicast;
     std::uint32_t portQuietMs_ = 1500; ///< how long a port must be silent before it is taken
@@ -97,7 +89,6 @@ private:
     bool Reconnect(bool keep);
     bool AwaitFirstFrame(std::uint32_t settleMs);
     void CheckStream();
-    bool TryPort(std::uint16_t port);
 };
 
 } // namespace korvane

@@ -66,8 +66,8 @@ bool CBaseRTSPChannel::OpenStream(bool keep)
     if (!CBaseRTPChannel::OpenStream(keep))
         return false;
     RTSPClientParams params = SessionParameters();
-    params.clientRTPPort = receiver_.GetPort();
-    params.clientRTCPPort = rtcpHandler_.GetPort();
+    params.clientRTPPort = ports_.receiver.GetPort();
+    params.clientRTCPPort = ports_.rtcpHandler.GetPort();
     FillSessionParameters(params);
     if (IsStopping())
         return false;
@@ -127,7 +127,7 @@ void CBaseRTSPChannel::ShutDown()
 void CBaseRTSPChannel::StopAll()
 {
     client_.Stop();
-    StopReceivers();
+    ports_.Close();
 }
 
 std::uint32_t CBaseRTSPChannel::RunMulticast()
@@ -171,10 +171,10 @@ std::uint32_t CBaseRTSPChannel::RunMulticast()
 bool CBaseRTSPChannel::OpenMulticastSession()
 {
     client_.Stop();
-    receiver_.StopEvent().Set();
-    receiver_.Stop();
-    rtcpHandler_.StopEvent().Set();
-    rtcpHandler_.Stop();
+    ports_.receiver.StopEvent().Set();
+    ports_.receiver.Stop();
+    ports_.rtcpHandler.StopEvent().Set();
+    ports_.rtcpHandler.Stop();
     frameEvent_.Reset();
     if (!ConfigureDevice())
         return false;

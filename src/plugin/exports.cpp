@@ -3,8 +3,8 @@
 #include <larkmoor/exports.h>
 
 #include "discovery/vivotek_capability_query_module.h"
-#include "plugin/guarded.h"
 #include "plugin/larkmoor_driver.h"
+#include "runtime/guarded.h"
 
 #include <new>
 

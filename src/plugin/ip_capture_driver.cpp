@@ -1,9 +1,9 @@
 #include "plugin/ip_capture_driver.h"
 
 #include "platform/thread.h"
-#include "plugin/guarded.h"
 #include "runtime/bastrel_supported_features.h"
 #include "runtime/debug_info.h"
+#include "runtime/guarded.h"
 #include "runtime/text.h"
 
 #include <cstdarg>

@@ -1,6 +1,6 @@
 #include "plugin/ip_video_capture.h"
 
-#include "plugin/guarded.h"
+#include "runtime/guarded.h"
 
 #include <utility>
 

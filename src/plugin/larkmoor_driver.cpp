@@ -1,10 +1,12 @@
 #include "plugin/larkmoor_driver.h"
 
+#include "audio/audio_capture_channel.h"
 #include "channels/h264_channel_rtsp.h"
 #include "channels/mjpeg_channel_http.h"
+#include "discovery/audio_capabilities.h"
 #include "io/vivotek_io.h"
-#include "plugin/guarded.h"
 #include "ptz/vivotek_ptz_handler.h"
+#include "runtime/guarded.h"
 #include "runtime/text.h"
 
 namespace korvane
@@ -18,10 +20,27 @@ constexpr std::uint32_t kTimeoutMs = 10000;
 constexpr std::uint32_t kVideoStandardProperty = 1;
 constexpr std::uint32_t kJpegOverHttpProperty = 7;
 
+constexpr std::uint32_t kAudioInputParameter = 101;
+constexpr std::uint32_t kAudioOutputParameter = 102;
+
 constexpr std::uint32_t kCodecMotionJpeg = 1;
 constexpr std::uint32_t kCodecH264 = 3;
 
+/// Makes the object for one direction, if the host's text gives the device channels for it.
+template <class AudioObject>
+void MakeAudio(std::unique_ptr<AudioObject>& object, IAudioChannelCreator* creator, const char* text)
+{
+    CAudioCapabilities capabilities;
+    if (object == nullptr && capabilities.Parse(text) && capabilities.count != 0)
+        object = std::make_unique<AudioObject>(creator, capabilities.count);
+}
+
 } // namespace
+
+CLarkmoorDriver::~CLarkmoorDriver()
+{
+    CLarkmoorDriver::DestructAudio();
+}
 
 bool CLarkmoorDriver::Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,
                            ipcapture::IHostDeviceSettings* deviceSettings)
@@ -61,11 +80,13 @@ std::unique_ptr<ICameraChannel> CLarkmoorDriver::CreateChannel(std::uint32_t cha
     }
 }
 
-IAudioInputChannel* CLarkmoorDriver::CreateAudioInputChannel(std::uint32_t, std::uint32_t,
-                                                             ipcapture::IHostAudioClient*,
-                                                             ipcapture::IHostCodecList*)
+IAudioInputChannel* CLarkmoorDriver::CreateAudioInputChannel(std::uint32_t audioChannel,
+                                                             std::uint32_t videoChannel,
+                                                             ipcapture::IHostAudioClient* client,
+                                                             ipcapture::IHostCodecList* codecList)
 {
-    return nullptr;
+    return std::make_unique<CAudioCaptureChannel>(this, audioChannel, videoChannel, client, codecList)
+        .release();
 }
 
 IAudioOutputChannel* CLarkmoorDriver::CreateAudioOutputChannel(std::uint32_t, std::uint32_t, std::uint32_t,
@@ -74,9 +95,17 @@ IAudioOutputChannel* CLarkmoorDriver::CreateAudioOutputChannel(std::uint32_t, st
     return nullptr;
 }
 
-bool CLarkmoorDriver::ConstructAudio(ipcapture::IHostDeviceSettings&)
+bool CLarkmoorDriver::ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings)
 {
+    MakeAudio(audioCapture_, this, deviceSettings.GetParameter(kAudioInputParameter));
+    MakeAudio(audioSender_, this, deviceSettings.GetParameter(kAudioOutputParameter));
     return true;
+}
+
+void CLarkmoorDriver::DestructAudio()
+{
+    audioCapture_.reset();
+    audioSender_.reset();
 }
 
 bool CLarkmoorDriver::ConstructIO()

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "audio/audio_channel_creator.h"
+#include "audio/ip_audio_capture.h"
+#include "audio/ip_audio_sender.h"
 #include "plugin/ip_capture_driver.h"
 
 #include <memory>
@@ -11,20 +12,20 @@ namespace korvane
 
 /// The driver of a Vivotek device: its time-outs, and which classes serve it.
 ///
-/// Served today: Motion JPEG over HTTP, H.264 over RTSP, heads, inputs and outputs. For the other streams
-/// `CreateChannel` gives null, which the host sees as a channel that never runs; of audio nothing is made,
-/// and the host gets null from the getters.
+/// Served today: Motion JPEG over HTTP, H.264 over RTSP, audio from the device, heads, inputs and outputs.
+/// For the other streams `CreateChannel` gives null, which the host sees as a channel that never runs.
 class CLarkmoorDriver final : public CIPCaptureDriver, public IAudioChannelCreator
 {
 public:
     CLarkmoorDriver() = default;
+    ~CLarkmoorDriver() override; ///< stops the audio before what it uses goes
 
     /// As the base, and false unless driver property 1 is a whole number. Nothing is undone on failure:
     /// `Close` or the destructor does that.
     bool Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,
               ipcapture::IHostDeviceSettings* deviceSettings) override;
-    ipcapture::IIPAudioCapture2* GetAudioCapture() override { return nullptr; }
-    ipcapture::IIPAudioSender* GetAudioSender() override { return nullptr; }
+    ipcapture::IIPAudioCapture2* GetAudioCapture() override { return audioCapture_.get(); }
+    ipcapture::IIPAudioSender* GetAudioSender() override { return audioSender_.get(); }
 
     std::string GetDriverName() const override { return "Larkmoor"; }
 
@@ -39,8 +40,13 @@ public:
                                                   std::uint32_t b, std::uint32_t c) override;
 
     bool ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings) override;
+    void DestructAudio() override;
     bool ConstructIO() override;
     bool ConstructPTZ() override;
+
+private:
+    std::unique_ptr<CIPAudioCapture> audioCapture_;
+    std::unique_ptr<CIPAudioSender> audioSender_;
 };
 
 } // namespace korvane

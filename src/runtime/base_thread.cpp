@@ -1,7 +1,16 @@
 #include "runtime/base_thread.h"
 
+#include <algorithm>
+
 namespace korvane
 {
+
+namespace
+{
+
+constexpr std::uint32_t kStopStepMs = 100;
+
+} // namespace
 
 CBaseThread::CBaseThread(IDebugMessage* debug) : debug_(debug) {}
 
@@ -33,10 +42,25 @@ CBaseThread::Stop CBaseThread::AskToStop(std::uint32_t timeoutMs)
         return Stop::kDone;
     if (thread_.Id() == platform::Thread::CurrentId())
         return Stop::kByItself;
-    if (thread_.Wait(timeoutMs) == platform::WaitResult::kTimeout)
+    if (!WaitForEnd(timeoutMs))
         return Stop::kTimeout;
     thread_.Close();
     return Stop::kDone;
+}
+
+bool CBaseThread::WaitForEnd(std::uint32_t limitMs)
+{
+    // Again and again: the thread may just have looked at the event and then begun another long call.
+    for (std::uint32_t leftMs = limitMs;;)
+    {
+        OnStopRequested();
+        const std::uint32_t stepMs = std::min(leftMs, kStopStepMs);
+        if (thread_.Wait(stepMs) != platform::WaitResult::kTimeout)
+            return true;
+        leftMs -= stepMs;
+        if (leftMs == 0)
+            return false;
+    }
 }
 
 bool CBaseThread::JoinThread(std::uint32_t timeoutMs)

@@ -43,6 +43,10 @@ public:
 
 protected:
     bool IsStopping() { return stopEvent_.Wait(0); }
+
+    /// Ends what the thread may be waiting in, if the stop event does not. Comes from the thread that stops
+    /// it, again and again until the thread has ended or was given up; does nothing here.
+    virtual void OnStopRequested() {}
     const std::string& ThreadName() const { return name_; }
 
     IDebugMessage* const debug_;
@@ -56,6 +60,7 @@ private:
         kTimeout,
     };
     Stop AskToStop(std::uint32_t timeoutMs);
+    bool WaitForEnd(std::uint32_t limitMs);
     static std::uint32_t Entry(void* context);
 
     std::string name_;

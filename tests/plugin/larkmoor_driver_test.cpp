@@ -46,6 +46,8 @@ TEST_F(Driver, ReadsWhatTheHostTellsOfTheDevice)
     settings.inputCount = 3;
     settings.outputCount = 2;
     settings.codec = 3;
+    settings.parameters[101] = "Count=2; IsStereo=1";
+    settings.parameters[102] = "Count=0; IsStereo=0";
     ASSERT_TRUE(Open());
 
     const DEVICE_INFO device = driver.GetDeviceInfo();
@@ -70,9 +72,12 @@ TEST_F(Driver, ReadsWhatTheHostTellsOfTheDevice)
     EXPECT_EQ(driver.GetIO()->GetInputCount(), 3u);
     EXPECT_NE(driver.GetPTZ(), nullptr);
     EXPECT_EQ(driver.GetPTZ(), driver.GetPTZEx());
-    EXPECT_EQ(driver.GetAudioCapture(), nullptr);
+    ASSERT_NE(driver.GetAudioCapture(), nullptr);
+    EXPECT_EQ(driver.GetAudioCapture()->GetChannelCount(), 0u);
+    EXPECT_EQ(driver.GetAudioSender(), nullptr) << "no output channel";
 
     driver.Close();
+    EXPECT_EQ(driver.GetAudioCapture(), nullptr);
     EXPECT_EQ(driver.GetVideoCapture(), nullptr);
     EXPECT_EQ(driver.GetIO(), nullptr);
     EXPECT_EQ(driver.GetPTZ(), nullptr);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -47,14 +48,19 @@ public:
             room.resize(bytes);
         return this;
     }
-    ipcapture::IHostFrame* AllocateAudioFrame(std::uint32_t, std::uint32_t, const char*) override
+    ipcapture::IHostFrame* AllocateAudioFrame(std::uint32_t code, std::uint32_t bytes,
+                                              const char* name) override
     {
-        return nullptr;
+        return AllocateVideoFrame(code, bytes, name);
     }
-    void ReleaseAudioFrame(ipcapture::IHostFrame*) override {}
+    void ReleaseAudioFrame(ipcapture::IHostFrame*) override { held = false; }
     void ReleaseFrame(ipcapture::IHostFrame*) override { held = false; }
 
-    void SetData(const std::uint8_t*, std::uint32_t) override {}
+    void SetData(const std::uint8_t* data, std::uint32_t bytes) override
+    {
+        std::copy_n(data, bytes, room.begin());
+        size = bytes;
+    }
     std::uint8_t* GetData() override { return room.data(); }
     void SetDataSize(std::uint32_t bytes) override { size = bytes; }
     void SetTimeNow() override {}

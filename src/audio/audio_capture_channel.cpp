@@ -1,0 +1,224 @@
+#include "audio/audio_capture_channel.h"
+
+#include "http/param_text.h"
+#include "runtime/stream_path_table.h"
+#include "runtime/text.h"
+
+#include <algorithm>
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::uint32_t kStreamsProperty = 14;
+constexpr std::uint32_t kSelectedCodecsProperty = 17;
+constexpr std::uint32_t kAudioSection = 2; // of the description
+constexpr std::uint32_t kReadBytes = 10240;
+constexpr std::size_t kMostResponseBytes = 0x10000000;
+constexpr std::uint32_t kNoFormat = 0;
+constexpr const char* kSetParameters = "/cgi-bin/admin/setparam.cgi?";
+constexpr const char* kConfigureFunction = "korvane::CAudioCaptureChannel::ConfigureAudioCodec";
+
+std::uint32_t FormatOf(const std::string& codec)
+{
+    const std::string lower = Utils::ToLower(codec);
+    if (lower == "aac4" || lower == "aac")
+        return ipcapture::kFormatAac;
+    if (lower == "g711")
+        return ipcapture::kFormatG711MuLaw;
+    return lower == "g726" ? ipcapture::kFormatG726 : kNoFormat;
+}
+
+std::vector<std::uint32_t> UsableFormats(ipcapture::IHostCodecList* list)
+{
+    std::vector<std::uint32_t> formats;
+    const std::uint32_t count = list == nullptr ? 0 : list->GetCount();
+    for (std::uint32_t index = 0; index < count; ++index)
+    {
+        ipcapture::IHostCodecItem* const item = list->GetItem(index);
+        if (item != nullptr && item->IsUsable())
+            formats.push_back(item->GetCode());
+    }
+    return formats;
+}
+
+std::string Value(std::string_view parameters, const std::string& key)
+{
+    return Utils::RemoveChars(Utils::GetParamValue(parameters, key, "=", "\r\n"), "'");
+}
+
+void StoreUnlessZero(std::uint32_t& value, const std::string& text)
+{
+    if (const std::uint32_t read = Utils::ToUInt32(text); read != 0)
+        value = read;
+}
+
+} // namespace
+
+CAudioCaptureChannel::CAudioCaptureChannel(IDriver* driver, std::uint32_t audioChannel,
+                                           std::uint32_t videoChannel, ipcapture::IHostAudioClient* client,
+                                           ipcapture::IHostCodecList* codecList)
+    : CBaseAudioRTSPChannel(driver, audioChannel, videoChannel, client, codecList),
+      sender_(driver->GetDeviceInfo())
+{
+}
+
+CAudioCaptureChannel::~CAudioCaptureChannel()
+{
+    ShutDown();
+}
+
+void CAudioCaptureChannel::FillSessionParameters(RTSPClientParams& params)
+{
+    params.mediaSelector = kAudioSection;
+    params.serverPort = rtspPort_;
+    params.url =
+        CStreamPathTable(driver_->GetPropertyText(kStreamsProperty)).RtspPath(videoChannel_, stream_);
+}
+
+std::string CAudioCaptureChannel::ParameterKey(const char* name) const
+{
+    return Utils::FormatString("audioin_c%u_s%u_%s", videoChannel_, stream_, name);
+}
+
+std::string CAudioCaptureChannel::CodecDefaults(const std::string& name)
+{
+    switch (Utils::ToLower(name) == "aac" ? kNoFormat : FormatOf(name))
+    {
+    case ipcapture::kFormatAac:
+        format_ = {ipcapture::kFormatAac, 44100, 128000, 16, 1};
+        return name;
+    case ipcapture::kFormatG726:
+        format_ = {ipcapture::kFormatG726, 8000, 32000, 16, 1};
+        return name;
+    case ipcapture::kFormatG711MuLaw:
+        format_ = {ipcapture::kFormatG711MuLaw, 8000, 64000, 16, 1};
+        return name;
+    default:
+        return "";
+    }
+}
+
+std::vector<std::string> CAudioCaptureChannel::Candidates(std::string_view selectedText) const
+{
+    const std::vector<std::uint32_t> usable = UsableFormats(codecList_);
+    std::vector<std::string> candidates = Utils::SplitString(selectedText, ',');
+    std::erase_if(candidates,
+                  [&](const std::string& codec)
+                  {
+                      const std::uint32_t format = FormatOf(codec);
+                      return format == kNoFormat || std::ranges::find(usable, format) == usable.end();
+                  });
+    return candidates;
+}
+
+void CAudioCaptureChannel::ConfigureAudioCodec(std::string_view selectedText, std::string_view wantedCodec)
+{
+    const std::vector<std::string> candidates = Candidates(selectedText);
+    const std::string wanted = Utils::ToLower(wantedCodec);
+    const std::string device = driver_->GetDeviceName();
+    codec_.clear();
+    for (const std::string& candidate : candidates)
+    {
+        const std::string lower = Utils::ToLower(candidate);
+        if (wanted.empty() || (lower != wanted && !(lower == "aac4" && wanted == "aac")))
+            continue;
+        codec_ = CodecDefaults(candidate);
+        if (!codec_.empty())
+            return;
+        Message(kLevelWarning, "%s: %s Can't configure correct options for user defined codec %s",
+                kConfigureFunction, device.c_str(), candidate.c_str());
+    }
+    const std::string first = candidates.empty() ? "g711" : candidates.front();
+    codec_ = CodecDefaults(first);
+    if (codec_.empty())
+        Message(kLevelWarning, "%s: %s Can't configure correct options for codec %s", kConfigureFunction,
+                device.c_str(), first.c_str());
+}
+
+bool CAudioCaptureChannel::Request(const std::string& uri, std::string& response)
+{
+    response.clear();
+    if (IsStopping() || !sender_.Send({"GET", uri}) || sender_.StatusCode() / 100 != 2)
+        return false;
+    std::vector<std::uint8_t> body;
+    while (body.size() < kMostResponseBytes && !IsStopping())
+    {
+        const std::uint32_t available = sender_.QueryDataAvailable();
+        if (available == 0 || sender_.ReadData(body, std::min(available, kReadBytes), false) == 0)
+            break;
+    }
+    response.assign(body.begin(), body.end());
+    return true;
+}
+
+// What setparam has to be told, with "&" between the items.
+std::string CAudioCaptureChannel::Changes(std::string_view parameters) const
+{
+    std::string changes;
+    const std::string codecKey = ParameterKey("codectype=");
+    if (parameters.find(codecKey + "'" + codec_ + "'") == std::string_view::npos)
+        changes = codecKey + codec_;
+    const std::string muteKey = Utils::FormatString("audioin_c%u_mute=", videoChannel_);
+    if (parameters.find(muteKey + "'1'") != std::string_view::npos)
+        changes += (changes.empty() ? "" : "&") + muteKey + "0";
+    return changes;
+}
+
+std::uint32_t CAudioCaptureChannel::DeviceBitRate() const
+{
+    if (format_.codecCode == ipcapture::kFormatG726)
+        return g726BitRate_;
+    return format_.codecCode == ipcapture::kFormatAac ? aacBitRate_ : 0;
+}
+
+void CAudioCaptureChannel::ReadDevice(std::string_view parameters)
+{
+    StoreUnlessZero(g726BitRate_, Value(parameters, ParameterKey("g726_bitrate")));
+    StoreUnlessZero(aacBitRate_, Value(parameters, ParameterKey("aac4_bitrate")));
+    if (const std::uint16_t port = Utils::ToUInt16(Value(parameters, "network_rtsp_port")); port != 0)
+        rtspPort_ = port;
+    if (const std::uint32_t bitRate = DeviceBitRate(); bitRate != 0)
+        format_.bitRate = bitRate;
+    const std::string mode = Value(parameters, ParameterKey("g711_mode"));
+    if (format_.codecCode == ipcapture::kFormatG711MuLaw && !mode.empty() && mode != "pcmu")
+        format_.codecCode = ipcapture::kFormatG711ALaw;
+}
+
+bool CAudioCaptureChannel::SetAudioStreamParameters()
+{
+    const AudioCodecs wanted = CSettingsFile(*driver_).ReadAudioCodecs(driver_->GetDeviceInfo());
+    ConfigureAudioCodec(driver_->GetPropertyText(kSelectedCodecsProperty), wanted.input);
+    std::string parameters;
+    std::string answer;
+    bool isDone = Request("/cgi-bin/admin/getparam.cgi?audioin&network", parameters) && !parameters.empty();
+    if (isDone)
+    {
+        const std::string changes = Changes(parameters);
+        ReadDevice(parameters);
+        isDone = changes.empty() || Request(kSetParameters + changes, answer);
+        if (!isDone && !IsStopping())
+            driver_->DebugMessage(kLevelError, "%s: The %s device returns status code %u for \"%s%s\" URI",
+                                  "korvane::CAudioCaptureChannel::SetAudioStreamParameters",
+                                  driver_->GetDeviceName().c_str(), sender_.StatusCode(), kSetParameters,
+                                  changes.c_str());
+    }
+    parser_.SetFormat(format_);
+    return isDone;
+}
+
+bool CAudioCaptureChannel::SdpInfoReceived(const RTSPResponse& response)
+{
+    if (!CBaseAudioRTSPChannel::SdpInfoReceived(response))
+        return false;
+    if (const std::uint32_t bitRate = DeviceBitRate(); bitRate != 0)
+    {
+        format_.bitRate = bitRate;
+        parser_.SetFormat(format_);
+    }
+    return true;
+}
+
+} // namespace korvane

@@ -1,0 +1,334 @@
+#include "audio/base_audio_rtsp_channel.h"
+
+#include "runtime/text.h"
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::uint8_t kMonoReserved = 16; // what goes with one channel
+constexpr std::uint32_t kG711BitRate = 64000;
+constexpr std::uint32_t kG726BitRate = 32000;
+constexpr std::uint32_t kTelephoneRate = 8000; // Hz
+constexpr std::uint32_t kRoundMs = 2000;       // between looks at a multicast stream
+constexpr std::uint32_t kShortRoundMs = 20;    // the same, after a session that brought nothing
+constexpr const char* kSdpFunction = "korvane::CBaseAudioRTSPChannel::SdpInfoReceived";
+
+bool IsAllowed(AudioState from, AudioState to)
+{
+    switch (from)
+    {
+    case AudioState::kStopped:
+        return to == AudioState::kStarting;
+    case AudioState::kStarting:
+        return to == AudioState::kStreaming || to == AudioState::kStopping || to == AudioState::kSignalLost;
+    case AudioState::kStreaming:
+        return to == AudioState::kStopping || to == AudioState::kSignalLost;
+    case AudioState::kStopping:
+    case AudioState::kError:
+        return to == AudioState::kStopped;
+    case AudioState::kSignalLost:
+        return to == AudioState::kStarting || to == AudioState::kStopping;
+    }
+    return false;
+}
+
+void ReplaceUnlessZero(std::uint32_t& value, std::uint32_t offered)
+{
+    if (offered != 0)
+        value = offered;
+}
+
+} // namespace
+
+CBaseAudioRTSPChannel::CBaseAudioRTSPChannel(IDriver* driver, std::uint32_t audioChannel,
+                                             std::uint32_t videoChannel, ipcapture::IHostAudioClient* client,
+                                             ipcapture::IHostCodecList* codecList)
+    : CBaseRTPDataChannel(driver, videoChannel),
+      CLoggerInstance(driver),
+      codecList_(codecList),
+      parser_(this, driver, static_cast<std::uint8_t>(audioChannel)),
+      audioChannel_(audioChannel),
+      host_(client),
+      client_(driver)
+{
+}
+
+bool CBaseAudioRTSPChannel::Start()
+{
+    const CLockGuard guard(lifeLock_);
+    JoinThread(2 * NetworkTimeoutMs());
+    return StartThread("Audio RTSP Channel");
+}
+
+bool CBaseAudioRTSPChannel::Stop()
+{
+    const CLockGuard guard(lifeLock_);
+    JoinThread(2 * NetworkTimeoutMs());
+    return true;
+}
+
+void CBaseAudioRTSPChannel::ShutDown()
+{
+    Stop();
+    client_.Stop();
+    ports_.Close();
+}
+
+bool CBaseAudioRTSPChannel::MoveTo(AudioState next)
+{
+    AudioState now = state_;
+    do
+    {
+        if (!IsAllowed(now, next))
+            return false;
+    } while (!state_.compare_exchange_weak(now, next));
+    if (host_ == nullptr)
+        return true;
+    try
+    {
+        host_->StateChanged(audioChannel_, static_cast<std::uint32_t>(next));
+    }
+    catch (...)
+    {
+        // The host's trouble; the channel goes on.
+    }
+    return true;
+}
+
+std::string CBaseAudioRTSPChannel::DeviceText() const
+{
+    const std::string address = driver_->GetDeviceInfo().address;
+    if (driver_->GetChannelCount() > 1)
+        return Utils::FormatString("video-server %s (channel %u)", address.c_str(), videoChannel_);
+    return "camera " + address;
+}
+
+void CBaseAudioRTSPChannel::SetDeviceState(bool signal)
+{
+    if (signal_.exchange(signal) == signal)
+        return;
+    static constexpr const char* kFunction = "korvane::CBaseAudioRTSPChannel::SetDeviceState";
+    const std::string device = DeviceText();
+    const AudioState state = state_;
+    if (signal)
+        driver_->DebugMessage(kLevelInformation, "%s: Audio signal from %s is OK", kFunction, device.c_str());
+    else if (state == AudioState::kStopped)
+        driver_->DebugMessage(kLevelInformation, "%s: Audio channel was stopped for %s", kFunction,
+                              device.c_str());
+    else if (state == AudioState::kError)
+        driver_->DebugMessage(kLevelError, "%s: Error occurs in audio channel for %s", kFunction,
+                              device.c_str());
+    else if (state == AudioState::kSignalLost)
+        driver_->DebugMessage(kLevelError, "%s: Audio signal was lost for %s", kFunction, device.c_str());
+    else
+        driver_->DebugMessage(kLevelWarning, "%s: Unexpected channel status for %s", kFunction,
+                              device.c_str());
+}
+
+void CBaseAudioRTSPChannel::OnStopping()
+{
+    if (IsStopping() || state_ != AudioState::kSignalLost)
+        MoveTo(AudioState::kStopping);
+}
+
+void CBaseAudioRTSPChannel::OnSignalLost()
+{
+    MoveTo(AudioState::kSignalLost);
+    SetDeviceState(false);
+}
+
+void CBaseAudioRTSPChannel::OnStopped()
+{
+    MoveTo(AudioState::kStopped);
+    SetDeviceState(false);
+}
+
+bool CBaseAudioRTSPChannel::Connect()
+{
+    MoveTo(AudioState::kStarting);
+    if (SetAudioStreamParameters())
+        return true;
+    MoveTo(AudioState::kSignalLost);
+    return false;
+}
+
+RTSPClientParams CBaseAudioRTSPChannel::SessionParameters() const
+{
+    const DEVICE_INFO device = driver_->GetDeviceInfo();
+    RTSPClientParams params;
+    params.host = device.address;
+    params.userName = device.user;
+    params.password = device.password;
+    params.connectTimeoutMs = device.networkTimeoutMs;
+    params.blocksize = transportSettings_.blocksize;
+    return params;
+}
+
+bool CBaseAudioRTSPChannel::StartStream()
+{
+    const bool isInterleaved = transportSettings_.rtpMode == RtpMode::kInterleaved;
+    if (isInterleaved)
+        MoveTo(AudioState::kStreaming);
+    if ((isInterleaved || CBaseRTPDataChannel::StartStream()) && StartSession(false))
+        return true;
+    MoveTo(AudioState::kSignalLost);
+    return false;
+}
+
+bool CBaseAudioRTSPChannel::StartSession(bool multicast)
+{
+    RTSPClientParams params = SessionParameters();
+    params.clientRTPPort = ports_.receiver.GetPort();
+    params.clientRTCPPort = ports_.rtcpHandler.GetPort();
+    if (multicast)
+        params.receiveTimeoutMs = NetworkTimeoutMs();
+    FillSessionParameters(params);
+    byeEvent_.Reset();
+    sessionFailedEvent_.Reset();
+    const bool isStarted =
+        multicast ? client_.StartMulticast(params, this)
+                  : client_.Start(params, this, static_cast<std::uint32_t>(transportSettings_.rtpMode));
+    if (!isStarted || IsStopping())
+        return false;
+    MoveTo(AudioState::kStreaming);
+    return true;
+}
+
+void CBaseAudioRTSPChannel::StopStream()
+{
+    if (!IsStopping() && state_ != AudioState::kSignalLost)
+        MoveTo(AudioState::kStopping);
+    client_.Stop();
+    CBaseRTPDataChannel::StopStream();
+}
+
+void CBaseAudioRTSPChannel::RunMulticast()
+{
+    StopStream();
+    std::uint32_t waitMs = OpenMulticastSession();
+    while (!stopEvent_.Wait(waitMs))
+    {
+        if (lastFrame_.GetElapsedMs() <= NetworkTimeoutMs() && !byeEvent_.Wait(0))
+        {
+            OnIdle();
+            continue;
+        }
+        OnSignalLost();
+        StopStream();
+        waitMs = OpenMulticastSession();
+    }
+    StopStream();
+    OnStopped();
+}
+
+// How long to wait before the next look. A device that can't be reached at all is not asked more often than
+// any other.
+std::uint32_t CBaseAudioRTSPChannel::OpenMulticastSession()
+{
+    frameEvent_.Reset();
+    if (!Connect())
+    {
+        StopStream();
+        return kRoundMs;
+    }
+    if (!StartSession(true))
+    {
+        MoveTo(AudioState::kSignalLost);
+        StopStream();
+        return kRoundMs;
+    }
+    CEvent* const events[] = {&stopEvent_, &frameEvent_, &sessionFailedEvent_};
+    return CEvent::WaitForAny(events, 3, NetworkTimeoutMs()) > 0 ? kRoundMs : kShortRoundMs;
+}
+
+void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
+{
+    const std::span<const std::uint8_t> payload = packet.Payload();
+    parser_.ParseData(payload.data(), static_cast<std::uint32_t>(payload.size()), packet.SequenceNumber());
+}
+
+bool CBaseAudioRTSPChannel::AudioFrame(ipcapture::IHostFrame* frame)
+{
+    frameEvent_.Set();
+    if (IsStopping() || state_ != AudioState::kStreaming || host_ == nullptr || !host_->AudioFrame(frame))
+        return false;
+    lastFrame_.Update();
+    SetDeviceState(true);
+    return true;
+}
+
+bool CBaseAudioRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
+{
+    const SDPMediaSection& section = response.description.audio;
+    const SDPAudioFormat& offered = response.description.audioFormat;
+    switch (offered.codecCode)
+    {
+    case ipcapture::kFormatG711MuLaw:
+    case ipcapture::kFormatG711ALaw:
+        TakeG711(offered);
+        break;
+    case ipcapture::kFormatG726:
+        TakeG726(offered);
+        break;
+    case ipcapture::kFormatAac:
+        TakeAac(response);
+        break;
+    default: // an encoding that nothing here can unpack, or none
+        Message(kLevelError, "%s: Audio encoding for device %s doesn't recognized: %s", kSdpFunction,
+                driver_->GetDeviceName().c_str(), section.encoding.c_str());
+        return false;
+    }
+    parser_.SetFormat(format_);
+    parser_.SetParameters(response.description.audioParameters);
+    // As with video, a group that can't be joined doesn't end the session: no frames come, and the loop acts
+    // on that.
+    if (IsMulticast())
+        OpenMulticastReceiver(section.address, section.port);
+    return true;
+}
+
+void CBaseAudioRTSPChannel::TakeG711(const SDPAudioFormat& offered)
+{
+    if (format_.codecCode != offered.codecCode)
+        format_ = {offered.codecCode, kTelephoneRate, kG711BitRate, kMonoReserved, 1};
+    ReplaceUnlessZero(format_.sampleRate, offered.sampleRate);
+}
+
+void CBaseAudioRTSPChannel::TakeG726(const SDPAudioFormat& offered)
+{
+    if (format_.codecCode != offered.codecCode)
+        format_ = {offered.codecCode, kTelephoneRate, kG726BitRate, kMonoReserved, 1};
+    ReplaceUnlessZero(format_.sampleRate, offered.sampleRate);
+    ReplaceUnlessZero(format_.bitRate, offered.bitRate);
+}
+
+void CBaseAudioRTSPChannel::TakeAac(const RTSPResponse& response)
+{
+    const SDPAudioFormat& offered = response.description.audioFormat;
+    const SDPAudioParameters& parameters = response.description.audioParameters;
+    const std::string& text = response.description.audio.formatParameters;
+    const std::string device = driver_->GetDeviceName();
+    if (offered.channels > 2)
+        Message(kLevelError, "%s: AAC Audio with %u channels doesn't supported by system for device %s: %s",
+                kSdpFunction, unsigned{offered.channels}, device.c_str(), text.c_str());
+    if (parameters.sizelength != 13 || parameters.indexlength != 3 || parameters.indexdeltalength != 3 ||
+        parameters.ctsdeltalength != 0 || parameters.dtsdeltalength != 0)
+        Message(kLevelWarning, "%s: Audio format parameters for device %s doesn't compatible with parser: %s",
+                kSdpFunction, device.c_str(), text.c_str());
+    if (format_.codecCode != offered.codecCode)
+    {
+        format_ = offered;
+        format_.bitRate = 0;
+        if (format_.channels == 1)
+            format_.reserved = kMonoReserved;
+        return;
+    }
+    ReplaceUnlessZero(format_.sampleRate, offered.sampleRate);
+    if (offered.channels != 0)
+        format_.channels = offered.channels;
+}
+
+} // namespace korvane

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "audio/audio_input_channel.h"
+#include "audio/base_rtp_audio_parser.h"
+#include "audio/base_rtp_data_channel.h"
+#include "runtime/logger_instance.h"
+#include "runtime/recursive_lock.h"
+#include "transport/rtsp_client.h"
+
+#include <larkmoor/ip_audio.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace korvane
+{
+
+/// What an audio channel is doing, as `ipcapture::IHostAudioClient::StateChanged` tells it.
+enum class AudioState : std::uint32_t
+{
+    kStopped = 0,
+    kStarting = 1, ///< settings are being made and the session opened
+    kStreaming = 2,
+    kStopping = 3,
+    kError = 4,
+    kSignalLost = 5,
+};
+
+/// An audio channel that gets its RTP through an RTSP session on the audio section of the device's
+/// description. It tells the host of each state, and the log when the signal comes and goes.
+///
+/// `Start` and `Stop` may come from any thread. The RTSP client's callbacks run on the client's thread, the
+/// parser and the host's `AudioFrame` on the thread that carries the packets.
+class CBaseAudioRTSPChannel : public CBaseRTPDataChannel,
+                              public CLoggerInstance,
+                              public IAudioInputChannel,
+                              public IRTSPClientUser,
+                              public IAudioParserClient
+{
+public:
+    /// `client` and `codecList` are the host's and outlive the channel; either may be null.
+    CBaseAudioRTSPChannel(IDriver* driver, std::uint32_t audioChannel, std::uint32_t videoChannel,
+                          ipcapture::IHostAudioClient* client, ipcapture::IHostCodecList* codecList);
+
+    bool Start() override; ///< begins afresh; false if the thread can't be made
+    bool Stop() override;
+    std::uint32_t GetState() const override { return static_cast<std::uint32_t>(state_.load()); }
+
+    bool SdpInfoReceived(const RTSPResponse& response) override;
+    void OnRTPPacket(CRTPPacket& packet) override { TakePacket(packet); }
+    void OnSessionEnded() override { sessionFailedEvent_.Set(); }
+    void OnRTCPBye() override { CBaseRTPDataChannel::OnRTCPBye(); }
+
+    bool AudioFrame(ipcapture::IHostFrame* frame) override;
+
+protected:
+    bool StartStream() override;
+    void StopStream() override;
+    void RunMulticast() override;
+    bool Connect() override;
+    void ProcessPacket(CRTPPacket& packet) override;
+    void OnStreamStarted() override { MoveTo(AudioState::kStreaming); }
+    void OnStopping() override;
+    void OnSignalLost() override;
+    void OnStopped() override;
+
+    /// Brings the device's audio settings in line with the wanted codec, and the format record with them.
+    virtual bool SetAudioStreamParameters() = 0;
+
+    /// Fills in what only the device family knows: section, port and path of the stream.
+    virtual void FillSessionParameters(RTSPClientParams& params) = 0;
+
+    /// Ends the channel's thread. The first thing in the destructor of each class that adds to what the
+    /// threads use.
+    void ShutDown();
+
+    ipcapture::IHostCodecList* const codecList_;
+    CBaseRTPAudioParser parser_;
+    SDPAudioFormat format_; ///< of the frames; the channel's thread before a session, the client's in it
+
+private:
+    bool MoveTo(AudioState next);
+    void SetDeviceState(bool signal);
+    std::string DeviceText() const;
+    RTSPClientParams SessionParameters() const;
+    bool StartSession(bool multicast);
+    void TakeG711(const SDPAudioFormat& offered);
+    void TakeG726(const SDPAudioFormat& offered);
+    void TakeAac(const RTSPResponse& response);
+    std::uint32_t OpenMulticastSession();
+
+    CRecursiveLock lifeLock_; // serialises `Start` and `Stop`; held while a thread is waited for
+    const std::uint32_t audioChannel_;
+    ipcapture::IHostAudioClient* const host_;
+    CBaseRTSPClient client_;
+    CManualEvent sessionFailedEvent_;
+    std::atomic<bool> signal_{false};
+    std::atomic<AudioState> state_{AudioState::kStopped};
+};
+
+} // namespace korvane

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "runtime/base_thread.h"
+#include "runtime/driver.h"
+#include "runtime/settings_file.h"
+#include "runtime/time.h"
+#include "transport/rtcp_handler_user.h"
+#include "transport/rtp_port_pair.h"
+
+#include <cstdint>
+#include <string>
+
+namespace korvane
+{
+
+/// A channel of data other than video that comes in RTP packets: it gets them from a transport to what
+/// derives from it, and makes a new session whenever frames stay away, for as long as it runs.
+///
+/// Threads: `Run` and all that it calls on the channel's; packets on the receiver's ("RTP Packet Queue") or,
+/// interleaved, on the RTSP client's. The two sides share only events and the last-frame stamp.
+class CBaseRTPDataChannel : public CBaseThread, public IRTPReceiverUser, public IRTCPHandlerUser
+{
+public:
+    /// `driver` is not owned and outlives the channel. `videoChannel`, from 0, is the video channel that the
+    /// data belongs to. Looks the device's address up, which may block for as long as the resolver does.
+    CBaseRTPDataChannel(IDriver* driver, std::uint32_t videoChannel);
+
+    void Run() override;
+
+    void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override;
+    void OnRTPTimeout() override {}
+    void OnRTPClosed() override {}
+    void OnRTCPBye() override { byeEvent_.Set(); }
+
+protected:
+    /// Opens RTP and RTCP on a group. False, with both closed, for an empty address, port 0, or a failure.
+    virtual bool OpenMulticastReceiver(const std::string& address, std::uint16_t port);
+
+    /// Finds ports; what derives from it asks the device for the stream.
+    virtual bool StartStream();
+    virtual void StopStream();
+
+    /// The thread's body when the settings file asks for multicast.
+    virtual void RunMulticast() = 0;
+
+    /// Sets the device up; before each session.
+    virtual bool Connect() = 0;
+
+    /// One packet of the stream. On a transport thread.
+    virtual void ProcessPacket(CRTPPacket& packet) = 0;
+
+    virtual void OnIdle() {} ///< after each look at a stream that is well
+    virtual void OnStreamStarted() {}
+    virtual void OnStopping() {}
+    virtual void OnSignalLost() {}
+    virtual void OnStopped() {}
+
+    /// What every packet does, whatever carried it.
+    void TakePacket(CRTPPacket& packet);
+
+    std::uint32_t NetworkTimeoutMs() const { return driver_->GetDeviceInfo().networkTimeoutMs; }
+    bool IsMulticast() const { return streamingMode_ != StreamingMode::kUnicast; }
+
+    IDriver* const driver_;
+    const std::uint32_t videoChannel_;
+    const std::uint32_t deviceAddress_; ///< network byte order; 0 if the name is not known
+    CEvent frameEvent_{false};          ///< a frame has come out of the parser
+    CManualEvent packetEvent_;          ///< a packet of the device has come
+    CManualEvent byeEvent_;             ///< the device has said BYE
+    CRTPPortPair ports_;
+    CTime lastFrame_;
+    TransportSettings transportSettings_;
+    StreamingMode streamingMode_ = StreamingMode::kUnicast;
+
+private:
+    void RunUnicast();
+    void OpenSession();
+};
+
+} // namespace korvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "audio/audio_channel_creator.h"
+#include "audio/audio_channel_table.h"
+
+namespace korvane
+{
+
+/// The host's handle on the audio inputs of one device.
+class CIPAudioCapture final : public ipcapture::IIPAudioCapture2
+{
+public:
+    /// `creator` outlives the object. `maximum` is the number of audio inputs that the device has.
+    CIPAudioCapture(IAudioChannelCreator* creator, std::uint32_t maximum);
+
+    std::uint32_t GetChannelCount() override;
+    bool StartChannel(std::uint32_t audioChannel, std::uint32_t videoChannel,
+                      ipcapture::IHostAudioClient* client, ipcapture::IHostCodecList* codecList) override;
+    bool StopChannel(std::uint32_t audioChannel) override;
+    std::uint32_t GetChannelState(std::uint32_t audioChannel) override;
+    bool ReservedCall1(std::uint32_t, std::uint32_t, std::uint32_t) override { return false; }
+
+private:
+    IAudioChannelCreator* const creator_;
+    TAudioChannelTable<IAudioInputChannel> channels_;
+};
+
+} // namespace korvane

@@ -1,0 +1,468 @@
+#include "audio/audio_capture_channel.h"
+
+#include "audio/ip_audio_capture.h"
+#include "audio/ip_audio_sender.h"
+#include "support/fake_driver.h"
+#include "support/http_test_server.h"
+#include "support/scripted_rtsp_server.h"
+#include "support/settings_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace korvane
+{
+namespace
+{
+
+using test::Bytes;
+using test::HttpTestServer;
+using test::ScriptedRTSPServer;
+using Texts = std::vector<std::string>;
+
+/// The host's side of an audio channel: takes some formats, and remembers.
+class AudioHost final : public ipcapture::IHostAudioClient,
+                        public ipcapture::IHostCodecList,
+                        public ipcapture::IHostCodecItem
+{
+public:
+    Texts formats; ///< four characters each; one with "-" in front is known but not usable
+
+    /// Waits until the states heard so far begin so; gives all of them.
+    std::string WaitForStates(const std::string& states)
+    {
+        std::unique_lock guard(mutex_);
+        changed_.wait_for(guard, test::kPatience, [&] { return states_.starts_with(states); });
+        return states_;
+    }
+    test::FrameRecord WaitForFrame()
+    {
+        std::unique_lock guard(mutex_);
+        EXPECT_TRUE(changed_.wait_for(guard, test::kPatience, [&] { return !frames_.empty(); }));
+        return frames_.empty() ? test::FrameRecord() : frames_.front();
+    }
+
+    bool AudioFrame(ipcapture::IHostFrame* frame) override
+    {
+        const std::lock_guard guard(mutex_);
+        frames_.push_back(static_cast<test::FakeFrame*>(frame)->Record());
+        changed_.notify_all();
+        return true;
+    }
+    void StateChanged(std::uint32_t audioChannel, std::uint32_t state) override
+    {
+        EXPECT_EQ(audioChannel, 7u);
+        const std::lock_guard guard(mutex_);
+        states_ += std::to_string(state);
+        changed_.notify_all();
+    }
+    std::uint32_t GetCount() override { return static_cast<std::uint32_t>(formats.size()) + 1; }
+    ipcapture::IHostCodecItem* GetItem(std::uint32_t index) override
+    {
+        at_ = index;
+        return index < formats.size() ? this : nullptr;
+    }
+    std::uint32_t GetCode() override
+    {
+        const char* const text = formats[at_].c_str() + (IsUsable() ? 0 : 1);
+        return ipcapture::FourCharacterCode(text[0], text[1], text[2], text[3]);
+    }
+    void ReservedSlot1() override { ADD_FAILURE() << "not for the driver"; }
+    bool IsUsable() override { return formats[at_][0] != '-'; }
+
+private:
+    std::uint32_t at_ = 0;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::string states_;
+    std::vector<test::FrameRecord> frames_;
+};
+
+/// A device on loopback: its CGI parameters, its description, and what it sends behind the answer to PLAY.
+struct Device
+{
+    std::string parameters;
+    std::string audio; ///< the lines of the audio section behind the m= line
+    Bytes payload;
+    int setStatus = 200;
+
+    HttpTestServer http{[this](test::TestHttpPeer& peer, const test::TestHttpRequest& request)
+                        {
+                            const bool isSet = request.target.find("setparam") != std::string::npos;
+                            const std::string port =
+                                "network_rtsp_port='" + std::to_string(rtsp.Port()) + "'\r\n";
+                            return peer.Send(isSet ? HttpTestServer::Response(setStatus, "OK")
+                                                   : HttpTestServer::Response(200, port + parameters));
+                        }};
+    ScriptedRTSPServer rtsp{[this](const std::string& method, const std::string& request)
+                            {
+                                if (method == "DESCRIBE")
+                                    return ScriptedRTSPServer::Reply{ScriptedRTSPServer::Response(
+                                        request, "Content-Type: application/sdp\r\n",
+                                        ScriptedRTSPServer::kDescription + "m=audio 0 RTP/AVP 97\r\n" +
+                                            audio + "a=control:trackID=2\r\n")};
+                                ScriptedRTSPServer::Reply reply =
+                                    ScriptedRTSPServer::Ordinary(method, request);
+                                if (method == "PLAY" && !payload.empty())
+                                    reply.bytes += Interleaved();
+                                return reply;
+                            }};
+
+    std::string Interleaved() const
+    {
+        const std::size_t size = payload.size() + 12;
+        std::string bytes = {
+            '$', 0, static_cast<char>(size >> 8), static_cast<char>(size), '\x80', 97, 0, 1, 0, 0, 0, 0, 0, 0,
+            0,   1};
+        return bytes.append(payload.begin(), payload.end());
+    }
+};
+
+struct Fixture
+{
+    explicit Fixture(const std::string& settings = "")
+    {
+        folder.Write("<Configuration><Default><RTPMode>RTPOVERRTSP</RTPMode>" + settings +
+                     "</Default></Configuration>");
+        driver.hostDirectory = folder.Path();
+        driver.allocator = &allocator;
+        driver.device.port = device.http.Port();
+        driver.properties[14] = "1;video;live.sdp";
+    }
+    std::unique_ptr<CAudioCaptureChannel> Channel()
+    {
+        return std::make_unique<CAudioCaptureChannel>(&driver, 7, 0, &host, &host);
+    }
+    std::string Requests() const ///< the targets, without what all have in front
+    {
+        std::string text;
+        for (const auto& request : device.http.Requests())
+            text += (text.empty() ? "" : " ") + request.target.substr(std::string("/cgi-bin/admin/").size());
+        return text;
+    }
+
+    test::SettingsFolder folder;
+    test::FakeAllocator allocator;
+    test::FakeDriver driver;
+    AudioHost host;
+    Device device;
+};
+
+TEST(AudioCaptureChannel, AgreesOnACodecWithHostFileAndDevice)
+{
+    const std::string pcmu = "a=rtpmap:97 PCMU/8000\r\n";
+    const std::string pcma = "a=rtpmap:97 PCMA/16000\r\n";
+    const std::string g726 = "a=rtpmap:97 G726-24/8000\r\n";
+    const std::string aac = "a=rtpmap:97 mpeg4-generic/44100/2\r\n"
+                            "a=fmtp:97 streamtype=5;profile-level-id=15;mode=AAC-hbr;config=1210;"
+                            "sizelength=13;indexlength=3;indexdeltalength=3\r\n";
+    const std::string set = "setparam.cgi?audioin_c0_s0_codectype=";
+    const struct
+    {
+        const char* name;
+        const char* selected; // by the device, as the host tells it
+        Texts formats;        // of the host
+        const char* wanted;   // by the settings file
+        const char* parameters;
+        std::string audio;
+        std::string request; // behind the first one; "" none
+        const char* format;
+        std::uint32_t sampleRate;
+        std::uint32_t bitRate;
+    } cases[] = {
+        {"the first of two",
+         "g711,g726",
+         {"711M", "7261"},
+         "",
+         "audioin_c0_s0_codectype='aac4'",
+         pcmu,
+         set + "g711",
+         "711M",
+         8000,
+         64000},
+        {"as the device has it",
+         "g711,g726",
+         {"711M"},
+         "",
+         "audioin_c0_s0_codectype='g711'",
+         pcmu,
+         "",
+         "711M",
+         8000,
+         64000},
+        {"what the host can't play is none",
+         "aac4,g726",
+         {"-AAC1", "7261"},
+         "",
+         "audioin_c0_s0_g726_bitrate='40000'",
+         g726,
+         set + "g726",
+         "7261",
+         8000,
+         40000},
+        {"the description's rate without the device's",
+         "g726",
+         {"7261"},
+         "",
+         "",
+         g726,
+         set + "g726",
+         "7261",
+         8000,
+         24000},
+        {"by the file",
+         "aac4,g711,g726",
+         {"AAC1", "711M", "7261"},
+         "G726",
+         "",
+         g726,
+         set + "g726",
+         "7261",
+         8000,
+         24000},
+        {"by the file, in other words",
+         "g711,aac4",
+         {"AAC1", "711M"},
+         "AAC",
+         "audioin_c0_s0_aac4_bitrate='96000'",
+         aac,
+         set + "aac4",
+         "AAC1",
+         44100,
+         96000},
+        {"a wish that nobody has", "g711", {"711M"}, "aac4", "", pcmu, set + "g711", "711M", 8000, 64000},
+        {"nothing in common", "aac4", {"7261"}, "", "", pcmu, set + "g711", "711M", 8000, 64000},
+        {"nothing told", "", {"AAC1"}, "", "", pcmu, set + "g711", "711M", 8000, 64000},
+        {"muted",
+         "g711",
+         {"711M"},
+         "",
+         "audioin_c0_mute='1'",
+         pcmu,
+         set + "g711&audioin_c0_mute=0",
+         "711M",
+         8000,
+         64000},
+        {"muted, and nothing else",
+         "g711",
+         {"711M"},
+         "",
+         "audioin_c0_s0_codectype='g711'\r\naudioin_c0_mute='1'",
+         pcmu,
+         "setparam.cgi?audioin_c0_mute=0",
+         "711M",
+         8000,
+         64000},
+        {"A-law of the device's choice",
+         "g711",
+         {"711M"},
+         "",
+         "audioin_c0_s0_g711_mode='pcma'",
+         pcma,
+         set + "g711",
+         "711A",
+         16000,
+         64000},
+        {"another law than was told",
+         "g711",
+         {"711M"},
+         "",
+         "audioin_c0_s0_g711_mode='pcmu'",
+         pcma,
+         set + "g711",
+         "711A",
+         16000,
+         64000},
+        {"another codec than was asked for",
+         "aac4",
+         {"AAC1"},
+         "",
+         "",
+         g726,
+         set + "aac4",
+         "7261",
+         8000,
+         24000},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        const std::string wanted = c.wanted;
+        Fixture f(wanted.empty() ? ""
+                                 : "<AudioInputChannel><Codec>" + wanted + "</Codec></AudioInputChannel>");
+        f.driver.properties[17] = c.selected;
+        f.host.formats = c.formats;
+        f.device.parameters = c.parameters;
+        f.device.audio = c.audio;
+        f.device.payload = c.audio == aac ? Bytes{0, 16, 0, 16, 1, 2} : Bytes(c.sampleRate, 1);
+        const auto channel = f.Channel();
+        ASSERT_TRUE(channel->Start());
+        const test::FrameRecord frame = f.host.WaitForFrame();
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(&frame.format), 4), c.format);
+        EXPECT_EQ(frame.sampleRate, c.sampleRate);
+        EXPECT_EQ(frame.audioBitRate, c.bitRate);
+        EXPECT_EQ(frame.stereo, c.audio == aac);
+        EXPECT_EQ(frame.audioInput, 7);
+        EXPECT_EQ(f.Requests(), "getparam.cgi?audioin&network" + (c.request.empty() ? "" : " " + c.request));
+        EXPECT_NE(f.device.rtsp.Requests()[1].find("/trackID=2 "), std::string::npos);
+        EXPECT_EQ(channel->GetState(), 2u);
+        EXPECT_TRUE(channel->Stop());
+        EXPECT_EQ(f.host.WaitForStates("1230"), "1230");
+        EXPECT_EQ(f.driver.Texts(1), Texts());
+        const std::string function = "korvane::CBaseAudioRTSPChannel::SetDeviceState: Audio ";
+        EXPECT_EQ(f.driver.Texts(3), (Texts{function + "signal from camera 127.0.0.1 is OK",
+                                            function + "channel was stopped for camera 127.0.0.1"}));
+    }
+}
+
+TEST(AudioCaptureChannel, TellsWhyADeviceGivesNoSound)
+{
+    const std::string device = "127.0.0.1:";
+    const std::string sdp = "korvane::CBaseAudioRTSPChannel::SdpInfoReceived: ";
+    const std::string odd = "a=fmtp:97 mode=AAC-hbr;sizelength=12;indexlength=3;indexdeltalength=3";
+    const struct
+    {
+        const char* name;
+        int setStatus;
+        std::string audio;
+        const char* states;
+        std::string message;
+    } cases[] = {
+        {"setparam refused", 500, "", "15",
+         " device returns status code 500 for \"/cgi-bin/admin/setparam.cgi?audioin_c0_s0_codectype=g711\" "
+         "URI"},
+        {"unknown encoding", 200, "a=rtpmap:97 L16/8000\r\n", "12",
+         sdp + "Audio encoding for device " + device},
+        {"no encoding", 200, "", "12", " doesn't recognized: "},
+        {"odd lengths", 200, "a=rtpmap:97 mpeg4-generic/8000/3\r\n" + odd + "\r\n", "12",
+         " doesn't compatible with parser: " + odd},
+        {"many channels", 200, "a=rtpmap:97 mpeg4-generic/8000/3\r\n" + odd + "\r\n", "12",
+         sdp + "AAC Audio with 3 channels doesn't supported by system for device " + device},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        Fixture f;
+        f.device.setStatus = c.setStatus;
+        f.device.audio = c.audio;
+        const auto channel = f.Channel();
+        ASSERT_TRUE(channel->Start());
+        EXPECT_TRUE(f.driver.WaitForMessage(c.message));
+        EXPECT_EQ(f.host.WaitForStates(c.states), c.states);
+    }
+}
+
+TEST(AudioCaptureChannel, LooksForALostSignalForEver)
+{
+    Fixture f;
+    f.driver.channelCount = 4;
+    f.driver.device.networkTimeoutMs = 300;
+    f.device.audio = "a=rtpmap:97 PCMU/8000\r\n";
+    f.device.payload = Bytes(8000, 1);
+    const auto channel = f.Channel();
+    ASSERT_TRUE(channel->Start());
+    EXPECT_EQ(f.host.WaitForStates("12512").substr(0, 5), "12512");
+    channel->Stop();
+    EXPECT_TRUE(f.host.WaitForStates("12512").ends_with("30"));
+    const std::string lost = "korvane::CBaseAudioRTSPChannel::SetDeviceState: Audio signal was lost for "
+                             "video-server 127.0.0.1 (channel 0)";
+    const Texts errors = f.driver.Texts(1);
+    EXPECT_FALSE(errors.empty());
+    EXPECT_TRUE(std::ranges::all_of(errors, [&](const auto& text) { return text == lost; }));
+    EXPECT_TRUE(f.Requests().starts_with("getparam.cgi?audioin&network setparam.cgi?audioin_c0_s0_codectype="
+                                         "g711 getparam.cgi?audioin&network"))
+        << "parameters are set anew for each session";
+
+    ASSERT_TRUE(channel->Start()); // a stopped channel may go on
+    EXPECT_TRUE(f.driver.WaitForMessage("is OK"));
+}
+
+TEST(AudioCaptureChannel, StopsWhileADeviceOwesAnAnswer)
+{
+    HttpTestServer silent([](test::TestHttpPeer& peer, const test::TestHttpRequest&)
+                          { return !peer.WaitClosed(); });
+    Fixture f;
+    f.driver.device.port = silent.Port();
+    const auto channel = f.Channel();
+    ASSERT_TRUE(channel->Start());
+    silent.WaitForRequests(1);
+    EXPECT_TRUE(channel->Stop());
+    EXPECT_EQ(f.host.WaitForStates("1530"), "1530");
+    EXPECT_EQ(f.driver.Messages().size(), 0u) << "neither errors nor a thread that was waited for too long";
+}
+
+class Creator final : public IAudioChannelCreator
+{
+public:
+    struct Channel final : IAudioInputChannel
+    {
+        explicit Channel(Creator& creator) : owner(creator) {}
+        ~Channel() override { owner.calls += " deleted"; }
+        bool Start() override
+        {
+            owner.calls += " start";
+            return owner.starts;
+        }
+        bool Stop() override
+        {
+            owner.calls += " stop";
+            return true;
+        }
+        std::uint32_t GetState() const override { return 5; }
+        Creator& owner;
+    };
+    IAudioInputChannel* CreateAudioInputChannel(std::uint32_t, std::uint32_t, ipcapture::IHostAudioClient*,
+                                                ipcapture::IHostCodecList*) override
+    {
+        return makes ? new Channel(*this) : nullptr;
+    }
+    IAudioOutputChannel* CreateAudioOutputChannel(std::uint32_t, std::uint32_t, std::uint32_t,
+                                                  std::uint32_t) override
+    {
+        return nullptr;
+    }
+    std::string calls;
+    bool starts = true;
+    bool makes = true;
+};
+
+TEST(AudioObjects, KeepAsManyChannelsAsTheDeviceHas)
+{
+    Creator creator;
+    {
+        CIPAudioCapture capture(&creator, 1);
+        EXPECT_EQ(capture.GetChannelState(0), 0u);
+        EXPECT_FALSE(capture.StopChannel(0));
+        creator.makes = false;
+        EXPECT_FALSE(capture.StartChannel(0, 0, nullptr, nullptr));
+        creator.makes = true;
+        creator.starts = false;
+        EXPECT_FALSE(capture.StartChannel(0, 0, nullptr, nullptr));
+        EXPECT_EQ(std::exchange(creator.calls, ""), " start stop deleted");
+        creator.starts = true;
+        EXPECT_TRUE(capture.StartChannel(4, 0, nullptr, nullptr));
+        EXPECT_TRUE(capture.StartChannel(4, 0, nullptr, nullptr)) << "runs already";
+        EXPECT_FALSE(capture.StartChannel(5, 0, nullptr, nullptr)) << "more than the device has";
+        EXPECT_EQ(capture.GetChannelCount(), 1u);
+        EXPECT_EQ(capture.GetChannelState(4), 5u);
+        EXPECT_TRUE(capture.StopChannel(4));
+        EXPECT_EQ(std::exchange(creator.calls, ""), " start stop deleted");
+        EXPECT_TRUE(capture.StartChannel(5, 0, nullptr, nullptr));
+    }
+    EXPECT_EQ(creator.calls, " start stop deleted");
+
+    struct : ipcapture::IHostOutgoingAudio
+    {
+        std::uint32_t GetChannel() override { return 0x100; }
+    } frame;
+    CIPAudioSender sender(&creator, 1);
+    EXPECT_FALSE(sender.StartChannel(0, 0, 0, 0));
+    EXPECT_EQ(sender.GetChannelCount(), 0u);
+    EXPECT_FALSE(sender.SendFrame(&frame) || sender.SendFrame(nullptr) || sender.SetChannelValue(0, 1) ||
+                 sender.StopChannel(0) || sender.ReservedCall1(0, 0, 0));
+    EXPECT_EQ(sender.GetChannelValue(0), 0u);
+}
+
+} // namespace
+} // namespace korvane
