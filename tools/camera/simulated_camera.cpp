@@ -1,6 +1,7 @@
 #include "camera/simulated_camera.h"
 
 #include "camera/device/profile.h"
+#include "camera/encoding/audio_parameters.h"
 #include "camera/encoding/video_parameters.h"
 #include "camera/http/certificate.h"
 #include "camera/http/http_server.h"
@@ -210,7 +211,11 @@ bool SimulatedCamera::Parts::SetParameters(std::string& error)
 void SimulatedCamera::Parts::ConfigureStreams()
 {
     for (const StreamId id : AllStreams(profile_))
+    {
         hub_.Stream(id)->Configure(ReadVideoSettings(camera_.parameters_, profile_, id));
+        if (const auto audio = ReadAudioSettings(camera_.parameters_, id))
+            hub_.Audio(id)->Configure(*audio);
+    }
 }
 
 void SimulatedCamera::Parts::OnChange(const std::vector<std::string>& keys)

@@ -78,6 +78,10 @@ const std::vector<FaultDescription>& FaultPlan::All()
         {"RTP and RTCP", "no-marker", "", "the marker bit is never set", seconds(0)},
         {"RTP and RTCP", "sps-change", "", "another picture size in mid-stream, without a request",
          seconds(0)},
+        {"RTP and RTCP", "aac-odd", "two|joined|split|fragments|wide|junk",
+         "access units two behind one header section; two sections in a packet; split, with headers in front "
+         "of the first piece or of each; behind a header of another length; without any",
+         seconds(0)},
         {"RTP and RTCP", "bye", "media-go-on|media-stop", "RTCP BYE, and media go on or stop", seconds(0)},
         {"RTP and RTCP", "rtcp-flood", "", "hundreds of sender reports a second, also from another address",
          seconds(0)},

@@ -13,6 +13,22 @@ std::shared_ptr<VideoStream> StreamHub::Stream(StreamId id)
     return stream;
 }
 
+std::shared_ptr<AudioStream> StreamHub::Audio(StreamId id)
+{
+    const std::lock_guard guard(lock_);
+    auto& audio = audio_[id];
+    if (!audio)
+        audio = std::make_shared<AudioStream>(context_, id);
+    return audio;
+}
+
+std::shared_ptr<AudioStream> StreamHub::FindAudio(StreamId id) const
+{
+    const std::lock_guard guard(lock_);
+    const auto found = audio_.find(id);
+    return found == audio_.end() ? nullptr : found->second;
+}
+
 std::shared_ptr<Scene> StreamHub::SceneOf(std::uint32_t channel)
 {
     const std::lock_guard guard(lock_);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/media/audio_stream.h"
 #include "camera/media/video_stream.h"
 
 #include <map>
@@ -21,6 +22,12 @@ public:
     /// The stream, made at its first use with default settings. Any thread.
     std::shared_ptr<VideoStream> Stream(StreamId id);
 
+    /// The sound of a stream, made at its first use with default settings. Any thread.
+    std::shared_ptr<AudioStream> Audio(StreamId id);
+
+    /// The same, or null if the stream has no sound: nobody has asked for it by Audio. Any thread.
+    std::shared_ptr<AudioStream> FindAudio(StreamId id) const;
+
     /// The scene of a video input, made at its first use. Any thread.
     std::shared_ptr<Scene> SceneOf(std::uint32_t channel);
 
@@ -38,6 +45,7 @@ private:
     CannedPlayer player_{context_, source_ == VideoSource::Canned};
     mutable std::mutex lock_; // guards the maps; a stream's lock may come behind it
     std::map<StreamId, std::shared_ptr<VideoStream>> streams_;
+    std::map<StreamId, std::shared_ptr<AudioStream>> audio_;
     std::map<std::uint32_t, std::shared_ptr<Scene>> scenes_;
 };
 

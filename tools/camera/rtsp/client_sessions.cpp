@@ -1,5 +1,6 @@
 #include "camera/rtsp/client_sessions.h"
 
+#include "camera/rtsp/audio_session.h"
 #include "camera/rtsp/interleaved_output.h"
 #include "camera/rtsp/rtsp_address.h"
 #include "camera/rtsp/rtsp_server.h"
@@ -44,6 +45,7 @@ RtspReply ClientSessions::SetUp(const RtspRequest& request, const RtspTarget& ta
     {
         Session session;
         session.target = target;
+        session.isAudio = NamesAudio(request.target);
         session.lastSign = std::chrono::steady_clock::now();
         std::string transport;
         session.media = MakeMedia(wanted, session, writer, transport);
@@ -58,10 +60,29 @@ RtspReply ClientSessions::SetUp(const RtspRequest& request, const RtspTarget& ta
     return RtspReply(461);
 }
 
-std::shared_ptr<MediaSession> ClientSessions::MakeMedia(const TransportRequest& wanted, Session& session,
-                                                        const std::shared_ptr<ConnectionWriter>& writer,
-                                                        std::string& transport)
+std::shared_ptr<RtpSession> ClientSessions::MakeAudio(const TransportRequest& wanted, Session& session,
+                                                      const std::shared_ptr<ConnectionWriter>& writer,
+                                                      std::string& transport)
 {
+    const auto stream = server_.Services().hub.FindAudio(session.target.id);
+    if (!stream || wanted.multicast)
+        return nullptr;
+    auto output = MakeOutput(wanted, session, writer, transport);
+    if (!output)
+        return nullptr;
+    auto media =
+        std::make_shared<AudioSession>(server_.Options(), server_.Services(), server_.Counters(),
+                                       AudioSession::Setup{stream, std::move(output), server_.NextSeed()});
+    transport += ";ssrc=" + SsrcText(media->Ssrc());
+    return media;
+}
+
+std::shared_ptr<RtpSession> ClientSessions::MakeMedia(const TransportRequest& wanted, Session& session,
+                                                      const std::shared_ptr<ConnectionWriter>& writer,
+                                                      std::string& transport)
+{
+    if (session.isAudio)
+        return MakeAudio(wanted, session, writer, transport);
     const RtspServices& services = server_.Services();
     const auto stream = services.hub.Stream(session.target.id);
     const auto sets = stream->Parameters();
@@ -137,7 +158,8 @@ void ClientSessions::Play(const RtspRequest& request, const std::string& address
     RtspReply reply(200);
     reply.Header("Session", found->first).Header("Range", "npt=0.000-");
     if (session.reports || session.overTcp) // a group may have been under way for long
-        reply.Header("RTP-Info", "url=" + address + "/" + std::string(kVideoTrack) +
+        reply.Header("RTP-Info", "url=" + address + "/" +
+                                     std::string(session.isAudio ? kAudioTrack : kVideoTrack) +
                                      ";seq=" + std::to_string(session.media->FirstSequence()) +
                                      ";rtptime=" + std::to_string(session.media->FirstTimestamp()));
     if (server_.Services().faults.Active("interleaved-early") && session.overTcp)

@@ -64,7 +64,8 @@ private:
     struct Session
     {
         RtspTarget target;
-        std::shared_ptr<MediaSession> media;
+        bool isAudio = false;
+        std::shared_ptr<RtpSession> media;
         bool overTcp = false;
         std::optional<UdpSender::Endpoint> reports; ///< where the client's reports come from; not of a group
         std::chrono::steady_clock::time_point lastSign;
@@ -72,9 +73,12 @@ private:
     };
     using Sessions = std::map<std::string, Session>;
 
-    std::shared_ptr<MediaSession> MakeMedia(const TransportRequest& wanted, Session& session,
-                                            const std::shared_ptr<ConnectionWriter>& writer,
-                                            std::string& transport);
+    std::shared_ptr<RtpSession> MakeMedia(const TransportRequest& wanted, Session& session,
+                                          const std::shared_ptr<ConnectionWriter>& writer,
+                                          std::string& transport);
+    std::shared_ptr<RtpSession> MakeAudio(const TransportRequest& wanted, Session& session,
+                                          const std::shared_ptr<ConnectionWriter>& writer,
+                                          std::string& transport);
     std::unique_ptr<PacketOutput> MakeOutput(const TransportRequest& wanted, Session& session,
                                              const std::shared_ptr<ConnectionWriter>& writer,
                                              std::string& transport);

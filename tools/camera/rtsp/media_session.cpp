@@ -34,7 +34,7 @@ MediaSession::MediaSession(const RtspOptions& options, const RtspServices& servi
 
 MediaSession::~MediaSession()
 {
-    Vanish();
+    MediaSession::Vanish();
 }
 
 void MediaSession::Play(std::function<void()> onFirstFrame)
@@ -148,18 +148,6 @@ void MediaSession::TellTruth(const H264AccessUnit& unit, const PacketFates& fate
         return;
     if (const auto expected = WorkOutFrame(unit.Units(), described_))
         services_.truth.Record(stream_->Id().Text(), "h264", expected->key, expected->bytes, timestamp);
-}
-
-PacketBatch MediaSession::ControlBatch(Bytes packet)
-{
-    auto kept = std::make_shared<const Bytes>(std::move(packet));
-    OutPacket out;
-    out.control = true;
-    out.shared = *kept;
-    PacketBatch batch;
-    batch.packets.push_back(out);
-    batch.owners.push_back(std::move(kept));
-    return batch;
 }
 
 void MediaSession::SendControl(Bytes packet)

@@ -2,6 +2,7 @@
 
 #include "camera/rtsp/media_faults.h"
 #include "camera/rtsp/packet_output.h"
+#include "camera/rtsp/rtp_session.h"
 #include "camera/rtsp/rtp_stream.h"
 #include "camera/rtsp/rtsp_services.h"
 
@@ -17,7 +18,9 @@ namespace larkmoor::camera
 
 /// One video stream on its way to one client or group: takes the hub's frames, makes packets of them, plays
 /// the faults and tells the truth. On the io_context's thread.
-class MediaSession : public FrameSubscriber, public std::enable_shared_from_this<MediaSession>
+class MediaSession : public FrameSubscriber,
+                     public RtpSession,
+                     public std::enable_shared_from_this<MediaSession>
 {
 public:
     struct Setup
@@ -36,25 +39,14 @@ public:
                  Setup setup);
     ~MediaSession() override;
 
-    /// Starts with the next key frame; `onFirstFrame`, if any, is called when that is sent. Once more has no
-    /// effect.
-    void Play(std::function<void()> onFirstFrame = nullptr);
-
-    /// Says goodbye, if it ever played, and sends nothing more.
-    void Stop();
-
-    /// Sends nothing more, without a word.
-    void Vanish();
-
-    /// For reports and faults that come with time; some times a second.
-    void Tick();
-
-    /// The output has room again: a stream without a clock goes on.
-    void OnHungry();
-
-    std::uint16_t FirstSequence() const { return rtp_.NextSequence(); } ///< before Play
-    std::uint32_t FirstTimestamp() const { return rtp_.FirstTimestamp(); }
-    std::uint32_t Ssrc() const { return rtp_.Ssrc(); }
+    void Play(std::function<void()> onFirstFrame = nullptr) override; ///< starts with the next key frame
+    void Stop() override;
+    void Vanish() override;
+    void Tick() override;
+    void OnHungry() override;
+    std::uint16_t FirstSequence() const override { return rtp_.NextSequence(); }
+    std::uint32_t FirstTimestamp() const override { return rtp_.FirstTimestamp(); }
+    std::uint32_t Ssrc() const override { return rtp_.Ssrc(); }
 
     void OnFrame(const MediaFrame& frame) override;
 
@@ -67,7 +59,6 @@ private:
     H264Shape Shape() const;
     std::string NextStamp();
     void PlayBye();
-    static PacketBatch ControlBatch(Bytes packet);
     void SendControl(Bytes packet);
     std::uint32_t TimestampNow() const;
     void Pump();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace larkmoor::camera
 {
@@ -95,6 +96,13 @@ std::uint32_t RtpStream::TimestampOf(std::chrono::nanoseconds mediaTime)
         firstMediaTime_ = mediaTime;
     }
     return firstTimestamp_ + jumped_ + TicksOf(mediaTime - firstMediaTime_);
+}
+
+std::uint32_t RtpStream::TimestampAt(std::uint64_t ticks)
+{
+    if (!std::exchange(started_, true))
+        firstTicks_ = ticks;
+    return firstTimestamp_ + jumped_ + static_cast<std::uint32_t>(ticks - firstTicks_);
 }
 
 Bytes RtpStream::SenderReport(std::chrono::system_clock::time_point now, std::uint32_t timestamp) const

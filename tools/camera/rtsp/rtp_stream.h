@@ -10,7 +10,7 @@ namespace larkmoor::camera
 {
 
 /// The sender's side of one RTP stream (RFC 3550): its identity, counters and clock, and the packets that
-/// carry them. The clock runs at 90 kHz from a random start.
+/// carry them. The clock of video runs at 90 kHz; each starts at random.
 class RtpStream
 {
 public:
@@ -21,6 +21,10 @@ public:
 
     /// The timestamp of a frame; that of the first frame asked for is FirstTimestamp().
     std::uint32_t TimestampOf(std::chrono::nanoseconds mediaTime);
+
+    /// The same for a clock of any rate, which stands at `ticks` since the media's start. A stream uses the
+    /// one or the other.
+    std::uint32_t TimestampAt(std::uint64_t ticks);
 
     std::uint32_t FirstTimestamp() const { return firstTimestamp_; }
     std::uint16_t NextSequence() const { return sequence_; }
@@ -43,6 +47,7 @@ private:
     std::uint32_t firstTimestamp_;
     bool started_ = false;
     std::chrono::nanoseconds firstMediaTime_{};
+    std::uint64_t firstTicks_ = 0;
     std::uint32_t jumped_ = 0;
     std::uint32_t packets_ = 0;
     std::uint32_t payloadBytes_ = 0;

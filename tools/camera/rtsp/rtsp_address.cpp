@@ -23,9 +23,17 @@ std::string_view PathOf(std::string_view address)
     if (const std::size_t scheme = address.find("://"); scheme != std::string_view::npos)
         address.remove_prefix(std::min(address.find('/', scheme + 3), address.size()));
     address = WithoutSlashes(address.substr(0, address.find('?')));
-    if (address.ends_with(kVideoTrack))
-        address = WithoutSlashes(address.substr(0, address.size() - kVideoTrack.size()));
+    for (const std::string_view track : {kVideoTrack, kAudioTrack})
+    {
+        if (address.ends_with(track))
+            return WithoutSlashes(address.substr(0, address.size() - track.size()));
+    }
     return address;
+}
+
+bool NamesAudio(std::string_view address)
+{
+    return WithoutSlashes(address.substr(0, address.find('?'))).ends_with(kAudioTrack);
 }
 
 } // namespace larkmoor::camera

@@ -5,8 +5,12 @@
 namespace larkmoor::camera
 {
 
-/// What the one media section of a description is called below the stream's address.
+/// What the media sections of a description are called below the stream's address.
 inline constexpr std::string_view kVideoTrack = "trackID=1";
+inline constexpr std::string_view kAudioTrack = "trackID=2";
+
+/// Whether an RTSP address names the sound of its stream.
+bool NamesAudio(std::string_view address);
 
 /// The path of an RTSP address below the server's root, without slashes at its ends and without what names a
 /// track or a query. Points into `address`.

@@ -1,5 +1,6 @@
 #include "camera/rtsp/rtsp_connection.h"
 
+#include "camera/rtsp/audio_description.h"
 #include "camera/rtsp/rtsp_address.h"
 #include "camera/rtsp/rtsp_server.h"
 #include "camera/rtsp/session_description.h"
@@ -195,9 +196,10 @@ RtspReply RtspConnection::Describe(const RtspRequest& request)
 
     const std::string path = "/" + std::string(PathOf(request.target));
     const std::string base = BaseOf(request.target);
-    const std::string control = faults.Active("base-odd", "absolute-control")
-                                    ? base + "/" + std::string(kVideoTrack)
-                                    : std::string(kVideoTrack);
+    const auto controlOf = [&](std::string_view track) {
+        return (faults.Active("base-odd", "absolute-control") ? base + "/" : std::string()) +
+               std::string(track);
+    };
     RtspReply reply(200);
     if (faults.Active("base-odd", "no-scheme"))
         reply.Header("Content-Base", path + "/");
@@ -205,9 +207,12 @@ RtspReply RtspConnection::Describe(const RtspRequest& request)
         reply.Header("Content-Base", base);
     else if (!faults.Active("base-odd", "absent"))
         reply.Header("Content-Base", base + "/");
-    return reply.Body("application/sdp", DescribeVideo({*target, localAddress_, control, *sets,
-                                                        settings.frameRate, MediaSession::kPayloadType},
-                                                       faults));
+    std::string description = DescribeVideo({*target, localAddress_, controlOf(kVideoTrack), *sets,
+                                             settings.frameRate, MediaSession::kPayloadType},
+                                            faults);
+    if (const auto audio = server_.Services().hub.FindAudio(target->id))
+        description += DescribeAudio(audio->Settings(), audio->Config(), controlOf(kAudioTrack));
+    return reply.Body("application/sdp", description);
 }
 
 void RtspConnection::Touch(const UdpSender::Endpoint& reporter)
