@@ -1,6 +1,8 @@
 #include "channels/base_rtsp_channel.h"
 
 #include "parsers/h264_rtp_media_parser.h"
+#include "parsers/jpeg_rtp_media_parser.h"
+#include "parsers/mpeg4_rtp_media_parser.h"
 #include "runtime/text.h"
 
 #include <memory>
@@ -19,8 +21,12 @@ constexpr const char* kSdpFunction = "korvane::CBaseRTSPChannel::SdpInfoReceived
 std::unique_ptr<CRTPMediaParser> MakeParser(const std::string& encoding, IDriver* driver)
 {
     const std::string lower = Utils::ToLower(encoding);
+    if (lower.empty() || lower.starts_with("jpeg")) // JPEG has a static payload type, so it needs no name
+        return std::make_unique<CJpegRTPMediaParser>(driver, driver->GetDriverName());
     if (lower.starts_with("h264"))
         return std::make_unique<CH264RTPMediaParser>(driver, driver->GetDriverName());
+    if (lower.starts_with("mpeg4") || lower.starts_with("mp4v"))
+        return std::make_unique<CMpeg4RTPMediaParser>(driver, driver->GetDriverName());
     return nullptr;
 }
 

@@ -65,6 +65,13 @@ std::string CCommonRTSPChannel::ResolutionPiece(std::uint32_t stream) const
     return "";
 }
 
+std::string CCommonRTSPChannel::ChangeRequest(std::uint32_t stream, bool resolution,
+                                              const std::string& rest) const
+{
+    const std::string piece = resolution ? ResolutionPiece(stream) : "";
+    return resolution && piece.empty() ? "" : kSetParam + piece + rest;
+}
+
 std::string CCommonRTSPChannel::RateControlPieces(std::uint32_t stream, const char* codec, float upper,
                                                   float lower) const
 {

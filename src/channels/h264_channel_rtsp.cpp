@@ -11,7 +11,6 @@ namespace korvane
 namespace
 {
 
-constexpr const char* kSetParam = "/cgi-bin/admin/setparam.cgi?";
 constexpr float kWorstQvalue = 51.0F; // of an H.264 encoder
 constexpr float kBestQvalue = 0.1F;
 
@@ -44,17 +43,8 @@ std::string CH264ChannelRTSP::FillRequestParameters(std::uint32_t stream)
 std::string CH264ChannelRTSP::FillRequestChangeParametersInAlarm(std::uint32_t stream, bool resolution,
                                                                  bool frameRate)
 {
-    std::string request = kSetParam;
-    if (resolution)
-    {
-        const std::string piece = ResolutionPiece(stream);
-        if (piece.empty())
-            return "";
-        request += piece;
-    }
-    if (frameRate)
-        request += ParameterKey(stream, "h264_maxframe=") + std::to_string(FrameRate());
-    return request;
+    const std::string rate = ParameterKey(stream, "h264_maxframe=") + std::to_string(FrameRate());
+    return ChangeRequest(stream, resolution, frameRate ? rate : "");
 }
 
 } // namespace korvane

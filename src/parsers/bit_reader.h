@@ -63,6 +63,22 @@ public:
         return code % 2 == 0 ? -(code / 2) : code / 2 + 1;
     }
 
+    /// The next bits without taking them; past the end they are ones, and that does not count as read.
+    std::uint32_t Peek(unsigned count) const ///< at most 32
+    {
+        BitReader ahead(*this);
+        return ahead.Bits(count);
+    }
+
+    std::size_t Position() const { return position_; } ///< in bits
+    bool AtEnd() const { return position_ == bytes_.size() * 8; }
+
+    /// To the end of the byte in hand, if any of it has been read.
+    void Align() { position_ = (position_ + 7) & ~std::size_t{7}; }
+
+    /// To a byte by its number from 0, at most to the end.
+    void SeekByte(std::size_t byte) { position_ = (byte < bytes_.size() ? byte : bytes_.size()) * 8; }
+
     bool Failed() const { return failed_; } ///< something was read that is not there
 
 private:

@@ -4,16 +4,10 @@
 #include <optional>
 #include <span>
 
+#include "parsers/picture_size.h"
+
 namespace korvane
 {
-
-struct PictureSize
-{
-    std::uint32_t width = 0;  ///< pixels
-    std::uint32_t height = 0; ///< pixels of the whole frame, also when it is coded as fields
-
-    bool operator==(const PictureSize&) const = default;
-};
 
 /// Reads the picture size out of an H.264 sequence parameter set (ITU-T H.264, clause 7.3.2.1).
 ///

@@ -3,6 +3,8 @@
 #include "audio/audio_capture_channel.h"
 #include "channels/h264_channel_rtsp.h"
 #include "channels/mjpeg_channel_http.h"
+#include "channels/mjpeg_channel_rtsp.h"
+#include "channels/mpeg_channel_rtsp.h"
 #include "discovery/audio_capabilities.h"
 #include "io/vivotek_io.h"
 #include "ptz/vivotek_ptz_handler.h"
@@ -24,6 +26,7 @@ constexpr std::uint32_t kAudioInputParameter = 101;
 constexpr std::uint32_t kAudioOutputParameter = 102;
 
 constexpr std::uint32_t kCodecMotionJpeg = 1;
+constexpr std::uint32_t kCodecMpeg4 = 2;
 constexpr std::uint32_t kCodecH264 = 3;
 
 /// Makes the object for one direction, if the host's text gives the device channels for it.
@@ -72,7 +75,9 @@ std::unique_ptr<ICameraChannel> CLarkmoorDriver::CreateChannel(std::uint32_t cha
     case kCodecMotionJpeg:
         if (jpegOverHttp != 0)
             return std::make_unique<CMJPEGChannelHTTP>(channel, this, channelClient);
-        return nullptr;
+        return std::make_unique<CMJPEGChannelRTSP>(channel, this, channelClient);
+    case kCodecMpeg4:
+        return std::make_unique<CMPEGChannelRTSP>(channel, this, channelClient);
     case kCodecH264:
         return std::make_unique<CH264ChannelRTSP>(channel, this, channelClient);
     default:

@@ -1,0 +1,128 @@
+#include "parsers/jpeg_rtp_media_parser.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "parsers/jpeg_rtp_header.h"
+
+namespace korvane
+{
+
+namespace
+{
+
+constexpr std::size_t kHeaderRoom = 1024; // for all of a file before its scan
+constexpr std::size_t kLeastPayload = 4;  // up to the fragment offset
+constexpr std::uint8_t kMarker = 0xFF;
+constexpr std::uint8_t kEndOfImage = 0xD9;
+
+} // namespace
+
+CJpegRTPMediaParser::CJpegRTPMediaParser(IDriver* driver, std::string driverName)
+    : CRTPMediaParser(driver, std::move(driverName))
+{
+}
+
+void CJpegRTPMediaParser::ResetParser()
+{
+    waitingForStart_ = true;
+    width_ = 0;
+    height_ = 0;
+    frameBuffer_.clear();
+}
+
+void CJpegRTPMediaParser::OnPacket(CRTPPacket& packet)
+{
+    try
+    {
+        if (!CheckSequence(packet))
+            ResetParser();
+        if (AddPayload(packet.Payload()) && packet.Marker() && !frameBuffer_.empty())
+        {
+            CompleteFrame(packet.Timestamp());
+            frameBuffer_.clear();
+        }
+    }
+    catch (...)
+    {
+        ResetParser(); // half a picture must not open the next one
+    }
+}
+
+bool CJpegRTPMediaParser::AddPayload(std::span<const std::uint8_t> payload)
+{
+    if (payload.size() < kLeastPayload)
+        return false;
+    const bool isFirst = payload[1] == 0 && payload[2] == 0 && payload[3] == 0;
+    if (isFirst)
+    {
+        constexpr std::size_t kWithRestart = JpegRtpHeader::kMainBytes + JpegRtpHeader::kRestartBytes;
+        if (payload.size() >= kWithRestart)
+        {
+            const std::uint8_t type = payload[4];
+            headerBytes_ =
+                type >= JpegRtpHeader::kFirstRestartType && type <= 127 ? kWithRestart : JpegRtpHeader::kMainBytes;
+        }
+        Append(payload);
+        waitingForStart_ = false;
+    }
+    else if (!waitingForStart_ && payload.size() > headerBytes_)
+        Append(payload.subspan(headerBytes_));
+    if (!waitingForStart_ && CheckBufferSize())
+        return true;
+    ResetParser();
+    return false;
+}
+
+void CJpegRTPMediaParser::CompleteFrame(std::uint32_t timestamp)
+{
+    if (client_ == nullptr)
+        return;
+    EndScan();
+    const FramePointer frame =
+        AllocateFrame(ipcapture::kFormatJpeg, static_cast<std::uint32_t>(frameBuffer_.size() + kHeaderRoom));
+    if (frame == nullptr)
+    {
+        driver_->DebugMessage(kLevelError, "%s: Frame allocation error, device %s",
+                              "korvane::CJpegRTPMediaParser::ProcessFrame",
+                              driver_->GetDeviceInfo().address.c_str());
+        return;
+    }
+    const std::uint32_t size = Rebuild(frame->GetData());
+    if (size == 0)
+        return ResetParser();
+    converter_.Convert(timestamp);
+    if (!SendFrame(*frame, ipcapture::kFormatJpeg, size))
+        ResetParser();
+}
+
+/// Many cameras leave the end of the file out, since every picture has it.
+void CJpegRTPMediaParser::EndScan()
+{
+    const auto last = std::find(frameBuffer_.rbegin(), frameBuffer_.rend(), kMarker);
+    const bool ends =
+        last != frameBuffer_.rend() && last != frameBuffer_.rbegin() && *std::prev(last) == kEndOfImage;
+    if (!ends)
+        frameBuffer_.insert(frameBuffer_.end(), {kMarker, kEndOfImage});
+}
+
+/// Writes the file that the frame buffer makes, and gives its size in bytes; 0 for one that makes none.
+std::uint32_t CJpegRTPMediaParser::Rebuild(std::uint8_t* file)
+{
+    std::pair<std::uint32_t, std::uint32_t> channel;
+    client_->GetResolution(channel);
+    const auto header = ReadJpegRtpHeader(frameBuffer_, channel.first, channel.second);
+    if (!header || file == nullptr)
+        return 0;
+    const std::size_t headBytes = WriteJpegHeader(*header, {file, kHeaderRoom});
+    if (headBytes == 0)
+        return 0;
+    width_ = header->width;
+    height_ = header->height;
+    const std::size_t scanBytes = frameBuffer_.size() - header->size;
+    std::memcpy(file + headBytes, frameBuffer_.data() + header->size, scanBytes);
+    return static_cast<std::uint32_t>(headBytes + scanBytes);
+}
+
+} // namespace korvane

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "parsers/rtp_media_parser.h"
+
+namespace korvane
+{
+
+/// Rebuilds whole JPEG files from RTP packets of RFC 2435, one for each run of packets from a fragment at the
+/// offset 0 up to a marker bit. The stream brings the scan alone; the file's header is written here.
+///
+/// Each frame is a key frame of the format `JPEG`: behind a loss the next picture is whole again.
+class CJpegRTPMediaParser : public CRTPMediaParser
+{
+public:
+    CJpegRTPMediaParser(IDriver* driver, std::string driverName);
+
+    void OnPacket(CRTPPacket& packet) override;
+    void ResetParser() override; ///< goes on with the times
+
+private:
+    bool AddPayload(std::span<const std::uint8_t> payload);
+    void CompleteFrame(std::uint32_t timestamp);
+    void EndScan();
+    std::uint32_t Rebuild(std::uint8_t* file);
+
+    bool waitingForStart_ = true; // no fragment at the offset 0 has been seen
+    std::size_t headerBytes_ = 8; // of the later fragments
+};
+
+} // namespace korvane
