@@ -44,8 +44,8 @@ protected:
     /// "&videoin_c%u_s%u_" and the name, for the channel and a stream.
     std::string ParameterKey(std::uint32_t stream, const char* name) const;
 
-    /// The request for a change of the picture size, if `resolution` is set, and of what `rest` holds; empty if
-    /// the size can't be told to the device.
+    /// The request for a change of the picture size, if `resolution` is set, and of what `rest` holds; empty
+    /// if the size can't be told to the device.
     std::string ChangeRequest(std::uint32_t stream, bool resolution, const std::string& rest) const;
 
     /// The rate control of a codec with both modes ("h264", "mpeg4"), by the settings file as it stands now.

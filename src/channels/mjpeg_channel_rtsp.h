@@ -8,8 +8,8 @@
 namespace korvane
 {
 
-/// The video channel of a device whose codec is Motion JPEG, over RTSP: the request texts of that codec, which
-/// has a quality but no rate control, and its parser.
+/// The video channel of a device whose codec is Motion JPEG, over RTSP: the request texts of that codec,
+/// which has a quality but no rate control, and its parser.
 class CMJPEGChannelRTSP : public CCommonRTSPChannel
 {
 public:

@@ -60,8 +60,8 @@ std::string CMPEGChannelRTSP::FillRequestParameters(std::uint32_t stream)
     const bool fieldToFrame = driver_->GetPropertyText(kFieldToFrameProperty) == "1";
     return kSetParam + std::string("network_rtsp_authmode=disable") +
            ParameterKey(stream, "codectype=mpeg4") +
-           (fieldToFrame ? ParameterKey(stream, "field2frame=1") : "") + resolution +
-           FrameRatePiece(stream) + ParameterKey(stream, "mpeg4_intraperiod=1000") +
+           (fieldToFrame ? ParameterKey(stream, "field2frame=1") : "") + resolution + FrameRatePiece(stream) +
+           ParameterKey(stream, "mpeg4_intraperiod=1000") +
            RateControlPieces(stream, "mpeg4", kWorstQvalue, kBestQvalue);
 }
 

@@ -36,7 +36,8 @@ std::array<std::uint8_t, 128> TablesFromQ(std::uint8_t quality)
     const std::uint32_t scale = q < 50 ? 5000 / q : (100 - q) * 2;
     std::array<std::uint8_t, 128> tables{};
     std::ranges::transform(
-        JpegTables::kQuantisation, tables.begin(), [scale](std::uint32_t base)
+        JpegTables::kQuantisation, tables.begin(),
+        [scale](std::uint32_t base)
         { return static_cast<std::uint8_t>(std::clamp((base * scale + 50) / 100, 1u, 255u)); });
     return tables;
 }

@@ -18,13 +18,13 @@ struct JpegRtpHeader
     static constexpr std::size_t kMainBytes = 8;
     static constexpr std::size_t kRestartBytes = 4;
 
-    bool isHalfHeight = false; ///< 4:2:0; else 4:2:2
-    std::uint32_t width = 0;   ///< pixels
-    std::uint32_t height = 0;  ///< pixels
-    std::uint16_t restartInterval = 0;               ///< 0: none
-    std::span<const std::uint8_t> tables;            ///< one table or two, from the stream; empty: made from Q
+    bool isHalfHeight = false;                      ///< 4:2:0; else 4:2:2
+    std::uint32_t width = 0;                        ///< pixels
+    std::uint32_t height = 0;                       ///< pixels
+    std::uint16_t restartInterval = 0;              ///< 0: none
+    std::span<const std::uint8_t> tables;           ///< one table or two, from the stream; empty: made from Q
     std::array<std::uint8_t, 128> standardTables{}; ///< two tables by Q
-    std::size_t size = 0;                            ///< bytes of all headers in front of the scan
+    std::size_t size = 0;                           ///< bytes of all headers in front of the scan
 
     /// The tables that count.
     std::span<const std::uint8_t> Tables() const

@@ -61,8 +61,9 @@ bool CJpegRTPMediaParser::AddPayload(std::span<const std::uint8_t> payload)
         if (payload.size() >= kWithRestart)
         {
             const std::uint8_t type = payload[4];
-            headerBytes_ =
-                type >= JpegRtpHeader::kFirstRestartType && type <= 127 ? kWithRestart : JpegRtpHeader::kMainBytes;
+            headerBytes_ = type >= JpegRtpHeader::kFirstRestartType && type <= 127
+                               ? kWithRestart
+                               : JpegRtpHeader::kMainBytes;
         }
         Append(payload);
         waitingForStart_ = false;

@@ -140,8 +140,8 @@ private:
         if (bits_.Bit())   // is_object_layer_identifier
             bits_.Skip(7); // verid, priority
         if (bits_.Bits(4) == kExtendedAspect)
-            bits_.Skip(16);                 // par_width, par_height
-        if (bits_.Bit() && !ReadControl())  // vol_control_parameters
+            bits_.Skip(16);                // par_width, par_height
+        if (bits_.Bit() && !ReadControl()) // vol_control_parameters
             return false;
         if (bits_.Bits(2) != 0 || !Marker()) // shape: rectangular
             return false;
@@ -180,8 +180,9 @@ private:
 
     bool ReadShortHeader()
     {
-        bits_.Skip(8);                         // temporal reference
-        if (!Marker() || bits_.Bits(3) != 0) // the bit that tells it from H.261, split screen, document camera
+        bits_.Skip(8); // temporal reference
+        if (!Marker() ||
+            bits_.Bits(3) != 0) // the bit that tells it from H.261, split screen, document camera
             return false;
         bits_.Skip(1); // freeze picture release
         const std::uint32_t format = bits_.Bits(3);

@@ -6,8 +6,8 @@
 namespace korvane
 {
 
-/// Builds frames of an MPEG-4 Part 2 elementary stream from RTP packets of RFC 6416: one frame for each run of
-/// packets from a picture's start code up to a marker bit.
+/// Builds frames of an MPEG-4 Part 2 elementary stream from RTP packets of RFC 6416: one frame for each run
+/// of packets from a picture's start code up to a marker bit.
 ///
 /// An intra picture is a key frame, of the format "DIVX"; the configuration that the stream last sent goes in
 /// front of it and gives the picture size. Until one has been seen, no frame is delivered. What the stream's

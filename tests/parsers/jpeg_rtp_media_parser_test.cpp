@@ -1,0 +1,284 @@
+#include "parsers/jpeg_rtp_media_parser.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include <jpeglib.h>
+
+#include "support/parser_bench.h"
+
+namespace korvane
+{
+namespace
+{
+
+using Bench = test::ParserBench<CJpegRTPMediaParser>;
+using Bytes = Bench::Bytes;
+
+struct Picture
+{
+    unsigned width = 64;
+    unsigned height = 48;
+    int quality = 50;
+    bool halfHeight = true; // 4:2:0
+    unsigned restart = 0;   // MCUs
+};
+
+/// A JPEG file by the library that cameras and players use, of a scene that has something of everything.
+Bytes Encode(const Picture& picture)
+{
+    jpeg_compress_struct jpeg{};
+    jpeg_error_mgr errors{};
+    jpeg.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&jpeg);
+    unsigned char* memory = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&jpeg, &memory, &size);
+    jpeg.image_width = picture.width;
+    jpeg.image_height = picture.height;
+    jpeg.input_components = 3;
+    jpeg.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&jpeg);
+    jpeg_set_quality(&jpeg, picture.quality, TRUE);
+    jpeg.comp_info[0].v_samp_factor = picture.halfHeight ? 2 : 1;
+    jpeg.restart_interval = picture.restart;
+    jpeg_start_compress(&jpeg, TRUE);
+    Bytes row(std::size_t{3} * picture.width);
+    while (jpeg.next_scanline < jpeg.image_height)
+    {
+        const unsigned y = jpeg.next_scanline;
+        for (unsigned x = 0; x < row.size(); ++x)
+            row[x] = static_cast<std::uint8_t>(x * x / 7 + y * (x % 3 + 1) + ((x / 24 + y / 8) % 2) * 90);
+        JSAMPROW rows[] = {row.data()};
+        jpeg_write_scanlines(&jpeg, rows, 1);
+    }
+    jpeg_finish_compress(&jpeg);
+    Bytes file(memory, memory + size);
+    jpeg_destroy_compress(&jpeg);
+    std::free(memory);
+    return file;
+}
+
+struct Decoded
+{
+    unsigned width = 0;
+    unsigned height = 0;
+    long warnings = 0;
+    Bytes pixels;
+};
+
+Decoded Decode(const Bytes& file)
+{
+    jpeg_decompress_struct jpeg{};
+    jpeg_error_mgr errors{};
+    jpeg.err = jpeg_std_error(&errors);
+    errors.output_message = [](j_common_ptr) {};
+    jpeg_create_decompress(&jpeg);
+    jpeg_mem_src(&jpeg, file.data(), file.size());
+    jpeg_read_header(&jpeg, TRUE);
+    jpeg_start_decompress(&jpeg);
+    Decoded decoded{jpeg.output_width, jpeg.output_height, 0, {}};
+    const std::size_t stride = std::size_t{jpeg.output_width} * 3;
+    decoded.pixels.resize(stride * jpeg.output_height);
+    while (jpeg.output_scanline < jpeg.output_height)
+    {
+        JSAMPROW rows[] = {&decoded.pixels[stride * jpeg.output_scanline]};
+        jpeg_read_scanlines(&jpeg, rows, 1);
+    }
+    jpeg_finish_decompress(&jpeg);
+    decoded.warnings = errors.num_warnings;
+    jpeg_destroy_decompress(&jpeg);
+    return decoded;
+}
+
+/// What stands behind the header of the segment with that marker, from `from` on; its end is in `from` then.
+Bytes Segment(const Bytes& file, std::uint8_t marker, std::size_t& from)
+{
+    for (std::size_t at = from; at + 4 < file.size(); at += 2 + (file[at + 2] * 256u + file[at + 3]))
+    {
+        const std::size_t end = at + 2 + file[at + 2] * 256u + file[at + 3];
+        if (file[at + 1] == marker)
+        {
+            from = end;
+            return Bytes(file.begin() + static_cast<std::ptrdiff_t>(at) + 4,
+                         file.begin() + static_cast<std::ptrdiff_t>(end));
+        }
+    }
+    return {};
+}
+
+/// Sends a file as RFC 2435 has it, in packets of `step` bytes of its scan.
+void SendFile(Bench& bench, const Bytes& file, const Picture& picture, int q, std::size_t step,
+              bool withEnd = false)
+{
+    std::size_t at = 2;
+    Bytes tables;
+    if (q >= 128)
+        for (int i = 0; i < 2; ++i)
+        {
+            const Bytes table = Segment(file, 0xDB, at);
+            tables.insert(tables.end(), table.begin() + 1, table.end());
+        }
+    at = 2;
+    Segment(file, 0xDA, at);
+    const std::size_t end = file.size() - (withEnd ? 0 : 2);
+    const auto type =
+        static_cast<std::uint8_t>((picture.halfHeight ? 1 : 0) + (picture.restart != 0 ? 64 : 0));
+    for (std::size_t offset = 0; at + offset < end; offset += step)
+    {
+        Bytes payload = {0,
+                         static_cast<std::uint8_t>(offset >> 16),
+                         static_cast<std::uint8_t>(offset >> 8),
+                         static_cast<std::uint8_t>(offset),
+                         type,
+                         static_cast<std::uint8_t>(q),
+                         static_cast<std::uint8_t>(picture.width > 2040 ? 0 : picture.width / 8),
+                         static_cast<std::uint8_t>(picture.height > 2040 ? 0 : picture.height / 8)};
+        if (picture.restart != 0)
+            payload.insert(payload.end(), {static_cast<std::uint8_t>(picture.restart >> 8),
+                                           static_cast<std::uint8_t>(picture.restart), 0xFF, 0xFF});
+        if (offset == 0 && q >= 128)
+        {
+            payload.insert(payload.end(), {0, 0, 0, static_cast<std::uint8_t>(tables.size())});
+            payload.insert(payload.end(), tables.begin(), tables.end());
+        }
+        const std::size_t count = std::min(step, end - at - offset);
+        const auto from = file.begin() + static_cast<std::ptrdiff_t>(at + offset);
+        payload.insert(payload.end(), from, from + static_cast<std::ptrdiff_t>(count));
+        bench.Send(payload, at + offset + count == end);
+    }
+}
+
+TEST(JpegRTPMediaParser, RebuildsTheEncodersPicture)
+{
+    const struct
+    {
+        const char* name;
+        Picture picture;
+        int q;
+        std::size_t step = 1400;
+        bool withEnd = false;
+    } cases[] = {
+        {"Q 1", {64, 48, 1}, 1},
+        {"Q 25", {64, 48, 25}, 25},
+        {"Q 50", {64, 48, 50}, 50},
+        {"Q 80", {64, 48, 80}, 80},
+        {"Q 99", {64, 48, 99}, 99},
+        {"Q 50, 4:2:2", {64, 48, 50, false}, 50},
+        {"Q 128 with tables", {64, 48, 37}, 128},
+        {"Q 255 with tables, 4:2:2", {64, 48, 93, false}, 255},
+        {"restart markers", {64, 48, 80, true, 3}, 80},
+        {"restart markers, 4:2:2, tables", {64, 48, 90, false, 2}, 200},
+        {"in small packets", {320, 240, 60, true, 20}, 60, 10},
+        {"with its end in the stream", {64, 48, 50}, 50, 1400, true},
+        {"above 2040 pixels", {2560, 1920, 70}, 70},
+        {"above 2040 pixels, 4:2:2, restart, tables", {2560, 1920, 75, false, 160}, 255},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        Bench bench;
+        bench.resolution = {c.picture.width, c.picture.height};
+        const Bytes file = Encode(c.picture);
+        SendFile(bench, file, c.picture, c.q, c.step, c.withEnd);
+        ASSERT_EQ(bench.frames.size(), 1u);
+        const test::FrameRecord& frame = bench.frames[0];
+        EXPECT_EQ(Bench::FormatOf(frame), "JPEG");
+        EXPECT_EQ(frame.width, c.picture.width);
+        EXPECT_EQ(frame.height, c.picture.height);
+        const Decoded rebuilt = Decode(frame.data);
+        const Decoded original = Decode(file);
+        EXPECT_EQ(rebuilt.warnings, 0);
+        EXPECT_EQ(rebuilt.width, c.picture.width);
+        EXPECT_EQ(rebuilt.height, c.picture.height);
+        EXPECT_TRUE(rebuilt.pixels == original.pixels);
+    }
+}
+
+TEST(JpegRTPMediaParser, TakesTheChannelsSizeWhereTheFieldsCannotHoldIt)
+{
+    const struct
+    {
+        unsigned field; // pixels in the packet
+        std::uint32_t channel;
+        std::uint32_t width;
+    } cases[] = {{512, 2560, 2560}, {704, 720, 704}, {320, 640, 320}, {312, 640, 640}, {0, 0, 2048}};
+    for (const auto& c : cases)
+    {
+        Bench bench;
+        bench.resolution = {c.channel, 480};
+        bench.Send({0, 0, 0, 0, 1, 50, static_cast<std::uint8_t>(c.field / 8), 60, 0x11}, true);
+        ASSERT_EQ(bench.frames.size(), 1u) << c.field;
+        EXPECT_EQ(bench.frames[0].width, c.width) << c.field;
+        EXPECT_EQ(bench.frames[0].height, 480u);
+        const Bytes& file = bench.frames[0].data; // two tables: 623 bytes, then the scan and its end
+        EXPECT_EQ(file.size(), 495u + 128 + 3);
+        std::size_t at = 2;
+        EXPECT_EQ(Segment(file, 0xC0, at)[4], c.width & 0xFF);
+    }
+}
+
+TEST(JpegRTPMediaParser, LosesOnePictureForALossAndNoneForLies)
+{
+    const Bytes whole = {0, 0, 0, 0, 1, 50, 8, 6, 0x11, 0x22, 0x33, 0x44};
+    const Bytes later = {0, 0, 0, 4, 1, 50, 8, 6, 0x55};
+    struct Sent
+    {
+        Bytes payload;
+        bool marker = true;
+        int skipped = 0;
+    };
+    const auto with = [&](std::size_t at, std::initializer_list<std::uint8_t> bytes)
+    {
+        Bytes changed = whole;
+        std::copy(bytes.begin(), bytes.end(), changed.begin() + static_cast<std::ptrdiff_t>(at));
+        return changed;
+    };
+    const struct
+    {
+        const char* name;
+        std::vector<Sent> sent;
+        std::size_t frames;
+    } cases[] = {
+        {"two packets", {{whole, false}, {later}}, 1},
+        {"a gap loses the picture and what is left of it",
+         {{whole, false}, {later, true, 1}, {later}, {whole}},
+         1},
+        {"without a beginning", {{later}, {later}, {whole}}, 1},
+        {"too short for its offset", {{{0, 0, 0}}, {whole}}, 1},
+        {"a short packet in the middle", {{whole, false}, {{0, 0, 1}, false}, {later}}, 1},
+        {"headers alone", {{{0, 0, 0, 0, 1, 50, 8, 6}}, {whole}}, 2}, // the end that is added is its scan
+        {"restart header cut off", {{{0, 0, 0, 0, 65, 50, 8, 6, 0}}, {whole}}, 1},
+        {"tables that aren't there", {{with(5, {255, 8, 6, 0, 0, 0, 128})}, {whole}}, 1},
+        {"tables that use it up", {{with(5, {255, 8, 6, 0, 0, 0, 2})}, {whole}}, 1},
+        {"no length of tables: made from Q",
+         {{[&]
+           {
+               Bytes bytes = with(5, {255, 8, 6, 0, 0, 0, 0});
+               bytes.push_back(0x77);
+               return bytes;
+           }()}},
+         1},
+    };
+    for (const auto& c : cases)
+    {
+        Bench bench;
+        for (const Sent& packet : c.sent)
+            bench.Send(packet.payload, packet.marker, packet.skipped);
+        EXPECT_EQ(bench.frames.size(), c.frames) << c.name;
+    }
+
+    Bench bench;
+    Bytes huge = {0, 0, 0, 0, 1, 255, 8, 6, 0, 0, 4, 0}; // 1,024 bytes of tables: more than a header has
+    huge.resize(huge.size() + 1024 + 10, 1);
+    bench.Send(huge, true);
+    bench.allocator.Refuse(true);
+    bench.Send(whole, true);
+    EXPECT_TRUE(bench.frames.empty());
+    EXPECT_EQ(bench.driver.Texts(1),
+              std::vector<std::string>{
+                  "korvane::CJpegRTPMediaParser::ProcessFrame: Frame allocation error, device 127.0.0.1"});
+}
+
+} // namespace
+} // namespace korvane

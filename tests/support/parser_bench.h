@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "parsers/media_parser_client.h"
+#include "support/fake_driver.h"
+#include "transport/rtp_packet.h"
+
+namespace korvane::test
+{
+
+/// A parser of RTP packets with everything around it: what it delivers is kept.
+template <typename Parser>
+class ParserBench : public IMediaParserClient
+{
+public:
+    using Bytes = std::vector<std::uint8_t>;
+
+    ParserBench() : parser(&driver, "Larkmoor")
+    {
+        driver.allocator = &allocator;
+        parser.SetClient(this);
+    }
+
+    /// The next packet in sequence, `skipped` numbers further on.
+    void Send(const Bytes& payload, bool marker, int skipped = 0)
+    {
+        sequence = static_cast<std::uint16_t>(sequence + 1 + skipped);
+        Bytes bytes = {0x80, static_cast<std::uint8_t>(marker ? 0xE1 : 0x61),
+                       static_cast<std::uint8_t>(sequence >> 8), static_cast<std::uint8_t>(sequence)};
+        bytes.insert(bytes.end(), {0, 0, 14, 16, 0, 0, 0, 1});
+        bytes.insert(bytes.end(), payload.begin(), payload.end());
+        CRTPPacket packet;
+        ASSERT_TRUE(packet.ParseInPlace(bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+        parser.OnPacket(packet);
+    }
+
+    /// Four letters, as they stand in the frame.
+    static std::string FormatOf(const FrameRecord& frame)
+    {
+        return {reinterpret_cast<const char*>(&frame.format), 4};
+    }
+
+    bool OnMediaFrame(ipcapture::IHostFrame* frame) override
+    {
+        frames.push_back(static_cast<FakeFrame*>(frame)->Record());
+        return takes;
+    }
+    void GetResolution(std::pair<std::uint32_t, std::uint32_t>& size) override { size = resolution; }
+
+    FakeDriver driver;
+    FakeAllocator allocator;
+    Parser parser;
+    std::uint16_t sequence = 65533; // wraps within the first frames
+    std::vector<FrameRecord> frames;
+    std::pair<std::uint32_t, std::uint32_t> resolution{640, 480};
+    bool takes = true;
+};
+
+} // namespace korvane::test
