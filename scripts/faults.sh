@@ -19,19 +19,21 @@ mkdir -p "$out"
 export ASAN_OPTIONS=quarantine_size_mb=1:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 MALLOC_TRIM_THRESHOLD_=65536
 
 # A fault a line; several are played together. What stands in front of a fault: "u" and "t" are for RTP over UDP or
-# interleaved alone, "d" and "b" for a camera that asks for Digest or Basic; "*" allows for frames that are not in the
+# interleaved alone, "d" and "b" for a camera that asks for Digest or Basic; "c" is there from the start, because it acts
+# while a session is made and would not be seen in one that runs; "*" allows for frames that are not in the
 # truth but made of whole units of one picture, as ./dev test compares them: a parameter set that came twice, or
 # pictures without the sets that the camera no longer sends.
-common="freeze half-open reboot d:http-401-once d:auth-stale=flag d:auth-stale=no-flag d:auth-both=basic-first
- b:auth-both=digest-first b:auth-refuse busy-503=1 d:busy-401=1 slow-http=bytes slow-http=headers slow-http=short
- slow-http=long cgi-garbage=binary cgi-garbage=10mb cgi-garbage=empty cgi-garbage=quotes cgi-invalid"
+common="freeze half-open reboot cd:http-401-once cd:auth-stale=flag cd:auth-stale=no-flag cd:auth-both=basic-first
+ cb:auth-both=digest-first cb:auth-refuse c:busy-503=1 cd:busy-401=1 c:slow-http=bytes c:slow-http=headers
+ c:slow-http=short c:slow-http=long c:cgi-garbage=binary c:cgi-garbage=10mb c:cgi-garbage=empty c:cgi-garbage=quotes
+ c:cgi-invalid"
 http_faults="$common reset=3s mjpeg-odd=no-length mjpeg-odd=no-boundary-dashes mjpeg-odd=no-part-headers
  mjpeg-odd=chunked mjpeg-odd=cut mjpeg-odd=thumbnail"
 rtsp_faults="$common u:reset=3s,session-short t:reset=3s keepalive-400 keepalive-silent session-short
- t:interleaved-garbage t:interleaved-early t:interleaved-cut foreign-ssrc=0.02 sprop-missing=no-sets
- sprop-missing=no-line *:sprop-only sdp-broken=all base-odd=absent base-odd=no-scheme base-odd=no-slash
- base-odd=absolute-control d:auth-both=basic-first,rtsp-auth-kept b:auth-both=digest-first,rtsp-auth-kept
- d:auth-stale=flag,rtsp-auth-kept *:rtp-loss=0.02 *:rtp-dup=0.02 *:rtp-reorder=0.02 seq-jump=for-good seq-jump=once
+ t:interleaved-garbage ct:interleaved-early t:interleaved-cut foreign-ssrc=0.02 c:sprop-missing=no-sets
+ c:sprop-missing=no-line c*:sprop-only c:sdp-broken=all c:base-odd=absent c:base-odd=no-scheme c:base-odd=no-slash
+ c:base-odd=absolute-control cd:auth-both=basic-first,rtsp-auth-kept cb:auth-both=digest-first,rtsp-auth-kept
+ cd:auth-stale=flag,rtsp-auth-kept *:rtp-loss=0.02 *:rtp-dup=0.02 *:rtp-reorder=0.02 seq-jump=for-good seq-jump=once
  ts-jump=for-good ts-jump=once ts-back=for-good ts-back=once no-marker sps-change bye=media-go-on bye=media-stop
  rtcp-flood"
 
@@ -62,10 +64,14 @@ states() # JSON OFFSET: the channel's states by the seconds since the fault bega
 # NAME TRANSPORT MARKS FAULTS SECONDS: one row
 play()
 {
-    local name=$1 transport=$2 marks=$3 faults=$4 seconds=$5 codec=h264 auth=none ready
+    local name=$1 transport=$2 marks=$3 faults=$4 seconds=$5 codec=h264 auth=none ready before=$before
     local dir=$out/$name-$transport
     mkdir -p "$dir"
     [ "$transport" != http ] || codec=mjpeg
+    if [[ $marks == *c* ]]; then
+        seconds=$((seconds + before))
+        before=0
+    fi
     case $marks in *d*) auth=digest ;; *b*) auth=basic ;; esac
     mkfifo "$dir/ready"
     LARKMOOR_CAMERA_PASSWORD=larkmoor "$bin/larkmoor-camera" --auth "$auth" --seconds $((before + seconds + after + 60)) \
@@ -79,9 +85,9 @@ play()
         --transport "$transport" --size 320x240 --rate 15 --frames "$dir/frames.jsonl" --json "$dir/report.json" \
         >"$dir/host.log" 2>&1 &
     local host=$!
-    sleep $((before - 1)).8
+    sleep $((before > 0 ? before - 1 : 0)).8
     memory_before=$(resident $host)
-    sleep $((seconds + after))
+    sleep $((seconds + after + (before == 0)))
     memory_after=$(resident $host)
     now=$(date +%s.%N)
     kill -INT $host 2>/dev/null
