@@ -3,7 +3,7 @@
 // One simulated camera with pictures encoded beforehand sends N streams to each receiver in turn: a bare loop
 // that throws the bytes away (the floor), the bench host with the driver, GStreamer in one process, and
 // FFmpeg with one process per stream. Processor time, memory and threads are read from /proc over the same
-// length of time.
+// length of time: the scheduler's nanoseconds of each thread, since a single stream needs less than a tick.
 //
 // peers BUILD_FOLDER [SECONDS [LOAD...]]   a load is named by its streams and transport, as in 16udp or
 // 1flood
@@ -17,7 +17,9 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -51,6 +53,7 @@ struct Result
     std::string receiver;
     double msPerStreamSecond = 0; // processor time
     double residentMBPerStream = 0;
+    double marginalMBPerStream = 0; // of each stream but the first; 0 with one stream
     int threads = 0;
     double frames = 0; // whole run
     double megabytesPerSecond = 0;
@@ -98,17 +101,9 @@ Usage UsageOf(const std::vector<pid_t>& processes)
     for (const pid_t process : processes)
     {
         const std::string folder = "/proc/" + std::to_string(process);
-        const std::string stat = ReadFile(folder + "/stat");
-        const std::size_t name = stat.rfind(')');
-        if (name == std::string::npos)
-            continue;
-        std::istringstream fields(stat.substr(name + 2));
-        std::string field;
-        double ticks = 0;
-        for (int i = 3; fields >> field && i <= 15; ++i)
-            if (i == 14 || i == 15) // utime and stime, proc(5)
-                ticks += std::atof(field.c_str());
-        usage.cpuSeconds += ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
+        std::error_code gone;
+        for (const auto& task : std::filesystem::directory_iterator(folder + "/task", gone))
+            usage.cpuSeconds += std::atof(ReadFile(task.path() / "schedstat").c_str()) / 1e9;
         const std::string status = ReadFile(folder + "/status");
         usage.residentMB += Number(status, "VmRSS:\\s+(\\d+)") / 1024.0;
         usage.threads += static_cast<int>(Number(status, "Threads:\\s+(\\d+)"));
@@ -269,33 +264,51 @@ private:
     const Camera& camera_;
 };
 
+// What a program needs for itself is in the memory of one stream, and is taken off that of many.
+void FillMarginalMemory(const Load& load, std::vector<Result>& results)
+{
+    static std::map<std::string, double> ofOne; // by receiver, transport and size
+    for (Result& result : results)
+    {
+        const std::string key = result.receiver + load.transport + load.size;
+        if (load.streams == 1)
+            ofOne[key] = result.residentMBPerStream;
+        else if (ofOne.contains(key))
+            result.marginalMBPerStream =
+                (result.residentMBPerStream * load.streams - ofOne[key]) / (load.streams - 1);
+    }
+}
+
 void Print(const Load& load, const std::vector<Result>& results)
 {
     std::printf("\n%d streams of %.1f Mbit/s (%s) over %s%s\n", load.streams, load.bitrate / 1e6,
                 load.size.c_str(), load.transport.c_str(), load.flood ? ", as fast as it is taken" : "");
-    std::printf("  %-10s %10s %14s %14s %8s %10s\n", "receiver", "frames", "cpu ms/stream/s", "MB/stream",
-                "threads", "MB/s");
+    std::printf("  %-10s %10s %15s %10s %10s %8s %10s\n", "receiver", "frames", "cpu ms/stream/s",
+                "MB/stream", "MB/further", "threads", "MB/s");
     for (const Result& result : results)
-        std::printf("  %-10s %10.0f %14.2f %14.2f %8d %10.1f\n", result.receiver.c_str(), result.frames,
-                    result.msPerStreamSecond, result.residentMBPerStream, result.threads,
-                    result.megabytesPerSecond);
+        std::printf("  %-10s %10.0f %15.2f %10.2f %10.2f %8d %10.1f\n", result.receiver.c_str(),
+                    result.frames, result.msPerStreamSecond, result.residentMBPerStream,
+                    result.marginalMBPerStream, result.threads, result.megabytesPerSecond);
     const Result& driver = results.front();
     double cpu = 1e9;
     double memory = 1e9;
+    double marginal = 1e9;
     double speed = 0;
     for (std::size_t i = 2; i < results.size(); ++i) // behind the driver and the floor
     {
         cpu = std::min(cpu, results[i].msPerStreamSecond);
         memory = std::min(memory, results[i].residentMBPerStream);
+        marginal = std::min(marginal, results[i].marginalMBPerStream);
         speed = std::max(speed, results[i].megabytesPerSecond);
     }
     if (load.flood)
         std::printf("  driver's speed to the best peer's: %.2f\n", driver.megabytesPerSecond / speed);
     else
-        std::printf(
-            "  driver to the best peer: processor time %.2f, memory %.2f; processor time to the floor %.2f\n",
-            driver.msPerStreamSecond / cpu, driver.residentMBPerStream / memory,
-            driver.msPerStreamSecond / results[1].msPerStreamSecond);
+        std::printf("  driver to the best peer: processor time %.2f, memory %.2f, of a further stream %.2f; "
+                    "processor time to the floor %.2f\n",
+                    driver.msPerStreamSecond / cpu, driver.residentMBPerStream / memory,
+                    marginal > 0 ? driver.marginalMBPerStream / marginal : 0.0,
+                    driver.msPerStreamSecond / results[1].msPerStreamSecond);
     std::fflush(stdout);
 }
 
@@ -331,6 +344,7 @@ int main(int argc, char** argv)
         std::vector<Result> results = {run.Driver(), run.Bare(), run.GStreamer()};
         if (!load.flood)
             results.push_back(run.FFmpeg());
+        FillMarginalMemory(load, results);
         Print(load, results);
     }
     return 0;
