@@ -1,9 +1,5 @@
 #include "support/fake_capability_sink.h"
 
-#include "support/fake_host.h"
-
-#include <gtest/gtest.h>
-
 namespace korvane::test
 {
 
@@ -18,11 +14,6 @@ std::string FakeCapabilitySink::WaitForEnd()
     std::unique_lock guard(mutex_);
     changed_.wait_for(guard, kPatience, [&] { return !heard_.empty(); });
     return heard_;
-}
-
-void FakeCapabilitySink::ReservedSlot1()
-{
-    ADD_FAILURE() << "a reserved slot was called";
 }
 
 void FakeCapabilitySink::Note(const std::string& text)

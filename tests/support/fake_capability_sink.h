@@ -2,6 +2,8 @@
 
 #include <larkmoor/capability_query.h>
 
+#include "support/fake_host.h"
+
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -20,7 +22,7 @@ public:
     std::string WaitForEnd();
     void OnCall(std::function<void()> action) { action_ = std::move(action); } ///< runs in each call
 
-    void ReservedSlot1() override;
+    void ReservedSlot1() override { FailReserved(); }
     void OnQueryDone() override { Note("done"); }
     void OnQueryFailed(std::uint32_t code, const char* text) override
     {

@@ -43,11 +43,6 @@ void FakeCapabilityStore::SetValue(std::uint32_t id, std::uint32_t value)
     Write("value " + std::to_string(id) + " = " + std::to_string(value));
 }
 
-void FakeCapabilityStore::SetModel(const char* text)
-{
-    Write("model = " + std::string(text));
-}
-
 ipcapture::ICapabilityField* FakeCapabilityStore::GetConnectionField(std::uint32_t index)
 {
     return &fields_.emplace_back(*this, index);
@@ -64,35 +59,10 @@ ipcapture::IFrameTimeList* FakeCapabilityStore::GetFrameTimeList(std::uint32_t n
     return &frameTimes_;
 }
 
-void FakeCapabilityStore::ReservedSlot1()
-{
-    ADD_FAILURE() << "a reserved slot was called";
-}
-
-void FakeCapabilityStore::ReservedSlot2()
-{
-    ADD_FAILURE() << "a reserved slot was called";
-}
-
-void FakeCapabilityStore::Field::SetText(const char* text)
-{
-    store_.Write("field " + std::to_string(index_) + " = " + text);
-}
-
 void FakeCapabilityStore::Parameter::SetValue(const char* text)
 {
     store_.Write("parameter " + std::to_string(id_) + " \"" + name_ +
                  (isText_ ? "\" text = " : "\" number = ") + text);
-}
-
-void FakeCapabilityStore::Parameter::ReservedSlot1()
-{
-    ADD_FAILURE() << "a reserved slot was called";
-}
-
-void FakeCapabilityStore::Parameter::ReservedSlot2()
-{
-    ADD_FAILURE() << "a reserved slot was called";
 }
 
 void FakeCapabilityStore::Parameter::SetReserved(std::uint32_t value)
@@ -105,16 +75,6 @@ void FakeCapabilityStore::Resolutions::Add(const char* text, std::uint32_t width
 {
     store_.Write("size " + std::string(text) + " = " + std::to_string(width) + " " + std::to_string(height) +
                  " " + std::to_string(frameTime));
-}
-
-void FakeCapabilityStore::FrameTimes::SetDefault(std::uint32_t frameTime)
-{
-    store_.Write("default-frame-time = " + std::to_string(frameTime));
-}
-
-void FakeCapabilityStore::FrameTimes::Add(std::uint32_t frameTime)
-{
-    store_.Write("frame-time = " + std::to_string(frameTime));
 }
 
 } // namespace korvane::test

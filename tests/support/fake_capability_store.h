@@ -2,6 +2,8 @@
 
 #include <larkmoor/capability_store.h>
 
+#include "support/fake_host.h"
+
 #include <cstdint>
 #include <list>
 #include <mutex>
@@ -27,19 +29,22 @@ public:
     std::string Values(const std::string& lineStart) const;
 
     void SetValue(std::uint32_t id, std::uint32_t value) override;
-    void SetModel(const char* text) override;
+    void SetModel(const char* text) override { Write("model = " + std::string(text)); }
     ipcapture::ICapabilityField* GetConnectionField(std::uint32_t index) override;
-    void ReservedSlot1() override;
+    void ReservedSlot1() override { FailReserved(); }
     ipcapture::ICapabilityParameter* AddParameter(std::uint32_t id) override;
     ipcapture::IResolutionList* GetResolutionList() override { return &resolutions_; }
-    void ReservedSlot2() override;
+    void ReservedSlot2() override { FailReserved(); }
     ipcapture::IFrameTimeList* GetFrameTimeList(std::uint32_t number) override;
 
 private:
     struct Field final : ipcapture::ICapabilityField
     {
         Field(FakeCapabilityStore& store, std::uint32_t index) : store_(store), index_(index) {}
-        void SetText(const char* text) override;
+        void SetText(const char* text) override
+        {
+            store_.Write("field " + std::to_string(index_) + " = " + text);
+        }
         FakeCapabilityStore& store_;
         const std::uint32_t index_;
     };
@@ -47,8 +52,8 @@ private:
     {
         Parameter(FakeCapabilityStore& store, std::uint32_t id) : store_(store), id_(id) {}
         void SetValue(const char* text) override;
-        void ReservedSlot1() override;
-        void ReservedSlot2() override;
+        void ReservedSlot1() override { FailReserved(); }
+        void ReservedSlot2() override { FailReserved(); }
         void SetIsText(bool isText) override { isText_ = isText; }
         void SetName(const char* text) override { name_ = text; }
         void SetReserved(std::uint32_t value) override;
@@ -67,8 +72,12 @@ private:
     struct FrameTimes final : ipcapture::IFrameTimeList
     {
         explicit FrameTimes(FakeCapabilityStore& store) : store_(store) {}
-        void SetDefault(std::uint32_t frameTime) override;
-        void Add(std::uint32_t frameTime) override;
+        void SetDefault(std::uint32_t frameTime) override { Tell("default-frame-time", frameTime); }
+        void Add(std::uint32_t frameTime) override { Tell("frame-time", frameTime); }
+        void Tell(const std::string& what, std::uint32_t frameTime)
+        {
+            store_.Write(what + " = " + std::to_string(frameTime));
+        }
         FakeCapabilityStore& store_;
     };
 

@@ -10,15 +10,10 @@
 namespace korvane::test
 {
 
-namespace
+void FailReserved()
 {
-
-void FailReserved(const char* where)
-{
-    ADD_FAILURE() << "the driver called a reserved slot of " << where;
+    ADD_FAILURE() << "the driver called a reserved slot";
 }
-
-} // namespace
 
 FakeFrame::FakeFrame(std::uint32_t format, std::uint32_t sizeBytes, const char* driverName)
     : buffer_(sizeBytes)
@@ -59,39 +54,6 @@ void FakeFrame::SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, 
     record_.sampleRate = sampleRate;
     record_.audioReserved = reserved;
     record_.stereo = stereo;
-}
-
-void FakeFrame::ReservedSlot1()
-{
-    FailReserved("IHostFrame");
-}
-void FakeFrame::ReservedSlot2()
-{
-    FailReserved("IHostFrame");
-}
-void FakeFrame::ReservedSlot3()
-{
-    FailReserved("IHostFrame");
-}
-void FakeFrame::ReservedSlot4()
-{
-    FailReserved("IHostFrame");
-}
-void FakeFrame::ReservedSlot5()
-{
-    FailReserved("IHostFrame");
-}
-void FakeFrame::ReservedSlot6()
-{
-    FailReserved("IHostFrame");
-}
-void FakeFrame::ReservedSlot7()
-{
-    FailReserved("IHostFrame");
-}
-void FakeFrame::ReservedSlot8()
-{
-    FailReserved("IHostFrame");
 }
 
 FakeAllocator::~FakeAllocator()
@@ -161,23 +123,6 @@ ipcapture::IHostFrame* FakeAllocator::AllocateAudioFrame(std::uint32_t formatCod
     return Allocate(formatCode, sizeBytes, driverName, true);
 }
 
-void FakeAllocator::ReleaseAudioFrame(ipcapture::IHostFrame* frame)
-{
-    Release(frame, true);
-}
-void FakeAllocator::ReleaseFrame(ipcapture::IHostFrame* frame)
-{
-    Release(frame, false);
-}
-void FakeAllocator::ReservedSlot1()
-{
-    FailReserved("IHostFrameAllocator");
-}
-void FakeAllocator::ReservedSlot2()
-{
-    FailReserved("IHostFrameAllocator");
-}
-
 std::vector<FrameRecord> FakeChannelClient::Frames() const
 {
     const std::lock_guard lock(mutex_);
@@ -227,11 +172,6 @@ void FakeChannelClient::SignalLost()
     changed_.notify_all();
 }
 
-void FakeChannelClient::ReservedSlot1()
-{
-    FailReserved("IHostChannelClient");
-}
-
 std::vector<MessageRecord> FakeSink::Messages() const
 {
     const std::lock_guard lock(mutex_);
@@ -249,23 +189,6 @@ const char* FakeDeviceSettings::GetParameter(std::uint32_t number)
 {
     const auto found = parameters.find(number);
     return found == parameters.end() ? nullptr : found->second.c_str();
-}
-
-void FakeDeviceSettings::ReservedSlot1()
-{
-    FailReserved("the device settings");
-}
-void FakeDeviceSettings::ReservedSlot2()
-{
-    FailReserved("the device settings");
-}
-void FakeChannelSettings::ReservedSlot1()
-{
-    FailReserved("the channel settings");
-}
-void FakeChannelSettings::ReservedSlot2()
-{
-    FailReserved("the channel settings");
 }
 
 } // namespace korvane::test

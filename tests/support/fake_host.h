@@ -25,6 +25,8 @@ inline constexpr std::chrono::seconds kPatience{20};
 
 using Bytes = std::vector<std::uint8_t>;
 
+void FailReserved(); ///< fails the test
+
 /// What a frame held when it was handed over.
 struct FrameRecord
 {
@@ -55,13 +57,13 @@ public:
 
     void SetData(const std::uint8_t* data, std::uint32_t sizeBytes) override;
     std::uint8_t* GetData() override { return buffer_.data(); }
-    void ReservedSlot1() override;
+    void ReservedSlot1() override { FailReserved(); }
     void SetDataSize(std::uint32_t sizeBytes) override;
     void SetTimeNow() override { record_.timeNow = true; }
     void SetTime(const SYSTEMTIME* captureTime) override { record_.time = *captureTime; }
-    void ReservedSlot2() override;
-    void ReservedSlot3() override;
-    void ReservedSlot4() override;
+    void ReservedSlot2() override { FailReserved(); }
+    void ReservedSlot3() override { FailReserved(); }
+    void ReservedSlot4() override { FailReserved(); }
     void SetFormat(std::uint32_t formatCode) override { record_.formatSet = formatCode; }
     void SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config) override;
     void SetHeight(std::uint32_t pixels) override { record_.height = pixels; }
@@ -69,10 +71,10 @@ public:
     void SetWidth(std::uint32_t pixels) override { record_.width = pixels; }
     void SetAudioInput(std::uint8_t audioInput) override { record_.audioInput = audioInput; }
     void SetSizeClass(std::uint32_t sizeClass) override { record_.sizeClass = sizeClass; }
-    void ReservedSlot5() override;
-    void ReservedSlot6() override;
-    void ReservedSlot7() override;
-    void ReservedSlot8() override;
+    void ReservedSlot5() override { FailReserved(); }
+    void ReservedSlot6() override { FailReserved(); }
+    void ReservedSlot7() override { FailReserved(); }
+    void ReservedSlot8() override { FailReserved(); }
     void SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, bool stereo) override;
 
 private:
@@ -91,14 +93,14 @@ public:
     void Refuse(bool refuse); ///< from now on, give null
     void Throw(bool throws);  ///< from now on, throw
 
-    void ReservedSlot1() override;
+    void ReservedSlot1() override { FailReserved(); }
     ipcapture::IHostFrame* AllocateVideoFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
                                               const char* driverName) override;
     ipcapture::IHostFrame* AllocateAudioFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
                                               const char* driverName) override;
-    void ReleaseAudioFrame(ipcapture::IHostFrame* frame) override;
-    void ReservedSlot2() override;
-    void ReleaseFrame(ipcapture::IHostFrame* frame) override;
+    void ReleaseAudioFrame(ipcapture::IHostFrame* frame) override { Release(frame, true); }
+    void ReservedSlot2() override { FailReserved(); }
+    void ReleaseFrame(ipcapture::IHostFrame* frame) override { Release(frame, false); }
 
 private:
     ipcapture::IHostFrame* Allocate(std::uint32_t formatCode, std::uint32_t sizeBytes, const char* driverName,
@@ -122,7 +124,7 @@ public:
     void OnDeliver(std::function<bool()> action); ///< runs in each `DeliverFrame` and gives its result
 
     bool DeliverFrame(ipcapture::IHostFrame* frame) override;
-    void ReservedSlot1() override;
+    void ReservedSlot1() override { FailReserved(); }
     void SignalLost() override;
 
 private:
@@ -180,8 +182,8 @@ public:
     std::uint32_t GetCodec() override { return codec; }
     const char* GetUser() override { return user.c_str(); }
     const char* GetPassword() override { return password.c_str(); }
-    void ReservedSlot1() override;
-    void ReservedSlot2() override;
+    void ReservedSlot1() override { FailReserved(); }
+    void ReservedSlot2() override { FailReserved(); }
 };
 
 /// Channel settings with all that hangs on them in one.
@@ -203,8 +205,8 @@ public:
     std::uint16_t GetQuality() override { return quality; }
     std::uint16_t GetWidth() override { return width; }
     std::uint16_t GetHeight() override { return height; }
-    void ReservedSlot1() override;
-    void ReservedSlot2() override;
+    void ReservedSlot1() override { FailReserved(); }
+    void ReservedSlot2() override { FailReserved(); }
 };
 
 } // namespace korvane::test

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 namespace korvane::test
@@ -9,13 +12,22 @@ namespace korvane::test
 class SettingsFolder
 {
 public:
-    SettingsFolder();
-    ~SettingsFolder();
+    SettingsFolder()
+    {
+        path_ = (std::filesystem::temp_directory_path() / "larkmoor-settings-XXXXXX").string();
+        if (mkdtemp(path_.data()) == nullptr)
+            std::abort();
+        path_ += "/";
+    }
+    ~SettingsFolder() { std::filesystem::remove_all(path_); }
     SettingsFolder(const SettingsFolder&) = delete;
     SettingsFolder& operator=(const SettingsFolder&) = delete;
 
     const std::string& Path() const { return path_; } ///< with its closing separator
-    void Write(const std::string& text) const;        ///< the settings file, whole
+    void Write(const std::string& text) const         ///< the settings file, whole
+    {
+        std::ofstream(path_ + "Larkmoor.xml", std::ios::binary | std::ios::trunc) << text;
+    }
 
 private:
     std::string path_;
