@@ -83,32 +83,6 @@ TEST_F(FaultPlanTest, KeepsToItsWindows)
     EXPECT_TRUE(plan.Active("freeze"));
 }
 
-TEST_F(FaultPlanTest, CombinesValues)
-{
-    ASSERT_TRUE(Add("mjpeg-odd,mjpeg-odd=cut,mjpeg-odd=chunked@9s"));
-    plan.Begin();
-    EXPECT_EQ(plan.Value("mjpeg-odd"), "no-length") << "the first of the list is the default";
-    EXPECT_TRUE(plan.Active("mjpeg-odd", "no-length"));
-    EXPECT_TRUE(plan.Active("mjpeg-odd", "cut"));
-    EXPECT_FALSE(plan.Active("mjpeg-odd", "chunked"));
-    now += 9s;
-    EXPECT_TRUE(plan.Active("mjpeg-odd", "chunked"));
-    EXPECT_EQ(plan.Value("slow-http"), "");
-}
-
-TEST_F(FaultPlanTest, HappensOnceAWindow)
-{
-    ASSERT_TRUE(Add("http-401-once,http-401-once@5s+1s,http-401-once@9s+1s"));
-    plan.Begin();
-    EXPECT_TRUE(plan.Take("http-401-once"));
-    EXPECT_FALSE(plan.Take("http-401-once"));
-    now += 5s;
-    EXPECT_TRUE(plan.Take("http-401-once"));
-    EXPECT_FALSE(plan.Take("http-401-once"));
-    now += 10s;
-    EXPECT_FALSE(plan.Take("http-401-once")) << "a window that nobody used is over";
-}
-
 TEST_F(FaultPlanTest, ComesAgainAndAgain)
 {
     const struct
@@ -138,24 +112,6 @@ TEST_F(FaultPlanTest, ComesAgainAndAgain)
         now = begin + 13s;
         EXPECT_EQ(plan.Occurrences("reset"), c.at13);
     }
-}
-
-TEST(Dice, FallsTheSameForASeed)
-{
-    Dice a(1, "loss"), b(1, "loss"), otherSeed(2, "loss"), otherPurpose(1, "dup");
-    int same = 0, hits = 0, sameSeed = 0, samePurpose = 0;
-    for (int i = 0; i < 10000; ++i)
-    {
-        const bool roll = a.Roll(0.02);
-        hits += roll;
-        same += roll == b.Roll(0.02);
-        sameSeed += otherSeed.Roll(0.5);
-        samePurpose += otherPurpose.Roll(0.5);
-    }
-    EXPECT_EQ(same, 10000);
-    EXPECT_NEAR(hits, 200, 60);
-    EXPECT_NE(sameSeed, samePurpose);
-    EXPECT_EQ(a.Below(0), 0u);
 }
 
 TEST(FaultList, StandsInTheGuideForUsers)

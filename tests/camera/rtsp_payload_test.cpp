@@ -1,14 +1,11 @@
+#include "camera/fault/fault_plan.h"
 #include "camera/rtsp/h264_access_unit.h"
-#include "camera/rtsp/h264_truth.h"
-#include "camera/rtsp/media_faults.h"
 #include "camera/rtsp/rtp_stream.h"
 #include "camera/rtsp/session_description.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
-#include <numeric>
 
 namespace larkmoor::camera
 {
@@ -38,14 +35,6 @@ std::shared_ptr<EncodedFrame> FrameOf(const std::vector<Bytes>& slices)
     return frame;
 }
 
-Bytes Counting(std::uint8_t header, std::size_t size)
-{
-    Bytes bytes(size);
-    std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
-    bytes[0] = header;
-    return bytes;
-}
-
 std::vector<Bytes> PayloadsOf(const H264AccessUnit& unit)
 {
     std::vector<Bytes> all;
@@ -59,14 +48,6 @@ std::vector<Bytes> PayloadsOf(const H264AccessUnit& unit)
     return all;
 }
 
-Bytes operator+(Bytes left, const Bytes& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-const Bytes kCode = {0, 0, 1};
-const Bytes kEnd = {0, 0, 1, 9, 0x30};
 TEST(CameraH264Payload, IsCutAsTheFormatSays)
 {
     const Bytes idr = {0x65, 1, 2, 3, 4, 5, 6, 7, 8, 9}; // nal_ref_idc 3
@@ -96,102 +77,6 @@ TEST(CameraH264Payload, IsCutAsTheFormatSays)
     EXPECT_EQ(PayloadsOf(H264AccessUnit(FrameOf({idr}), shape, "")), (std::vector<Bytes>{kSps, kPps, idr}));
     shape.setsInBand = false;
     EXPECT_EQ(PayloadsOf(H264AccessUnit(FrameOf({idr}), shape, "")), std::vector<Bytes>{idr});
-}
-
-TEST(CameraH264Truth, FollowsTheRulesOfARightReceiver)
-{
-    const Bytes idr = Counting(0x65, 300);
-    const Bytes idrRest = Counting(0x65, 50);
-    const Bytes slice = Counting(0x41, 300);
-    const Bytes sliceRest = Counting(0x41, 50);
-    const ParameterSets none;
-    ParameterSets described;
-    described.sps = {0x67, 0x64};
-    described.pps = {0x68, 0xEE};
-    const H264Shape plain{100, true, false, false, false};
-    H264Shape bare = plain;
-    bare.setsInBand = false;
-    H264Shape aggregated = plain;
-    aggregated.aggregate = true;
-    H264Shape delimited = plain;
-    delimited.delimiters = true;
-    const struct
-    {
-        const char* name;
-        std::vector<Bytes> slices;
-        H264Shape shape;
-        const ParameterSets& described;
-        std::string stamp;
-        std::optional<Bytes> frame;
-        bool key;
-    } cases[] = {
-        {"small slice", {sliceRest}, plain, none, "", kCode + sliceRest + kEnd, false},
-        {"key in band", {idr}, plain, described, "", kCode + kSps + kCode + kPps + kCode + idr + kEnd, true},
-        {"key, sets aggregated",
-         {idr},
-         aggregated,
-         none,
-         "",
-         kCode + kSps + kCode + kPps + kCode + idr + kEnd,
-         true},
-        {"key, sets described only",
-         {idr, idrRest},
-         bare,
-         described,
-         "",
-         kCode + described.sps + kCode + described.pps + kCode + idr + kCode + idrRest + kEnd,
-         true},
-        {"key, sets nowhere", {idr}, bare, none, "", kCode + idr + kEnd, false},
-        {"two long slices: the second opens the frame anew",
-         {slice, slice},
-         plain,
-         none,
-         "",
-         kCode + slice + kEnd,
-         false},
-        {"a long slice behind a short one", {sliceRest, slice}, plain, none, "", kCode + slice + kEnd, false},
-        {"a short slice behind a long one",
-         {slice, sliceRest},
-         plain,
-         none,
-         "",
-         kCode + slice + kCode + sliceRest + kEnd,
-         false},
-        {"two long key slices",
-         {idr, idr},
-         plain,
-         none,
-         "",
-         kCode + kSps + kCode + kPps + kCode + idr + kCode + idr + kEnd,
-         true},
-        {"delimiter before a slice", {sliceRest}, delimited, none, "", std::nullopt, false},
-        {"delimiter before a key",
-         {idr},
-         delimited,
-         none,
-         "",
-         kCode + kSps + kCode + kPps + kCode + idr + kEnd,
-         true},
-        {"stamp",
-         {sliceRest},
-         plain,
-         none,
-         "now",
-         kCode + sliceRest + kCode + Bytes{0x17, 'n', 'o', 'w'} + kEnd,
-         false},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        const H264AccessUnit unit(FrameOf(c.slices), c.shape, c.stamp);
-        const auto expected = WorkOutFrame(unit.Units(), c.described);
-        EXPECT_EQ(expected.has_value(), c.frame.has_value());
-        if (expected && c.frame)
-        {
-            EXPECT_EQ(expected->bytes, *c.frame);
-            EXPECT_EQ(expected->key, c.key);
-        }
-    }
 }
 
 TEST(CameraRtpStream, WritesHeadersAndReports)
@@ -228,70 +113,6 @@ TEST(CameraRtpStream, WritesHeadersAndReports)
     EXPECT_EQ(Bytes(bye.begin() + 36, bye.begin() + 38), (Bytes{1, 15}));
     EXPECT_EQ(Bytes(bye.begin() + 56, bye.end()),
               (Bytes{0x81, 203, 0, 1, byte(ssrc, 24), byte(ssrc, 16), byte(ssrc, 8), byte(ssrc, 0)}));
-}
-
-/// Frames of three packets through the faults of `text`; gives what arrives as sequence numbers from 0 on,
-/// with a
-/// "|" behind each frame that was intact and a "-" behind the others.
-std::string Played(const char* text, int frames)
-{
-    FaultPlan plan;
-    std::string error;
-    EXPECT_TRUE(plan.Add(text, error)) << error;
-    plan.Begin();
-    MediaFaults faults(plan, 7);
-    RtpStream stream(Dice(1, "test"), 96);
-    const std::uint16_t first = stream.NextSequence();
-    std::string story;
-    for (int frame = 0; frame < frames; ++frame)
-    {
-        faults.BeforeFrame(stream);
-        PacketBatch batch;
-        for (int i = 0; i < 3; ++i)
-        {
-            RtpPayload payload;
-            payload.marker = i == 2;
-            batch.packets.push_back(stream.Make(payload, 0));
-        }
-        const PacketFates fates = faults.Play(batch);
-        for (const OutPacket& packet : batch.packets)
-        {
-            const auto head = packet.Head();
-            story += std::to_string(static_cast<std::uint16_t>((head[2] << 8 | head[3]) - first)) + " ";
-        }
-        story += fates.intact ? "| " : "- ";
-    }
-    return story;
-}
-
-TEST(CameraMediaFaults, TellWhatTheyDid)
-{
-    EXPECT_EQ(Played("rtp-loss=0", 3), "0 1 2 | 3 4 5 | 6 7 8 | ");
-    EXPECT_EQ(Played("rtp-loss=1", 2), "- - ");
-    EXPECT_EQ(Played("rtp-dup=1", 2), "0 0 1 1 2 2 - 3 3 4 4 5 5 - ");
-    EXPECT_EQ(Played("rtp-reorder=1", 2),
-              "1 0 - 3 2 5 4 - "); // what is late comes behind the next, in other frames too
-    EXPECT_EQ(Played("no-marker", 1), "0 1 2 - ");
-    EXPECT_TRUE(Played("seq-jump", 26).ends_with("72 73 74 | 5075 5076 5077 | "));
-    EXPECT_TRUE(Played("seq-jump=once", 27).ends_with("5075 5076 5077 | 78 79 80 | "));
-    // The same seed has the same fates, and they come in the ratio that was asked for.
-    const std::string some = Played("rtp-loss=0.1", 1000);
-    EXPECT_EQ(some, Played("rtp-loss=0.1", 1000));
-    const auto sent = std::count(some.begin(), some.end(), ' ') - 1000;
-    EXPECT_NEAR(static_cast<double>(sent), 2700, 60);
-}
-
-TEST(CameraMediaFaults, DoublesBehindTheLastPacketLeaveAFrameWhole)
-{
-    FaultPlan plan;
-    std::string error;
-    ASSERT_TRUE(plan.Add("rtp-dup=1", error));
-    plan.Begin();
-    MediaFaults faults(plan, 1);
-    PacketBatch batch;
-    batch.packets.resize(1);
-    EXPECT_TRUE(faults.Play(batch).intact);
-    EXPECT_EQ(batch.packets.size(), 2u);
 }
 
 TEST(CameraSessionDescription, TellsTheStreamAndItsFaults)
