@@ -96,18 +96,6 @@ TEST(CommandLine, PutsOptionsOverTheDeviceFile)
     EXPECT_EQ(path.common.device.properties.at(14), "1;;x0.sdp");
 }
 
-TEST(CommandLine, ReadsALoad)
-{
-    const auto load = ReadAs<LoadOptions>(
-        {"load", "--drivers", "64", "--streams", "2", "--ramp", "500ms", "--transport", "tcp"});
-    EXPECT_EQ(load.drivers, 64u);
-    EXPECT_EQ(load.channels, 2u);
-    EXPECT_EQ(load.common.device.channels, 2u);
-    EXPECT_EQ(load.ramp.count(), 500);
-    EXPECT_EQ(load.stream.transport, Transport::Tcp);
-    EXPECT_FALSE(load.time.seconds);
-}
-
 TEST(CommandLine, RefusesWhatItCannotDo)
 {
     const std::vector<std::vector<const char*>> refused = {

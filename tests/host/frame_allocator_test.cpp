@@ -153,16 +153,4 @@ TEST(FrameAllocator, NoticesAWriteWhileTheHostStillHoldsTheFrame)
     EXPECT_THAT(f.Fault(), HasSubstr("write outside"));
 }
 
-TEST(Frame, KeepsTheTimeThatItWasGiven)
-{
-    Fixture f;
-    IHostFrame* frame = f.Video(1);
-    const SYSTEMTIME leapDay = {2024, 2, 4, 29, 23, 59, 58, 765};
-    frame->SetTime(&leapDay);
-    EXPECT_EQ(static_cast<Frame*>(frame)->Info().time, 1'709'251'198'765'000);
-    const SYSTEMTIME nonsense = {0, 0, 0, 0, 99, 99, 99, 9999}; // must not crash
-    frame->SetTime(&nonsense);
-    f.allocator.ReleaseFrame(frame);
-}
-
 } // namespace larkmoor::host

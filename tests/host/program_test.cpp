@@ -1,176 +1,293 @@
-// The bench host as a program, with a driver that keeps its contract or breaks it.
+// The bench host as a program, with the real driver, against the simulated camera and servers that are none.
 
+#include "camera/simulated_camera.h"
+#include "host/device/device.h"
+#include "host/device/device_file.h"
 #include "host/frame_tests.h"
 #include "host/program.h"
 #include "host/recording/frame_files.h"
+#include "host/recording/libav.h"
+#include "support/http_test_server.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
+#include <future>
+#include <sstream>
 
 namespace larkmoor::host::test
 {
 
+using camera::AuthScheme;
+using camera::CameraOptions;
+using camera::SimulatedCamera;
+using korvane::test::HttpTestServer;
+using korvane::test::TestHttpPeer;
+using korvane::test::TestHttpRequest;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace
 {
 
-// One start of the program after the other. Its folder of its own goes into the test's, which shows what it
-// leaves behind.
-class Program
+class QueryProgram : public testing::Test
 {
-public:
-    Program()
+protected:
+    void StartCamera(const std::string& profile)
     {
-        const Bytes picture = EncodePicture(AV_CODEC_ID_MJPEG, 64, 48, 100);
-        WriteFile(*this / "picture.jpg", std::string(picture.begin(), picture.end()));
-        std::filesystem::create_directory(*this / "tmp");
-        setenv("TMPDIR", (*this / "tmp").c_str(), 1);
-        setenv("LARKMOOR_FAKE_FRAME", (*this / "picture.jpg").c_str(), 1);
-    }
-    ~Program() { unsetenv("TMPDIR"); }
-
-    /// Runs to the end. `interruptAt`: a signal as soon as this is said.
-    int Run(const std::string& behaviour, std::vector<std::string> words, const std::string& interruptAt = "")
-    {
-        words.insert(words.end(), {"--library", LARKMOOR_BINARY_DIR "/libfake_driver_module.so", "--codec",
-                                   "mjpeg", "--transport", "http", "--size", "64x48", "--model", behaviour});
-        bool interrupted = interruptAt.empty();
-        const auto interrupt = [&](const std::string& output, pid_t child)
-        {
-            if (interrupted || output.find(interruptAt) == std::string::npos)
-                return;
-            kill(child, SIGINT);
-            interrupted = true;
-        };
-        ProgramEnd end = RunBenchHost(std::move(words), interrupt);
-        output_ = std::move(end.output);
-        return end.status;
+        CameraOptions options;
+        options.profile = profile;
+        options.auth = AuthScheme::Digest;
+        options.password = "secret";
+        camera = std::make_unique<SimulatedCamera>(options);
+        std::string error;
+        ASSERT_TRUE(camera->Start(error)) << error;
     }
 
-    const std::string& Output() const { return output_; }
-    bool LeftNothing() const { return std::filesystem::is_empty(*this / "tmp"); }
-    std::string operator/(const std::string& name) const { return folder_ / name; }
+    static ProgramEnd Query(std::uint16_t port, const std::string& password,
+                            std::vector<std::string> more = {})
+    {
+        more.insert(more.begin(),
+                    {"query", "--port", std::to_string(port), "--user", "root", "--password", password});
+        return RunBenchHost(more);
+    }
 
-private:
-    TemporaryFolder folder_;
-    std::string output_;
+    std::unique_ptr<SimulatedCamera> camera;
+    TemporaryFolder folder;
 };
 
 } // namespace
 
-TEST(HostProgram, TellsByItsStatusWhatTheDriverDid)
+TEST_F(QueryProgram, ShowsAndSavesWhatTheDeviceIs)
 {
+    StartCamera("dome");
+    const std::string file = folder / "dome.json";
+    const ProgramEnd end = Query(camera->HttpPort(), "secret", {"--raw", "--save", file});
+    EXPECT_EQ(end.status, 0) << end.output;
+    for (const char* part :
+         {"Vivotek SD8121\n", "1, NTSC", "h264, mpeg4, mjpeg", "1280x720    up to 30 frames",
+          "live.sdp, live2.sdp", "4 inputs, 1 output", "pan, tilt, zoom, focus, iris; 20 presets",
+          "parameter 11, \"PTZ max speed\", number = 10", "value 2 = 4"})
+        EXPECT_THAT(end.output, HasSubstr(part));
+    EXPECT_THAT(end.output, Not(HasSubstr("secret")));
+
+    EXPECT_EQ(std::filesystem::status(file).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    const Device device = ReadDeviceFile(file);
+    EXPECT_EQ(device.address, "127.0.0.1");
+    EXPECT_EQ(device.port, camera->HttpPort());
+    EXPECT_EQ(device.password, "secret");
+    EXPECT_EQ(device.model, "Vivotek SD8121");
+    EXPECT_EQ(device.codec, Codec::H264);
+    EXPECT_EQ(device.inputs, 4u);
+    EXPECT_EQ(device.properties.size(), 18u);
+    EXPECT_EQ(device.properties.at(14), "2;video.mjpg!video2.mjpg;live.sdp!live2.sdp");
+}
+
+TEST_F(QueryProgram, TellsByItsStatusWhyItCameToNothing)
+{
+    StartCamera("ip7135");
+    const HttpTestServer stranger([](TestHttpPeer& peer, const TestHttpRequest&)
+                                  { return peer.Send(HttpTestServer::Response(404, "not here")); });
+    const HttpTestServer rude(
+        [](TestHttpPeer& peer, const TestHttpRequest&)
+        {
+            peer.Reset();
+            return false;
+        });
     const struct
     {
-        const char* behaviour;
+        const char* name;
+        std::uint16_t port;
+        const char* password;
+        const char* address;
         int status;
         const char* says;
     } cases[] = {
-        {"good", 0, "a second"},
-        {"silent", 4, "no frame came"},
-        {"refuse-open", 3, "refuses to open"},
-        {"refuse-start", 3, "refuses to start channel 0"},
-        {"leak", 6, "never released"},
-        {"double-release", 6, "does not hold"},
-        {"overrun", 6, "write outside a frame"},
-        {"long-size", 6, "SetDataSize"},
-        {"wrong-kind", 6, "as audio"},
-        {"reserved-call", 6, "reserved operation"},
+        {"address", 80, "", "127.0.0.1:80", 7, "Device address is invalid!"},
+        {"login", camera->HttpPort(), "wrong", "127.0.0.1", 8, "login failed (invalid credentials)"},
+        {"nobody there", 1, "", "127.0.0.1", 9, "can't be reached: Connection refused"},
+        {"no web server", rude.Port(), "", "127.0.0.1", 9, "can't be reached"},
+        {"another device", stranger.Port(), "", "127.0.0.1", 10, "no device that the driver knows"},
     };
-    Program program;
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(c.behaviour);
-        // Only silence is waited out; a busy machine may be slow with the first frame.
-        const std::string patience = std::string(c.behaviour) == "silent" ? "300ms" : "30s";
-        EXPECT_EQ(program.Run(c.behaviour, {"record", "--seconds", "100ms", "--patience", patience,
-                                            "--picture", program / "a.png"}),
-                  c.status);
-        EXPECT_THAT(program.Output(), HasSubstr(c.says));
-        EXPECT_TRUE(program.LeftNothing());
+        SCOPED_TRACE(c.name);
+        const std::string file = folder / "none.json";
+        const ProgramEnd end = Query(c.port, c.password, {"--address", c.address, "--save", file});
+        EXPECT_EQ(end.status, c.status);
+        EXPECT_THAT(end.output, HasSubstr(c.says));
+        EXPECT_FALSE(std::filesystem::exists(file));
     }
 }
 
-TEST(HostProgram, RecordsIntoEveryKindOfFile)
+TEST_F(QueryProgram, IsCancelledByAnInterrupt)
 {
-    Program program;
-    ASSERT_EQ(
-        program.Run("good", {"record", "--seconds", "1", "--change", "200ms:32x24", "--out",
-                             program / "a.mkv", "--raw", program / "a.raw", "--frames", program / "a.frames",
-                             "--picture", program / "a.png", "--json", program / "a.json"}),
-        0)
-        << program.Output();
-
-    const auto report = nlohmann::json::parse(ReadFile(program / "a.json"));
-    const std::uint64_t frames = report["frames"];
-    EXPECT_GT(frames, 10u);
-    EXPECT_EQ(report["outstanding_frames"], 0);
-    EXPECT_EQ(report["log"]["warning"], 1);
-    EXPECT_EQ(report["log_lines"][0]["text"], "the fake driver is open");
-    EXPECT_EQ(report["states"][0]["state"], 0);
-    EXPECT_EQ(report["changes"].size(), 1u);
-    ASSERT_EQ(report["files"].size(), 2u) << "a file for each picture size";
-    EXPECT_EQ(report["files"][0]["frames"].get<std::uint64_t>() +
-                  report["files"][1]["frames"].get<std::uint64_t>(),
-              frames);
-    EXPECT_TRUE(std::filesystem::exists(program / "a-2.mkv"));
-
-    const std::string picture = ReadFile(program / "picture.jpg");
-    EXPECT_EQ(ReadFile(program / "a.raw").size(), frames * picture.size());
-    const std::string lines = ReadFile(program / "a.frames");
-    EXPECT_EQ(static_cast<std::uint64_t>(std::count(lines.begin(), lines.end(), '\n')), frames);
-    EXPECT_EQ(ReadFile(program / "a.png").substr(1, 3), "PNG");
+    std::atomic<bool> cancelled = false;
+    const HttpTestServer slow(
+        [&](TestHttpPeer& peer, const TestHttpRequest&)
+        {
+            while (!cancelled && peer.Pause(1))
+            {
+            }
+            return peer.Send(HttpTestServer::Response(200, "system_info_modelname='IP8332'\r\n"));
+        });
+    bool interrupted = false;
+    const ProgramEnd end = RunBenchHost({"query", "--port", std::to_string(slow.Port())},
+                                        [&](const std::string& output, pid_t child)
+                                        {
+                                            if (!interrupted && output.find("asking") != std::string::npos)
+                                                interrupted = kill(child, SIGINT) == 0;
+                                            cancelled = output.find("cancelled") != std::string::npos;
+                                        });
+    EXPECT_EQ(end.status, 130);
+    EXPECT_THAT(end.output, HasSubstr("query: cancelled"));
+    EXPECT_EQ(slow.Requests().size(), 1u);
 }
 
-TEST(HostProgram, SaysWhichFileItCouldNotWrite)
+TEST_F(QueryProgram, RecordsWithWhatItSaved)
 {
-    Program program;
+    const struct
+    {
+        const char* profile;
+        const char* codec;
+        const char* size;
+    } cases[] = {{"single", "h264", "320x240"},
+                 {"server", "h264", "352x288"},
+                 {"dome", "h264", "320x240"},
+                 {"audio", "h264", "320x240"},
+                 {"vs2403", "mjpeg", "352x288"}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.profile);
+        StartCamera(c.profile);
+        const std::string file = folder / "device.json";
+        const ProgramEnd query = Query(camera->HttpPort(), "secret", {"--save", file});
+        ASSERT_EQ(query.status, 0) << query.output;
+        const ProgramEnd record =
+            RunBenchHost({"record", "--device", file, "--codec", c.codec, "--size", c.size, "--seconds",
+                          "200ms", "--patience", "60s", "--frames", folder / "frames"});
+        EXPECT_EQ(record.status, 0) << record.output;
+        EXPECT_THAT(ReadFile(folder / "frames"), HasSubstr("\"md5\""));
+    }
+}
+
+namespace
+{
+
+/// What is said of each frame in the log, and of each packet in the files that belong to it.
+std::vector<std::string> DigestsOf(const std::string& file)
+{
+    std::vector<std::string> all;
+    AVFormatContext* format = nullptr;
+    if (avformat_open_input(&format, file.c_str(), nullptr, nullptr) < 0)
+        return all;
+    const LibavPacket packet(av_packet_alloc());
+    while (av_read_frame(format, packet.get()) >= 0)
+    {
+        all.push_back(Md5({packet->data, static_cast<std::size_t>(packet->size)}));
+        av_packet_unref(packet.get());
+    }
+    avformat_close_input(&format);
+    return all;
+}
+
+class RecordProgram : public QueryProgram
+{
+protected:
+    /// Runs `verb` on Motion JPEG of a camera of its own.
+    ProgramEnd Run(const std::string& verb, std::vector<std::string> more,
+                   const std::function<void(const std::string&, pid_t)>& watch = nullptr)
+    {
+        StartCamera("single");
+        more.insert(more.begin(), {verb, "--port", std::to_string(camera->HttpPort()), "--user", "root",
+                                   "--password", "secret", "--codec", "mjpeg", "--transport", "http",
+                                   "--size", "320x240", "--rate", "25", "--patience", "60s"});
+        return RunBenchHost(more, watch);
+    }
+};
+
+} // namespace
+
+TEST_F(RecordProgram, RecordsIntoEveryKindOfFile)
+{
+    const ProgramEnd end =
+        Run("record", {"--seconds", "2", "--change", "700ms:176x144", "--out", folder / "a.mkv", "--raw",
+                       folder / "a.raw", "--frames", folder / "a.frames", "--picture", folder / "a.png",
+                       "--json", folder / "a.json"});
+    ASSERT_EQ(end.status, 0) << end.output;
+    const auto report = nlohmann::json::parse(ReadFile(folder / "a.json"));
+    EXPECT_EQ(report["outstanding_frames"], 0);
+    EXPECT_EQ(report["changes"].size(), 1u);
+
+    std::vector<std::string> logged;
+    std::uint64_t bytes = 0;
+    std::istringstream lines(ReadFile(folder / "a.frames"));
+    for (std::string line; std::getline(lines, line);)
+    {
+        const auto frame = nlohmann::json::parse(line);
+        logged.push_back(frame["md5"]);
+        bytes += frame["size"].get<std::uint64_t>();
+    }
+    EXPECT_EQ(report["frames"], logged.size());
+    EXPECT_EQ(std::filesystem::file_size(folder / "a.raw"), bytes);
+    std::vector<std::string> written; // a file for each picture size
+    for (const auto& file : report["files"])
+    {
+        const std::vector<std::string> one = DigestsOf(file["path"]);
+        EXPECT_EQ(file["frames"], one.size());
+        written.insert(written.end(), one.begin(), one.end());
+    }
+    EXPECT_EQ(written, logged) << "each frame, untouched and in order";
+    EXPECT_EQ(ReadFile(folder / "a.png").substr(1, 3), "PNG");
+}
+
+TEST_F(RecordProgram, SaysWhichFileItCouldNotWrite)
+{
     for (const char* option : {"--out", "--raw", "--frames", "--picture", "--json"})
     {
         SCOPED_TRACE(option);
-        EXPECT_EQ(program.Run("good", {"record", "--seconds", "100ms", option, "/dev/full"}), 5);
-        EXPECT_THAT(program.Output(), HasSubstr("can't write /dev/full"));
-        EXPECT_TRUE(program.LeftNothing());
+        const ProgramEnd end = Run("record", {"--seconds", "100ms", option, "/dev/full"});
+        EXPECT_EQ(end.status, 5);
+        EXPECT_THAT(end.output, HasSubstr("can't write /dev/full"));
     }
 }
 
-TEST(HostProgram, MeasuresALoad)
+TEST_F(RecordProgram, StopsCleanlyWhenInterrupted)
 {
-    Program program;
-    ASSERT_EQ(program.Run("good", {"load", "--drivers", "8", "--ramp", "100ms", "--seconds", "300ms",
-                                   "--rounds", "2", "--json", program / "a.json"}),
-              0)
-        << program.Output();
-    const auto report = nlohmann::json::parse(ReadFile(program / "a.json"));
-    ASSERT_EQ(report["rounds"].size(), 2u);
-    const auto& round = report["rounds"][1];
-    EXPECT_EQ(round["streams"], 8);
-    EXPECT_GT(round["frames"], 8);
-    EXPECT_EQ(round["during"]["threads"].get<int>(), round["before"]["threads"].get<int>() + 8);
-    EXPECT_EQ(round["after"]["threads"], round["before"]["threads"]);
-    EXPECT_EQ(round["after"]["descriptors"], round["before"]["descriptors"]);
-
-    EXPECT_EQ(program.Run("silent", {"load", "--drivers", "2", "--patience", "200ms", "--seconds", "100ms"}),
-              4);
-    EXPECT_THAT(program.Output(), HasSubstr("2 of them silent"));
+    bool interrupted = false;
+    const auto interrupt = [&](const std::string& output, pid_t child)
+    {
+        if (interrupted || output.find("recording ") == std::string::npos)
+            return;
+        std::promise<void> sent;
+        camera->Truth().SetListener(
+            [&, count = 0](const camera::TruthUnit&) mutable
+            {
+                if (++count == 10)
+                    sent.set_value();
+            });
+        sent.get_future().wait_for(std::chrono::seconds(60));
+        camera->Truth().SetListener(nullptr);
+        interrupted = kill(child, SIGINT) == 0;
+    };
+    const ProgramEnd end = Run("record", {"--seconds", "1000", "--out", folder / "a.mkv"}, interrupt);
+    EXPECT_EQ(end.status, 130) << "it is not what was asked for";
+    EXPECT_THAT(end.output, HasSubstr("wrote "));
+    EXPECT_FALSE(DigestsOf(folder / "a.mkv").empty());
 }
 
-TEST(HostProgram, StopsCleanlyWhenInterrupted)
+TEST_F(RecordProgram, MeasuresALoad)
 {
-    Program program;
-    // Without a time, to be interrupted is the way to end; with one, it is not what was asked.
-    EXPECT_EQ(program.Run("good", {"watch"}, "is delivered"), 0);
-    EXPECT_THAT(program.Output(), HasSubstr("a second"));
-    EXPECT_EQ(
-        program.Run("good", {"record", "--seconds", "1000", "--out", program / "a.mkv"}, "is delivered"),
-        130);
-    EXPECT_THAT(program.Output(), HasSubstr("wrote "));
-    EXPECT_TRUE(program.LeftNothing());
+    const ProgramEnd end = Run("load", {"--drivers", "3", "--ramp", "100ms", "--seconds", "300ms", "--rounds",
+                                        "2", "--json", folder / "a.json"});
+    ASSERT_EQ(end.status, 0) << end.output;
+    const auto report = nlohmann::json::parse(ReadFile(folder / "a.json"));
+    ASSERT_EQ(report["rounds"].size(), 2u);
+    const auto& round = report["rounds"][1];
+    EXPECT_EQ(round["streams"], 3);
+    EXPECT_EQ(round["after"]["threads"], round["before"]["threads"]);
+    EXPECT_EQ(round["after"]["descriptors"], round["before"]["descriptors"]);
 }
 
 } // namespace larkmoor::host::test
