@@ -46,14 +46,5 @@ TEST(AudioCapabilities, ReadsTwoNumbersOrNothing)
     }
 }
 
-TEST(AudioCapabilities, WritesTheTextThatTheHostKeeps)
-{
-    CAudioCapabilities capabilities;
-    EXPECT_EQ(capabilities.Text(), "Count=0; IsStereo=0");
-    capabilities.count = 4294967295u;
-    capabilities.stereo = true;
-    EXPECT_EQ(capabilities.Text(), "Count=4294967295; IsStereo=1");
-}
-
 } // namespace
 } // namespace korvane

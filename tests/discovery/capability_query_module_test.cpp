@@ -172,18 +172,6 @@ TEST(CapabilityQueryModule, StartsOnlyWithAllThatItNeeds)
     EXPECT_EQ(none.StartQuery("cam", 80, "", "", &f.store), 0u);
 }
 
-TEST(CapabilityQueryModule, CancelsARunningFetch)
-{
-    Fixture f;
-    f.script.waitsForCancel = true;
-    EXPECT_EQ(f.Start(), 1u);
-    EXPECT_EQ(f.Start(), 0u) << "it runs";
-    EXPECT_TRUE(f.script.fetching.Wait(kPatienceMs));
-    EXPECT_EQ(f.sink.Heard(), "");
-    f.module->TerminateQuery();
-    EXPECT_EQ(f.sink.WaitForEnd(), "failed 3 Failed to get camera properties");
-}
-
 TEST(CapabilityQueryModule, DeletionCancelsAndWaits)
 {
     Fixture f;
@@ -206,16 +194,6 @@ TEST(CapabilityQueryModule, GivesUpAQueryThatHangs)
     f.script.wakeUp.Set(); // whatever it does now, neither sink nor store hear of it
     EXPECT_EQ(f.sink.Heard(), "killed");
     EXPECT_TRUE(f.store.Lines().empty());
-}
-
-TEST(CapabilityQueryModule, KeepsSilentAboutAnException)
-{
-    Fixture f;
-    f.script.throws = true;
-    EXPECT_EQ(f.Start(), 1u);
-    f.module.reset();
-    EXPECT_EQ(f.sink.Heard(), "");
-    EXPECT_EQ(f.script.alive, 0);
 }
 
 TEST(CapabilityQueryModule, CanBeDeletedByItsSink)
@@ -253,20 +231,6 @@ TEST(CapabilityQueryModule, MayBeTerminatedFromAnyThreadWhileItEnds)
         EXPECT_EQ(f.script.alive, 0);
         EXPECT_EQ(f.sink.Heard(), "done");
     }
-}
-
-TEST(CapabilityQueryModule, QueriesDontSeeEachOther)
-{
-    Fixture one;
-    Fixture other;
-    one.script.waitsForCancel = true;
-    EXPECT_EQ(one.Start(), 1u);
-    EXPECT_EQ(other.Start(), 1u);
-    EXPECT_EQ(other.sink.WaitForEnd(), "done");
-    other.module->TerminateQuery();
-    EXPECT_FALSE(one.script.cancelled.Wait(0));
-    one.module->TerminateQuery();
-    EXPECT_EQ(one.sink.WaitForEnd(), "failed 3 Failed to get camera properties");
 }
 
 } // namespace korvane

@@ -1,13 +1,9 @@
 #include "discovery/current_device.h"
 
 #include "discovery/device_query.h"
+#include "support/settings_folder.h"
 
 #include <gtest/gtest.h>
-
-#include <stdlib.h>
-
-#include <filesystem>
-#include <fstream>
 
 namespace korvane
 {
@@ -141,13 +137,12 @@ TEST(CurrentDevice, TellsHowItsHeadMoves)
 
 TEST(CurrentDevice, TakesWhatAHeadCanDoFromTheSettings)
 {
-    std::string folder = testing::TempDir() + "larkmoor-XXXXXX";
-    ASSERT_NE(mkdtemp(folder.data()), nullptr);
-    std::ofstream(folder + "/Larkmoor.xml") << R"(<Configuration><Default><PTZ>
+    const SettingsFolder folder;
+    folder.Write(R"(<Configuration><Default><PTZ>
         <DeafultCapability type="1" subtype="XY" minmove="2" maxmove="20" minzoom="3" maxzoom="30"/>
         <SpecCapability device="SD81" type="0" subtype="S" minmove="5" maxmove="50" minzoom="6" maxzoom="60"/>
         <SpecCapability device="SD8121" subtype="XYS"/>
-        </PTZ></Default></Configuration>)";
+        </PTZ></Default></Configuration>)");
     const struct
     {
         const char* model;
@@ -167,12 +162,11 @@ TEST(CurrentDevice, TakesWhatAHeadCanDoFromTheSettings)
         Query query(With(kCurrent, {{"system_info_modelname", c.model},
                                     {"capability_ptzenabled", "1"},
                                     {"capability_ptz_panspeedlv", "9"}}),
-                    0, folder);
+                    0, folder.Path());
         EXPECT_TRUE(query.Fetch());
         EXPECT_TRUE(query.properties.SaveProperties(&query.store));
         ExpectLines(query.store, c.expected);
     }
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace korvane

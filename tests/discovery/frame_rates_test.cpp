@@ -33,12 +33,4 @@ TEST(FrameRates, AreReadAndFilledUp)
     }
 }
 
-TEST(FrameRates, DefaultIsAtLeastHalfOfTheHighest)
-{
-    EXPECT_EQ(DefaultOf({1, 10, 12, 15, 25}), 12u);
-    EXPECT_EQ(DefaultOf({1, 10, 15, 30}), 15u);
-    EXPECT_EQ(DefaultOf({1}), 1u);
-    EXPECT_EQ(DefaultOf({2, 100}), 100u);
-}
-
 } // namespace korvane

@@ -52,22 +52,6 @@ TEST(LegacyDevice, IsAVideoServer)
                     {"two names in one model",
                      {{"system.modelname", "IP7135-VS2403"}},
                      {"value 3 = 4", "value 7 = 1"}},
-                    {"as many inputs as can't be counted",
-                     {{"system.di3", "0"},
-                      {"system.di4", "0"},
-                      {"system.di5", "0"},
-                      {"system.di6", "0"},
-                      {"system.di7", "0"},
-                      {"system.di8", "0"},
-                      {"system.di9", "0"},
-                      {"system.di10", "0"},
-                      {"system.di11", "0"},
-                      {"system.di12", "0"},
-                      {"system.di13", "0"},
-                      {"system.di14", "0"},
-                      {"system.di15", "0"},
-                      {"system.di16", "0"}},
-                     {"no value 2 ="}},
                 });
 }
 

@@ -65,35 +65,4 @@ TEST(VivotekCameraProperties, AsksForOneGroupAfterTheOther)
                                         "system&video&network", "capability"}));
 }
 
-TEST(VivotekCameraProperties, EndsAtTheNextStepWhenCancelled)
-{
-    for (const Parameters& parameters : {kCurrent, kLegacyCamera})
-    {
-        Query whole(parameters);
-        EXPECT_TRUE(whole.Fetch());
-        for (std::size_t last = 1; last <= whole.book->Queries().size(); ++last)
-        {
-            SCOPED_TRACE(last);
-            Query query(parameters);
-            query.book->OnRequest(
-                [&](const std::string&)
-                {
-                    if (query.book->Queries().size() == last)
-                        query.properties.CancelFetch();
-                });
-            EXPECT_FALSE(query.Fetch());
-            EXPECT_EQ(query.book->Queries().size(), last);
-        }
-    }
-}
-
-TEST(VivotekCameraProperties, LeavesTheReasonOfACancelledFetchAlone)
-{
-    Query query(kCurrent);
-    query.properties.CancelFetch();
-    EXPECT_FALSE(query.Fetch());
-    EXPECT_EQ(query.code, 77u);
-    EXPECT_TRUE(query.book->Queries().empty());
-}
-
 } // namespace korvane

@@ -169,34 +169,6 @@ TEST(VivotekCapabilityQueryModule, TakesEachAnswerAsItIsWritten)
     }
 }
 
-TEST(VivotekCapabilityQueryModule, EndsByItselfWhenADeviceNeverAnswers)
-{
-    const Camera camera(kQueries[1],
-                        [](TestHttpPeer& peer, const std::string&) { return peer.WaitClosed(); });
-    Query query(camera, 100);
-    EXPECT_EQ(query.Result(), kFailed);
-}
-
-TEST(VivotekCapabilityQueryModule, IsGivenUpWhenADeviceNeverComesToAnEnd)
-{
-    const Camera camera(kQueries[1],
-                        [](TestHttpPeer& peer, const std::string&)
-                        {
-                            peer.Send("HTTP/1.1 200 OK\r\n\r\n");
-                            while (peer.Send("a") && peer.Pause(5))
-                            {
-                            }
-                            return false;
-                        });
-    static Query& query = *new Query(camera, 100); // the thread is halted with what it holds
-    EXPECT_EQ(query.Start(), 1u);
-    while (camera.RequestCount() < 2)
-        std::this_thread::yield();
-    query.module.reset();
-    EXPECT_EQ(query.sink.Heard(), "killed");
-    EXPECT_TRUE(query.store.Lines().empty());
-}
-
 TEST(VivotekCapabilityQueryModule, IsCancelledInTheMiddleOfEachRequest)
 {
     for (std::size_t at = 0; at < kQueries.size(); ++at)
@@ -215,39 +187,6 @@ TEST(VivotekCapabilityQueryModule, IsCancelledInTheMiddleOfEachRequest)
         EXPECT_EQ(camera.RequestCount(), at + 1);
         EXPECT_TRUE(query.store.Lines().empty());
     }
-}
-
-TEST(VivotekCapabilityQueryModule, SendsNothingToAnAddressThatIsNone)
-{
-    const Camera camera;
-    Query query(camera);
-    const std::string address = "127.0.0.1:" + std::to_string(camera.Port());
-    EXPECT_EQ(query.module->StartQuery(address.c_str(), camera.Port(), "", "", &query.store), 1u);
-    EXPECT_EQ(query.sink.WaitForEnd(),
-              "failed 0 Failed to start capability fetching thread. Device address is invalid!");
-    EXPECT_EQ(camera.RequestCount(), 0u);
-}
-
-TEST(VivotekCapabilityQueryModule, TwoQueriesRunAtOnce)
-{
-    std::atomic<int> waiting = 0;
-    const Camera::Fault meet = [&](TestHttpPeer& peer, const std::string& answer)
-    {
-        ++waiting;
-        while (waiting < 2 && peer.Pause(1))
-        {
-        }
-        return peer.Send(answer);
-    };
-    const Camera one(kQueries[2], meet);
-    const Camera other(kQueries[2], meet);
-    Query first(one);
-    Query second(other);
-    EXPECT_EQ(first.Start(), 1u);
-    EXPECT_EQ(second.Start(), 1u);
-    EXPECT_EQ(first.sink.WaitForEnd(), "done");
-    EXPECT_EQ(second.sink.WaitForEnd(), "done");
-    EXPECT_NE(first.store.Value("field 2"), second.store.Value("field 2"));
 }
 
 } // namespace korvane
