@@ -7,9 +7,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/thread.h"
-#include "support/thread_watch.h"
-
 namespace korvane::platform
 {
 
@@ -18,97 +15,7 @@ namespace
 
 constexpr std::uint32_t kPatienceMs = 20000;
 
-// Threads that wait on one event, one wait each, and are asleep in it when the constructor is through.
-class Sleepers
-{
-public:
-    Sleepers(Event& event, int count)
-    {
-        for (int i = 0; i < count; ++i)
-        {
-            std::atomic<std::uint32_t> id{0};
-            threads_.emplace_back(
-                [this, &event, &id]
-                {
-                    id = Thread::CurrentId();
-                    id.notify_one();
-                    if (event.Wait(kPatienceMs) == WaitResult::kSignalled)
-                    {
-                        ++woken_;
-                        woken_.notify_all();
-                    }
-                });
-            id.wait(0);
-            EXPECT_TRUE(test::WaitUntilAsleep(id));
-        }
-    }
-    ~Sleepers()
-    {
-        for (std::thread& thread : threads_)
-            thread.join();
-    }
-
-    int WaitForWoken(int count)
-    {
-        for (int seen = woken_; seen < count; seen = woken_)
-            woken_.wait(seen);
-        return woken_;
-    }
-
-private:
-    std::atomic<int> woken_{0};
-    std::vector<std::thread> threads_;
-};
-
 } // namespace
-
-TEST(Event, KeepsASetUntilItIsTakenOrReset)
-{
-    Event automatic(Event::Kind::kAutoReset);
-    Event manual(Event::Kind::kManualReset);
-    for (Event* event : {&automatic, &manual})
-    {
-        EXPECT_EQ(event->Wait(0), WaitResult::kTimeout);
-        EXPECT_EQ(event->Wait(1), WaitResult::kTimeout);
-        event->Set();
-        event->Set();
-        EXPECT_EQ(event->Wait(kInfinite), WaitResult::kSignalled);
-    }
-    EXPECT_EQ(automatic.Wait(0), WaitResult::kTimeout);
-    EXPECT_EQ(manual.Wait(0), WaitResult::kSignalled);
-    automatic.Set();
-    for (Event* event : {&automatic, &manual})
-    {
-        event->Reset();
-        EXPECT_EQ(event->Wait(0), WaitResult::kTimeout);
-    }
-}
-
-TEST(Event, AutoResetWakesOneSleeperForEachSet)
-{
-    Event event(Event::Kind::kAutoReset);
-    Sleepers sleepers(event, 4);
-    event.Set();
-    EXPECT_EQ(sleepers.WaitForWoken(1), 1);
-    EXPECT_EQ(event.Wait(0), WaitResult::kTimeout) << "the sleeper has taken it";
-    // Two in a row, before any sleeper has run: each is for one of its own.
-    event.Set();
-    event.Set();
-    EXPECT_EQ(sleepers.WaitForWoken(3), 3);
-    event.Set();
-    EXPECT_EQ(sleepers.WaitForWoken(4), 4);
-    EXPECT_EQ(event.Wait(0), WaitResult::kTimeout);
-}
-
-TEST(Event, ManualResetWakesAllSleepersEvenWhenResetAtOnce)
-{
-    Event event(Event::Kind::kManualReset);
-    Sleepers sleepers(event, 4);
-    event.Set();
-    event.Reset();
-    EXPECT_EQ(sleepers.WaitForWoken(4), 4);
-    EXPECT_EQ(event.Wait(0), WaitResult::kTimeout);
-}
 
 TEST(Event, AWaitForSeveralNamesTheFirstInArrayOrder)
 {
@@ -128,20 +35,6 @@ TEST(Event, AWaitForSeveralNamesTheFirstInArrayOrder)
     second.Reset();
     EXPECT_EQ(Event::WaitForAny(events, 3, 0).index, 2u) << "the waits before left it alone";
     EXPECT_EQ(Event::WaitForAny(events, 3, 0).result, WaitResult::kTimeout);
-}
-
-TEST(Event, AWaitThatCannotBeMadeFails)
-{
-    Event event(Event::Kind::kAutoReset);
-    event.Set();
-    std::array<Event*, Event::kMostEvents + 1> many;
-    many.fill(&event);
-    Event* const withNull[] = {&event, nullptr};
-    EXPECT_EQ(Event::WaitForAny(nullptr, 1, kInfinite).result, WaitResult::kFailed);
-    EXPECT_EQ(Event::WaitForAny(many.data(), 0, kInfinite).result, WaitResult::kFailed);
-    EXPECT_EQ(Event::WaitForAny(many.data(), many.size(), kInfinite).result, WaitResult::kFailed);
-    EXPECT_EQ(Event::WaitForAny(withNull, 2, kInfinite).result, WaitResult::kFailed);
-    EXPECT_EQ(event.Wait(0), WaitResult::kSignalled) << "none of them has taken it";
 }
 
 // Three setters, each of which waits for the answer to its set, against three threads that wait for all three

@@ -4,21 +4,9 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <set>
-#include <thread>
-
-#include "platform/random_id.h"
 
 namespace korvane::platform
 {
-
-TEST(HostProcess, TellsTheExecutablesDirectoryWithItsSeparator)
-{
-    const std::string directory = HostDirectory();
-    EXPECT_TRUE(std::filesystem::equivalent(directory, LARKMOOR_BINARY_DIR)) << directory;
-    EXPECT_TRUE(directory.ends_with('/'));
-    EXPECT_TRUE(std::filesystem::exists(directory + "platform_tests"));
-}
 
 TEST(HostProcess, ReadsTheVersionBesideAModule)
 {
@@ -58,22 +46,6 @@ TEST(HostProcess, ReadsTheVersionBesideAModule)
     EXPECT_EQ(ReadProductVersion(directory, "other.dll"), std::nullopt);
     std::filesystem::remove_all(directory);
     EXPECT_EQ(ReadProductVersion(directory, "bastrel.dll"), std::nullopt);
-}
-
-TEST(RandomId, IsNeverTheSameAndFillsAllBytes)
-{
-    std::set<std::array<std::uint8_t, 16>> ids;
-    std::array<std::uint8_t, 16> bitsSeen{};
-    for (int i = 0; i < 200; ++i)
-    {
-        std::array<std::uint8_t, 16> id{};
-        ASSERT_TRUE(MakeRandomId(id));
-        EXPECT_TRUE(ids.insert(id).second);
-        for (std::size_t at = 0; at < id.size(); ++at)
-            bitsSeen[at] = static_cast<std::uint8_t>(bitsSeen[at] | id[at]);
-    }
-    for (const std::uint8_t bits : bitsSeen)
-        EXPECT_EQ(bits, 0xFF);
 }
 
 } // namespace korvane::platform

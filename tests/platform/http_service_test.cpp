@@ -9,7 +9,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <future>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -20,9 +19,6 @@ using namespace korvane::platform;
 using korvane::test::HttpTestServer;
 using korvane::test::TestHttpPeer;
 using korvane::test::TestHttpRequest;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 namespace
 {
@@ -109,22 +105,6 @@ auto Always(std::string response)
     { return peer.Send(response); };
 }
 
-auto WantsDigest(std::string nonce)
-{
-    return [nonce = std::move(nonce)](TestHttpPeer& peer, const TestHttpRequest& request)
-    {
-        return peer.Send(request.HasDigest("root", "secret", nonce)
-                             ? HttpTestServer::Response(200, "in")
-                             : HttpTestServer::Response(401, "out", kDigest));
-    };
-}
-
-std::size_t OpenDescriptors()
-{
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-}
-
 TEST_F(HttpService, EscapesTargets)
 {
     const struct
@@ -153,19 +133,6 @@ TEST_F(HttpService, EscapesTargets)
     EXPECT_EQ(Open("/x", ""), nullptr);
     EXPECT_EQ(Open("/x", "GET /y"), nullptr);
     EXPECT_EQ(session_->Connect("a b@c/d", 80)->OpenRequest("GET", "/x", {}), nullptr);
-}
-
-TEST_F(HttpService, PostsABodyAndRepeatsItWhenAsked)
-{
-    Serve(WantsDigest("n1"));
-    const auto request = Open("/x", "POST");
-    request->SetCredentials(HttpAuthTarget::kServer, HttpScheme::kDigest, "root", "secret");
-    const std::vector<std::uint8_t> body(100000, 'b');
-    EXPECT_EQ(request->Send(body, 0), HttpError::kNone);
-    EXPECT_EQ(request->ReceiveResponse(), HttpError::kNone);
-    EXPECT_EQ(request->StatusCode(), 200u);
-    EXPECT_EQ(server_->Requests().back().body, std::string(100000, 'b'));
-    EXPECT_EQ(server_->Requests().back().Header("Content-Type"), "");
 }
 
 TEST_F(HttpService, TellsTheOfferedSchemesInTheirOrder)
@@ -234,26 +201,6 @@ TEST_F(HttpService, AnswersUnderneathWhateverIsAsked)
     EXPECT_EQ(Get().status, 401u);
     EXPECT_EQ(server_->Requests().back().Header("Authorization"), "");
     server_.reset(); // before what its script uses
-}
-
-TEST_F(HttpService, ComesThroughANonceForOneRequest)
-{
-    for (const char* stale : {"", ", stale=true"})
-    {
-        SCOPED_TRACE(stale);
-        auto nonce = std::make_shared<int>(0);
-        Serve(
-            [nonce, stale](TestHttpPeer& peer, const TestHttpRequest& request)
-            {
-                const bool isIn = request.HasDigest("root", "secret", "n" + std::to_string(*nonce));
-                const std::string challenge = "WWW-Authenticate: Digest realm=\"c\", nonce=\"n" +
-                                              std::to_string(++*nonce) + "\"" + stale + "\r\n";
-                return peer.Send(isIn ? HttpTestServer::Response(200, "in")
-                                      : HttpTestServer::Response(401, "out", challenge));
-            });
-        for (int i = 0; i < 4; ++i)
-            EXPECT_EQ(GetAs(HttpScheme::kDigest).body, "in") << i;
-    }
 }
 
 TEST_F(HttpService, FollowsRedirectsOnTheDeviceOnly)
@@ -395,40 +342,15 @@ TEST_F(HttpService, ComesThroughWhatServersDoWrong)
     server_.reset(); // before what its script uses
 }
 
-TEST_F(HttpService, ResetInABodyLeavesWhatCameBefore)
-{
-    std::promise<void> hasRead;
-    Serve(
-        [&](TestHttpPeer& peer, const TestHttpRequest&)
-        {
-            peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nabc");
-            hasRead.get_future().wait(); // a reset throws away what the client's system still holds
-            peer.Reset();
-            return false;
-        });
-    const auto request = Open();
-    ASSERT_EQ(request->Send({}, 0), HttpError::kNone);
-    ASSERT_EQ(request->ReceiveResponse(), HttpError::kNone);
-    std::uint8_t block[10];
-    std::uint32_t count = 0;
-    EXPECT_EQ(request->Read(block, sizeof block, count), HttpError::kNone);
-    EXPECT_EQ(count, 3u);
-    hasRead.set_value();
-    EXPECT_EQ(request->Read(block, sizeof block, count), HttpError::kConnection);
-    EXPECT_EQ(request->Read(block, sizeof block, count), HttpError::kConnection); // and stays so
-    EXPECT_EQ(count, 0u);
-    server_.reset(); // before what its script uses
-}
-
 TEST_F(HttpService, CountsTimeOutsFromTheLastByte)
 {
     // Each byte is well in time, and all of them together are far over it.
-    const HttpTimeouts timeouts{10000, 10000, 1000, 0};
+    const HttpTimeouts timeouts{10000, 10000, 4000, 0};
     Serve(
         [](TestHttpPeer& peer, const TestHttpRequest&)
         {
-            peer.SendSlowly("HTTP/1.1 200 OK\r\n\r\n", 40);
-            peer.SendSlowly("slow but alive", 40);
+            peer.SendSlowly("HTTP/1.1 200 OK\r\n\r\n", 130);
+            peer.SendSlowly("slow but alive", 130);
             return peer.WaitClosed(); // and silent from now on
         },
         false, timeouts);
@@ -438,7 +360,7 @@ TEST_F(HttpService, CountsTimeOutsFromTheLastByte)
     EXPECT_EQ(answer.error, HttpError::kNone);
     EXPECT_EQ(answer.body, "slow but alive");
     EXPECT_EQ(answer.bodyError, HttpError::kTimeout);
-    EXPECT_GE(passed, std::chrono::milliseconds(32 * 40 + 1000));
+    EXPECT_GE(passed, std::chrono::milliseconds(32 * 130 + 4000));
 }
 
 TEST_F(HttpService, BoundsTheHeadAndTheConnection)
@@ -469,7 +391,7 @@ TEST_F(HttpService, BoundsTheHeadAndTheConnection)
     server_.reset();
     connection_ = session_->Connect("127.0.0.1", port);
     EXPECT_EQ(Get().error, HttpError::kCannotConnect);
-    connection_ = session_->Connect("no-such-host.invalid", 80);
+    connection_ = session_->Connect(std::string(64, 'x') + ".invalid", 80); // no name can be so long
     options_.secure = false;
     EXPECT_EQ(Get().error, HttpError::kNameNotResolved);
 }
@@ -509,27 +431,6 @@ TEST_F(HttpService, ClosesFromAnotherThread)
         EXPECT_EQ(request->Send({}, 0), HttpError::kCancelled);
     }
     server_.reset(); // before what its script uses
-}
-
-TEST_F(HttpService, ClosesOneExchangeWhileAnotherRuns)
-{
-    // As a client does whose response is closed by another thread just when the next request goes out.
-    Serve(
-        [](TestHttpPeer& peer, const TestHttpRequest& request)
-        {
-            if (request.target == "/next")
-                return peer.Send(HttpTestServer::Response(200, "next"));
-            return peer.Send("HTTP/1.1 200 OK\r\n\r\nabc") && peer.WaitClosed();
-        });
-    for (int i = 0; i < 50; ++i)
-    {
-        const auto request = Open();
-        ASSERT_EQ(request->Send({}, 0), HttpError::kNone);
-        ASSERT_EQ(request->ReceiveResponse(), HttpError::kNone);
-        std::thread closer([&] { request->Close(); });
-        EXPECT_EQ(Get("/next").body, "next");
-        closer.join();
-    }
 }
 
 TEST_F(HttpService, LetsGoOfWhatAGivenUpThreadUsed)
@@ -599,65 +500,6 @@ TEST_F(HttpService, LeavesSigpipeToTheHost)
     for (std::thread& device : devices)
         device.join();
     EXPECT_EQ(std::signal(SIGPIPE, previous), SIG_DFL);
-}
-
-TEST_F(HttpService, LetsTheDeviceWaitForTheReader)
-{
-    std::atomic<std::size_t> sent{0};
-    constexpr std::size_t kTotal = 32 * 1024 * 1024; // beyond what socket buffers grow to
-    Serve(
-        [&](TestHttpPeer& peer, const TestHttpRequest&)
-        {
-            const std::string block(64 * 1024, 'x');
-            peer.Send("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(kTotal) + "\r\n\r\n");
-            while (sent < kTotal && peer.Send(block))
-                sent += block.size();
-            return true;
-        });
-    const auto request = Open();
-    ASSERT_EQ(request->Send({}, 0), HttpError::kNone);
-    ASSERT_EQ(request->ReceiveResponse(), HttpError::kNone);
-    std::uint32_t count = 0;
-    EXPECT_EQ(request->BytesAvailable(count), HttpError::kNone);
-    EXPECT_GT(count, 0u);
-    EXPECT_LE(count, 128u * 1024);
-    EXPECT_LT(sent, kTotal);
-    HttpError error = HttpError::kNone;
-    EXPECT_EQ(ReadAll(*request, error).size(), kTotal);
-    EXPECT_EQ(error, HttpError::kNone);
-    server_.reset(); // before what its script uses
-}
-
-TEST_F(HttpService, CostsOneDescriptorAtRestAndThreeAtWork)
-{
-    std::atomic<bool> isStream{false};
-    Serve(
-        [&](TestHttpPeer& peer, const TestHttpRequest&)
-        {
-            if (!isStream)
-                return peer.Send(HttpTestServer::Response(200, "abc"));
-            peer.Send("HTTP/1.1 200 OK\r\n\r\nabc");
-            return peer.WaitClosed();
-        });
-    EXPECT_EQ(Get().body, "abc"); // whatever libraries open once is open now
-    connection_.reset();
-    connection_ = session_->Connect("127.0.0.1", server_->Port());
-    // The server stands in this process: each network connection counts once more on its side, for good.
-    const auto owned = [&] { return OpenDescriptors() - static_cast<std::size_t>(server_->Connections()); };
-    const std::size_t before = owned();
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(Get().body, "abc");
-    EXPECT_EQ(owned() - before, 1u);
-    isStream = true;
-    const auto request = Open();
-    ASSERT_EQ(request->Send({}, 0), HttpError::kNone);
-    ASSERT_EQ(request->ReceiveResponse(), HttpError::kNone);
-    EXPECT_LE(owned() - before, 3u);
-    request->Close();
-    EXPECT_EQ(owned() - before, 0u);
-    connection_.reset();
-    EXPECT_EQ(owned(), before);
-    server_.reset(); // before what its script uses
 }
 
 } // namespace

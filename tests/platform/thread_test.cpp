@@ -91,69 +91,6 @@ std::uint32_t GoAwayAgainAndAgain(void* context)
 
 } // namespace
 
-TEST(Thread, RunsTellsItsIdAndItsEnd)
-{
-    struct Shared
-    {
-        Event go{Event::Kind::kManualReset};
-        std::uint32_t id = 0;
-    } shared;
-    Thread thread;
-    EXPECT_EQ(thread.Wait(0), WaitResult::kFailed);
-    ASSERT_TRUE(thread.Start(
-        [](void* context)
-        {
-            auto* there = static_cast<Shared*>(context);
-            there->go.Wait(kPatienceMs);
-            there->id = Thread::CurrentId();
-            return 0x123456u;
-        },
-        &shared, "a name that is longer than the system takes"));
-    EXPECT_FALSE(thread.Start(&RunInCircles, nullptr, "")) << "one handle, one thread";
-    EXPECT_EQ(thread.Wait(1), WaitResult::kTimeout);
-    shared.go.Set();
-    EXPECT_EQ(thread.Wait(kPatienceMs), WaitResult::kSignalled);
-    EXPECT_EQ(thread.Id(), shared.id);
-    EXPECT_NE(thread.Id(), Thread::CurrentId());
-    EXPECT_EQ(thread.ExitCode(), 0x123456u);
-    thread.Close();
-    EXPECT_FALSE(thread.HasHandle());
-    EXPECT_EQ(thread.Id(), 0u);
-}
-
-TEST(Thread, AnExceptionEndsOnlyTheThread)
-{
-    Thread thread;
-    ASSERT_TRUE(thread.Start([](void*) -> std::uint32_t { throw std::runtime_error("body"); }, nullptr, ""));
-    EXPECT_EQ(thread.Wait(kPatienceMs), WaitResult::kSignalled);
-    EXPECT_EQ(thread.ExitCode(), 0u);
-}
-
-TEST(Thread, AHandleMayBeClosedWhileTheThreadRuns)
-{
-    struct Shared
-    {
-        Event go{Event::Kind::kManualReset};
-        std::atomic<bool> isDone{false};
-    } shared;
-    Thread thread;
-    ASSERT_TRUE(thread.Start(
-        [](void* context)
-        {
-            auto* there = static_cast<Shared*>(context);
-            there->go.Wait(kPatienceMs);
-            there->isDone = true;
-            return 0u;
-        },
-        &shared, ""));
-    const std::uint32_t id = thread.Id();
-    thread.Close();
-    EXPECT_TRUE(test::WaitUntilAsleep(id));
-    shared.go.Set();
-    while (!shared.isDone || std::ifstream("/proc/self/task/" + std::to_string(id) + "/status").good())
-        std::this_thread::yield();
-}
-
 TEST(Thread, OneThatWasGivenUpNeverComesBack)
 {
     const struct
@@ -221,16 +158,6 @@ TEST(Thread, OneThatWasGivenUpTakesNoSignalFromTheNext)
     work.Set();
     EXPECT_EQ(work.Wait(0), WaitResult::kSignalled);
     EXPECT_EQ(cameBack, 0);
-}
-
-TEST(Thread, OneThatEndedByItselfMayStillBeGivenUp)
-{
-    Thread thread;
-    ASSERT_TRUE(thread.Start([](void*) { return 5u; }, nullptr, ""));
-    EXPECT_EQ(thread.Wait(kPatienceMs), WaitResult::kSignalled);
-    thread.GiveUp();
-    EXPECT_EQ(thread.Wait(0), WaitResult::kSignalled);
-    EXPECT_EQ(thread.ExitCode(), 5u);
 }
 
 } // namespace korvane::platform
