@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "runtime/tick_thread.h"
 #include "support/fake_driver.h"
 #include "support/thread_watch.h"
 
@@ -18,7 +17,6 @@ namespace
 {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class BodyThread : public CBaseThread
 {
@@ -56,41 +54,6 @@ void IgnoreTheStop(BodyThread& thread)
 }
 
 } // namespace
-
-TEST(BaseThread, StopsAtOnceWithoutAThread)
-{
-    test::FakeDriver driver;
-    BodyThread thread(&driver, &UntilStopped);
-    EXPECT_TRUE(thread.StopThread(0));
-    EXPECT_TRUE(thread.StopEvent().Wait(0));
-    EXPECT_TRUE(thread.JoinThread(0));
-    EXPECT_THAT(driver.Messages(), IsEmpty());
-}
-
-TEST(BaseThread, StartsAgainWithTheStopEventClear)
-{
-    test::FakeDriver driver;
-    BodyThread thread(&driver, &UntilStopped);
-    for (const bool join : {true, false, true})
-    {
-        thread.stopWasClear = false;
-        ASSERT_TRUE(thread.StartThread("again"));
-        ASSERT_TRUE(thread.started.Wait(kWaitForever));
-        EXPECT_TRUE(join ? thread.JoinThread(20000) : thread.StopThread(20000));
-        EXPECT_TRUE(thread.stopWasClear);
-    }
-    EXPECT_THAT(driver.Messages(), IsEmpty());
-}
-
-TEST(BaseThread, AStartOfARunningThreadIsRefusedAndClearsTheStopEvent)
-{
-    BodyThread thread(nullptr, &IgnoreTheStop);
-    ASSERT_TRUE(thread.StartThread("first"));
-    thread.StopEvent().Set();
-    EXPECT_FALSE(thread.StartThread("second"));
-    EXPECT_FALSE(thread.StopEvent().Wait(0));
-    thread.release.Set();
-}
 
 TEST(BaseThread, AskedByTheThreadItselfItOnlySetsTheEvent)
 {
@@ -151,67 +114,6 @@ TEST(BaseThread, AStopGivesADeafThreadUpAndTheObjectStartsAnew)
     EXPECT_TRUE(thread->StopThread(20000));
     thread.reset(); // what the first one waits on
     EXPECT_EQ(driver.Messages().size(), 1u);
-}
-
-TEST(BaseThread, AnExceptionEndsTheThread)
-{
-    BodyThread thread(nullptr, [](BodyThread&) { throw std::runtime_error("body"); });
-    ASSERT_TRUE(thread.StartThread("throws"));
-    EXPECT_TRUE(thread.JoinThread(20000));
-}
-
-namespace
-{
-
-struct Ticked
-{
-    CEvent ticked{false};
-    int count = 0;
-
-    void Tick()
-    {
-        ++count;
-        ticked.Set();
-    }
-};
-
-} // namespace
-
-TEST(TickThread, TicksAtOnceOnlyWhenAsked)
-{
-    Ticked target;
-    TTickThread<Ticked> thread(nullptr, &target, &Ticked::Tick);
-    thread.SetTickInterval(kWaitForever);
-    ASSERT_TRUE(thread.StartThread("later"));
-    EXPECT_FALSE(target.ticked.Wait(5));
-    EXPECT_TRUE(thread.StopThread(20000));
-    EXPECT_EQ(target.count, 0);
-
-    ASSERT_TRUE(thread.StartThreadWithFirstTick("at once"));
-    EXPECT_TRUE(target.ticked.Wait(20000));
-    EXPECT_TRUE(thread.StopThread(20000));
-    EXPECT_EQ(target.count, 1);
-
-    ASSERT_TRUE(thread.StartThread("the wish stays"));
-    EXPECT_TRUE(target.ticked.Wait(20000));
-    EXPECT_TRUE(thread.StopThread(20000));
-}
-
-TEST(TickThread, TicksAgainAndAgainUntilStopped)
-{
-    Ticked target;
-    TTickThread<Ticked> thread(nullptr, &target, &Ticked::Tick);
-    thread.SetTickInterval(1);
-    ASSERT_TRUE(thread.StartThread("ticks"));
-    for (int i = 0; i < 3; ++i)
-        ASSERT_TRUE(target.ticked.Wait(20000));
-    EXPECT_TRUE(thread.StopThread(20000));
-    const int after = target.count;
-    EXPECT_FALSE(target.ticked.Wait(5) && target.count != after);
-
-    TTickThread<Ticked> unbound(nullptr, nullptr, &Ticked::Tick);
-    ASSERT_TRUE(unbound.StartThreadWithFirstTick("nothing to call"));
-    EXPECT_TRUE(unbound.StopThread(20000));
 }
 
 } // namespace korvane

@@ -9,17 +9,6 @@ namespace korvane
 namespace
 {
 
-TEST(DebugInfo, HasNoTextWithoutOne)
-{
-    EXPECT_EQ(CDebugInfo(1, nullptr).GetMessage(), nullptr);
-    EXPECT_EQ(CDebugInfo(1, "").GetMessage(), nullptr);
-    std::string text = "text";
-    CDebugInfo message(100, text.c_str());
-    text = "else";
-    EXPECT_STREQ(message.GetMessage(), "text");
-    EXPECT_EQ(message.GetLevel(), 100);
-}
-
 TEST(DebugInfo, TellsOldHostsLevelsThatTheyKnow)
 {
     const struct

@@ -2,15 +2,11 @@
 
 #include <algorithm>
 #include <gmock/gmock.h>
-#include <memory>
 #include <mutex>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
-#include "runtime/output_handler.h"
 #include "runtime/work_item_thread_ex.h"
-#include "support/thread_watch.h"
 
 namespace korvane
 {
@@ -19,8 +15,6 @@ namespace
 {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Pair;
 
 constexpr std::uint32_t kPatienceMs = 20000;
 
@@ -123,20 +117,6 @@ private:
 
 } // namespace
 
-TEST(QueueThread, HandlesInOrderAndGoesOnAfterAnException)
-{
-    Handler handler;
-    TestQueue queue(handler);
-    ASSERT_TRUE(queue.StartQueue("queue"));
-    handler.go.Set();
-    for (const int number : {0, 13, 2, 99})
-        EXPECT_TRUE(queue.Post(number));
-    EXPECT_TRUE(handler.last.Wait(kPatienceMs));
-    EXPECT_TRUE(queue.StopQueue(kPatienceMs));
-    EXPECT_THAT(handler.ledger.Handled(), ElementsAre(0, 13, 2, 99));
-    EXPECT_THAT(handler.ledger.Deleted(), ElementsAre(0, 13, 2, 99));
-}
-
 TEST(QueueThread, AStopDeletesWhatWaitsAndRefusesWhatComes)
 {
     Handler handler;
@@ -157,31 +137,6 @@ TEST(QueueThread, AStopDeletesWhatWaitsAndRefusesWhatComes)
     std::vector<int> deleted = handler.ledger.Deleted();
     EXPECT_EQ(deleted.size(), 8u);
     EXPECT_EQ(std::count(deleted.begin(), deleted.end(), 3), 2);
-}
-
-TEST(OutputHandler, HandsBothValuesOn)
-{
-    struct Target
-    {
-        void Set(std::uint32_t number, std::uint32_t state)
-        {
-            calls.emplace_back(number, state);
-            called.Set();
-        }
-        std::vector<std::pair<std::uint32_t, std::uint32_t>> calls;
-        CEvent called{false};
-    } target;
-    TOutputHandler<Target> handler(nullptr, &target, &Target::Set);
-    ASSERT_TRUE(handler.StartQueue("outputs"));
-    EXPECT_TRUE(handler.PostItem(new COutputState(3, 2)));
-    EXPECT_TRUE(target.called.Wait(kPatienceMs));
-    EXPECT_TRUE(handler.StopQueue(kPatienceMs));
-    EXPECT_THAT(target.calls, ElementsAre(Pair(3u, 2u)));
-
-    TOutputHandler<Target> unbound(nullptr, nullptr, &Target::Set);
-    unbound.HandleItem(nullptr);
-    COutputState state(1, 1);
-    unbound.HandleItem(&state);
 }
 
 TEST(WorkItemThreadEx, DropsTheOldestBeyondTheLimit)
@@ -214,34 +169,6 @@ TEST(WorkItemThreadEx, DropsTheOldestBeyondTheLimit)
         EXPECT_EQ(handler.ledger.Handled(), c.handled);
         EXPECT_EQ(handler.ledger.Deleted().size(), 5u);
     }
-}
-
-TEST(WorkItemThreadEx, RunsOnlyBetweenStartAndStop)
-{
-    Handler handler;
-    {
-        TestWorker worker(handler);
-        EXPECT_FALSE(worker.Post(1));
-        EXPECT_FALSE(worker.StopWorker()) << "there was no thread";
-        for (int run = 0; run < 2; ++run)
-        {
-            ASSERT_TRUE(worker.StartWorker("worker"));
-            EXPECT_FALSE(worker.StartWorker("twice"));
-            EXPECT_TRUE(worker.Post(0));
-            EXPECT_TRUE(worker.Post(13));
-            ASSERT_TRUE(handler.busy.Wait(kPatienceMs));
-            EXPECT_TRUE(worker.Post(2));
-            std::thread helper([&] { EXPECT_TRUE(worker.StopWorker()); });
-            while (handler.ledger.Deleted().size() < 3 + 4 * static_cast<std::size_t>(run))
-                std::this_thread::yield(); // until what waited has gone
-            handler.go.Set();
-            helper.join();
-            handler.go.Reset();
-            EXPECT_FALSE(worker.Post(2));
-        }
-    }
-    EXPECT_THAT(handler.ledger.Handled(), ElementsAre(0, 0));
-    EXPECT_THAT(handler.ledger.Deleted(), testing::SizeIs(9));
 }
 
 } // namespace korvane

@@ -1,16 +1,10 @@
 #include "runtime/settings_file.h"
 
-#include "runtime/xml_parser.h"
+#include "support/settings_folder.h"
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <fstream>
-#include <unistd.h>
-
 using namespace korvane;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 namespace
@@ -21,20 +15,11 @@ const DEVICE_INFO kDevice("192.168.1.20", 80, "root", "", "");
 class SettingsFile : public ::testing::Test
 {
 protected:
-    SettingsFile()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "settings.XXXXXX").string();
-        directory_ = mkdtemp(name.data());
-    }
-
-    ~SettingsFile() override { std::filesystem::remove_all(directory_); }
-
     /// The settings of a file that holds `content` as it stands.
     CSettingsFile Raw(const std::string& content)
     {
-        CSettingsFile file(directory_, "Larkmoor");
-        std::ofstream(file.Path(), std::ios::binary | std::ios::trunc) << content;
-        return file;
+        folder_.Write(content);
+        return CSettingsFile(folder_.Path(), "Larkmoor");
     }
 
     CSettingsFile With(const std::string& content)
@@ -49,20 +34,11 @@ protected:
 
     static std::string Default(const std::string& content) { return "<Default>" + content + "</Default>"; }
 
-    std::string directory_;
+    const test::SettingsFolder folder_;
 };
 
 constexpr const char* kCbr = "<VideoChannel><QualityMode>CBR</QualityMode></VideoChannel>";
 constexpr const char* kAuto = "<VideoChannel><QualityMode>AUTO</QualityMode></VideoChannel>";
-
-TEST_F(SettingsFile, StandsInTheHostsDirectory)
-{
-    EXPECT_EQ(CSettingsFile("/opt/host/", "Larkmoor").Path(), "/opt/host/Larkmoor.xml");
-    EXPECT_EQ(CSettingsFile("/opt/host", "Larkmoor").Path(), "/opt/host/Larkmoor.xml");
-    EXPECT_EQ(CSettingsFile("C:\\host\\", "Larkmoor").Path(), "C:\\host\\Larkmoor.xml");
-    EXPECT_EQ(CSettingsFile("", "Larkmoor").Path(), "Larkmoor.xml");
-    EXPECT_EQ(CSettingsFile("/opt/host/", "").Path(), "");
-}
 
 TEST_F(SettingsFile, IsOptional)
 {
@@ -98,8 +74,8 @@ TEST_F(SettingsFile, IsOptional)
         EXPECT_EQ(file.ReadRateSettings(kDevice, 0).maxBitrate, 8000000u);
     }
 
-    std::filesystem::remove(CSettingsFile(directory_, "Larkmoor").Path());
-    const CSettingsFile missing(directory_, "Larkmoor");
+    std::filesystem::remove(CSettingsFile(folder_.Path(), "Larkmoor").Path());
+    const CSettingsFile missing(folder_.Path(), "Larkmoor");
     const RateSettings rates = missing.ReadRateSettings(kDevice, 0);
     EXPECT_EQ(rates.qualityMode, QualityMode::kVbr);
     EXPECT_EQ(rates.minBitrate, 10u);
@@ -111,24 +87,6 @@ TEST_F(SettingsFile, IsOptional)
     EXPECT_EQ(transport.defaultPTZ.maxZoom, 6u);
     EXPECT_EQ(missing.ReadAudioCodecs(kDevice).input, "");
     EXPECT_EQ(CSettingsFile("", "").ReadStreamingMode(), StreamingMode::kUnicast);
-}
-
-TEST_F(SettingsFile, ReadsTheStreamingMode)
-{
-    const std::pair<const char*, StreamingMode> cases[] = {
-        {"multicast", StreamingMode::kMulticast},
-        {" MultiCast ", StreamingMode::kMulticast},
-        {"Multicast as Primary", StreamingMode::kMulticastPrimary},
-        {"primary", StreamingMode::kUnicast},
-        {"unicast", StreamingMode::kUnicast},
-        {"", StreamingMode::kUnicast},
-    };
-    for (const auto& [text, mode] : cases)
-        EXPECT_EQ(With("<StreamingMode>" + std::string(text) + "</StreamingMode>").ReadStreamingMode(), mode)
-            << text;
-    // Only right below the root.
-    EXPECT_EQ(With(Default("<StreamingMode>multicast</StreamingMode>")).ReadStreamingMode(),
-              StreamingMode::kUnicast);
 }
 
 TEST_F(SettingsFile, ChoosesOneNodeForTheRates)
@@ -241,58 +199,6 @@ TEST_F(SettingsFile, DecidesTheTransportKeyByKey)
     EXPECT_EQ(audio.ReadAudioCodecs(kDevice).output, "g726");
 }
 
-TEST_F(SettingsFile, ReadsCapabilitiesOfPTZHeads)
-{
-    const std::string defaults =
-        Default("<PTZ><DeafultCapability type=\"1\" subtype=\"x\" minmove=\"2\" maxmove=\"9\" minzoom=\"3\"/>"
-                "<SpecCapability device=\"A\" maxmove=\"1\"/></PTZ>");
-    TransportSettings settings = With(defaults).ReadTransportSettings(kDevice);
-    EXPECT_EQ(settings.defaultPTZ.type, 1u);
-    EXPECT_EQ(settings.defaultPTZ.subtype, "x");
-    EXPECT_EQ(settings.defaultPTZ.minMove, 2u);
-    EXPECT_EQ(settings.defaultPTZ.maxMove, 9u);
-    EXPECT_EQ(settings.defaultPTZ.minZoom, 3u);
-    EXPECT_EQ(settings.defaultPTZ.maxZoom, 0u); // missing, and so not 6
-    ASSERT_THAT(settings.specialPTZ, SizeIs(1));
-    EXPECT_EQ(settings.specialPTZ[0].device, "A");
-
-    // The list of a device replaces the other; quotes in a model's name stay text.
-    settings = With(defaults + Device("<PTZ><SpecCapability device=\"it's\" maxmove=\"4\"/>"
-                                      "<SpecCapability maxmove=\"5\"/>"
-                                      "<SpecCapability device=\"&quot;B&quot; 'C'\" maxzoom=\"6\"/></PTZ>"))
-                   .ReadTransportSettings(kDevice);
-    EXPECT_EQ(settings.defaultPTZ.maxMove, 9u);
-    ASSERT_THAT(settings.specialPTZ, SizeIs(2));
-    EXPECT_EQ(settings.specialPTZ[0].device, "it's");
-    EXPECT_EQ(settings.specialPTZ[0].maxMove, 4u);
-    EXPECT_EQ(settings.specialPTZ[1].device, "\"B\" 'C'");
-    EXPECT_EQ(settings.specialPTZ[1].maxZoom, 6u);
-
-    // Under any other spelling nothing is read.
-    settings = With(Default("<PTZ><DefaultCapability type=\"1\"/></PTZ>")).ReadTransportSettings(kDevice);
-    EXPECT_EQ(settings.defaultPTZ.type, 0u);
-    EXPECT_EQ(settings.defaultPTZ.maxZoom, 6u);
-
-    std::string many;
-    for (int i = 0; i < 2000; ++i)
-        many += "<SpecCapability device=\"" + std::to_string(i) + "\"/>";
-    EXPECT_THAT(With(Default("<PTZ>" + many + "</PTZ>")).ReadTransportSettings(kDevice).specialPTZ,
-                SizeIs(CSettingsFile::kMaxSpecialPTZ));
-}
-
-TEST_F(SettingsFile, TakesAddressesAsText)
-{
-    DEVICE_INFO device = kDevice;
-    device.address = "\"] | //Device[@port=\"80";
-    EXPECT_EQ(With(Device(kCbr)).ReadRateSettings(device, 0).qualityMode, QualityMode::kVbr);
-    device.address = "192.168.1.020";
-    EXPECT_EQ(With(Device(kCbr)).ReadRateSettings(device, 0).qualityMode, QualityMode::kVbr);
-    EXPECT_EQ(Raw("\xEF\xBB\xBF<Configuration>" + Device(kCbr) + "</Configuration>")
-                  .ReadRateSettings(kDevice, 0)
-                  .qualityMode,
-              QualityMode::kCbr); // with a byte order mark, as editors write it
-}
-
 TEST_F(SettingsFile, TheExampleOfTheDocumentationIsRead)
 {
     const CSettingsFile file(LARKMOOR_SOURCE_DIR "/docs", "larkmoor-settings");
@@ -302,37 +208,6 @@ TEST_F(SettingsFile, TheExampleOfTheDocumentationIsRead)
     EXPECT_EQ(file.ReadTransportSettings(kDevice).rtpMode, RtpMode::kInterleaved);
     EXPECT_THAT(file.ReadTransportSettings(kDevice).specialPTZ, SizeIs(2));
     EXPECT_EQ(file.ReadAudioCodecs(kDevice).input, "aac4");
-}
-
-TEST_F(SettingsFile, ParserFindsNothingInWhatIsBroken)
-{
-    const std::string path =
-        With("<a x=\"1\"> </a><a/><a x=\"3\">t<b>u<c>v</c></b></a><b><c>w</c>x</b>").Path();
-    CXMLParser parser;
-    EXPECT_FALSE(parser.HasNode("Configuration"));
-    EXPECT_FALSE(parser.Open(directory_)); // no file
-    ASSERT_TRUE(parser.Open(path));
-    EXPECT_FALSE(parser.Open(path)); // open already
-    EXPECT_EQ(parser.GetText("//a"), " ");
-    EXPECT_EQ(parser.GetText("//a[3]"), "t");
-    EXPECT_EQ(parser.GetText("Configuration/b"), "w"); // an element's text is all that is in it
-    EXPECT_EQ(parser.GetText("//a/@x"), "1");
-    EXPECT_EQ(parser.GetAttribute("//a[3]", "x"), "3");
-    EXPECT_THAT(parser.GetAttributeList("//a", "x"), ElementsAre("1", "3"));
-    EXPECT_THAT(parser.GetAttributeList("//a", "y"), IsEmpty());
-    for (const char* xpath : {"", "//a[", "count(//a)", "//a[@x=$unknown]", "'text'", "//none"})
-    {
-        SCOPED_TRACE(xpath);
-        EXPECT_FALSE(parser.HasNode(xpath));
-        EXPECT_EQ(parser.GetText(xpath), "");
-        EXPECT_EQ(parser.GetAttribute(xpath, "x"), "");
-        EXPECT_THAT(parser.GetAttributeList(xpath, "x"), IsEmpty());
-    }
-    EXPECT_EQ(parser.ReadText("", "Configuration", "b"), "w");
-    EXPECT_EQ(parser.ReadText("Configuration", "Configuration", ""), "");
-    parser.Close();
-    EXPECT_FALSE(parser.HasNode("Configuration"));
-    EXPECT_TRUE(parser.Open(path));
 }
 
 } // namespace

@@ -11,33 +11,6 @@ using ::testing::IsEmpty;
 namespace
 {
 
-TEST(Text, FormatsAnyLength)
-{
-    EXPECT_EQ(FormatString("%s:%u", "host", 80u), "host:80");
-    EXPECT_EQ(FormatString("%s", std::string(100000, 'x').c_str()), std::string(100000, 'x'));
-}
-
-TEST(Text, TrimsBlanksAndTabsOnly)
-{
-    EXPECT_EQ(Trim(" \t a b\t "), "a b");
-    EXPECT_EQ(Trim("\ra\n"), "\ra\n");
-    EXPECT_EQ(Trim(" \t "), "");
-}
-
-TEST(Text, ConvertsAsciiLettersOnly)
-{
-    EXPECT_EQ(ToUpper("azAZ09[`{\xE4"), "AZAZ09[`{\xE4");
-    EXPECT_EQ(ToLower("azAZ09@[\xC4"), "azaz09@[\xC4");
-}
-
-TEST(Text, ReplacesWithoutSearchingWhatItPutIn)
-{
-    EXPECT_EQ(ReplaceAll("aXbXX", "X", "XX"), "aXXbXXXX");
-    EXPECT_EQ(ReplaceAll("aaa", "aa", "b"), "ba");
-    EXPECT_EQ(ReplaceAll("abc", "", "x"), "abc");
-    EXPECT_EQ(RemoveChars("'a' \"b\"", "'\""), "a b");
-}
-
 TEST(Text, SplitsAndJoins)
 {
     EXPECT_THAT(SplitString("a,,b", ','), ElementsAre("a", "", "b"));
@@ -74,27 +47,6 @@ TEST(Text, ReadsNumbersStrictly)
     }
     EXPECT_EQ(ToUInt16("65537"), 1);
     EXPECT_EQ(ToUInt8("258"), 2);
-}
-
-TEST(Text, FrameTimeIsRounded)
-{
-    EXPECT_EQ(FrameTimeFromRate(0), 1u);
-    EXPECT_EQ(FrameTimeFromRate(25), 40u);
-    EXPECT_EQ(FrameTimeFromRate(30), 33u);
-    EXPECT_EQ(FrameTimeFromRate(15), 67u);
-    EXPECT_EQ(FrameTimeFromRate(3000), 0u);
-}
-
-TEST(Text, ResolvesNamesAndDottedAddresses)
-{
-    const std::uint32_t loopback = ResolveHostAddress("127.0.0.1");
-    const auto* octets = reinterpret_cast<const std::uint8_t*>(&loopback);
-    EXPECT_THAT(std::vector<int>(octets, octets + 4), ElementsAre(127, 0, 0, 1));
-    // A system without a hosts file knows no name at all.
-    const hostent* const known = gethostbyname("localhost");
-    EXPECT_EQ(ResolveHostAddress("localhost"), known == nullptr ? 0u : loopback);
-    EXPECT_EQ(ResolveHostAddress(""), 0u);
-    EXPECT_EQ(ResolveHostAddress("not a host name"), 0u);
 }
 
 } // namespace

@@ -31,41 +31,6 @@ TEST(Time, TellsWhatHasGoneBySinceTheStamp)
     EXPECT_EQ(time.GetElapsedMs(), 0u) << "the system can't tell";
 }
 
-TEST(Time, MayBeRenewedWhileItIsRead)
-{
-    CTime time;
-    const std::uint64_t first = time.Get();
-    std::thread writer(
-        [&]
-        {
-            for (int i = 0; i < 2000; ++i)
-                time.Update();
-        });
-    std::uint64_t last = first;
-    for (int i = 0; i < 2000; ++i)
-    {
-        const std::uint64_t now = time.Get();
-        EXPECT_GE(now, last);
-        last = now;
-    }
-    writer.join();
-}
-
-TEST(StatisticsHelper, HoldsTheSumOfItsWindow)
-{
-    TStatisticsHelper<std::uint32_t> statistics(1000);
-    for (std::uint32_t value = 1; value <= 1001; ++value)
-        statistics.Add(value);
-    EXPECT_EQ(statistics.Count(), 1000u);
-    EXPECT_EQ(statistics.Sum(), 501500.0); // 2 + ... + 1001
-    for (int i = 0; i < 5000; ++i)
-        statistics.Add(0xFFFFFFFF);
-    EXPECT_EQ(statistics.Sum(), 1000 * 4294967295.0);
-    statistics.Clear();
-    EXPECT_EQ(statistics.Count(), 0u);
-    EXPECT_EQ(statistics.Sum(), 0.0);
-}
-
 namespace
 {
 
@@ -100,24 +65,6 @@ TEST(SmartPtr, DeletesTheObjectOnceWithItsLastOwner)
         EXPECT_FALSE(ofEmpty);
         ofEmpty.Release();
     }
-    EXPECT_EQ(count, 0);
-}
-
-TEST(SmartPtr, HasRoomFor127Owners)
-{
-    int count = 0;
-    TSmartPtr<Counted> first(new Counted(count));
-    std::vector<TSmartPtr<Counted>> owners(126, first);
-    EXPECT_TRUE(owners.back());
-    TSmartPtr<Counted> tooMany(first);
-    EXPECT_FALSE(tooMany);
-    owners.pop_back();
-    tooMany = first;
-    EXPECT_TRUE(tooMany);
-    owners.clear();
-    first.Release();
-    EXPECT_EQ(count, 1);
-    tooMany.Release();
     EXPECT_EQ(count, 0);
 }
 
