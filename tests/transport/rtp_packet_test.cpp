@@ -139,20 +139,4 @@ TEST(RTPPacket, MeasuresThePayloadAtTheEdges)
     }
 }
 
-TEST(RTPPacket, ForgetsThePacketBefore)
-{
-    CRTPPacket packet;
-    ASSERT_TRUE(packet.Parse(kFull.data(), static_cast<std::uint32_t>(kFull.size())));
-    const Bytes next = Header(0x80, {0x41, 0x9A, 0x00});
-    ASSERT_TRUE(packet.Parse(next.data(), static_cast<std::uint32_t>(next.size())));
-    EXPECT_EQ((Bytes{0x41, 0x9A, 0x00}), ToBytes(packet.Payload()));
-    EXPECT_EQ(0u, packet.CSRCCount());
-    EXPECT_EQ(nullptr, packet.Extension().data());
-
-    const Bytes bad = Header(0x40, {0x41});
-    EXPECT_FALSE(packet.Parse(bad.data(), static_cast<std::uint32_t>(bad.size())));
-    EXPECT_EQ(nullptr, packet.Payload().data());
-    EXPECT_EQ(0u, packet.Timestamp());
-}
-
 } // namespace

@@ -126,8 +126,6 @@ std::string Packet(char sequence)
     return std::string("\x80\x60\0", 3) + sequence + std::string(8, '\0') + "x";
 }
 
-const std::string kByeFrame = Frame(1, std::string("\x80\xCB\0\1abcd", 8));
-
 TEST(RTSPClient, RunsASessionWithExactTexts)
 {
     ScriptedRTSPServer server;
@@ -227,7 +225,7 @@ TEST(RTSPClient, ComesThroughEachFailure)
         user.accepts = c.accepts;
         user.throws = c.throws;
         Client client;
-        ASSERT_TRUE(client.Start(Params(server, 300), &user, kTransportUDP));
+        ASSERT_TRUE(client.Start(Params(server, 2000), &user, kTransportUDP));
         EXPECT_TRUE(user.WaitFor("ended"));
         EXPECT_EQ(c.methods, server.Methods());
         EXPECT_EQ(c.heard, user.Heard());
@@ -355,30 +353,11 @@ TEST(RTSPClient, ReadsResponsesHoweverTheyCome)
             });
         User user;
         Client client;
-        ASSERT_TRUE(client.Start(Params(server, 300), &user, kTransportUDP));
+        ASSERT_TRUE(client.Start(Params(server, 2000), &user, kTransportUDP));
         EXPECT_TRUE(user.WaitFor("ended"));
         ASSERT_EQ("DESCRIBE SETUP", server.Methods());
         EXPECT_EQ(0u, server.Requests()[1].find(c.setup)) << server.Requests()[1];
     }
-}
-
-TEST(RTSPClient, ReceivesAnInterleavedStream)
-{
-    ScriptedRTSPServer server(
-        [](const std::string& method, const std::string& request)
-        {
-            if (method != "PLAY")
-                return ScriptedRTSPServer::Ordinary(method, request);
-            // Media before the answer, foreign channels and stray bytes about it.
-            return Reply{Frame(0, Packet(1)) + ScriptedRTSPServer::Response(request, "Session: 4711\r\n") +
-                         "$$" + Frame(4, Packet(9)) + Frame(0, Packet(2)) + Frame(0, "no RTP") + kByeFrame};
-        });
-    User user;
-    Client client;
-    ASSERT_TRUE(client.Start(Params(server), &user, kTransportInterleaved));
-    EXPECT_TRUE(user.WaitFor("ended"));
-    EXPECT_EQ("sdp, packet 1, packet 2, bye, ended", user.Heard());
-    EXPECT_EQ("DESCRIBE SETUP PLAY TEARDOWN", server.Methods());
 }
 
 TEST(RTSPClient, LivesOnWithoutItsInterleavedConnection)
@@ -435,7 +414,7 @@ TEST(RTSPClient, StopsInTheMiddleOfEachStep)
         Client client(&driver);
         if (std::string(c.at) == "TEARDOWN")
             client.SetTickInterval(20'000); // no OPTIONS in between
-        ASSERT_TRUE(client.Start(Params(server, 700), &user, c.mode));
+        ASSERT_TRUE(client.Start(Params(server, 2000), &user, c.mode));
         ASSERT_TRUE(server.WaitForMethod(std::string(c.at) == "TEARDOWN" ? "PLAY" : c.at));
         if (c.heard.find("packet") != std::string::npos)
         {

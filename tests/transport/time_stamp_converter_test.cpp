@@ -120,27 +120,6 @@ TEST(TimeStampConverter, PaysBackTheLeadOfABurst)
     EXPECT_LT(frames, 400);
 }
 
-TEST(TimeStampConverter, TellsThePresentUntilItHasAFrame)
-{
-    ManualClock clock(kStart);
-    CTimeStampConverter converter;
-    SYSTEMTIME present{};
-    SYSTEMTIME time{};
-    const auto isPresent = [&]
-    {
-        korvane::platform::ToSystemTime(korvane::platform::Clock::UtcTicks(), present);
-        converter.GetTime(time);
-        return time.second == present.second && time.milliseconds == present.milliseconds;
-    };
-    clock.AdvanceMs(1234);
-    EXPECT_TRUE(isPresent());
-    converter.Convert(3600);
-    clock.AdvanceMs(77);
-    EXPECT_FALSE(isPresent());
-    converter.Reset();
-    EXPECT_TRUE(isPresent());
-}
-
 /// An hour of 25 frames a second: the clock of the camera, and when its frames arrive.
 struct Hour
 {

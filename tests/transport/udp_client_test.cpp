@@ -21,7 +21,6 @@ namespace korvane
 namespace
 {
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -210,24 +209,6 @@ TEST(UDPClient, GrowsItsReadsWithEachDatagramThatIsTooLarge)
     }
 }
 
-TEST(UDPClient, SaysWhetherMoreFollowAtOnce)
-{
-    User user;
-    CUDPClient client(nullptr);
-    client.SetReadSize(100);
-    ASSERT_TRUE(client.StartUnicast(&user, 0));
-    Sender sender(client.GetPort());
-    sender.Hold(user);
-    for (const std::size_t length : {10u, 20u, 30u, 5000u, 0u}) // the last two are not given
-        sender.Send(length);
-    user.go.Set();
-    const auto heard = user.WaitForDatagrams(4);
-    ASSERT_EQ(heard.size(), 4u);
-    EXPECT_TRUE(heard[1].hasMore);
-    EXPECT_TRUE(heard[2].hasMore);
-    EXPECT_FALSE(heard[3].hasMore);
-}
-
 TEST(UDPClient, LosesNothingOfAKeyFrameWhileItsUserIsBusy)
 {
     constexpr int kPackets = 250 * 1024 / 1400;
@@ -245,15 +226,6 @@ TEST(UDPClient, LosesNothingOfAKeyFrameWhileItsUserIsBusy)
     for (std::size_t i = 1; i < heard.size(); ++i)
         EXPECT_EQ(heard[i].last, static_cast<std::uint8_t>(i - 1));
     EXPECT_EQ(client.DroppedDatagrams(), 0u);
-}
-
-TEST(UDPClient, TellsEachWaitTimeOfSilence)
-{
-    User user;
-    CUDPClient client(nullptr);
-    client.SetWaitTime(1);
-    ASSERT_TRUE(client.StartUnicast(&user, 0));
-    EXPECT_TRUE(user.WaitForTimeouts(3));
 }
 
 TEST(UDPClient, AStopEndsTheLongestWaitAndGivesAllBack)
@@ -280,23 +252,6 @@ TEST(UDPClient, AStopEndsTheLongestWaitAndGivesAllBack)
     EXPECT_EQ(user.closed, 3) << "and nothing to close";
     EXPECT_EQ(test::CountOpenDescriptors(), descriptors);
     EXPECT_THAT(driver.Messages(), IsEmpty());
-}
-
-TEST(UDPClient, AStartThatFailsLeavesItStopped)
-{
-    User user;
-    CUDPClient holder(nullptr);
-    ASSERT_TRUE(holder.StartUnicast(&user, 0));
-    CUDPClient client(nullptr);
-    EXPECT_FALSE(client.StartUnicast(&user, holder.GetPort())) << "a port is one client's";
-    EXPECT_FALSE(client.StartUnicast(nullptr, 0));
-    for (const char* address : {"", "camera", "239.1.2", "127.0.0.1"})
-        EXPECT_FALSE(client.StartMulticast(&user, address, 0)) << address;
-    EXPECT_FALSE(client.IsOpen());
-    EXPECT_TRUE(client.StartUnicast(&user, 0)) << "none of that lasts";
-
-    EXPECT_FALSE(holder.StartUnicast(&user, 0)) << "a second start";
-    EXPECT_FALSE(holder.IsOpen());
 }
 
 TEST(UDPClient, ClientsOfOneGroupShareItsPort)
