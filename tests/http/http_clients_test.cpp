@@ -18,7 +18,6 @@ using korvane::test::TestHttpRequest;
 using korvane::Utils::SendRequestEx;
 using korvane::Utils::SendRequestWithResult;
 using ::testing::ElementsAre;
-using ::testing::StartsWith;
 
 namespace
 {
@@ -179,21 +178,6 @@ TEST(HttpClient, TriesTlsOnlyAfterAnExchangeGotThrough)
     EXPECT_GE(connections, 3); // refusal, repeat, TLS
 }
 
-TEST(HttpClient, KeepsTheTransportOverLaterFailures)
-{
-    std::atomic<bool> isBroken{false};
-    const HttpTestServer server([&](TestHttpPeer& peer, const TestHttpRequest&)
-                                { return !isBroken && peer.Send(HttpTestServer::Response(200, "in")); });
-    Web::CHttpClient client(DeviceAt(server));
-    EXPECT_TRUE(client.SendRequest("GET", "/x"));
-    isBroken = true;
-    EXPECT_FALSE(client.SendRequest("GET", "/x"));
-    EXPECT_EQ(Body(client), "in"); // of the request that got through, which is there until the next one does
-    isBroken = false;
-    EXPECT_TRUE(client.SendRequest("GET", "/x"));
-    EXPECT_EQ(client.StatusCode(), 200u);
-}
-
 TEST(HttpClient, DoesNotWaitWhenToldSo)
 {
     const HttpTestServer server(SaysNothing);
@@ -218,32 +202,6 @@ class BothClients : public ::testing::Test
 };
 using ClientTypes = ::testing::Types<Web::CHttpClient, Web::CWinINetHttpClient>;
 TYPED_TEST_SUITE(BothClients, ClientTypes, );
-
-TYPED_TEST(BothClients, ReadBodiesWholeAndInPieces)
-{
-    const std::string large(50000, 'x');
-    const HttpTestServer server(
-        [&](TestHttpPeer& peer, const TestHttpRequest& request)
-        { return peer.Send(HttpTestServer::Response(200, request.target == "/large" ? large : "")); });
-    TypeParam client(DeviceAt(server));
-    EXPECT_TRUE(client.SendRequest("GET", "/large"));
-    EXPECT_EQ(Body(client), large);
-    EXPECT_EQ(client.QueryDataAvailable(), 0u);
-
-    EXPECT_TRUE(client.SendRequest("GET", "/large"));
-    std::string pieces;
-    std::uint8_t block[333];
-    EXPECT_EQ(client.ReadData(nullptr, 10), 0u);
-    EXPECT_EQ(client.ReadData(block, 0), 0u);
-    EXPECT_GT(client.QueryDataAvailable(), 0u);
-    while (const std::uint32_t count = client.ReadData(block, sizeof block))
-        pieces.append(block, block + count);
-    EXPECT_EQ(pieces, large);
-
-    EXPECT_TRUE(client.SendRequest("GET", "/none"));
-    EXPECT_EQ(client.ContentLength(), 0u);
-    EXPECT_EQ(Body(client), "");
-}
 
 TYPED_TEST(BothClients, EndAReadWhenClosedByAnotherThread)
 {
@@ -275,26 +233,6 @@ TYPED_TEST(BothClients, EndAReadWhenClosedByAnotherThread)
     EXPECT_EQ(client.QueryDataAvailable(), 0u);
     EXPECT_TRUE(client.SendRequest("GET", "/next"));
     EXPECT_EQ(Body(client), "next");
-}
-
-TYPED_TEST(BothClients, FailWithoutADevice)
-{
-    DEVICE_INFO info("127.0.0.1", 1, "root", "secret", "");
-    TypeParam client(info);
-    EXPECT_FALSE(client.SendRequest("GET", "/x"));
-    EXPECT_EQ(client.StatusCode(), 0u);
-    Bytes buffer(3);
-    EXPECT_EQ(client.ReadResponse(buffer), 0u);
-    EXPECT_TRUE(buffer.empty());
-    info.address.clear();
-    TypeParam nowhere(info);
-    EXPECT_FALSE(nowhere.SendRequest("GET", "/x"));
-
-    const HttpTestServer silent(SaysNothing);
-    DEVICE_INFO impatient = DeviceAt(silent);
-    impatient.networkTimeoutMs = 100;
-    TypeParam waiting(impatient);
-    EXPECT_FALSE(waiting.SendRequest("GET", "/x"));
 }
 
 TEST(WinINetHttpClient, HasChallengesAnsweredUnderneath)
@@ -447,7 +385,7 @@ TEST(HttpSender, ReadsUpToTheLengthItWasTold)
          10000},
         {"no body", "HTTP/1.1 204 No Content\r\nContent-Length: 7\r\n\r\n", "", 10000},
         {"silence stands for zero bytes", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabc",
-         std::string("abc\0\0", 5), 300},
+         std::string("abc\0\0", 5), 3000},
     };
     for (const auto& c : cases)
     {

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 
 using namespace korvane::Utils;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 namespace
 {
@@ -57,34 +55,6 @@ TEST(ParamText, TakesAnyAssignmentAndSeparators)
     EXPECT_EQ(GetParamValue("a=1", "a", "=", ""), "");
     // Separator, assignment and key that overlap must come to an end.
     EXPECT_EQ(GetParamValue("=x=x=x", "=x", "=", "="), "");
-}
-
-TEST(ParamText, ReadsNumbersStrictly)
-{
-    const std::string_view text = "a=12&b=-1&c='3'&d=4x&e=";
-    EXPECT_EQ(GetParamUInt(text, "a", kParamAssign, kParamSeparators), 12u);
-    for (const char* key : {"b", "c", "d", "e", "missing"})
-        EXPECT_EQ(GetParamUInt(text, key, kParamAssign, kParamSeparators), 0u) << key;
-}
-
-TEST(ParamText, CutsListsWithoutEmptyPieces)
-{
-    const std::string_view text = "list=, a,,b, ,c,&two=a--b---c&none=";
-    EXPECT_THAT(GetParamList(text, "list", "=", ",", "&"), ElementsAre(" a", "b", " ", "c"));
-    EXPECT_THAT(GetParamList(text, "two", "=", "--", "&"), ElementsAre("a", "b", "-c"));
-    EXPECT_THAT(GetParamList(text, "list", "=", "", "&"), IsEmpty());
-    EXPECT_THAT(GetParamList(text, "none", "=", ",", "&"), IsEmpty());
-}
-
-TEST(ParamText, ChangesOnlyWhatDiffers)
-{
-    const std::string_view text = "size=640x480\r\nrate=25\r\n";
-    EXPECT_EQ(MakeParamChange("320x240", text, "size", "=", "\r\n"), "size=320x240");
-    EXPECT_EQ(MakeParamChange("640x480", text, "size", "=", "\r\n"), "");
-    EXPECT_EQ(MakeParamChange("", text, "size", "=", "\r\n"), "");
-    EXPECT_EQ(MakeParamChange("on", text, "missing", "=", "\r\n"), "missing=on");
-    EXPECT_EQ(MakeParamChange(25u, text, "rate", "=", "\r\n"), "");
-    EXPECT_EQ(MakeParamChange(0u, text, "rate", "=", "\r\n"), "rate=0");
 }
 
 } // namespace
