@@ -91,21 +91,6 @@ TEST_F(CameraChannel, RunsFromStartToStop)
     EXPECT_TRUE(driver.Messages().empty()); // it was never online
 }
 
-TEST_F(CameraChannel, EndsAsStoppedWhenItsBodyThrows)
-{
-    std::binary_semaphore set{0};
-    channel.body = [&]
-    {
-        channel.SetChannelState(kChannelRunning);
-        set.release();
-        throw std::runtime_error("no memory");
-    };
-    ASSERT_TRUE(channel.Start({}));
-    set.acquire();
-    channel.Stop();
-    EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
-}
-
 TEST_F(CameraChannel, IsGivenUpWhenTheHostHoldsItsThread)
 {
     driver.device.networkTimeoutMs = 20; // the stop waits for twice as long
@@ -166,24 +151,6 @@ TEST_F(CameraChannel, LogsOnlyChangesOfTheOnlineState)
     expected.push_back({3, "Video-server 192.0.2.7 (channel 2) is online"});
     expected.push_back({1, "Signal was lost for video-server 192.0.2.7 (channel 2)"});
     EXPECT_EQ(Lines(), expected);
-}
-
-TEST_F(CameraChannel, CountsAnExceptionOfTheHostAsARefusal)
-{
-    test::FakeAllocator allocator;
-    ipcapture::IHostFrame* const frame = allocator.AllocateVideoFrame(ipcapture::kFormatJpeg, 4, "Larkmoor");
-    EXPECT_TRUE(channel.SendFrameToHost(frame));
-    client.OnDeliver([] { return false; });
-    EXPECT_FALSE(channel.SendFrameToHost(frame));
-    client.OnDeliver([]() -> bool { throw 1; });
-    EXPECT_FALSE(channel.SendFrameToHost(frame));
-    channel.NotifySignalLost();
-    EXPECT_EQ(client.SignalsLost(), 1);
-
-    TestChannel deaf(0, &driver, nullptr);
-    EXPECT_FALSE(deaf.SendFrameToHost(frame));
-    deaf.NotifySignalLost();
-    allocator.ReleaseFrame(frame);
 }
 
 TEST_F(CameraChannel, TakesOverOnlyWhatAChangeChanges)

@@ -69,30 +69,6 @@ TEST_F(H264ChannelRequests, AskForTheWholeEncoderSetting)
     EXPECT_TRUE(Whole({640, 480, 0, 0, 0, 60}).ends_with("_maxframe=1&videoin_c0_s0_h264_intraperiod=1000"));
 }
 
-TEST_F(H264ChannelRequests, NameThePictureSizeInTheDevicesNotation)
-{
-    driver_.properties[6] = "2";
-    const struct
-    {
-        std::uint32_t width;
-        const char* text;
-    } cases[] = {{176, "=QCIF&"}, {177, "=CIF&"}, {353, "=4CIF&"}, {705, "=D1&"}, {721, "_resolution=&"}};
-    for (const auto& c : cases)
-        EXPECT_NE(Whole({c.width, 288, 40, 0, 0, 50}).find(c.text), std::string::npos) << c.width;
-    for (const char* type : {"0", "3", "x"})
-    {
-        driver_.properties[6] = type;
-        EXPECT_EQ(Whole({640, 480, 40, 0, 0, 60}), "") << type;
-    }
-}
-
-TEST_F(H264ChannelRequests, MapTheBoundsOfQuality)
-{
-    driver_.properties[6] = "1";
-    EXPECT_TRUE(Whole({640, 480, 40, 0, 0, 100}).ends_with("_quant=5&videoin_c0_s0_h264_qvalue=0"));
-    EXPECT_TRUE(Whole({640, 480, 40, 0, 0, 0}).ends_with("_quant=1&videoin_c0_s0_h264_qvalue=51"));
-}
-
 TEST_F(H264ChannelRequests, ChangeOnlyWhatIsAsked)
 {
     driver_.properties[6] = "1";
@@ -104,22 +80,6 @@ TEST_F(H264ChannelRequests, ChangeOnlyWhatIsAsked)
               std::string(kSet) + "&videoin_c0_s1_resolution=320x240&videoin_c0_s1_h264_maxframe=10");
     driver_.properties.erase(6);
     EXPECT_EQ(open.FillRequestChangeParametersInAlarm(0, true, false), "");
-}
-
-TEST_F(H264ChannelRequests, FindTheStreamOnTheDevice)
-{
-    driver_.properties[3] = "0";
-    driver_.properties[14] = "2;a!b,c!d;live.sdp!live2.sdp,second.sdp";
-    RTSPClientParams params;
-    OpenChannel second(1, &driver_, nullptr);
-    second.FillSessionParameters(params);
-    EXPECT_EQ(params.url, "second.sdp");
-    EXPECT_EQ(params.serverPort, 554);
-    driver_.properties[3] = "8554";
-    OpenChannel third(2, &driver_, nullptr);
-    third.FillSessionParameters(params);
-    EXPECT_EQ(params.url, "");
-    EXPECT_EQ(params.serverPort, 8554);
 }
 
 } // namespace
