@@ -180,39 +180,6 @@ TEST_F(JpegMediaParser, GivesTheSamePicturesHoweverTheBodyIsCut)
     EXPECT_TRUE(receiver.frames.empty());
 }
 
-TEST_F(JpegMediaParser, ReadsTheSizeOnlyFromAWholeHeader)
-{
-    const Bytes head = kStart + FrameHeader(800, 600);
-    for (const std::size_t visible : {9u, 10u}) // bytes of the frame header in the first block
-    {
-        CJpegMediaParser fresh(&driver);
-        fresh.SetReceiver(&receiver);
-        receiver.frames.clear();
-        const auto cut = static_cast<std::ptrdiff_t>(kStart.size() + visible);
-        fresh.ParseData(Bytes(head.begin(), head.begin() + cut));
-        fresh.ParseData(Bytes(head.begin() + cut, head.end()) + kScan + kEnd);
-        ASSERT_EQ(receiver.frames.size(), visible == 10u ? 1u : 0u);
-    }
-    EXPECT_EQ(receiver.frames[0].width, 800u);
-    EXPECT_EQ(receiver.frames[0].height, 600u);
-}
-
-TEST_F(JpegMediaParser, DescribesTheFrame)
-{
-    const Bytes picture = Picture(1, 352, 288);
-    parser.ParseData(picture);
-    ASSERT_EQ(receiver.frames.size(), 1u);
-    const test::FrameRecord& frame = receiver.frames[0];
-    EXPECT_EQ(frame.format, 0x4745504Au);
-    EXPECT_EQ(frame.formatSet, 0x4745504Au);
-    EXPECT_EQ(frame.allocatedBytes, picture.size());
-    EXPECT_EQ(frame.driverName, "Larkmoor");
-    EXPECT_EQ(frame.width, 352u);
-    EXPECT_EQ(frame.height, 288u);
-    EXPECT_EQ(frame.sizeClass, 2u);
-    EXPECT_TRUE(frame.timeNow);
-}
-
 TEST_F(JpegMediaParser, LosesAPictureThatTheHostDoesNotWant)
 {
     allocator.Refuse(true);
