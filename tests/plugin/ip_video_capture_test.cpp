@@ -105,20 +105,6 @@ struct VideoCapture : testing::Test, ICustomCreator
     CIPVideoCapture capture{this, 2};
 };
 
-TEST_F(VideoCapture, HasOnePlacePerChannel)
-{
-    EXPECT_EQ(capture.GetChannelCount(), 2u);
-    EXPECT_FALSE(capture.StartChannel(2, &client, &settings));
-    EXPECT_FALSE(capture.StartChannel(0xFFFFFFFF, &client, &settings));
-    EXPECT_FALSE(capture.StopChannel(2));
-    EXPECT_FALSE(capture.ChangeChannel(2, &settings, 40));
-    EXPECT_EQ(State(2), 3u);
-    EXPECT_EQ(State(0), 3u);
-    EXPECT_FALSE(known);
-    EXPECT_FALSE(capture.StopChannel(0));
-    EXPECT_TRUE(events.empty());
-}
-
 TEST_F(VideoCapture, StopsWhatRunsBeforeItStartsAnew)
 {
     EXPECT_TRUE(capture.StartChannel(1, &client, &settings));
@@ -128,47 +114,6 @@ TEST_F(VideoCapture, StopsWhatRunsBeforeItStartsAnew)
     const Events expected = {"1#1 made", "1#1 started", "1#1 stopped", "1#1 deleted",
                              "1#2 made", "1#2 started", "1#2 stopped", "1#2 deleted"};
     EXPECT_EQ(events, expected);
-}
-
-TEST_F(VideoCapture, HandsTheHostsSettingsOn)
-{
-    settings.frameInterval = 65535;
-    EXPECT_TRUE(capture.StartChannel(0, &client, &settings));
-    ChannelSettings given = capture.GetChannelSettings(0);
-    EXPECT_EQ(given.width, 640u);
-    EXPECT_EQ(given.height, 480u);
-    EXPECT_EQ(given.frameIntervalMs, 65535u);
-    EXPECT_EQ(given.quality, 80u);
-    EXPECT_EQ(given.streamRole, 0u);
-
-    settings.width = 1280;
-    settings.height = 1024;
-    EXPECT_TRUE(capture.ChangeChannel(0, &settings, 100000));
-    given = capture.GetChannelSettings(0);
-    EXPECT_EQ(given.width, 1280u);
-    EXPECT_EQ(given.height, 1024u);
-    EXPECT_EQ(given.frameIntervalMs, 100000u);
-
-    EXPECT_EQ(capture.GetChannelSettings(1).width, 0u);
-    EXPECT_FALSE(capture.ChangeChannel(1, &settings, 40));
-}
-
-TEST_F(VideoCapture, KeepsAChannelWhoseStartFailed)
-{
-    starts = false;
-    EXPECT_FALSE(capture.StartChannel(0, &client, &settings));
-    EXPECT_EQ(State(0), 2u);
-    EXPECT_TRUE(known);
-    EXPECT_TRUE(capture.StopChannel(0));
-}
-
-TEST_F(VideoCapture, SaysNothingOfAnUnknownCodec)
-{
-    unknownCodec = true;
-    EXPECT_TRUE(capture.StartChannel(0, &client, &settings));
-    EXPECT_EQ(State(0), 3u);
-    EXPECT_FALSE(known);
-    EXPECT_FALSE(capture.StopChannel(0));
 }
 
 TEST_F(VideoCapture, LetsNothingOfAHostOrAChannelThrough)
@@ -185,17 +130,6 @@ TEST_F(VideoCapture, LetsNothingOfAHostOrAChannelThrough)
     throws = true;
     EXPECT_FALSE(capture.StartChannel(0, &client, &settings));
     EXPECT_FALSE(capture.StopChannel(0)); // the one that ran was stopped first
-}
-
-TEST_F(VideoCapture, ShowsAChannelOnlyOnceItHasStarted)
-{
-    onStart = [this]
-    {
-        EXPECT_EQ(State(0), 3u);
-        EXPECT_FALSE(known);
-    };
-    EXPECT_TRUE(capture.StartChannel(0, &client, &settings));
-    EXPECT_EQ(State(0), 2u);
 }
 
 TEST_F(VideoCapture, HoldsNobodyUpWhileAChannelStops)
