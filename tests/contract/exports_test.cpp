@@ -99,26 +99,6 @@ TEST(Exports, RunOneQueryModuleForTheProcess)
     EXPECT_TRUE(store.Lines().empty());
 }
 
-TEST(Exports, GiveAQueryModuleToWhoeverWantsItsOwn)
-{
-    const auto create = Export<CreateCapabilityQueryModuleFunction>("CreateCapabilityQueryModule");
-    const auto destroy = Export<DeleteCapabilityQueryModuleFunction>("DeleteCapabilityQueryModule");
-    const auto init = Export<InitCapabilityQueryFunction>("InitCapabilityQuery");
-    const auto uninit = Export<UninitCapabilityQueryFunction>("UninitCapabilityQuery");
-    test::FakeCapabilitySink sink;
-    test::FakeCapabilitySink processSink;
-    IIPCapabilityQuery* const module = create(&sink, 1);
-    ASSERT_NE(module, nullptr);
-    EXPECT_EQ(init(&processSink, 1), 1u); // the two don't see each other
-    EXPECT_EQ(module->StartQuery("a/b", 80, "", "", nullptr), 1u);
-    EXPECT_TRUE(sink.WaitForEnd().starts_with("failed 0 "));
-    module->TerminateQuery();
-    destroy(module);
-    destroy(nullptr);
-    EXPECT_EQ(uninit(), 1u);
-    EXPECT_EQ(processSink.Heard(), "");
-}
-
 TEST(Exports, RunTwoQueriesAtOnceThatDontSeeEachOther)
 {
     const auto create = Export<CreateCapabilityQueryModuleFunction>("CreateCapabilityQueryModule");
