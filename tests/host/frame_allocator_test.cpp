@@ -23,6 +23,12 @@ struct Fixture
     {
         return allocator.AllocateVideoFrame(kFormatH264Key, size, "Test");
     }
+    void WriteAt(std::ptrdiff_t place)
+    {
+        IHostFrame* const frame = Video(100);
+        *(frame->GetData() + place) = 1;
+        allocator.ReleaseFrame(frame);
+    }
     std::string Fault() const { return faults.Texts().empty() ? "" : faults.Texts().front(); }
 };
 
@@ -36,30 +42,9 @@ TEST(FrameAllocator, FindsEveryBreachOfTheContract)
         std::function<void(Fixture&)> driver;
         const char* fault;
     } cases[] = {
-        {"write behind the end",
-         [](Fixture& f)
-         {
-             IHostFrame* frame = f.Video(100);
-             frame->GetData()[100] = 1;
-             f.allocator.ReleaseFrame(frame);
-         },
-         "write outside a frame of 100 bytes"},
-        {"write far behind the end",
-         [](Fixture& f)
-         {
-             IHostFrame* frame = f.Video(100);
-             frame->GetData()[131] = 1;
-             f.allocator.ReleaseFrame(frame);
-         },
-         "write outside"},
-        {"write before the start",
-         [](Fixture& f)
-         {
-             IHostFrame* frame = f.Video(100);
-             *(frame->GetData() - 1) = 1;
-             f.allocator.ReleaseFrame(frame);
-         },
-         "write outside"},
+        {"write behind the end", [](Fixture& f) { f.WriteAt(100); }, "write outside a frame of 100 bytes"},
+        {"write far behind the end", [](Fixture& f) { f.WriteAt(131); }, "write outside"},
+        {"write before the start", [](Fixture& f) { f.WriteAt(-1); }, "write outside"},
         {"released twice",
          [](Fixture& f)
          {

@@ -141,20 +141,8 @@ TEST(SPSReader, WalksOverOptionalFields)
 
 TEST(SPSReader, RefusesWhatGivesNoSize)
 {
-    const auto cropped = [](std::uint32_t right, std::uint32_t bottom) {
-        return Profile(66)
-            .Middle()
-            .UE(3)
-            .UE(3)
-            .U(1, 1)
-            .U(1, 1)
-            .U(1, 1)
-            .UE(0)
-            .UE(right)
-            .UE(0)
-            .UE(bottom)
-            .Take();
-    };
+    const auto cropped = [](std::uint32_t right, std::uint32_t bottom)
+    { return Profile(66).Middle().UE(3).UE(3).U(3, 7).UE(0).UE(right).UE(0).UE(bottom).Take(); };
     const struct
     {
         const char* name;

@@ -32,18 +32,8 @@ const std::uint32_t kLoopback = *platform::ParseIPv4("127.0.0.1");
 
 Bytes MakePacket(std::uint16_t sequence, std::size_t payloadBytes = 100)
 {
-    Bytes packet = {0x80,
-                    96,
-                    static_cast<std::uint8_t>(sequence >> 8),
-                    static_cast<std::uint8_t>(sequence),
-                    0,
-                    0,
-                    0,
-                    0,
-                    1,
-                    2,
-                    3,
-                    4};
+    const auto high = static_cast<std::uint8_t>(sequence >> 8);
+    Bytes packet = {0x80, 96, high, static_cast<std::uint8_t>(sequence), 0, 0, 0, 0, 1, 2, 3, 4};
     packet.resize(packet.size() + payloadBytes, 0x55);
     return packet;
 }
