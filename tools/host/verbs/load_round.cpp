@@ -17,6 +17,7 @@ using std::chrono::milliseconds;
 using Seconds = std::chrono::duration<double>;
 
 constexpr milliseconds kLook(100);
+constexpr milliseconds kMeasuringLook(1000); // what it costs is measured, too
 constexpr milliseconds kPlainEvery(5000);
 constexpr std::size_t kStoppers = 16; // threads that stop and close
 
@@ -97,11 +98,17 @@ void LoadRound::Measure()
     delays_.Clear();
     for (Stream& stream : streams_)
         stream.begin = stream.client->Counts();
-    while (!Interrupt::WaitFor(kLook))
+    milliseconds look = kMeasuringLook;
+    while (!Interrupt::WaitFor(look))
     {
         const double passed = MonotonicSeconds() - beginning;
-        if (options_.time.seconds && passed >= Seconds(*options_.time.seconds).count())
-            break;
+        if (options_.time.seconds)
+        {
+            const Seconds left = Seconds(*options_.time.seconds) - Seconds(passed);
+            if (left.count() <= 0)
+                break;
+            look = std::min(kMeasuringLook, std::chrono::ceil<milliseconds>(left));
+        }
         Show("measuring for " + std::to_string(static_cast<long>(passed)) + " s");
     }
     result_.seconds = MonotonicSeconds() - beginning;
