@@ -188,7 +188,8 @@ public:
     Result Bare() { return Library("bare loop", build_ + "/bare_receiver"); }
     Result GStreamer() { return Library("GStreamer", build_ + "/gstreamer_receiver"); }
 
-    Result FFmpeg()
+    // It tells no bytes: those of a frame are the driver's.
+    Result FFmpeg(const Result& driver)
     {
         std::vector<Words> commands(static_cast<std::size_t>(load_.streams),
                                     {"ffmpeg",
@@ -205,7 +206,7 @@ public:
                                      "-i",
                                      "rtsp://127.0.0.1:" + Text(camera_.rtsp) + "/" + kPath,
                                      "-t",
-                                     Text(kWarmSeconds + seconds_),
+                                     Text(load_.flood ? 1000000 : kWarmSeconds + seconds_), // of the media
                                      "-c",
                                      "copy",
                                      "-f",
@@ -214,6 +215,9 @@ public:
         Result result = Measure("FFmpeg", commands);
         for (std::size_t i = 0; i < commands.size(); ++i)
             result.frames += Number(ReadFile(Output(i)), "frame=(\\d+)");
+        if (driver.frames > 0)
+            result.megabytesPerSecond = result.frames * driver.megabytesPerSecond / driver.frames *
+                                        (kWarmSeconds + seconds_ + 1) / (kWarmSeconds + seconds_ - 1);
         return result;
     }
 
@@ -247,6 +251,9 @@ private:
         const Usage before = UsageOf(processes);
         std::this_thread::sleep_for(Seconds(seconds_ - 1));
         const Usage after = UsageOf(processes);
+        if (load_.flood && name == "FFmpeg")
+            for (const pid_t process : processes)
+                kill(process, SIGINT); // the media have no end
         for (const pid_t process : processes)
             waitpid(process, nullptr, 0);
         Result result;
@@ -342,8 +349,7 @@ int main(int argc, char** argv)
         }
         Run run(build, seconds, load, camera);
         std::vector<Result> results = {run.Driver(), run.Bare(), run.GStreamer()};
-        if (!load.flood)
-            results.push_back(run.FFmpeg());
+        results.push_back(run.FFmpeg(results.front()));
         FillMarginalMemory(load, results);
         Print(load, results);
     }
