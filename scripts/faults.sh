@@ -21,8 +21,8 @@ export ASAN_OPTIONS=quarantine_size_mb=1:detect_leaks=1 UBSAN_OPTIONS=print_stac
 # A fault a line; several are played together. What stands in front of a fault: "u" and "t" are for RTP over UDP or
 # interleaved alone, "d" and "b" for a camera that asks for Digest or Basic; "c" is there from the start, because it acts
 # while a session is made and would not be seen in one that runs; "*" allows for frames that are not in the
-# truth but made of whole units of one picture, as ./dev test compares them: a parameter set that came twice, or
-# pictures without the sets that the camera no longer sends.
+# truth but made of whole units: a parameter set that came twice, pictures without the sets that the camera no longer
+# sends, or several pictures that no marker divided.
 common="freeze half-open reboot cd:http-401-once cd:auth-stale=flag cd:auth-stale=no-flag cd:auth-both=basic-first
  cb:auth-both=digest-first cb:auth-refuse c:busy-503=1 cd:busy-401=1 c:slow-http=bytes c:slow-http=headers
  c:slow-http=short c:slow-http=long c:cgi-garbage=binary c:cgi-garbage=10mb c:cgi-garbage=empty c:cgi-garbage=quotes
@@ -34,7 +34,7 @@ rtsp_faults="$common u:reset=3s,session-short t:reset=3s keepalive-400 keepalive
  c:sprop-missing=no-line c*:sprop-only c:sdp-broken=all c:base-odd=absent c:base-odd=no-scheme c:base-odd=no-slash
  c:base-odd=absolute-control cd:auth-both=basic-first,rtsp-auth-kept cb:auth-both=digest-first,rtsp-auth-kept
  cd:auth-stale=flag,rtsp-auth-kept *:rtp-loss=0.02 *:rtp-dup=0.02 *:rtp-reorder=0.02 seq-jump=for-good seq-jump=once
- ts-jump=for-good ts-jump=once ts-back=for-good ts-back=once no-marker sps-change bye=media-go-on bye=media-stop
+ ts-jump=for-good ts-jump=once ts-back=for-good ts-back=once *:no-marker sps-change bye=media-go-on bye=media-stop
  rtcp-flood"
 
 joined() { echo "$@" | sed -E 's/(^| )[a-z*]+:/\1/g; s/ +/,/g'; }
