@@ -246,6 +246,8 @@ std::uint32_t CBaseAudioRTSPChannel::OpenMulticastSession()
 
 void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
 {
+    if (IsStopping())
+        return; // a frame would only be refused, with a message of an error that is none
     const std::span<const std::uint8_t> payload = packet.Payload();
     parser_.ParseData(payload.data(), static_cast<std::uint32_t>(payload.size()), packet.SequenceNumber());
 }
