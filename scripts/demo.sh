@@ -11,7 +11,7 @@ say() { printf '== %s\n' "$*"; }
 value() { sed -nE "s/^  \"$2\": ([0-9.]+).*/\1/p" "$1" | head -1; } # a number of a report's first level
 
 say "starting a simulated camera that wants Digest credentials"
-coproc CAMERA { exec "$bin/larkmoor-camera" --auth digest --user root --password demo --request-log "$out/requests.jsonl" \
+coproc CAMERA { exec "$bin/larkmoor-camera" --profile audio --auth digest --user root --password demo --request-log "$out/requests.jsonl" \
     --truth "$out/truth.jsonl" --seconds 300 2>"$out/camera.log"; }
 camera_pid=$CAMERA_PID
 trap 'kill "$camera_pid" 2>/dev/null; wait "$camera_pid" 2>/dev/null || true' EXIT
@@ -30,16 +30,16 @@ record() # NAME ASKED_FRAMES larkmoor-host arguments...
 rows=()
 
 say "asking the camera what it is"
-LARKMOOR_PASSWORD=demo "$bin/larkmoor-host" query --address 127.0.0.1 --port "$http" --user root --save "$out/camera.json"
+LARKMOOR_PASSWORD=demo "$bin/larkmoor-host" query --address 127.0.0.1 --port "$http" --user root --host-version 7.4.4.0 --save "$out/camera.json"
 
 say "Motion JPEG over HTTP: 640x480, 15 frames a second, 6 s"
 record motion-jpeg 90 --codec mjpeg --transport http --size 640x480 --rate 15 --quality 80 --seconds 6 \
     --picture "$out/motion-jpeg.png"
-say "H.264 over UDP: 1280x720, 25 frames a second, and after 5 s 640x480 at 10"
-record h264-udp 175 --codec h264 --transport udp --size 1280x720 --rate 25 --quality 70 --seconds 10 \
+say "H.264 and AAC sound over UDP: 1280x720, 25 frames a second, and after 5 s 640x480 at 10"
+record h264-udp 175 --audio --codec h264 --transport udp --size 1280x720 --rate 25 --quality 70 --seconds 10 \
     --change 5s:640x480@10 --picture "$out/h264-udp-after.png"
-say "H.264 over the RTSP connection: 1280x720, 25 frames a second, 6 s"
-record h264-tcp 150 --codec h264 --transport tcp --size 1280x720 --rate 25 --quality 70 --seconds 6 \
+say "H.264 and G.711 sound over the RTSP connection: 1280x720, 25 frames a second, 6 s"
+record h264-tcp 150 --audio --audio-codec g711 --codec h264 --transport tcp --size 1280x720 --rate 25 --quality 70 --seconds 6 \
     --picture "$out/h264-tcp.png"
 ffmpeg -v error -y -i "$out/h264-udp.mkv" -frames:v 1 "$out/h264-udp-before.png"
 
@@ -63,6 +63,11 @@ for row in "${rows[@]}"; do
         "$(value "$out/$name.json" gaps)" "$foreign" "$(value "$out/$name.json" first_frame_seconds)" \
         "$(value "$out/$name.json" longest_pause_seconds)"
     [ "$playable" -ge $((asked * 95 / 100)) ] && [ "$foreign" = 0 ] || failed=1
+done
+for name in h264-udp h264-tcp; do
+    sound=$(value "$out/$name.json" audio_frames)
+    echo "   $name: ${sound:-0} frames of sound, $(ffprobe -v error -select_streams a -show_entries stream=codec_name -of csv=p=0 "$out/$name.mkv")"
+    [ "${sound:-0}" -gt 0 ] || failed=1
 done
 echo "   (playable: as ffprobe counts them; foreign: frames that the camera did not send just so)"
 echo "   recordings and pictures: $out/"

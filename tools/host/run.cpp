@@ -3,6 +3,7 @@
 #include "host/base/failure.h"
 #include "host/base/interrupt.h"
 #include "host/device/private_folder.h"
+#include "host/verbs/audio.h"
 #include "host/verbs/command_line.h"
 #include "host/verbs/load.h"
 #include "host/verbs/query.h"
@@ -30,6 +31,11 @@ ExitStatus Do(const PrivateFolder& folder, const RecordOptions& options)
 ExitStatus Do(const PrivateFolder& folder, const WatchOptions& options)
 {
     return Watch(folder, options);
+}
+
+ExitStatus Do(const PrivateFolder& folder, const AudioOptions& options)
+{
+    return Audio(folder, options);
 }
 
 ExitStatus Do(const PrivateFolder& folder, const LoadOptions& options)

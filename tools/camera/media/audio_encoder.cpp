@@ -6,6 +6,7 @@ extern "C"
 {
 #include <libavcodec/avcodec.h>
 #include <libavutil/channel_layout.h>
+#include <libavutil/log.h>
 }
 
 namespace larkmoor::camera
@@ -116,6 +117,7 @@ Bytes LibavAudioEncoder::Encode(std::span<const std::int16_t> samples)
 
 std::unique_ptr<AudioEncoder> AudioEncoder::Open(const AudioSettings& settings)
 {
+    av_log_set_level(AV_LOG_ERROR); // of AAC each end is told otherwise
     auto encoder = std::make_unique<LibavAudioEncoder>();
     return encoder->Open(settings) ? std::move(encoder) : nullptr;
 }

@@ -3,7 +3,8 @@
 namespace larkmoor::host
 {
 
-std::string SettingsText(Transport transport, std::optional<std::uint32_t> bitRate)
+std::string SettingsText(Transport transport, std::optional<std::uint32_t> bitRate,
+                         const std::string& audioCodec)
 {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Configuration>\n";
     if (transport == Transport::Multicast)
@@ -19,6 +20,9 @@ std::string SettingsText(Transport transport, std::optional<std::uint32_t> bitRa
         text += "      <MinBitrate>" + rate + "</MinBitrate>\n";
         text += "      <MaxBitrate>" + rate + "</MaxBitrate>\n    </VideoChannel>\n";
     }
+    if (!audioCodec.empty())
+        text +=
+            "    <AudioInputChannel>\n      <Codec>" + audioCodec + "</Codec>\n    </AudioInputChannel>\n";
     text += "  </Default>\n</Configuration>\n";
     return text;
 }

@@ -13,7 +13,9 @@ namespace larkmoor::host
 constexpr const char* kSettingsFileName = "Larkmoor.xml";
 
 /// The settings that make the driver use `transport` for every device. With `bitRate` (bits a second) the
-/// encoders are told to keep to that rate; without it they keep to the quality that the host asks for.
-std::string SettingsText(Transport transport, std::optional<std::uint32_t> bitRate);
+/// encoders are told to keep to that rate; without it they keep to the quality that the host asks for. With
+/// `audioCodec` that codec is asked for, if device and host have it.
+std::string SettingsText(Transport transport, std::optional<std::uint32_t> bitRate,
+                         const std::string& audioCodec = "");
 
 } // namespace larkmoor::host

@@ -59,6 +59,8 @@ void OutputFile::Finish()
 
 void RawWriter::Write(const Frame& frame)
 {
+    if (frame.Info().isAudio != ofSound_)
+        return;
     file_.Write({reinterpret_cast<const char*>(frame.Data().data()), frame.Data().size()});
 }
 

@@ -30,17 +30,21 @@ private:
     std::ofstream stream_;
 };
 
-/// The bytes of all frames, one behind the other: an elementary stream.
+/// The bytes of all frames, of pictures or of sound, one behind the other: an elementary stream.
 class RawWriter final : public IFrameWriter
 {
 public:
-    explicit RawWriter(const std::filesystem::path& file) : file_(file) {}
+    explicit RawWriter(const std::filesystem::path& file, bool ofSound = false)
+        : file_(file), ofSound_(ofSound)
+    {
+    }
 
     void Write(const Frame& frame) override;
     void Finish() override { file_.Finish(); }
 
 private:
     OutputFile file_;
+    const bool ofSound_;
 };
 
 /// A JSON object a line for each frame: time, format, size, width, height, md5.

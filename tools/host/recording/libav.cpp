@@ -19,6 +19,14 @@ AVCodecID CodecOfFormat(std::uint32_t format)
         return AV_CODEC_ID_MPEG4;
     case korvane::ipcapture::kFormatJpeg:
         return AV_CODEC_ID_MJPEG;
+    case korvane::ipcapture::kFormatG711MuLaw:
+        return AV_CODEC_ID_PCM_MULAW;
+    case korvane::ipcapture::kFormatG711ALaw:
+        return AV_CODEC_ID_PCM_ALAW;
+    case korvane::ipcapture::kFormatG726:
+        return AV_CODEC_ID_ADPCM_G726LE; // packed from the least significant bit on, as RFC 3551 has it
+    case korvane::ipcapture::kFormatAac:
+        return AV_CODEC_ID_AAC;
     default:
         return AV_CODEC_ID_NONE;
     }

@@ -33,7 +33,7 @@ using LibavPacket = std::unique_ptr<AVPacket, LibavFree<av_packet_free>>;
 using LibavFrame = std::unique_ptr<AVFrame, LibavFree<av_frame_free>>;
 using LibavCodecContext = std::unique_ptr<AVCodecContext, LibavFree<avcodec_free_context>>;
 
-/// The codec of a format code of the host; AV_CODEC_ID_NONE for none of the video codes.
+/// The codec of a format code of the host; AV_CODEC_ID_NONE for no code.
 AVCodecID CodecOfFormat(std::uint32_t format);
 
 /// What an error code of the libraries means.

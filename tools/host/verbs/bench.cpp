@@ -28,8 +28,9 @@ std::string ReadWhole(const std::filesystem::path& file)
 std::string PrepareFolder(const PrivateFolder& folder, const CommonOptions& options,
                           const StreamOptions& stream)
 {
-    const std::string text = options.settings.empty() ? SettingsText(stream.transport, stream.bitRate)
-                                                      : ReadWhole(options.settings);
+    const std::string text = options.settings.empty()
+                                 ? SettingsText(stream.transport, stream.bitRate, stream.audioCodec)
+                                 : ReadWhole(options.settings);
     const std::filesystem::path file = folder.Write(kSettingsFileName, text);
     if (!options.hostVersion.empty())
         folder.Write(kCoreLibraryVersionFile, options.hostVersion + "\n");
@@ -76,6 +77,23 @@ void OpenDriver::Start(std::uint32_t channel, korvane::ipcapture::IHostChannelCl
     ChannelSettings settings(stream.size, IntervalOfRate(stream.rate), stream.quality, bench_.faults);
     if (!video_->StartChannel(channel, &client, &settings))
         throw Failure(ExitStatus::NoDriver, "the driver refuses to start channel " + std::to_string(channel));
+}
+
+void OpenDriver::StartAudio(std::uint32_t channel, std::uint32_t videoChannel, AudioClient& client)
+{
+    korvane::ipcapture::IIPAudioCapture2* const audio = driver_->GetAudioCapture();
+    if (audio == nullptr)
+        throw Failure(ExitStatus::NoDriver,
+                      "the device has no sound (parameter 101; see --device and --property)");
+    if (!audio->StartChannel(channel, videoChannel, &client, &client))
+        throw Failure(ExitStatus::NoDriver,
+                      "the driver refuses to start audio channel " + std::to_string(channel));
+}
+
+void OpenDriver::StopAudio(std::uint32_t channel)
+{
+    if (korvane::ipcapture::IIPAudioCapture2* const audio = driver_->GetAudioCapture(); audio != nullptr)
+        audio->StopChannel(channel);
 }
 
 std::uint32_t OpenDriver::State(std::uint32_t channel)

@@ -2,6 +2,7 @@
 
 #include "host/base/console.h"
 #include "host/base/failure.h"
+#include "host/contract/audio_client.h"
 #include "host/contract/driver_library.h"
 #include "host/contract/fault_list.h"
 #include "host/contract/frame_allocator.h"
@@ -48,6 +49,13 @@ public:
     /// Starts a channel. Throws `Failure` (NoDriver) if the driver refuses.
     void Start(std::uint32_t channel, korvane::ipcapture::IHostChannelClient& client,
                const StreamOptions& stream);
+
+    /// Starts an audio channel. Throws `Failure` (NoDriver) if the device has no sound or the driver
+    /// refuses.
+    void StartAudio(std::uint32_t channel, std::uint32_t videoChannel, AudioClient& client);
+
+    /// Stops it; nothing if it does not run.
+    void StopAudio(std::uint32_t channel);
 
     /// 0 running, 2 connecting, 3 stopped or nothing there.
     std::uint32_t State(std::uint32_t channel);

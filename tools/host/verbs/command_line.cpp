@@ -2,6 +2,8 @@
 
 #include "host/base/failure.h"
 
+#include <larkmoor/host_frame.h>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -86,6 +88,16 @@ std::optional<std::chrono::milliseconds> ReadDurationText(const std::string& tex
     return ReadDuration(text);
 }
 
+std::optional<std::vector<std::uint32_t>> ReadAudioFormats(const std::string& text)
+{
+    using namespace korvane::ipcapture;
+    if (text == "g711")
+        return std::vector<std::uint32_t>{kFormatG711MuLaw, kFormatG711ALaw};
+    if (text == "g726")
+        return std::vector<std::uint32_t>{kFormatG726};
+    return text == "aac" ? std::optional(std::vector<std::uint32_t>{kFormatAac}) : std::nullopt;
+}
+
 std::optional<std::pair<std::uint32_t, std::string>> ReadProperty(const std::string& text)
 {
     const std::size_t equals = text.find('=');
@@ -149,6 +161,51 @@ void AddCommon(CLI::App& app, CommonOptions& common, DeviceArguments& device)
         ->group(group);
 }
 
+void AddTime(CLI::App& app, TimeOptions& time)
+{
+    const std::string group = "The stream";
+    AddRead<std::chrono::milliseconds>(app, "--seconds",
+                                       "how long, from the first frame on; until Ctrl-C unless told", "TIME",
+                                       ReadDurationText, [&time](const auto& value) { time.seconds = value; })
+        ->group(group);
+    AddRead<std::chrono::milliseconds>(app, "--patience", "how long to wait for the first frame (30s)",
+                                       "TIME", ReadDurationText,
+                                       [&time](const auto& value) { time.patience = value; })
+        ->group(group);
+}
+
+void AddAudio(CLI::App& app, AudioOptions& options, DeviceArguments& device)
+{
+    const std::string group = "The stream";
+    AddChoice(app, "--transport", "how it comes (udp)", kTransports, device.transport)->group(group);
+    app.add_option("--channel", options.channel, "audio channel, from 0 (0)")
+        ->check(CLI::Range(0u, kMostChannels - 1))
+        ->group(group);
+    app.add_option("--video-channel", options.videoChannel, "video channel that it belongs to, from 0 (0)")
+        ->check(CLI::Range(0u, kMostChannels - 1))
+        ->group(group);
+    AddRead<std::vector<std::uint32_t>>(
+        app, "--take", "what this host plays (repeatable; all)", "g711|g726|aac", ReadAudioFormats,
+        [&options](const auto& codes)
+        { options.formats.insert(options.formats.end(), codes.begin(), codes.end()); })
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false)
+        ->group(group);
+    app.add_option("--audio-codec", options.stream.audioCodec, "that the settings file names")
+        ->check(CLI::IsMember({"aac4", "g711", "g726"}))
+        ->group(group);
+    AddTime(app, options.time);
+    const std::string files = "What is written";
+    app.add_option("--out", options.out, "a .wav, .mka or .aac file")->type_name("FILE")->group(files);
+    app.add_option("--raw", options.raw, "the bytes of all frames, one behind the other")
+        ->type_name("FILE")
+        ->group(files);
+    app.add_option("--frames", options.frames, "a JSON object a line for each frame")
+        ->type_name("FILE")
+        ->group(files);
+}
+
 void AddStream(CLI::App& app, StreamOptions& stream, DeviceArguments& device, TimeOptions& time)
 {
     const std::string group = "The stream";
@@ -167,14 +224,7 @@ void AddStream(CLI::App& app, StreamOptions& stream, DeviceArguments& device, Ti
     app.add_option("--bitrate", stream.bitRate, "bits a second, in place of a quality")
         ->check(CLI::Range(10u, 100'000'000u))
         ->group(group);
-    AddRead<std::chrono::milliseconds>(app, "--seconds",
-                                       "how long, from the first frame on; until Ctrl-C unless told", "TIME",
-                                       ReadDurationText, [&time](const auto& value) { time.seconds = value; })
-        ->group(group);
-    AddRead<std::chrono::milliseconds>(app, "--patience", "how long to wait for the first frame (30s)",
-                                       "TIME", ReadDurationText,
-                                       [&time](const auto& value) { time.patience = value; })
-        ->group(group);
+    AddTime(app, time);
 }
 
 void AddQuery(CLI::App& app, QueryOptions& options)
@@ -200,6 +250,11 @@ void AddRecord(CLI::App& app, RecordOptions& options)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->allow_extra_args(false)
+        ->group("The stream");
+    app.add_flag("--audio", options.audio, "the sound of the channel too, in the Matroska recording")
+        ->group("The stream");
+    app.add_option("--audio-codec", options.stream.audioCodec, "of the sound, that the settings file names")
+        ->check(CLI::IsMember({"aac4", "g711", "g726"}))
         ->group("The stream");
     app.add_option("--out", options.out,
                    "a Matroska recording; goes on in NAME-2.mkv when the picture size changes")
@@ -286,6 +341,7 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
     QueryOptions query;
     RecordOptions record;
     WatchOptions watch;
+    AudioOptions audio;
     LoadOptions load;
     DeviceArguments device;
 
@@ -305,6 +361,10 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
         ->check(CLI::Range(0u, kMostChannels - 1))
         ->allow_extra_args(false)
         ->group("The stream");
+
+    CLI::App& audioApp = *app.add_subcommand("audio", "record the sound of one channel, with its level");
+    AddCommon(audioApp, audio.common, device);
+    AddAudio(audioApp, audio, device);
 
     CLI::App& loadApp = *app.add_subcommand("load", "run many streams at once and measure what they cost");
     AddCommon(loadApp, load.common, device);
@@ -350,6 +410,11 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
         Complete(watch.common, watch.stream, device,
                  *std::max_element(watch.channels.begin(), watch.channels.end()) + 1);
         return Command(watch);
+    }
+    if (audioApp.parsed())
+    {
+        Complete(audio.common, audio.stream, device, audio.videoChannel + 1);
+        return Command(audio);
     }
     Complete(load.common, load.stream, device, load.channels);
     return Command(load);

@@ -7,7 +7,7 @@
 namespace larkmoor::host
 {
 
-using Command = std::variant<QueryOptions, RecordOptions, WatchOptions, LoadOptions>;
+using Command = std::variant<QueryOptions, RecordOptions, WatchOptions, AudioOptions, LoadOptions>;
 
 /// A command line that needs no work: help was asked for, or it can't be understood. The text has been
 /// printed.

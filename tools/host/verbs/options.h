@@ -32,6 +32,7 @@ struct StreamOptions
     double rate = 25; ///< frames a second; 0 asks for none
     std::uint16_t quality = 60;
     std::optional<std::uint32_t> bitRate; ///< bits a second
+    std::string audioCodec;               ///< that the settings file names; empty: none
 };
 
 /// How long a verb works.
@@ -61,6 +62,7 @@ struct RecordOptions
     StreamOptions stream;
     TimeOptions time;
     std::uint32_t channel = 0;
+    bool audio = false; ///< the sound of the same channel goes into `out` too
     std::filesystem::path out;
     std::filesystem::path raw;
     std::filesystem::path frames;
@@ -75,6 +77,19 @@ struct WatchOptions
     StreamOptions stream;
     TimeOptions time;
     std::vector<std::uint32_t> channels; ///< at least one
+};
+
+struct AudioOptions
+{
+    CommonOptions common;
+    StreamOptions stream; ///< of it the transport and the audio codec
+    TimeOptions time;
+    std::uint32_t channel = 0;
+    std::uint32_t videoChannel = 0;
+    std::vector<std::uint32_t> formats; ///< codes that the host takes; empty: all
+    std::filesystem::path out;
+    std::filesystem::path raw;
+    std::filesystem::path frames;
 };
 
 struct LoadOptions

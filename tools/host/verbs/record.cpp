@@ -8,6 +8,7 @@
 #include "host/recording/matroska_writer.h"
 #include "host/recording/picture.h"
 #include "host/recording/recorder.h"
+#include "host/verbs/audio_report.h"
 #include "host/verbs/bench.h"
 #include "host/verbs/state_log.h"
 #include "host/verbs/stream_report.h"
@@ -38,7 +39,7 @@ struct Writers
     explicit Writers(const RecordOptions& options)
     {
         if (!options.out.empty())
-            matroska = std::make_unique<MatroskaWriter>(options.out);
+            matroska = std::make_unique<MatroskaWriter>(options.out, options.audio);
         if (!options.raw.empty())
             raw = std::make_unique<RawWriter>(options.raw);
         if (!options.frames.empty())
@@ -72,7 +73,8 @@ public:
           bench_(folder, options.common, options.stream),
           writers_(options),
           recorder_(writers_.All(options)),
-          client_(bench_.allocator, bench_.faults, &recorder_, &delays_)
+          client_(bench_.allocator, bench_.faults, &recorder_, &delays_),
+          audio_(bench_.allocator, bench_.faults, &recorder_, AllAudioFormats())
     {
         const auto earlier = [](const auto& a, const auto& b) { return a.at < b.at; };
         std::stable_sort(options_.changes.begin(), options_.changes.end(), earlier);
@@ -97,6 +99,7 @@ private:
     Recorder recorder_;
     DelayHistogram delays_;
     StreamClient client_;
+    AudioClient audio_;
     double start_ = MonotonicSeconds();
     std::int64_t startWall_ = WallMicroseconds();
     StateLog states_{start_};
@@ -185,9 +188,12 @@ ExitStatus RecordRun::Run()
     {
         OpenDriver driver(bench_, device);
         driver.Start(options_.channel, client_, options_.stream);
+        if (options_.audio)
+            driver.StartAudio(0, options_.channel, audio_);
         Follow(driver);
         const double stopping = MonotonicSeconds();
         driver.Video().StopChannel(options_.channel);
+        driver.StopAudio(0);
         stopSeconds_ = MonotonicSeconds() - stopping;
         states_.Add(driver.State(options_.channel));
         closeSeconds_ = MonotonicSeconds();
@@ -225,11 +231,19 @@ ExitStatus RecordRun::Judge(const StreamCounts& counts)
 void RecordRun::Summarise(const StreamCounts& counts)
 {
     PrintSummary(counts, start_, delays_);
+    if (options_.audio)
+        PrintAudioSummary(audio_.Counts(), start_);
     if (writers_.matroska)
     {
         for (const RecordedFile& file : writers_.matroska->Files())
-            std::printf("wrote   %s: %llu frames of %ux%u\n", file.path.c_str(),
+        {
+            std::printf("wrote   %s: %llu frames of %ux%u", file.path.c_str(),
                         static_cast<unsigned long long>(file.frames), file.width, file.height);
+            if (options_.audio)
+                std::printf(", %.1f s of sound, %llu breaks", file.soundSeconds,
+                            static_cast<unsigned long long>(file.soundSlips));
+            std::printf("\n");
+        }
     }
     std::printf("stop    %.3f s, close %.3f s\n", stopSeconds_, closeSeconds_);
     std::fflush(stdout);
@@ -244,6 +258,8 @@ nlohmann::ordered_json RecordRun::Report(const StreamCounts& counts, ExitStatus 
                                      {"channel", options_.channel},
                                      {"started", IsoTime(startWall_)}};
     report.update(StreamReport(counts, start_, delays_));
+    if (options_.audio)
+        report.update(AudioReport(audio_.Counts(), start_));
     report["states"] = states_.Report();
     report["changes"] = changes_;
     report["files"] = nlohmann::ordered_json::array();
@@ -256,7 +272,10 @@ nlohmann::ordered_json RecordRun::Report(const StreamCounts& counts, ExitStatus 
                                        {"height", file.height},
                                        {"first_time", IsoTime(file.firstTime)},
                                        {"last_time", IsoTime(file.lastTime)},
-                                       {"times_moved", file.moved}});
+                                       {"times_moved", file.moved},
+                                       {"sound_frames", file.soundFrames},
+                                       {"sound_seconds", file.soundSeconds},
+                                       {"sound_breaks", file.soundSlips}});
     }
     report["stop_seconds"] = stopSeconds_;
     report["close_seconds"] = closeSeconds_;

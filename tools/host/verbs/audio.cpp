@@ -1,0 +1,178 @@
+#include "host/verbs/audio.h"
+
+#include "host/base/interrupt.h"
+#include "host/base/stopwatch.h"
+#include "host/recording/frame_files.h"
+#include "host/recording/level_meter.h"
+#include "host/recording/recorder.h"
+#include "host/recording/sound_file.h"
+#include "host/verbs/audio_report.h"
+#include "host/verbs/bench.h"
+
+#include <cstdio>
+
+namespace larkmoor::host
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kPoll(20);
+constexpr double kMeterSeconds = 0.25;
+constexpr milliseconds kPlainProgress(10'000);
+
+// One run of the verb, on the main thread.
+class AudioRun
+{
+public:
+    AudioRun(const PrivateFolder& folder, const AudioOptions& options)
+        : options_(options), bench_(folder, options.common, options.stream)
+    {
+        if (!options.out.empty())
+            writers_.push_back((file_ = std::make_unique<SoundFile>(options.out)).get());
+        if (!options.raw.empty())
+            writers_.push_back((raw_ = std::make_unique<RawWriter>(options.raw, true)).get());
+        if (!options.frames.empty())
+            writers_.push_back((frames_ = std::make_unique<FrameLog>(options.frames)).get());
+        writers_.push_back(&meter_);
+        recorder_ = std::make_unique<Recorder>(writers_);
+        client_ =
+            std::make_unique<AudioClient>(bench_.allocator, bench_.faults, recorder_.get(),
+                                          options.formats.empty() ? AllAudioFormats() : options.formats);
+    }
+
+    ExitStatus Run();
+
+private:
+    void Follow();
+    bool IsOver(double now, const AudioCounts& counts) const;
+    void ShowProgress(double now, const AudioCounts& counts);
+    ExitStatus Judge(const AudioCounts& counts);
+    nlohmann::ordered_json Report(const AudioCounts& counts, ExitStatus status) const;
+
+    const AudioOptions options_;
+    Bench bench_;
+    std::unique_ptr<SoundFile> file_;
+    std::unique_ptr<RawWriter> raw_;
+    std::unique_ptr<FrameLog> frames_;
+    LevelMeter meter_;
+    std::vector<IFrameWriter*> writers_;
+    std::unique_ptr<Recorder> recorder_;
+    std::unique_ptr<AudioClient> client_;
+    double start_ = MonotonicSeconds();
+    double nextProgress_ = 0;
+    double stopSeconds_ = 0;
+    std::optional<std::string> writeFailure_;
+};
+
+bool AudioRun::IsOver(double now, const AudioCounts& counts) const
+{
+    if (counts.firstFrame == 0)
+        return now - start_ > std::chrono::duration<double>(options_.time.patience).count();
+    return options_.time.seconds &&
+           now - counts.firstFrame >= std::chrono::duration<double>(*options_.time.seconds).count();
+}
+
+void AudioRun::ShowProgress(double now, const AudioCounts& counts)
+{
+    if (now < nextProgress_)
+        return;
+    nextProgress_ = now + kMeterSeconds;
+    std::string line = AudioStateName(counts.state);
+    if (counts.frames != 0)
+    {
+        char seconds[32];
+        std::snprintf(seconds, sizeof seconds, ", %.1f s  ", now - counts.firstFrame);
+        line += seconds + LevelBar(meter_.TakePeak()) + "  " + SoundName(counts.info);
+    }
+    bench_.console.Show({line}, kPlainProgress);
+}
+
+void AudioRun::Follow()
+{
+    do
+    {
+        const double now = MonotonicSeconds();
+        const AudioCounts counts = client_->Counts();
+        if (IsOver(now, counts) || recorder_->HasFailed())
+            break;
+        ShowProgress(now, counts);
+    } while (!Interrupt::WaitFor(kPoll));
+}
+
+ExitStatus AudioRun::Run()
+{
+    const Device& device = options_.common.device;
+    bench_.console.Line("recording the sound of " + device.address + ":" + std::to_string(device.port));
+    {
+        OpenDriver driver(bench_, device);
+        driver.StartAudio(options_.channel, options_.videoChannel, *client_);
+        Follow();
+        const double stopping = MonotonicSeconds();
+        driver.StopAudio(options_.channel);
+        stopSeconds_ = MonotonicSeconds() - stopping;
+    }
+    writeFailure_ = recorder_->Finish();
+    bench_.console.Finish();
+
+    const AudioCounts counts = client_->Counts();
+    PrintAudioSummary(counts, start_);
+    if (file_)
+        std::printf("wrote   %s: %llu frames, %.3f s, %llu breaks\n", options_.out.c_str(),
+                    static_cast<unsigned long long>(file_->Frames()), file_->Seconds(),
+                    static_cast<unsigned long long>(file_->Slips()));
+    std::printf("stop    %.3f s\n", stopSeconds_);
+    std::fflush(stdout);
+    const ExitStatus status = Judge(counts);
+    WriteReport(options_.common.json, Report(counts, status));
+    return status;
+}
+
+ExitStatus AudioRun::Judge(const AudioCounts& counts)
+{
+    const ExitStatus contract = JudgeContract(bench_);
+    const bool isInterrupted = Interrupt::Requested() && (options_.time.seconds || counts.frames == 0);
+    const bool isSilent = counts.frames == 0 && counts.refused == 0;
+    if (isSilent && !isInterrupted)
+        bench_.console.Line("no sound came within " + std::to_string(options_.time.patience.count()) + " ms");
+    else if (writeFailure_)
+        bench_.console.Line(*writeFailure_);
+    if (contract != ExitStatus::Done)
+        return contract;
+    if (isInterrupted)
+        return ExitStatus::Interrupted;
+    if (isSilent)
+        return ExitStatus::NoFrames;
+    return writeFailure_ ? ExitStatus::Output : ExitStatus::Done;
+}
+
+nlohmann::ordered_json AudioRun::Report(const AudioCounts& counts, ExitStatus status) const
+{
+    const Device& device = options_.common.device;
+    nlohmann::ordered_json report = {{"verb", "audio"},
+                                     {"device", device.address + ":" + std::to_string(device.port)},
+                                     {"channel", options_.channel}};
+    report.update(AudioReport(counts, start_));
+    if (file_)
+        report["file"] = {{"path", options_.out.string()},
+                          {"frames", file_->Frames()},
+                          {"seconds", file_->Seconds()},
+                          {"breaks", file_->Slips()}};
+    report["stop_seconds"] = stopSeconds_;
+    report.update(HostSideReport(bench_));
+    report["write_failure"] =
+        writeFailure_ ? nlohmann::ordered_json(*writeFailure_) : nlohmann::ordered_json();
+    report["exit_status"] = static_cast<int>(status);
+    return report;
+}
+
+} // namespace
+
+ExitStatus Audio(const PrivateFolder& folder, const AudioOptions& options)
+{
+    return AudioRun(folder, options).Run();
+}
+
+} // namespace larkmoor::host
