@@ -218,6 +218,7 @@ bool CAudioCaptureChannel::SdpInfoReceived(const RTSPResponse& response)
         format_.bitRate = bitRate;
         parser_.SetFormat(format_);
     }
+    isDescribed_ = true;
     return true;
 }
 

@@ -203,6 +203,7 @@ void CBaseAudioRTSPChannel::StopStream()
         MoveTo(AudioState::kStopping);
     client_.Stop();
     CBaseRTPDataChannel::StopStream();
+    isDescribed_ = false;
 }
 
 void CBaseAudioRTSPChannel::RunMulticast()
@@ -246,8 +247,10 @@ std::uint32_t CBaseAudioRTSPChannel::OpenMulticastSession()
 
 void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
 {
-    if (IsStopping())
-        return; // a frame would only be refused, with a message of an error that is none
+    // Before the description has set the parser up, what comes to a port over UDP is a stranger's.
+    // At the end, a frame would only be refused, with a message of an error that is none.
+    if (!isDescribed_ || IsStopping())
+        return;
     const std::span<const std::uint8_t> payload = packet.Payload();
     parser_.ParseData(payload.data(), static_cast<std::uint32_t>(payload.size()), packet.SequenceNumber());
 }

@@ -79,6 +79,10 @@ protected:
     CBaseRTPAudioParser parser_;
     SDPAudioFormat format_; ///< of the frames; the channel's thread before a session, the client's in it
 
+    /// The session in hand has its description, and the parser what it needs of it: set by the last class
+    /// that has to do with the description. Packets from before are a stranger's.
+    std::atomic<bool> isDescribed_{false};
+
 private:
     bool MoveTo(AudioState next);
     void SetDeviceState(bool signal);
