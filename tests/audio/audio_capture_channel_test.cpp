@@ -308,7 +308,9 @@ TEST(AudioCaptureChannel, AgreesOnACodecWithHostFileAndDevice)
         EXPECT_NE(f.device.rtsp.Requests()[1].find("/trackID=2 "), std::string::npos);
         EXPECT_EQ(channel->GetState(), 2u);
         EXPECT_TRUE(channel->Stop());
-        EXPECT_EQ(f.host.WaitForStates("1230"), "1230");
+        // The frame may have come before the channel's thread was back from starting the session.
+        const std::string states = f.host.WaitForStates("12");
+        EXPECT_TRUE(states == "1230" || states == "12530") << states;
         EXPECT_EQ(f.driver.Texts(1), Texts());
         const std::string function = "korvane::CBaseAudioRTSPChannel::SetDeviceState: Audio ";
         EXPECT_EQ(f.driver.Texts(3), (Texts{function + "signal from camera 127.0.0.1 is OK",
