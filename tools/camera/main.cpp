@@ -108,6 +108,13 @@ void AddStreamOptions(CLI::App& app, CameraOptions& options)
         ->allow_extra_args(false)
         ->option_text("KEY=VALUE")
         ->group("Device");
+    app.add_option(
+           "--input", options.inputs,
+           "What the digital inputs do, INPUT[@START[/PERIOD]]=high|low|flip from 0, as in 1@3s=high or "
+           "0@1s/500ms=flip; several with \",\" between them")
+        ->allow_extra_args(false)
+        ->option_text("TEXT")
+        ->group("Device");
     app.add_option("--packet-bytes", options.rtsp.packetBytes, "Largest RTP packet (1400)")
         ->check(CLI::Range(200, 60000))
         ->group("RTP");

@@ -3,6 +3,7 @@
 #include "camera/device/profile.h"
 #include "camera/encoding/audio_parameters.h"
 #include "camera/encoding/video_parameters.h"
+#include "camera/hardware/hardware.h"
 #include "camera/http/certificate.h"
 #include "camera/http/http_server.h"
 #include "camera/http/parameter_cgi.h"
@@ -92,6 +93,7 @@ private:
     const std::unique_ptr<boost::asio::ssl::context> tls_;
     boost::asio::io_context context_{1};
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_{context_.get_executor()};
+    std::unique_ptr<Hardware> hardware_; // behind the hub's end: its encoders look at it
     StreamHub hub_;
     Authenticator authenticator_;
     Site site_;
@@ -144,6 +146,15 @@ bool SimulatedCamera::Parts::Open(std::string& error)
     const CameraOptions& options = camera_.options_;
     ParameterStore& store = camera_.parameters_;
     profile_.Fill(store);
+    hardware_ = std::make_unique<Hardware>(store, camera_.faults_);
+    hardware_->AddPages(site_);
+    for (std::uint32_t channel = 0; channel < profile_.channels; ++channel)
+        hardware_->Follow(*hub_.SceneOf(channel), channel);
+    for (const std::string& text : options.inputs)
+    {
+        if (!hardware_->AddInputScript(text, error))
+            return false;
+    }
     if (!SetParameters(error) || !http_.Open(options.bind, options.httpPort, error) || !rtsp_.Start(error))
         return false;
     for (const char* const key : {"network_http_port", "network.httpport"})
@@ -162,6 +173,7 @@ bool SimulatedCamera::Parts::Open(std::string& error)
 
 void SimulatedCamera::Parts::Run()
 {
+    hardware_->Begin();
     thread_ = std::thread(
         [this]
         {
@@ -181,7 +193,11 @@ void SimulatedCamera::Parts::Run()
 
 void SimulatedCamera::Parts::AddPages()
 {
-    const auto get = [this](const HttpRequest& request) { return parameterCgi_.Get(request); };
+    const auto get = [this](const HttpRequest& request)
+    {
+        hardware_->Refresh(request);
+        return parameterCgi_.Get(request);
+    };
     const auto set = [this](const HttpRequest& request) { return parameterCgi_.Set(request); };
     const auto picture = [this](const HttpRequest& request) { return videoCgi_.Picture(request); };
     site_.Add("/cgi-bin/admin/getparam.cgi", get);

@@ -31,6 +31,7 @@ struct CameraOptions
     std::vector<std::string> faults; ///< each as FaultPlan::Add takes it
     std::uint64_t seed = 1;          ///< of all chances; the same seed gives the same losses
     VideoSource source = VideoSource::Live;
+    std::vector<std::string> inputs;     ///< the script of the inputs, each as Signals::AddScript takes it
     std::string requestLog;              ///< path of the request log, "" for none
     std::string truth;                   ///< path of the truth log, "" for none
     std::string truthUnits;              ///< path of the log of NAL units, "" for none

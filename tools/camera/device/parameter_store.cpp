@@ -116,7 +116,7 @@ std::string ParameterStore::Read(std::string_view query) const
             query.empty() || std::any_of(names.begin(), names.end(),
                                          [&key = key](auto name) { return IsAskedFor(key, name); });
         if (wanted)
-            text += key + "='" + parameter.value + "'\r\n";
+            text += Line(key, parameter.value);
     }
     return text;
 }

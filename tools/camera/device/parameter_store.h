@@ -39,7 +39,16 @@ public:
 
     bool Has(std::string_view key) const;
 
-    /// The answer to a read request: a line `key='value'` CR LF for each key that `query`, names of keys or
+    /// Has Line and Read tell values without the quotes, as older firmware does.
+    void LeaveOutQuotes() { quote_ = ""; }
+
+    /// The line of an answer that tells a value, `key='value'` CR LF.
+    std::string Line(const std::string& key, const std::string& value) const
+    {
+        return key + "=" + quote_ + value + quote_ + "\r\n";
+    }
+
+    /// The answer to a read request: a line for each key that `query`, names of keys or
     /// groups with "&" between them, asks for; all of them for an empty query, nothing for unknown names.
     std::string Read(std::string_view query) const;
 
@@ -66,6 +75,7 @@ private:
     bool Allows(const Parameter& parameter, const std::string& value) const;
     void Notify(const std::vector<std::string>& keys);
 
+    const char* quote_ = "'"; // set before anything is served
     mutable std::mutex lock_; // guards the parameters
     std::recursive_mutex
         calling_; // guards the listeners and their calls; taken before lock_, never behind it

@@ -144,6 +144,8 @@ void Profile::Fill(ParameterStore& store) const
 {
     for (const Parameter& parameter : parameters)
         store.Define(parameter.key, parameter.value, parameter.rule);
+    if (legacy)
+        store.LeaveOutQuotes();
 }
 
 } // namespace larkmoor::camera

@@ -40,6 +40,17 @@ const std::vector<FaultDescription>& FaultPlan::All()
         {"HTTP and CGI", "cgi-invalid", "text",
          "setparam answers ERR_INVALID for the streams named, as in c0_s0/c0_s1, or for all", seconds(0)},
 
+        {"Head, inputs and outputs", "ptz-slow", "time",
+         "commands of the head and its presets are obeyed at once and answered after that time", seconds(0)},
+        {"Head, inputs and outputs", "ptz-refuse", "", "commands of the head and its presets get 503",
+         seconds(0)},
+        {"Head, inputs and outputs", "di-bounce", "", "inputs flip each time that they are read", seconds(0)},
+        {"Head, inputs and outputs", "di-hang", "", "a request for the inputs is never answered", seconds(0)},
+        {"Head, inputs and outputs", "di-refuse", "", "a request for the inputs gets 503", seconds(0)},
+        {"Head, inputs and outputs", "do-slow", "time",
+         "outputs are switched at once and confirmed after that time", seconds(0)},
+        {"Head, inputs and outputs", "do-refuse", "", "outputs are not switched: 503", seconds(0)},
+
         {"Motion JPEG over HTTP", "mjpeg-odd",
          "no-length|no-boundary-dashes|no-part-headers|chunked|cut|thumbnail",
          "parts without Content-Length; a boundary without \"--\"; pictures with nothing between; chunked "

@@ -38,6 +38,8 @@ std::optional<double> ReadNumber(std::string_view text)
     return number;
 }
 
+} // namespace
+
 std::optional<milliseconds> ReadTime(std::string_view text)
 {
     double unit = 1;
@@ -55,6 +57,9 @@ std::optional<milliseconds> ReadTime(std::string_view text)
         return std::nullopt;
     return milliseconds(std::llround(*number * unit * 1000));
 }
+
+namespace
+{
 
 bool IsChoiceOf(std::string_view value, std::string_view choices)
 {
@@ -272,6 +277,15 @@ std::string FaultPlan::Value(std::string_view name) const
 double FaultPlan::Number(std::string_view name, double fallback) const
 {
     return ReadNumber(Value(name)).value_or(fallback);
+}
+
+milliseconds FaultPlan::Time(std::string_view name, milliseconds fallback) const
+{
+    if (empty_)
+        return milliseconds(0);
+    const std::lock_guard guard(lock_);
+    const Entry* entry = FindOpen(name);
+    return entry == nullptr ? milliseconds(0) : ReadTime(entry->value).value_or(fallback);
 }
 
 bool FaultPlan::Take(std::string_view name)

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,6 +24,9 @@ struct FaultDescription
     const char* effect; ///< one sentence for the user
     std::chrono::milliseconds defaultDuration; ///< of a window that names none; 0 means until the end
 };
+
+/// A time as users write it, "5s", "300ms", "2m" or bare seconds, up to some days; nothing if it is none.
+std::optional<std::chrono::milliseconds> ReadTime(std::string_view text);
 
 /// The faults that a camera was told to play, each with its value and its window of time.
 /// All operations may be called from any thread, also while the camera runs.
@@ -70,6 +74,9 @@ public:
 
     /// The value of the first open window as a number, `fallback` if it has none or no window is open.
     double Number(std::string_view name, double fallback) const;
+
+    /// The value of the first open window as a time, `fallback` if it has none; 0 if no window is open.
+    std::chrono::milliseconds Time(std::string_view name, std::chrono::milliseconds fallback) const;
 
     /// True once for each window of `name`: for faults that happen a single time.
     bool Take(std::string_view name);

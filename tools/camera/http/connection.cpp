@@ -149,6 +149,11 @@ void Connection::Answer(const HttpRequest& request, HttpResponse response, bool 
     server_.Record({stream_.HasTls() ? "https" : "http", request.method, request.target, response.status});
     if (response.stream && request.method != "HEAD")
         return StartStream(*response.stream);
+    if (response.silent)
+        return WatchForEnd();
+    if (response.delay.count() != 0)
+        return After(std::exchange(response.delay, std::chrono::milliseconds(0)),
+                     [this, request, response, keepAlive] { Respond(request, response, keepAlive); });
     if (faults_.Active("slow-http", "headers"))
     {
         answer_ =

@@ -2,6 +2,7 @@
 
 #include "camera/device/streams.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
@@ -28,6 +29,8 @@ struct HttpResponse
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers; ///< beyond type and length
     std::optional<StreamId> stream;                           ///< then there is no body
+    std::chrono::milliseconds delay{0};                       ///< before the answer goes out
+    bool silent = false;                                      ///< no answer until the client leaves
 };
 
 /// The words behind a status code, as in "Not Found".

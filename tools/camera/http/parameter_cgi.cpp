@@ -45,7 +45,7 @@ HttpResponse ParameterCgi::Set(const HttpRequest& request)
     for (const auto& item : items)
     {
         const bool bad = std::find(refused.begin(), refused.end(), item) != refused.end();
-        text += item.first + (bad ? "=ERR_INVALID\r\n" : "='" + item.second + "'\r\n");
+        text += bad ? item.first + "=ERR_INVALID\r\n" : store_.Line(item.first, item.second);
     }
     return Answer(std::move(text));
 }

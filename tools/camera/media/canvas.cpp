@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <numeric>
 
 namespace larkmoor::camera
 {
@@ -123,6 +125,34 @@ void Canvas::Texture(const Rect& area, const std::vector<std::uint8_t>& texture,
             at = 0;
         }
     }
+}
+
+void Canvas::Blur(int reach)
+{
+    reach = std::min(reach, width_ / 2);
+    if (reach <= 0)
+        return;
+    std::vector<int> sums(static_cast<std::size_t>(width_) + 1);
+    for (int y = 0; y < height_; ++y)
+    {
+        std::uint8_t* const row = Plane(0) + static_cast<std::ptrdiff_t>(y) * strides_[0];
+        std::inclusive_scan(row, row + width_, sums.begin() + 1, std::plus<int>(), 0);
+        for (int x = 0; x < width_; ++x)
+        {
+            const int left = std::max(x - reach, 0);
+            const int right = std::min(x + reach + 1, width_);
+            row[x] = static_cast<std::uint8_t>(
+                (sums[static_cast<std::size_t>(right)] - sums[static_cast<std::size_t>(left)]) /
+                (right - left));
+        }
+    }
+}
+
+void Canvas::Light(double factor)
+{
+    for (std::uint8_t& luma : planes_[0])
+        luma = static_cast<std::uint8_t>(
+            std::clamp(kBlack.y + (luma - kBlack.y) * factor, double{kBlack.y}, double{kWhite.y}));
 }
 
 } // namespace larkmoor::camera

@@ -61,6 +61,9 @@ public:
     void Texture(const Rect& area, const std::vector<std::uint8_t>& texture, int textureWidth,
                  int textureHeight, int offsetX, int offsetY);
 
+    void Blur(int reach);      ///< luma, along the rows, over `reach` pixels to each side
+    void Light(double factor); ///< luma above black, times `factor`
+
 private:
     Rect Clipped(const Rect& area) const;
     void FillLuma(const Rect& area, std::uint8_t luma);

@@ -2,6 +2,7 @@
 
 #include "camera/media/canvas.h"
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -30,45 +31,44 @@ struct SceneState
 {
     View view;
     std::string title;         ///< the first line of text in the picture
+    std::string status;        ///< a line below the clock; none if empty
+    double blur = 0;           ///< 0 sharp to 0.5, of the lens
+    double light = 1;          ///< brightness of the world, as a factor
     std::vector<bool> outputs; ///< states of the digital outputs, shown as lamps
     std::vector<bool> inputs;  ///< states of the digital inputs, shown as lamps
 
     bool operator==(const SceneState&) const = default;
 };
 
-/// The scene of one video input, changed by the device's commands and drawn by its encoders. Any thread.
+/// The scene of one video input, drawn by its encoders. Any thread.
 class Scene
 {
 public:
+    /// Puts what shows at this moment into the state.
+    using Source = std::function<void(SceneState&)>;
+
     explicit Scene(std::string title) { state_.title = std::move(title); }
+
+    /// Has the scene show what `source` says, whenever somebody looks; it outlives the scene.
+    void Follow(Source source)
+    {
+        const std::lock_guard guard(lock_);
+        source_ = std::move(source);
+    }
 
     SceneState State() const
     {
         const std::lock_guard guard(lock_);
-        return state_;
-    }
-
-    void SetView(const View& view)
-    {
-        const std::lock_guard guard(lock_);
-        state_.view = view;
-    }
-
-    void SetOutputs(std::vector<bool> outputs)
-    {
-        const std::lock_guard guard(lock_);
-        state_.outputs = std::move(outputs);
-    }
-
-    void SetInputs(std::vector<bool> inputs)
-    {
-        const std::lock_guard guard(lock_);
-        state_.inputs = std::move(inputs);
+        SceneState state = state_;
+        if (source_)
+            source_(state);
+        return state;
     }
 
 private:
-    mutable std::mutex lock_; // guards the state; innermost
+    mutable std::mutex lock_; // guards what follows; the source's come behind it
     SceneState state_;
+    Source source_;
 };
 
 } // namespace larkmoor::camera

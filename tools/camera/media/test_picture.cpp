@@ -91,12 +91,17 @@ Canvas& TestPicture::Draw(const SceneState& state, const std::string& note, std:
 void TestPicture::DrawBase(const SceneState& state, const std::string& note)
 {
     DrawWorld(base_, state.view);
+    base_.Blur(static_cast<int>(state.blur * width_ / 16));
+    if (state.light != 1)
+        base_.Light(state.light);
     const int line = Canvas::TextHeight(scale_) + 2 * scale_;
-    base_.Fill({0, 0, width_, 3 * line + 2 * scale_}, kBlack);
+    const int lines = state.status.empty() ? 3 : 4;
+    base_.Fill({0, 0, width_, lines * line + 2 * scale_}, kBlack);
     base_.Text(2 * scale_, 2 * scale_, scale_, state.title, kWhite.y);
     base_.Text(2 * scale_, 2 * scale_ + line, scale_, note, kWhite.y);
-    DrawLamps("DO", state.outputs, 4 * line);
-    DrawLamps("DI", state.inputs, 6 * line);
+    base_.Text(2 * scale_, 2 * scale_ + 3 * line, scale_, state.status, kWhite.y);
+    DrawLamps("DO", state.outputs, (lines + 1) * line);
+    DrawLamps("DI", state.inputs, (lines + 3) * line);
 }
 
 void TestPicture::DrawLamps(const char* name, const std::vector<bool>& states, int y)
@@ -105,7 +110,7 @@ void TestPicture::DrawLamps(const char* name, const std::vector<bool>& states, i
     int x = 2 * scale_ & ~1;
     for (std::size_t i = 0; i < states.size(); ++i)
     {
-        const std::string label = name + std::to_string(i + 1);
+        const std::string label = name + std::to_string(i);
         const int width = (Canvas::TextWidth(label, scale_) + 4 * scale_) & ~1;
         base_.Fill({x, y & ~1, width, side}, states[i] ? kGreen : kGrey);
         base_.Text(x + 2 * scale_, (y & ~1) + 2 * scale_, scale_, label, kBlack.y);
