@@ -48,7 +48,8 @@ public:
 
     virtual void PrepareIO() {} ///< before the threads start
 
-    /// Ends what the two threads may be waiting for; on the thread that stops.
+    /// Ends what the two threads may be waiting for; on the thread that stops, again and again until both
+    /// have ended: one may just have looked at its stop event and then begun another request.
     virtual void InterruptRequests() = 0;
 
 protected:
@@ -58,6 +59,24 @@ protected:
     IDriver* const driver_;
 
 private:
+    /// A thread whose stop ends the requests of its object.
+    template <class Thread>
+    class TInterruptedThread : public Thread
+    {
+    public:
+        template <class Member>
+        TInterruptedThread(IDebugMessage* debug, CIOBase* io, Member member)
+            : Thread(debug, io, member), io_(io)
+        {
+        }
+
+    protected:
+        void OnStopRequested() override { io_->InterruptRequests(); }
+
+    private:
+        CIOBase* const io_;
+    };
+
     using States = std::map<std::uint32_t, std::uint32_t>; // by number
 
     void PollTick();
@@ -69,8 +88,8 @@ private:
     bool StartInputs();
     std::string ThreadName(const char* kind) const;
 
-    TTickThread<CIOBase> inputThread_;
-    TOutputHandler<CIOBase> outputThread_;
+    TInterruptedThread<TTickThread<CIOBase>> inputThread_;
+    TInterruptedThread<TOutputHandler<CIOBase>> outputThread_;
     std::atomic<ipcapture::IHostIOClient*> client_{nullptr};
     CRecursiveLock lock_; // guards the two tables
     States inputStates_;
