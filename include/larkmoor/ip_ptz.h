@@ -43,9 +43,24 @@ struct PTZCapabilityRecord
 static_assert(sizeof(PTZCapabilityRecord) == 56, "the host reads this layout");
 
 /// The control of one camera head. Owned by the handler that gave it, valid until the driver's `Close`.
-/// Driven by one host thread at a time. Moves are queued, at most eight, the oldest dropped; preset
-/// operations reach the device on the calling thread. Speeds are 1 to 16. Results are the codes above. Texts
-/// are zero-ended.
+/// Driven by one host thread at a time. Speeds are 1 to 16. Results are the codes above. Texts are
+/// zero-ended.
+///
+/// Moves and stops are queued and sent one by one; 1 says that a command waits, not that the device took it.
+/// Eight may wait: the ninth drops the oldest, and `Close` drops them all but the one in hand. A device that
+/// refuses or does not answer loses that command, and nobody is told. Preset operations reach the device on
+/// the calling thread, at most behind the command in hand.
+///
+/// So that a stop is never lost, a host
+/// - calls `Stop` as the last call of each movement, and again if it does not give 1;
+/// - sends fewer than eight commands in the time that the device takes for one of them, a stop being three
+///   requests: a joystick is best read a few times a second, and only a change of it passed on;
+/// - after eight or more calls since a stop, or when it doubts that the stop arrived, starts the slowest
+///   movement and stops it again: a second `Stop` alone sends nothing, since it ends only what this control
+///   has started since the last one;
+/// - leaves the driver open until the stop has had time to go out.
+/// Zooming is best begun by `ZoomIn` and `ZoomOut`: `StartMove` takes the same zoom at the same speed within
+/// 500 ms for a repeat, even if it was stopped in between, and sends nothing.
 class IIPPTZApi
 {
 public:
@@ -53,7 +68,7 @@ public:
 
     virtual std::int32_t IsAvailable() = 0;                                           ///< 1 or 0, or -18
     virtual std::int32_t StartMove(std::uint32_t direction, std::uint32_t speed) = 0; ///< speed 0 stops
-    virtual std::int32_t Stop() = 0; ///< ends all that this control has started
+    virtual std::int32_t Stop() = 0; ///< ends all that this control has started; see above
     virtual std::int32_t Center(std::uint32_t x, std::uint32_t y, std::uint32_t third) = 0;
     virtual std::int32_t ZoomIn(std::uint32_t speed) = 0;
     virtual std::int32_t ZoomOut(std::uint32_t speed) = 0;
