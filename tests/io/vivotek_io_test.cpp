@@ -74,12 +74,14 @@ protected:
 
     bool Answer(TestHttpPeer& peer, const TestHttpRequest& request)
     {
-        if (silent_)
+        if (silent_ && request.target.find("setdo") == std::string::npos)
             return peer.WaitClosed() && false;
         if (request.target.find("setdo") != std::string::npos)
             return peer.Send(
                 HttpTestServer::Response(request.target.ends_with("do1=1") ? outputStatus_.load() : 200));
         const std::lock_guard guard(mutex_);
+        if (flips_)
+            inputs_ = inputs_ == "di0=1&di1=0" ? "di0=0&di1=1" : "di0=1&di1=0";
         return peer.Send(HttpTestServer::Response(inputs_.empty() ? 503 : 200, inputs_));
     }
 
@@ -106,6 +108,7 @@ protected:
 
     std::atomic<bool> silent_{false};
     std::atomic<int> outputStatus_{200};
+    std::atomic<bool> flips_{false}; // the inputs, at each poll
     std::mutex mutex_;
     std::string inputs_;
     Client client_;
@@ -200,6 +203,28 @@ TEST_F(DigitalIO, StopsInTheMiddleOfAPollWithoutANewsOfIt)
     ASSERT_TRUE(io.StartIO()); // afresh, on the same object
     EXPECT_TRUE(client_.WaitForEnd({"0=2"}));
     io.StopIO();
+}
+
+TEST_F(DigitalIO, StartsAndStopsAHundredTimes)
+{
+    driver_.inputCount = 2;
+    driver_.outputCount = 1;
+    flips_ = true;
+    QuickIO io(&driver_);
+    io.SetClient(&client_);
+    for (int round = 0; round < 100; ++round)
+    {
+        silent_ = round % 5 == 1; // then the stop comes into a poll that nobody answers
+        const std::size_t asked = server_.Requests().size();
+        ASSERT_TRUE(io.StartIO());
+        server_.WaitForRequests(asked + 1);
+        if (round % 5 == 2) // each poll tells both anew
+            EXPECT_TRUE(client_.WaitForEnd({"0=2", "1=1", "0=1", "1=2", "0=2", "1=1"}));
+        io.StopIO();
+    }
+    for (const std::string& text : driver_.Texts(1)) // a stop may come into the switching of an output
+        EXPECT_NE(text.find("Unable to switch"), std::string::npos) << text;
+    EXPECT_TRUE(driver_.Texts(3).empty());
 }
 
 } // namespace

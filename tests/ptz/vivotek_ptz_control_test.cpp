@@ -7,10 +7,11 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <future>
 #include <map>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace korvane
@@ -48,10 +49,16 @@ protected:
         const std::size_t query = request.target.find("getparam.cgi?");
         const auto found = query == std::string::npos ? parameters_.end()
                                                       : parameters_.find(request.target.substr(query + 13));
-        if (hold_.valid() && request.target.find("camctrl.cgi") != std::string::npos)
-            hold_.wait();
+        if (const auto hold = Hold(); hold.valid() && request.target.find("camctrl.cgi") != std::string::npos)
+            hold.wait();
         return peer.Send(HttpTestServer::Response(
             status_, found == parameters_.end() ? "" : std::string_view(found->second)));
+    }
+
+    std::shared_future<void> Hold()
+    {
+        const std::lock_guard guard(lock_);
+        return hold_;
     }
 
     /// The targets of what came for the head, without the requests for parameters, once there are `count`.
@@ -71,107 +78,11 @@ protected:
 
     std::map<std::string, std::string> parameters_;
     std::atomic<int> status_{200};
+    std::mutex lock_;               // guards what follows
     std::shared_future<void> hold_; // while it is not ready, commands are not answered
     test::FakeDriver driver_;
     HttpTestServer server_;
 };
-
-TEST_F(PTZ, SpeaksTheCamerasGrammar)
-{
-    using Call = std::function<void(CVivotekPTZControl&)>;
-    const Call stop = [](auto& c) { c.Stop(); };
-    const auto move = [](std::uint32_t direction, std::uint32_t speed)
-    { return [=](CVivotekPTZControl& c) { EXPECT_EQ(c.StartMove(direction, speed), 1); }; };
-    const Lines automatic = {"&focus=auto", "&iris=auto"};
-    const struct
-    {
-        const char* name;
-        const char* type;
-        const char* subtype;
-        std::vector<Call> calls;
-        Lines arguments;
-    } cases[] = {
-        {"speed 1 is the minimum", "0", "XYS", {move(0, 1)}, {"&vx=-1&vy=0&vs=1"}},
-        {"speed 16 is the maximum", "0", "XYS", {move(1, 16)}, {"&vx=100&vy=0&vs=100"}},
-        {"speed 8 lies between", "0", "XY", {move(2, 8)}, {"&vx=0&vy=47&vs=1"}},
-        {"step speed alone", "0", "S", {move(3, 8)}, {"&vx=0&vy=-1&vs=47"}},
-        {"no speed", "0", "", {move(4, 8), move(5, 8)}, {"&vx=-1&vy=1&vs=1", "&vx=1&vy=1&vs=1"}},
-        {"down, both sides", "0", "", {move(6, 8), move(7, 8)}, {"&vx=-1&vy=-1&vs=1", "&vx=1&vy=-1&vs=1"}},
-        {"zoom", "0", "", {move(8, 16), move(9, 1)}, {"&zooming=tele&zs=16", "&zooming=wide&zs=1"}},
-        {"stop of a move", "0", "", {move(0, 5), stop}, {"&vx=-1&vy=0&vs=1", "&vx=0&vy=0&vs=0", "+"}},
-        {"stop of a zoom",
-         "0",
-         "",
-         {[](auto& c) { c.ZoomIn(1); }, stop, stop},
-         {"&zooming=tele&zs=1", "&zoom=stop", "+"}},
-        {"stop of focus and iris",
-         "0",
-         "",
-         {[](auto& c) { c.FocusFar(1); }, [](auto& c) { c.IrisOpen(1); }, stop},
-         {"&focus=far", "&iris=open", "+", "+"}},
-        {"the other ends",
-         "0",
-         "",
-         {[](auto& c) { c.FocusNear(1); }, [](auto& c) { c.IrisClose(1); }},
-         {"&focus=near", "&iris=close"}},
-        {"without speeds",
-         "1",
-         "XYS",
-         {move(0, 5), move(1, 5), move(2, 5), move(3, 5)},
-         {"&move=left", "&move=right", "&move=up", "&move=down"}},
-        {"diagonals, vertical first",
-         "1",
-         "",
-         {move(4, 5), move(7, 5)},
-         {"&move=up", "&move=left", "&move=down", "&move=right"}},
-        {"zoom without speeds",
-         "1",
-         "",
-         {move(8, 5), move(9, 5), stop},
-         {"&zoom=tele", "&zoom=wide", "&auto=stop", "+"}},
-        {"an unknown type moves nothing", "2", "", {move(0, 5), stop}, {"+"}},
-    };
-    std::size_t seen = 0;
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        driver_.properties[15] = c.type;
-        driver_.properties[16] = c.subtype;
-        CVivotekPTZControl control(&driver_, 0);
-        ASSERT_TRUE(control.Open());
-        for (const Call& call : c.calls)
-            call(control);
-        Lines wanted;
-        for (const std::string& argument : c.arguments) // "+" stands for the two lines that end every stop
-            if (argument == "+")
-                wanted.insert(wanted.end(), automatic.begin(), automatic.end());
-            else
-                wanted.push_back(argument);
-        for (std::string& line : wanted)
-            line.insert(0, kControl);
-        Lines got = Commands(seen + wanted.size());
-        got.erase(got.begin(), got.begin() + static_cast<std::ptrdiff_t>(seen));
-        EXPECT_EQ(got, wanted);
-        control.Close();
-        seen = Commands(0).size();
-    }
-}
-
-TEST_F(PTZ, CentresInTheChannelsPicture)
-{
-    driver_.channelSettings.width = 640;
-    driver_.channelSettings.height = 480;
-    CVivotekPTZControl control(&driver_, 0);
-    ASSERT_TRUE(control.Open());
-    EXPECT_EQ(control.Center(10, 20, 5), 1);
-    EXPECT_EQ(control.AreaZoom(1, 2, 3, 4), 1); // accepted; the camera is asked nothing
-    EXPECT_EQ(control.Unzoom(1), 1);
-    EXPECT_EQ(Commands(1).front(), "/cgi-bin/camctrl/camctrl.cgi?video=0&x=10&y=20&resolution=640x480"
-                                   "&videosize=640x480&stretch=0");
-    control.Close();
-    EXPECT_EQ(Commands(0).size(), 1u);
-    EXPECT_EQ(control.StartMove(0, 1), -18);
-}
 
 TEST_F(PTZ, SendsAHeldMoveOncePerHalfSecond)
 {
@@ -192,21 +103,46 @@ TEST_F(PTZ, SendsAHeldMoveOncePerHalfSecond)
 
 TEST_F(PTZ, KeepsTheEightNewestCommands)
 {
+    const auto hold = [this](std::promise<void>& gate)
+    {
+        const std::lock_guard guard(lock_);
+        hold_ = gate.get_future().share();
+    };
     std::promise<void> release;
-    hold_ = release.get_future().share();
+    hold(release);
+    driver_.properties[16] = "";
     CVivotekPTZControl control(&driver_, 0);
     ASSERT_TRUE(control.Open());
-    driver_.properties[15] = "1";
     control.FocusFar(1);
-    Commands(1); // in hand, and not answered
-    for (int i = 0; i < 20; ++i)
-        EXPECT_EQ(i % 2 == 0 ? control.ZoomIn(1) : control.ZoomOut(1), 1);
+    EXPECT_EQ(Commands(1), Lines{kControl + std::string("&focus=far")}); // in hand, and not answered
+    for (std::uint32_t i = 0; i < 19; ++i)
+        EXPECT_EQ(control.ZoomIn(1 + i % 16), 1);
+    EXPECT_EQ(control.StartMove(0, 1), 1);
+    EXPECT_EQ(control.ZoomOut(1), 1);
+    EXPECT_EQ(control.Stop(), 1); // of the move, zoom and focus: the newest of all
     release.set_value();
-    control.StartMove(0, 1);
-    const Lines lines = Commands(9);
-    EXPECT_TRUE(lines.back().ends_with("&move=left") || lines.size() == 9);
-    control.Close();
-    EXPECT_LE(Commands(0).size(), 10u); // the one in hand, eight that waited, and what came after the release
+    const Lines automatic = {"&focus=auto", "&iris=auto"};
+    Lines wanted = {"&focus=far"};
+    for (const char* line :
+         {"&zooming=tele&zs=1", "&zooming=tele&zs=2", "&zooming=tele&zs=3", "&vx=-1&vy=0&vs=1",
+          "&zooming=wide&zs=1", "&vx=0&vy=0&vs=0", "+", "&zoom=stop", "+", "+"})
+        if (std::string(line) == "+")
+            wanted.insert(wanted.end(), automatic.begin(), automatic.end());
+        else
+            wanted.emplace_back(line);
+    for (std::string& line : wanted)
+        line.insert(0, kControl);
+    EXPECT_EQ(Commands(wanted.size()), wanted);
+
+    std::promise<void> again;
+    hold(again);
+    control.FocusFar(1);
+    control.ZoomIn(1);
+    std::thread closing([&control] { control.Close(); });
+    again.set_value();
+    closing.join(); // ends with the one in hand
+    EXPECT_LE(Commands(0).size(), wanted.size() + 2);
+    EXPECT_EQ(control.Stop(), -18);
 }
 
 TEST_F(PTZ, TellsWhetherThereIsAHead)
