@@ -5,7 +5,10 @@
 #include "host/device/private_folder.h"
 #include "host/verbs/audio.h"
 #include "host/verbs/command_line.h"
+#include "host/verbs/io.h"
 #include "host/verbs/load.h"
+#include "host/verbs/preset.h"
+#include "host/verbs/ptz.h"
 #include "host/verbs/query.h"
 #include "host/verbs/record.h"
 #include "host/verbs/watch.h"
@@ -41,6 +44,21 @@ ExitStatus Do(const PrivateFolder& folder, const AudioOptions& options)
 ExitStatus Do(const PrivateFolder& folder, const LoadOptions& options)
 {
     return Load(folder, options);
+}
+
+ExitStatus Do(const PrivateFolder& folder, const PtzOptions& options)
+{
+    return Ptz(folder, options);
+}
+
+ExitStatus Do(const PrivateFolder& folder, const PresetOptions& options)
+{
+    return Preset(folder, options);
+}
+
+ExitStatus Do(const PrivateFolder& folder, const IoOptions& options)
+{
+    return Io(folder, options);
 }
 
 } // namespace

@@ -20,6 +20,7 @@ enum class ExitStatus : int
     LoginRefused = 8,   ///< query: the device takes no client with that user and password
     NotReachable = 9,   ///< query: nothing answers there
     UnknownDevice = 10, ///< query: something answers, but no device that the driver knows
+    Refused = 11,       ///< the driver or the device did not do what it was told
     Interrupted = 130,  ///< stopped by a signal before it had done what was asked
 };
 

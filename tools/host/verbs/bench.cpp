@@ -71,6 +71,15 @@ OpenDriver::~OpenDriver()
     bench_.library.deleteIPCaptureEx4(driver_);
 }
 
+korvane::ipcapture::IIPPTZApi& OpenDriver::Head()
+{
+    korvane::ipcapture::IIPPTZDriver* const heads = driver_->GetPTZ();
+    korvane::ipcapture::IIPPTZApi* const head = heads == nullptr ? nullptr : heads->GetPTZControl(0);
+    if (head == nullptr)
+        throw Failure(ExitStatus::NoDriver, "the driver gives no control of a head");
+    return *head;
+}
+
 void OpenDriver::Start(std::uint32_t channel, korvane::ipcapture::IHostChannelClient& client,
                        const StreamOptions& stream)
 {

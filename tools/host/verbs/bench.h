@@ -45,6 +45,10 @@ public:
     OpenDriver& operator=(const OpenDriver&) = delete;
 
     korvane::ipcapture::IIPVideoCaptureEx& Video() { return *video_; }
+    korvane::ipcapture::IIPCaptureDriverEx4& Driver() { return *driver_; }
+
+    /// The control of the device's head. Throws `Failure` (NoDriver) if the driver gives none.
+    korvane::ipcapture::IIPPTZApi& Head();
 
     /// Starts a channel. Throws `Failure` (NoDriver) if the driver refuses.
     void Start(std::uint32_t channel, korvane::ipcapture::IHostChannelClient& client,

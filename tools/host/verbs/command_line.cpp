@@ -1,6 +1,7 @@
 #include "host/verbs/command_line.h"
 
 #include "host/base/failure.h"
+#include "host/verbs/hardware_command_line.h"
 
 #include <larkmoor/host_frame.h>
 
@@ -327,6 +328,7 @@ constexpr const char* kDescription =
     "could not\n"
     "be written; 6 the driver broke its contract (frames leaked, released twice, overwritten); 130 "
     "interrupted.\n"
+    "11 the driver or the device did not do what it was told.\n"
     "A query also: 7 the address is none; 8 login refused; 9 not reachable; 10 no device that the driver "
     "knows.";
 
@@ -343,6 +345,9 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
     WatchOptions watch;
     AudioOptions audio;
     LoadOptions load;
+    PtzOptions ptz;
+    PresetOptions preset;
+    IoOptions io;
     DeviceArguments device;
 
     CLI::App& queryApp = *app.add_subcommand("query", "find out what a device is and can do");
@@ -384,6 +389,16 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
         ->check(CLI::Range(1u, 100'000u))
         ->group(group);
 
+    CLI::App& ptzApp = *app.add_subcommand("ptz", "move a device's head");
+    AddCommon(ptzApp, ptz.common, device);
+    AddPtz(ptzApp, ptz);
+    CLI::App& presetApp = *app.add_subcommand("preset", "list, keep, go to and forget views of a head");
+    AddCommon(presetApp, preset.common, device);
+    AddPreset(presetApp, preset);
+    CLI::App& ioApp = *app.add_subcommand("io", "watch digital inputs and switch outputs");
+    AddCommon(ioApp, io.common, device);
+    AddIo(ioApp, io);
+
     try
     {
         app.parse(argc, argv);
@@ -398,6 +413,17 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
         query.common.device = BuildDevice(device, 1, Transport::Udp);
         return Command(query);
     }
+    const auto simple = [&](auto& options)
+    {
+        options.common.device = BuildDevice(device, 1, Transport::Udp);
+        return Command(options);
+    };
+    if (ptzApp.parsed())
+        return simple(ptz);
+    if (presetApp.parsed())
+        return simple(preset);
+    if (ioApp.parsed())
+        return simple(io);
     if (recordApp.parsed())
     {
         Complete(record.common, record.stream, device, record.channel + 1);

@@ -7,7 +7,8 @@
 namespace larkmoor::host
 {
 
-using Command = std::variant<QueryOptions, RecordOptions, WatchOptions, AudioOptions, LoadOptions>;
+using Command = std::variant<QueryOptions, RecordOptions, WatchOptions, AudioOptions, LoadOptions, PtzOptions,
+                             PresetOptions, IoOptions>;
 
 /// A command line that needs no work: help was asked for, or it can't be understood. The text has been
 /// printed.

@@ -103,4 +103,51 @@ struct LoadOptions
     std::uint32_t rounds = 1;             ///< how often all is opened and closed
 };
 
+/// One word of a `ptz` command line.
+struct PtzAction
+{
+    std::string name; ///< "left", "zoom-in", "stop", "centre", "wait" and so on
+    std::uint32_t x = 0;
+    std::uint32_t y = 0;                            ///< with x: the place of the picture for "centre"
+    std::optional<std::chrono::milliseconds> lasts; ///< then what it started is stopped
+};
+
+struct PtzOptions
+{
+    CommonOptions common;
+    std::vector<PtzAction> actions;         ///< none: by the keyboard
+    std::uint32_t speed = 8;                ///< 1 to 16
+    std::chrono::milliseconds settle{2000}; ///< before the driver is closed, which drops commands that wait
+};
+
+struct PresetOptions
+{
+    enum class What
+    {
+        List,
+        Add,
+        Go,
+        Delete,
+    };
+
+    CommonOptions common;
+    What what = What::List;
+    std::string name;
+    std::uint32_t speed = 8; ///< 1 to 16
+};
+
+struct IoOptions
+{
+    struct Switch
+    {
+        std::chrono::milliseconds at{};
+        std::uint32_t output = 0;
+        bool on = false;
+    };
+
+    CommonOptions common;
+    std::vector<Switch> switches;                     ///< by time
+    std::optional<std::chrono::milliseconds> seconds; ///< none: until interrupted
+};
+
 } // namespace larkmoor::host

@@ -1,0 +1,136 @@
+#include "host/verbs/io.h"
+
+#include "host/base/interrupt.h"
+#include "host/base/stopwatch.h"
+#include "host/verbs/bench.h"
+
+#include <larkmoor/capture_io.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <mutex>
+
+namespace larkmoor::host
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kLook(50);
+constexpr std::size_t kMostChanges = 1000; // kept for the report
+
+const char* NameOf(std::uint32_t state)
+{
+    switch (state)
+    {
+    case korvane::ipcapture::kSignalLow:
+        return "low";
+    case korvane::ipcapture::kSignalHigh:
+        return "high";
+    default:
+        return "unknown";
+    }
+}
+
+// Prints what the driver tells, on its threads.
+class InputPrinter final : public korvane::ipcapture::IHostIOClient
+{
+public:
+    void InputChanged(std::uint32_t number, std::uint32_t state) override
+    {
+        Note("input " + std::to_string(number) + " " + NameOf(state));
+    }
+
+    void ConnectionLost() override
+    {
+        Note("connection lost");
+        const std::lock_guard guard(lock_);
+        ++lost_;
+    }
+
+    std::uint64_t Lost() const
+    {
+        const std::lock_guard guard(lock_);
+        return lost_;
+    }
+
+    nlohmann::ordered_json Changes() const
+    {
+        const std::lock_guard guard(lock_);
+        return changes_;
+    }
+
+private:
+    void Note(const std::string& what)
+    {
+        const double seconds = MonotonicSeconds() - start_;
+        const std::lock_guard guard(lock_);
+        std::printf("%8.2f s  %s\n", seconds, what.c_str());
+        std::fflush(stdout);
+        if (changes_.size() < kMostChanges)
+            changes_.push_back({{"seconds", seconds}, {"what", what}});
+    }
+
+    const double start_ = MonotonicSeconds();
+    mutable std::mutex lock_; // over what follows and the order of lines
+    nlohmann::ordered_json changes_ = nlohmann::ordered_json::array();
+    std::uint64_t lost_ = 0;
+};
+
+// Switches and waits until the time is over. False if the driver did not take an output.
+bool Follow(korvane::ipcapture::ICaptureIOApi& io, const IoOptions& options, Console& console)
+{
+    bool good = true;
+    auto next = options.switches.begin();
+    const double start = MonotonicSeconds();
+    for (;;)
+    {
+        const milliseconds now(static_cast<long>((MonotonicSeconds() - start) * 1000));
+        for (; next != options.switches.end() && next->at <= now; ++next)
+        {
+            const bool exists = next->output < io.GetOutputCount();
+            const bool taken =
+                exists && io.SetOutput(next->output, next->on ? korvane::ipcapture::kSignalHigh
+                                                              : korvane::ipcapture::kSignalLow);
+            console.Line("output " + std::to_string(next->output) + (next->on ? " on" : " off") +
+                         (taken    ? ""
+                          : exists ? ": refused"
+                                   : ": the device has no such output"));
+            good = good && taken;
+        }
+        if ((options.seconds && now >= *options.seconds) || Interrupt::WaitFor(kLook))
+            return good;
+    }
+}
+
+} // namespace
+
+ExitStatus Io(const PrivateFolder& folder, const IoOptions& options)
+{
+    Bench bench(folder, options.common, {});
+    InputPrinter client;
+    bool good = false;
+    {
+        OpenDriver driver(bench, options.common.device);
+        korvane::ipcapture::ICaptureIOApi* const io = driver.Driver().GetIO();
+        if (io == nullptr)
+            throw Failure(ExitStatus::NoDriver, "the driver gives no inputs and outputs");
+        bench.console.Line("inputs " + std::to_string(io->GetInputCount()) + ", outputs " +
+                           std::to_string(io->GetOutputCount()));
+        io->SetClient(&client);
+        good = io->StartIO() && Follow(*io, options, bench.console);
+        good = good && (options.switches.empty() || client.Lost() == 0); // the stop may end a poll
+        io->StopIO();
+    }
+    const ExitStatus status = good ? ExitStatus::Done : ExitStatus::Refused;
+    WriteReport(options.common.json, {{"verb", "io"},
+                                      {"changes", client.Changes()},
+                                      {"connection_lost", client.Lost()},
+                                      {"log_and_frames", HostSideReport(bench)},
+                                      {"exit_status", static_cast<int>(status)}});
+    return status;
+}
+
+} // namespace larkmoor::host
