@@ -218,8 +218,11 @@ TEST_F(DigitalIO, StartsAndStopsAHundredTimes)
         const std::size_t asked = server_.Requests().size();
         ASSERT_TRUE(io.StartIO());
         server_.WaitForRequests(asked + 1);
-        if (round % 5 == 2) // each poll tells both anew
+        if (round % 5 == 2)
+        {
+            // Each poll tells both anew.
             EXPECT_TRUE(client_.WaitForEnd({"0=2", "1=1", "0=1", "1=2", "0=2", "1=1"}));
+        }
         io.StopIO();
     }
     for (const std::string& text : driver_.Texts(1)) // a stop may come into the switching of an output
