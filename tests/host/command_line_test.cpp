@@ -100,7 +100,16 @@ TEST(CommandLine, RefusesWhatItCannotDo)
 {
     const std::vector<std::vector<const char*>> refused = {
         {},
-        {"ptz"},
+        {"paint"},
+        {"ptz", "sideways"},
+        {"ptz", "wait"},
+        {"ptz", "left:soon"},
+        {"ptz", "centre:5"},
+        {"preset"},
+        {"preset", "go"},
+        {"io", "--set", "0"},
+        {"io", "--set", "x=on"},
+        {"io", "--set", "0@=on"},
         {"record", "--size", "640"},
         {"record", "--codec", "hevc"},
         {"record", "--port", "65536"},
