@@ -108,6 +108,9 @@ VideoSettings ReadCurrent(const ParameterStore& store, StreamId id)
     settings.profile = static_cast<H264Profile>(std::min(store.GetNumber(head + "_profile", 0), 2u));
     settings.slices = store.GetNumber(head + "_slices", settings.slices);
     settings.interlaced = store.Get(head + "_interlaced") == "1";
+    settings.jpeg422 = store.Get(head + "_sampling") == "422";
+    settings.jpegRestart = store.GetNumber(head + "_restart", 0);
+    settings.jpegTables = store.Get(head + "_tables") == "1";
     settings.scalingLists = store.Get(head + "_scalinglists") == "1";
     return settings;
 }

@@ -89,6 +89,10 @@ const std::vector<FaultDescription>& FaultPlan::All()
         {"RTP and RTCP", "no-marker", "", "the marker bit is never set", seconds(0)},
         {"RTP and RTCP", "sps-change", "", "another picture size in mid-stream, without a request",
          seconds(0)},
+        {"RTP and RTCP", "jpeg-rtp-odd", "no-tables|q127|restart|no-size",
+         "JPEG with Q 255 and no tables; with Q 127; behind restart headers without an interval; with sizes "
+         "of 0",
+         seconds(0)},
         {"RTP and RTCP", "aac-odd", "two|joined|split|fragments|wide|junk",
          "access units two behind one header section; two sections in a packet; split, with headers in front "
          "of the first piece or of each; behind a header of another length; without any",

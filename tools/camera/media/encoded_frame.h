@@ -37,6 +37,7 @@ struct EncodedFrame
     bool key = false;
     int width = 0;
     int height = 0;
+    int jpegQuality = 0;        ///< Motion JPEG only: 1 to 99, of its quantisation tables
     Bytes bytes;                ///< Motion JPEG: the file. MPEG-4: the stream. H.264: an Annex B byte stream
     std::vector<NalUnit> units; ///< H.264 only: the units of `bytes`, without parameter sets, in order
     std::shared_ptr<const ParameterSets> parameterSets; ///< never null

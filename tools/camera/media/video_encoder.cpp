@@ -1,6 +1,7 @@
 #include "camera/media/video_encoder.h"
 
 #include "camera/media/annexb.h"
+#include "camera/media/jpeg_encoder.h"
 
 extern "C"
 {
@@ -51,26 +52,14 @@ VideoSettings Normalized(VideoSettings settings)
     settings.bitrate = std::clamp(settings.bitrate, kLeastBitrate, kMostBitrate);
     settings.keyInterval = std::clamp(settings.keyInterval, 1u, 60'000u);
     settings.slices = std::clamp(settings.slices, 1u, 32u);
+    settings.jpegRestart = std::min(settings.jpegRestart, 0xFFFFu);
     return settings;
-}
-
-AVCodecID IdOf(VideoCodec codec)
-{
-    switch (codec)
-    {
-    case VideoCodec::H264:
-        return AV_CODEC_ID_H264;
-    case VideoCodec::Mpeg4:
-        return AV_CODEC_ID_MPEG4;
-    case VideoCodec::MotionJpeg:
-        break;
-    }
-    return AV_CODEC_ID_MJPEG;
 }
 
 /// The buffer of a plane that outlives its frame: nothing to free.
 void KeepPlane(void*, std::uint8_t*) {}
 
+/// H.264 and MPEG-4 by libavcodec.
 class LibavEncoder : public VideoEncoder
 {
 public:
@@ -90,7 +79,6 @@ public:
 private:
     void SetUpH264();
     void SetUpMpeg4();
-    void SetUpJpeg();
     void SetBitrate();
     void ReadExtradata();
     void Borrow(Canvas& picture);
@@ -107,7 +95,7 @@ private:
 bool LibavEncoder::Open()
 {
     const AVCodec* codec = settings_.codec == VideoCodec::H264 ? avcodec_find_encoder_by_name("libx264")
-                                                               : avcodec_find_encoder(IdOf(settings_.codec));
+                                                               : avcodec_find_encoder(AV_CODEC_ID_MPEG4);
     if (codec == nullptr || !frame_ || !packet_)
         return false;
     context_.reset(avcodec_alloc_context3(codec));
@@ -124,18 +112,10 @@ bool LibavEncoder::Open()
     context_->max_b_frames = 0;
     context_->log_level_offset = 10; // of the usual levels only errors are shown
     context_->thread_count = 1;      // a camera serves many streams; the threads would only trade places
-    switch (settings_.codec)
-    {
-    case VideoCodec::H264:
+    if (settings_.codec == VideoCodec::H264)
         SetUpH264();
-        break;
-    case VideoCodec::Mpeg4:
+    else
         SetUpMpeg4();
-        break;
-    case VideoCodec::MotionJpeg:
-        SetUpJpeg();
-        break;
-    }
     if (avcodec_open2(context_.get(), codec, nullptr) < 0)
         return false;
     ReadExtradata();
@@ -183,16 +163,6 @@ void LibavEncoder::SetUpMpeg4()
     }
     context_->flags |= AV_CODEC_FLAG_QSCALE;
     context_->global_quality = FF_QP2LAMBDA * std::clamp(static_cast<int>(settings_.quantizer), 1, 31);
-}
-
-void LibavEncoder::SetUpJpeg()
-{
-    context_->pix_fmt = AV_PIX_FMT_YUVJ420P;
-    context_->flags |= AV_CODEC_FLAG_QSCALE;
-    // The device's scale runs from 10 to 200, the codec's from 2 to 31.
-    const int quantizer = std::clamp(static_cast<int>(settings_.quantizer), 10, 200);
-    context_->global_quality = FF_QP2LAMBDA * (2 + (quantizer - 10) * 29 / 190);
-    av_opt_set(context_->priv_data, "huffman", "default", 0); // the tables that RFC 2435 takes for granted
 }
 
 void LibavEncoder::ReadExtradata()
@@ -286,6 +256,8 @@ std::shared_ptr<const EncodedFrame> LibavEncoder::Received()
 
 std::unique_ptr<VideoEncoder> VideoEncoder::Open(const VideoSettings& settings)
 {
+    if (settings.codec == VideoCodec::MotionJpeg)
+        return OpenJpegEncoder(Normalized(settings));
     auto encoder = std::make_unique<LibavEncoder>(settings);
     if (!encoder->Open())
         return nullptr;

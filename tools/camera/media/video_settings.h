@@ -44,6 +44,11 @@ struct VideoSettings
     bool interlaced = false;   ///< field pairs: frame_mbs_only_flag 0
     bool scalingLists = false; ///< scaling matrices in the sequence parameter set; with the high profile
 
+    // Those of Motion JPEG.
+    bool jpeg422 = false;          ///< chroma of full height
+    std::uint32_t jpegRestart = 0; ///< MCUs between restart markers; 0 for none
+    bool jpegTables = false;       ///< over RTP the quantisation tables travel in band
+
     bool operator==(const VideoSettings&) const = default;
 };
 

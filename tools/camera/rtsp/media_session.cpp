@@ -27,7 +27,8 @@ MediaSession::MediaSession(const RtspOptions& options, const RtspServices& servi
       stream_(std::move(setup.stream)),
       output_(std::move(setup.output)),
       described_(std::move(setup.described)),
-      rtp_(Dice(setup.seed, "rtp"), kPayloadType),
+      codec_(stream_->Settings().codec),
+      rtp_(Dice(setup.seed, "rtp"), PayloadTypeOf(codec_)),
       faults_(services.faults, setup.seed)
 {
 }
@@ -73,7 +74,7 @@ void MediaSession::OnFrame(const MediaFrame& frame)
 /// False for frames that are left out: then all are, up to the next key frame.
 bool MediaSession::Admits(const MediaFrame& frame)
 {
-    if (frame.encoded->codec != VideoCodec::H264)
+    if (frame.encoded->codec != codec_)
     {
         // The description does not hold any more: the client has to ask anew.
         if (!std::exchange(muted_, true) && frames_ > 0)
@@ -117,21 +118,70 @@ std::string MediaSession::NextStamp()
     return options_.stamps ? MakeFrameStamp(stamps_++) : std::string();
 }
 
+JpegShape MediaSession::ShapeOfJpeg() const
+{
+    const FaultPlan& faults = services_.faults;
+    JpegShape shape;
+    shape.payloadBytes = options_.packetBytes - OutPacket::kRtpHeaderBytes;
+    shape.q127 = faults.Active("jpeg-rtp-odd", "q127");
+    shape.noTables = faults.Active("jpeg-rtp-odd", "no-tables");
+    shape.emptyRestart = faults.Active("jpeg-rtp-odd", "restart");
+    shape.noSize = faults.Active("jpeg-rtp-odd", "no-size");
+    shape.tablesInBand = stream_->Settings().jpegTables && !shape.q127 && !shape.noTables;
+    return shape;
+}
+
+PacketBatch MediaSession::Packets(const std::vector<RtpPayload>& payloads,
+                                  std::vector<std::shared_ptr<const void>> owners, std::uint32_t timestamp)
+{
+    PacketBatch batch;
+    batch.owners = std::move(owners);
+    batch.packets.reserve(payloads.size() + 1);
+    for (const RtpPayload& payload : payloads)
+        batch.packets.push_back(rtp_.Make(payload, timestamp));
+    counters_.packets += batch.packets.size();
+    return batch;
+}
+
+PacketBatch MediaSession::MakeH264(const MediaFrame& frame, std::uint32_t timestamp)
+{
+    const H264AccessUnit unit(frame.encoded, Shape(), NextStamp());
+    PacketBatch batch = Packets(unit.Payloads(), unit.Owners(), timestamp);
+    const PacketFates fates = faults_.Play(batch);
+    if (services_.units.Wanted())
+        services_.units.Record(stream_->Id().Text(), timestamp, unit, fates);
+    if (fates.intact)
+        TellTruth("h264", timestamp, [&] { return WorkOutFrame(unit.Units(), described_); });
+    return batch;
+}
+
+PacketBatch MediaSession::MakeMpeg4(const MediaFrame& frame, std::uint32_t timestamp)
+{
+    CutPicture cut = CutMpeg4(frame.encoded, options_.packetBytes - OutPacket::kRtpHeaderBytes);
+    PacketBatch batch = Packets(cut.payloads, std::move(cut.owners), timestamp);
+    if (faults_.Play(batch).intact)
+        TellTruth("mpeg4", timestamp, [&] { return std::optional(ExpectMpeg4(*frame.encoded)); });
+    return batch;
+}
+
+PacketBatch MediaSession::MakeJpeg(const MediaFrame& frame, std::uint32_t timestamp)
+{
+    const JpegShape shape = ShapeOfJpeg();
+    CutPicture cut = CutJpeg(frame.encoded, shape);
+    PacketBatch batch = Packets(cut.payloads, std::move(cut.owners), timestamp);
+    if (faults_.Play(batch).intact)
+        TellTruth("jpeg", timestamp, [&] { return ExpectJpeg(*frame.encoded, shape); });
+    return batch;
+}
+
 void MediaSession::SendFrame(const MediaFrame& frame)
 {
     faults_.BeforeFrame(rtp_);
     const std::uint32_t timestamp = rtp_.TimestampOf(frame.mediaTime);
-    const H264AccessUnit unit(frame.encoded, Shape(), NextStamp());
-    PacketBatch batch;
-    batch.owners = unit.Owners();
-    batch.packets.reserve(unit.Payloads().size() + 1);
-    for (const RtpPayload& payload : unit.Payloads())
-        batch.packets.push_back(rtp_.Make(payload, timestamp));
-    counters_.packets += batch.packets.size();
+    PacketBatch batch = codec_ == VideoCodec::H264    ? MakeH264(frame, timestamp)
+                        : codec_ == VideoCodec::Mpeg4 ? MakeMpeg4(frame, timestamp)
+                                                      : MakeJpeg(frame, timestamp);
     ++counters_.frames;
-
-    const PacketFates fates = faults_.Play(batch);
-    TellTruth(unit, fates, timestamp);
     lastTimestamp_ = timestamp;
     lastCaptured_ = frame.captured;
     ++frames_;
@@ -140,14 +190,13 @@ void MediaSession::SendFrame(const MediaFrame& frame)
         Tick();
 }
 
-void MediaSession::TellTruth(const H264AccessUnit& unit, const PacketFates& fates, std::uint32_t timestamp)
+template <typename WorkOut>
+void MediaSession::TellTruth(const char* kind, std::uint32_t timestamp, const WorkOut& workOut)
 {
-    if (services_.units.Wanted())
-        services_.units.Record(stream_->Id().Text(), timestamp, unit, fates);
-    if (!services_.truth.Wanted() || !fates.intact)
+    if (!services_.truth.Wanted())
         return;
-    if (const auto expected = WorkOutFrame(unit.Units(), described_))
-        services_.truth.Record(stream_->Id().Text(), "h264", expected->key, expected->bytes, timestamp);
+    if (const std::optional<ExpectedFrame> expected = workOut())
+        services_.truth.Record(stream_->Id().Text(), kind, expected->key, expected->bytes, timestamp);
 }
 
 void MediaSession::SendControl(Bytes packet)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/rtsp/cut_picture.h"
 #include "camera/rtsp/media_faults.h"
 #include "camera/rtsp/packet_output.h"
 #include "camera/rtsp/rtp_session.h"
@@ -32,7 +33,11 @@ public:
         std::uint64_t seed = 0;
     };
 
-    static constexpr std::uint8_t kPayloadType = 96;
+    /// 26 for JPEG (RFC 3551, table 5), else a dynamic one.
+    static std::uint8_t PayloadTypeOf(VideoCodec codec)
+    {
+        return codec == VideoCodec::MotionJpeg ? std::uint8_t{26} : std::uint8_t{96};
+    }
 
     /// The references outlive the session.
     MediaSession(const RtspOptions& options, const RtspServices& services, SendCounters& counters,
@@ -55,7 +60,14 @@ private:
 
     bool Admits(const MediaFrame& frame);
     void SendFrame(const MediaFrame& frame);
-    void TellTruth(const H264AccessUnit& unit, const PacketFates& fates, std::uint32_t timestamp);
+    PacketBatch Packets(const std::vector<RtpPayload>& payloads,
+                        std::vector<std::shared_ptr<const void>> owners, std::uint32_t timestamp);
+    PacketBatch MakeH264(const MediaFrame& frame, std::uint32_t timestamp);
+    PacketBatch MakeMpeg4(const MediaFrame& frame, std::uint32_t timestamp);
+    PacketBatch MakeJpeg(const MediaFrame& frame, std::uint32_t timestamp);
+    JpegShape ShapeOfJpeg() const;
+    template <typename WorkOut>
+    void TellTruth(const char* kind, std::uint32_t timestamp, const WorkOut& workOut);
     H264Shape Shape() const;
     std::string NextStamp();
     void PlayBye();
@@ -70,6 +82,7 @@ private:
     const std::shared_ptr<VideoStream> stream_;
     const std::unique_ptr<PacketOutput> output_;
     const ParameterSets described_;
+    const VideoCodec codec_; // that the description told
     RtpStream rtp_;
     MediaFaults faults_;
     std::function<void()> onFirstFrame_;

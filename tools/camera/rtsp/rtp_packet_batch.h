@@ -16,7 +16,7 @@ namespace larkmoor::camera
 /// send the frame share.
 struct RtpPayload
 {
-    static constexpr std::size_t kMostOwnBytes = 3;
+    static constexpr std::size_t kMostOwnBytes = 12; ///< the headers of RFC 2435
 
     std::array<std::uint8_t, kMostOwnBytes> own{};
     std::uint8_t ownBytes = 0;

@@ -188,8 +188,6 @@ RtspReply RtspConnection::Describe(const RtspRequest& request)
         return RtspReply(404);
     const auto stream = server_.Services().hub.Stream(target->id);
     const VideoSettings settings = stream->Settings();
-    if (settings.codec != VideoCodec::H264)
-        return RtspReply(415);
     const auto sets = stream->Parameters();
     if (!sets)
         return RtspReply(500);
@@ -207,9 +205,10 @@ RtspReply RtspConnection::Describe(const RtspRequest& request)
         reply.Header("Content-Base", base);
     else if (!faults.Active("base-odd", "absent"))
         reply.Header("Content-Base", base + "/");
-    std::string description = DescribeVideo({*target, localAddress_, controlOf(kVideoTrack), *sets,
-                                             settings.frameRate, MediaSession::kPayloadType},
-                                            faults);
+    std::string description =
+        DescribeVideo({*target, localAddress_, controlOf(kVideoTrack), *sets, settings.frameRate,
+                       settings.codec, MediaSession::PayloadTypeOf(settings.codec)},
+                      faults);
     if (const auto audio = server_.Services().hub.FindAudio(target->id))
         description += DescribeAudio(audio->Settings(), audio->Config(), controlOf(kAudioTrack));
     return reply.Body("application/sdp", description);

@@ -14,6 +14,15 @@ bool IsBroken(const FaultPlan& faults, const char* what)
     return faults.Active("sdp-broken", "all") || faults.Active("sdp-broken", what);
 }
 
+std::string HexOf(const Bytes& bytes)
+{
+    constexpr const char* kDigits = "0123456789ABCDEF";
+    std::string text;
+    for (const std::uint8_t byte : bytes)
+        text += {kDigits[byte >> 4], kDigits[byte & 0x0F]};
+    return text;
+}
+
 std::string ProfileOf(const Bytes& sps)
 {
     char text[2 * kProfileBytes + 1] = "";
@@ -35,7 +44,10 @@ std::string FormatLine(const DescribedVideo& video, const FaultPlan& faults)
 {
     if (faults.Active("sprop-missing", "no-line"))
         return {};
-    std::string line = "a=fmtp:" + std::to_string(video.payloadType) + " packetization-mode=1";
+    const std::string head = "a=fmtp:" + std::to_string(video.payloadType);
+    if (video.codec == VideoCodec::Mpeg4)
+        return head + " profile-level-id=1;config=" + HexOf(video.parameterSets.config) + "\r\n";
+    std::string line = head + " packetization-mode=1";
     if (const std::string profile = ProfileOf(video.parameterSets.sps); !profile.empty())
         line += ";profile-level-id=" + profile;
     if (!faults.Active("sprop-missing"))
@@ -77,7 +89,11 @@ std::string DescribeVideo(const DescribedVideo& video, const FaultPlan& faults)
     text += "m=video ";
     text += IsBroken(faults, "port") ? "-5" : announces ? std::to_string(video.target.port) : "0";
     text += " RTP/AVP " + type + "\r\n" + ConnectionLine(video.target, faults);
-    text += "a=rtpmap:" + type + " H264/90000" + blanks + "\r\n" + FormatLine(video, faults);
+    if (video.codec == VideoCodec::MotionJpeg)
+        text += "a=rtpmap:" + type + " JPEG/90000" + blanks + "\r\n";
+    else
+        text += "a=rtpmap:" + type + (video.codec == VideoCodec::Mpeg4 ? " MP4V-ES/90000" : " H264/90000") +
+                blanks + "\r\n" + FormatLine(video, faults);
     text += "a=framerate:" + std::to_string(video.frameRate) + "\r\n";
     text += "a=control:" + video.control + blanks + "\r\n";
     return text;
