@@ -207,7 +207,7 @@ RtspReply RtspConnection::Describe(const RtspRequest& request)
         reply.Header("Content-Base", base + "/");
     std::string description =
         DescribeVideo({*target, localAddress_, controlOf(kVideoTrack), *sets, settings.frameRate,
-                       settings.codec, MediaSession::PayloadTypeOf(settings.codec)},
+                       MediaSession::PayloadTypeOf(settings.codec), settings.codec},
                       faults);
     if (const auto audio = server_.Services().hub.FindAudio(target->id))
         description += DescribeAudio(audio->Settings(), audio->Config(), controlOf(kAudioTrack));

@@ -17,8 +17,8 @@ struct DescribedVideo
     std::string control;       ///< of the media section: relative to the base, or absolute
     const ParameterSets& parameterSets;
     std::uint32_t frameRate = 25;
-    VideoCodec codec = VideoCodec::H264;
     std::uint8_t payloadType = 96;
+    VideoCodec codec = VideoCodec::H264;
 };
 
 /// The body of the answer to DESCRIBE for a stream of H.264 (RFC 6184, 8.2.1), MPEG-4 (RFC 6416, 7.1) or
