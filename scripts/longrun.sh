@@ -2,7 +2,8 @@
 # [SECONDS [TRANSPORT...]]: records 1920x1080 at 25 frames and about 4 Mbit/s from a live encoder for SECONDS (600), over
 # udp, tcp and multicast unless told otherwise, one behind the other. Everything runs in a network of its own, with a
 # route for multicast. Fails if a frame is missing or not as it was sent, or if a player finds an error in a recording.
-# PREFIX in the environment goes before both programs ("nice -n -5" on a busy machine).
+# CODEC (h264) and SIZE (1920x1080) in the environment choose another stream; PREFIX goes before both programs
+# ("nice -n -5" on a busy machine).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ -z "${LARKMOOR_OWN_NETWORK:-}" ]; then
@@ -16,7 +17,8 @@ seconds=${1:-600}
 shift || true
 [ $# -gt 0 ] || set -- udp tcp multicast
 bin=build/release
-out=out/longrun
+codec=${CODEC:-h264}
+out=out/longrun/$codec
 failed=0
 camera=
 trap '[ -z "$camera" ] || kill "$camera" 2>/dev/null; wait' EXIT
@@ -35,8 +37,8 @@ for transport in "$@"; do
     read -r ready <"$dir/ready"
     status=0
     ${PREFIX:-} "$bin/larkmoor-host" record --port "$(sed -E 's/.*http=([0-9]+).*/\1/' <<<"$ready")" \
-        --rtsp-port "$(sed -E 's/.*rtsp=([0-9]+).*/\1/' <<<"$ready")" --codec h264 --transport "$transport" \
-        --size 1920x1080 --rate 25 --bitrate 4000000 --seconds "$seconds" --out "$dir/recording.mkv" \
+        --rtsp-port "$(sed -E 's/.*rtsp=([0-9]+).*/\1/' <<<"$ready")" --codec "$codec" --transport "$transport" \
+        --size "${SIZE:-1920x1080}" --rate 25 --bitrate 4000000 --seconds "$seconds" --out "$dir/recording.mkv" \
         --frames "$dir/frames.jsonl" --json "$dir/report.json" >"$dir/host.log" 2>&1 || status=$?
     kill "$camera"
     wait "$camera" || true
