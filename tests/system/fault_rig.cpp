@@ -21,7 +21,7 @@ namespace
 constexpr std::size_t kFewFrames = 10;
 constexpr milliseconds kSilence = 3s; // without a frame: far above the distance of two
 // As many as two processors can carry under the thread sanitizer without a stream being lost to the load.
-constexpr std::ptrdiff_t kRowsAtOnce = 12;
+constexpr std::ptrdiff_t kRowsAtOnce = 8;
 constexpr const char* kPassword = "lark-and-moor";
 
 struct Outcome
