@@ -7,7 +7,7 @@ fail() { printf 'LINT %s\n' "$*"; failed=1; }
 sources() { git ls-files --cached --others --exclude-standard -- "$@" | grep -E '\.(h|cpp)$'; }
 
 echo "== format"
-sources src include tools tests fuzz bench | xargs clang-format --dry-run -Werror 2>&1 | grep -E 'error:' | head -20 | grep . && fail "run ./dev format"
+sources src include tools examples tests fuzz bench | xargs clang-format --dry-run -Werror 2>&1 | grep -E 'error:' | head -20 | grep . && fail "run ./dev format"
 
 echo "== floors"
 # A folder may include itself and what stands in the list behind its name.
@@ -40,6 +40,9 @@ for file in $(sources tools/host); do
     grep -nE '^#include "(platform|runtime|http|transport|parsers|channels|audio|ptz|io|discovery|plugin)/' "$file" &&
         ! [ -e "tools/$(grep -oE '"[^"]+"' "$file" | head -1 | tr -d '"')" ] && fail "$file reaches into the driver"
 done
+for file in $(sources examples); do
+    grep -nE '^#include "' "$file" && fail "$file includes what no other host has"
+done
 for file in $(sources src); do
     grep -nE '^#include "(camera|host)/' "$file" && fail "$file includes a tool"
 done
@@ -48,13 +51,20 @@ echo "== names"
 # Documents and places that only the developers have; the brackets keep this file from matching itself.
 words='\b[p]art [0-9]+\.[0-9]|\b[s]pec\.md\b|\b[s]pecification\b|\bthe [s]pec\b|\.\./[s]hared|(^|[^a-z])/[w]ork/|\b[i]ssue #?[0-9]+\b'
 git grep -nIiE "$words" -- . && fail "a file names what only the developers have"
-git grep -nIE '\b([T]ODO|[F]IXME|[X]XX)\b' -- src include tools tests && fail "something is left open"
+git grep -nIE '\b([T]ODO|[F]IXME|[X]XX)\b' -- src include tools examples tests && fail "something is left open"
+
+echo "== documents"
+# What the host's guide shows of the small host, line by line.
+awk '/^```cpp small_host/ { on = 1; next } /^```/ { on = 0 } on && NF' docs/host-guide.md |
+    while IFS= read -r line; do grep -qxF -- "$line" examples/small_host.cpp || echo "$line"; done |
+    grep . && fail "docs/host-guide.md shows what examples/small_host.cpp has not"
 
 echo "== sizes"
 for file in $(sources src include tools); do
     lines=$(wc -l <"$file")
     [ "$lines" -le 500 ] || fail "$file has $lines lines: look for the second concept"
 done
+[ "$(wc -l <examples/small_host.cpp)" -lt 150 ] || fail "examples/small_host.cpp is small no longer"
 
 echo "== share of tests"
 lines() { sources "$@" | xargs -r cat | grep -cvE '^[[:space:]]*$'; }
@@ -66,7 +76,7 @@ echo "$tests lines of tests, $code of code: $((100 * tests / code)) %"
 if [ "${1:-}" != quick ]; then
     echo "== clang-tidy"
     cmake --preset debug >/dev/null || exit 1
-    sources src tools | grep '\.cpp$' | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/debug 2>/dev/null |
+    sources src tools examples | grep '\.cpp$' | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/debug 2>/dev/null |
         grep -E 'error:|warning:' | sort -u | head -50 | grep . && fail "clang-tidy"
 fi
 [ $failed = 0 ] && echo "lint: clean"

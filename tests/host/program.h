@@ -13,19 +13,18 @@
 namespace larkmoor::host::test
 {
 
-/// What the bench host wrote, and the status that it left with; -1 if it could not be run or was killed.
+/// What a program wrote, and the status that it left with; -1 if it could not be run or was killed.
 struct ProgramEnd
 {
     int status = -1;
     std::string output; ///< standard output and standard error
 };
 
-/// Runs the bench host to its end. `watch` sees what it has written so far, each time when there is more, and
-/// the number of its process.
-inline ProgramEnd RunBenchHost(std::vector<std::string> words,
-                               const std::function<void(const std::string&, pid_t)>& watch = nullptr)
+/// Runs the program `words[0]` to its end. `watch` sees what it has written so far, each time when there is
+/// more, and the number of its process.
+inline ProgramEnd RunProgram(std::vector<std::string> words,
+                             const std::function<void(const std::string&, pid_t)>& watch = nullptr)
 {
-    words.insert(words.begin(), LARKMOOR_BINARY_DIR "/larkmoor-host");
     std::vector<char*> arguments;
     for (std::string& word : words)
         arguments.push_back(word.data());
@@ -56,6 +55,14 @@ inline ProgramEnd RunBenchHost(std::vector<std::string> words,
     if (error == 0 && waitpid(child, &status, 0) == child && WIFEXITED(status))
         end.status = WEXITSTATUS(status);
     return end;
+}
+
+/// The same of the bench host, with `words` behind its name.
+inline ProgramEnd RunBenchHost(std::vector<std::string> words,
+                               const std::function<void(const std::string&, pid_t)>& watch = nullptr)
+{
+    words.insert(words.begin(), LARKMOOR_BINARY_DIR "/larkmoor-host");
+    return RunProgram(std::move(words), watch);
 }
 
 } // namespace larkmoor::host::test

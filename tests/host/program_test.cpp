@@ -290,4 +290,47 @@ TEST_F(RecordProgram, MeasuresALoad)
     EXPECT_EQ(round["after"]["descriptors"], round["before"]["descriptors"]);
 }
 
+// What docs/host-guide.md leads through.
+TEST(SmallHostProgram, RecordsAndSaysWhatFails)
+{
+    SimulatedCamera camera{CameraOptions{}};
+    std::string error;
+    ASSERT_TRUE(camera.Start(error)) << error;
+    const TemporaryFolder folder;
+    const std::string driver = LARKMOOR_BINARY_DIR "/liblarkmoor.so";
+    const auto run = [&](const std::string& library, const char* codec, const std::string& file)
+    {
+        return RunProgram({LARKMOOR_BINARY_DIR "/small_host", library, "127.0.0.1",
+                           std::to_string(camera.HttpPort()), std::to_string(camera.RtspPort()), codec, "12",
+                           file});
+    };
+    for (const std::string codec : {"h264", "mpeg4", "mjpeg"})
+    {
+        SCOPED_TRACE(codec);
+        const ProgramEnd end = run(driver, codec.c_str(), folder / codec);
+        EXPECT_EQ(end.status, 0) << end.output;
+        std::size_t units = DigestsOf(folder / codec).size();
+        if (codec == "h264")
+            --units; // the delimiter behind the last picture
+        EXPECT_GE(units, 12u);
+        EXPECT_THAT(end.output, HasSubstr(", " + std::to_string(units) + " pictures\n"));
+    }
+    const struct
+    {
+        std::string library;
+        const char* codec;
+        const char* file;
+        int status;
+        const char* says;
+    } failing[] = {{"nowhere.so", "h264", "/dev/null", 1, "can't load the driver: nowhere.so"},
+                   {driver, "h265", "/dev/null", 2, "h264|mpeg4|mjpeg"},
+                   {driver, "mjpeg", "/dev/full", 1, "can't write file"}};
+    for (const auto& c : failing)
+    {
+        const ProgramEnd end = run(c.library, c.codec, c.file);
+        EXPECT_EQ(end.status, c.status);
+        EXPECT_THAT(end.output, HasSubstr(c.says));
+    }
+}
+
 } // namespace larkmoor::host::test
