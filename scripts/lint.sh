@@ -59,6 +59,16 @@ awk '/^```cpp small_host/ { on = 1; next } /^```/ { on = 0 } on && NF' docs/host
     while IFS= read -r line; do grep -qxF -- "$line" examples/small_host.cpp || echo "$line"; done |
     grep . && fail "docs/host-guide.md shows what examples/small_host.cpp has not"
 
+# Each text that the driver writes, whatever is filled in, stands on one line of the operator's page.
+git ls-files 'src/*.cpp' | xargs perl -0777 -ne '
+    BEGIN { open my $page, "<", "docs/messages.md" or die; @lines = <$page> }
+    while (/\b(?:Debug)?Message\(\s*[^"();]*?((?:"(?:[^"\\]|\\.)*"\s*)+)/g) {
+        my $text = join "", $1 =~ /"((?:[^"\\]|\\.)*)"/g;
+        $text =~ s/\\"/"/g; $text =~ s/^(%s|korvane::[\w:]+): //;
+        my $pattern = join ".*", map { quotemeta } split /%[a-z]+/, $text;
+        print "$ARGV: $text\n" unless $text !~ /[a-z]{3}/ || grep { /$pattern/ } @lines;
+    }' | grep . && fail "docs/messages.md does not know these texts"
+
 echo "== sizes"
 for file in $(sources src include tools); do
     lines=$(wc -l <"$file")
