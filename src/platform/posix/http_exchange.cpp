@@ -154,8 +154,9 @@ void HttpExchange::RunLocked(std::unique_lock<std::mutex>& lock, Goal goal)
             Finish(CURLE_OPERATION_TIMEDOUT);
             return;
         }
+        CURLM* const multi = multi_; // read here: a close on another thread sets it back
         lock.unlock();
-        const int active = Poll(waitMs);
+        const int active = Poll(multi, waitMs);
         lock.lock();
         if (isClosed_)
             return;
@@ -167,11 +168,10 @@ void HttpExchange::RunLocked(std::unique_lock<std::mutex>& lock, Goal goal)
     }
 }
 
-int HttpExchange::Poll(int waitMs) const
+int HttpExchange::Poll(CURLM* multi, int waitMs) const
 {
     // Held from the stack: while the thread is away, everything else may be freed around it.
     const std::shared_ptr<PollGate> gate = gate_;
-    CURLM* const multi = multi_;
     int active = 0;
     const AwayScope away;
     if (!gate->Enter())

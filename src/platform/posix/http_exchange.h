@@ -53,7 +53,7 @@ private:
 
     HttpError Run(Goal goal);
     void RunLocked(std::unique_lock<std::mutex>& lock, Goal goal);
-    int Poll(int waitMs) const; // count of sockets with news; below 0 on failure; without the mutex
+    int Poll(CURLM* multi, int waitMs) const; // count of sockets with news; below 0 on failure; without the mutex
     bool Configure(const HttpPlan& plan);
     void Perform();
     void Finish(CURLcode result);
