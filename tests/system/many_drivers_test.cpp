@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <thread>
 
@@ -13,6 +15,7 @@ namespace
 {
 
 constexpr std::size_t kDrivers = 50;
+constexpr std::uint64_t kGrowthBytes = 1024 * 1024; // 20 KiB for each driver
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kMemoryTells = false; // a sanitizer keeps what was freed
@@ -86,14 +89,23 @@ TEST(ManyDrivers, GiveBackWhatTheyTook)
         TestCamera camera(options);
         const host::ProcessUsage empty = host::MeasureProcess();
         PlayRound(camera, c.codec, c.transport); // what is made once for all is made here
-        const host::ProcessUsage before = AwaitQuiet(empty);
-        Print("before", before);
-        Print("during", PlayRound(camera, c.codec, c.transport));
-        const host::ProcessUsage after = AwaitQuiet(before);
-        Print("after", after);
-        EXPECT_EQ(after.descriptors, before.descriptors);
-        EXPECT_EQ(after.threads, before.threads);
-        EXPECT_TRUE(!kMemoryTells || after.privateBytes < before.privateBytes + 2 * 1024 * 1024);
+        host::ProcessUsage before = AwaitQuiet(empty);
+        std::uint64_t leastGrowth = std::numeric_limits<std::uint64_t>::max();
+        // How the allocator spreads blocks over hundreds of threads differs from round to round; a leak
+        // doesn't.
+        for (int round = 0; round < (kMemoryTells ? 4 : 1) && leastGrowth > kGrowthBytes; ++round)
+        {
+            Print("before", before);
+            Print("during", PlayRound(camera, c.codec, c.transport));
+            const host::ProcessUsage after = AwaitQuiet(before);
+            Print("after", after);
+            EXPECT_EQ(after.descriptors, before.descriptors);
+            EXPECT_EQ(after.threads, before.threads);
+            leastGrowth =
+                std::min(leastGrowth, after.privateBytes - std::min(after.privateBytes, before.privateBytes));
+            before = after;
+        }
+        EXPECT_TRUE(!kMemoryTells || leastGrowth <= kGrowthBytes) << leastGrowth;
     }
 }
 
