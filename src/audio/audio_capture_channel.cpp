@@ -1,6 +1,7 @@
 #include "audio/audio_capture_channel.h"
 
 #include "http/param_text.h"
+#include "runtime/device_properties.h"
 #include "runtime/stream_path_table.h"
 #include "runtime/text.h"
 
@@ -12,8 +13,6 @@ namespace korvane
 namespace
 {
 
-constexpr std::uint32_t kStreamsProperty = 14;
-constexpr std::uint32_t kSelectedCodecsProperty = 17;
 constexpr std::uint32_t kAudioSection = 2; // of the description
 constexpr std::uint32_t kReadBytes = 10240;
 constexpr std::size_t kMostResponseBytes = 0x10000000;
@@ -190,7 +189,7 @@ void CAudioCaptureChannel::ReadDevice(std::string_view parameters)
 bool CAudioCaptureChannel::SetAudioStreamParameters()
 {
     const AudioCodecs wanted = CSettingsFile(*driver_).ReadAudioCodecs(driver_->GetDeviceInfo());
-    ConfigureAudioCodec(driver_->GetPropertyText(kSelectedCodecsProperty), wanted.input);
+    ConfigureAudioCodec(driver_->GetPropertyText(kSelectedAudioCodecsProperty), wanted.input);
     std::string parameters;
     std::string answer;
     bool isDone = Request("/cgi-bin/admin/getparam.cgi?audioin&network", parameters) && !parameters.empty();

@@ -2,6 +2,7 @@
 
 #include "channels/encoder_rules.h"
 #include "http/param_text.h"
+#include "runtime/device_properties.h"
 #include "runtime/stream_path_table.h"
 #include "runtime/text.h"
 
@@ -13,9 +14,6 @@ namespace korvane
 namespace
 {
 
-constexpr std::uint32_t kRtspPortProperty = 3;
-constexpr std::uint32_t kCameraTypeProperty = 6;
-constexpr std::uint32_t kStreamsProperty = 14;
 constexpr std::int32_t kNumericResolutions = 1; // camera types
 constexpr std::int32_t kNamedResolutions = 2;
 constexpr std::uint16_t kDefaultRtspPort = 554;

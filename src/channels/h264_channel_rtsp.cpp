@@ -11,8 +11,8 @@ namespace korvane
 namespace
 {
 
-constexpr float kWorstQvalue = 51.0F; // of an H.264 encoder
-constexpr float kBestQvalue = 0.1F;
+constexpr float kWorstH264Qvalue = 51.0F; // of an H.264 encoder
+constexpr float kBestH264Qvalue = 0.1F;
 
 } // namespace
 
@@ -37,7 +37,7 @@ std::string CH264ChannelRTSP::FillRequestParameters(std::uint32_t stream)
     return kSetParam + std::string("network_rtsp_authmode=disable") + ParameterKey(stream, "codectype=h264") +
            resolution + ParameterKey(stream, "h264_maxframe=") + std::to_string(FrameRate()) +
            ParameterKey(stream, "h264_intraperiod=1000") +
-           RateControlPieces(stream, "h264", kWorstQvalue, kBestQvalue);
+           RateControlPieces(stream, "h264", kWorstH264Qvalue, kBestH264Qvalue);
 }
 
 std::string CH264ChannelRTSP::FillRequestChangeParametersInAlarm(std::uint32_t stream, bool resolution,

@@ -3,6 +3,7 @@
 #include "channels/mjpeg_encoder_request.h"
 #include "http/param_text.h"
 #include "http/send_request.h"
+#include "runtime/device_properties.h"
 #include "runtime/stream_path_table.h"
 #include "runtime/text.h"
 
@@ -14,11 +15,6 @@ namespace korvane
 
 namespace
 {
-
-constexpr std::uint32_t kFieldToFrameProperty = 8;
-constexpr std::uint32_t kCameraTypeProperty = 6;
-constexpr std::uint32_t kDiscontinuedProperty = 9;
-constexpr std::uint32_t kStreamsProperty = 14;
 
 constexpr std::uint32_t kRetryMs = 1000;
 constexpr std::uint32_t kSlowRetryMs = 5000; // a device that refuses its settings is not to be hammered
@@ -60,7 +56,7 @@ CMJPEGChannelHTTP::CMJPEGChannelHTTP(std::uint32_t channel, IDriver* driver,
                                      ipcapture::IHostChannelClient* client)
     : CBaseCameraChannel(channel, driver, client),
       cameraType_(static_cast<std::uint32_t>(driver->GetPropertyInt(kCameraTypeProperty))),
-      legacyInterface_(driver->GetPropertyText(kDiscontinuedProperty) == "1"),
+      legacyInterface_(driver->GetPropertyText(kLegacyInterfaceProperty) == "1"),
       parser_(driver)
 {
     parser_.SetReceiver(this);
@@ -186,8 +182,7 @@ bool CMJPEGChannelHTTP::ReadParameter(Web::CWinINetHttpClient& client, const std
     if (!Utils::SendRequestEx(client, "/cgi-bin/admin/getparam.cgi?" + name, response, true))
         return false;
     const std::string_view text(reinterpret_cast<const char*>(response.data()));
-    value = Utils::RemoveChars(Utils::GetParamValue(text, name, Utils::kParamAssign, Utils::kParamSeparators),
-                               "'");
+    value = Utils::RemoveChars(Utils::GetParamValue(text, name), "'");
     return true;
 }
 

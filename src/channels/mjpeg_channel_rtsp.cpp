@@ -11,8 +11,8 @@ namespace korvane
 namespace
 {
 
-constexpr float kWorstQvalue = 200.0F; // of a Motion JPEG encoder
-constexpr float kBestQvalue = 10.0F;
+constexpr float kWorstMjpegQvalue = 200.0F; // of a Motion JPEG encoder
+constexpr float kBestMjpegQvalue = 10.0F;
 
 } // namespace
 
@@ -39,7 +39,7 @@ std::string CMJPEGChannelRTSP::FillRequestParameters(std::uint32_t stream)
     const std::string resolution = ResolutionPiece(stream);
     if (resolution.empty())
         return "";
-    const EncoderQuality quality = MapQuality(settings_.quality, kWorstQvalue, kBestQvalue);
+    const EncoderQuality quality = MapQuality(settings_.quality, kWorstMjpegQvalue, kBestMjpegQvalue);
     return kSetParam + std::string("network_rtsp_authmode=disable") +
            ParameterKey(stream, "codectype=mjpeg") + resolution + FrameRatePiece(stream) +
            ParameterKey(stream, "mjpeg_quant=") + std::to_string(quality.quant) +

@@ -3,6 +3,7 @@
 #include "channels/encoder_rules.h"
 #include "http/param_text.h"
 #include "parsers/mpeg4_rtp_media_parser.h"
+#include "runtime/device_properties.h"
 #include "runtime/text.h"
 
 #include <algorithm>
@@ -14,11 +15,8 @@ namespace korvane
 namespace
 {
 
-constexpr float kWorstQvalue = 31.0F; // of an MPEG-4 encoder
-constexpr float kBestQvalue = 1.0F;
-
-constexpr std::uint32_t kFieldToFrameProperty = 8;
-constexpr std::uint32_t kLegacyInterfaceProperty = 9;
+constexpr float kWorstMpeg4Qvalue = 31.0F; // of an MPEG-4 encoder
+constexpr float kBestMpeg4Qvalue = 1.0F;
 
 constexpr std::uint32_t kMostWithout60Hz = 25; // frames a second
 constexpr std::uint32_t k60Hz = 60;            // "video.mode"
@@ -62,7 +60,7 @@ std::string CMPEGChannelRTSP::FillRequestParameters(std::uint32_t stream)
            ParameterKey(stream, "codectype=mpeg4") +
            (fieldToFrame ? ParameterKey(stream, "field2frame=1") : "") + resolution + FrameRatePiece(stream) +
            ParameterKey(stream, "mpeg4_intraperiod=1000") +
-           RateControlPieces(stream, "mpeg4", kWorstQvalue, kBestQvalue);
+           RateControlPieces(stream, "mpeg4", kWorstMpeg4Qvalue, kBestMpeg4Qvalue);
 }
 
 std::string CMPEGChannelRTSP::FillRequestChangeParametersInAlarm(std::uint32_t stream, bool resolution,
@@ -104,7 +102,7 @@ std::string CMPEGChannelRTSP::LegacyChanges(const std::string& parameters) const
         {"video.keyinterval", 1},
         {"video.color", 1},
         {"video.quality", 1},
-        {"video.quant", MapQuality(settings_.quality, kWorstQvalue, kBestQvalue).quant},
+        {"video.quant", MapQuality(settings_.quality, kWorstMpeg4Qvalue, kBestMpeg4Qvalue).quant},
         {"video.maxframe", rate, settings_.frameIntervalMs != 0},
     };
     for (const auto& row : rows)

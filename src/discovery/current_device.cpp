@@ -13,11 +13,6 @@ namespace korvane
 namespace
 {
 
-std::string Value(std::string_view text, std::string_view key)
-{
-    return Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators);
-}
-
 std::vector<std::string> List(std::string_view text, std::string_view key)
 {
     std::vector<std::string> list =
@@ -29,15 +24,15 @@ std::vector<std::string> List(std::string_view text, std::string_view key)
 /// A count of which 0 says that it isn't known.
 std::uint32_t Count(std::string_view text, std::string_view key, std::uint32_t unknown, std::uint32_t most)
 {
-    const std::uint32_t count = Utils::GetParamUInt(text, key, Utils::kParamAssign, Utils::kParamSeparators);
+    const std::uint32_t count = Utils::GetParamUInt(text, key);
     return count == 0 ? unknown : std::min(count, most);
 }
 
 bool IsNtsc(std::string_view text, bool isHostNtsc)
 {
-    std::string standard = Value(text, "status_videomode_c0");
+    std::string standard = Utils::GetParamValue(text, "status_videomode_c0");
     if (standard.empty())
-        standard = Value(text, "status_videoactualmodulation");
+        standard = Utils::GetParamValue(text, "status_videoactualmodulation");
     return standard == "ntsc" || (standard != "pal" && isHostNtsc);
 }
 
@@ -80,7 +75,7 @@ std::optional<CurrentVideo> ReadCurrentVideo(std::string_view text, bool isHostN
 std::uint32_t ReadSignalCount(std::string_view text, std::string_view key)
 {
     std::int32_t count = 0;
-    const bool isCount = Utils::IsInteger(Value(text, key), count) && count >= 0 &&
+    const bool isCount = Utils::IsInteger(Utils::GetParamValue(text, key), count) && count >= 0 &&
                          count <= static_cast<std::int32_t>(kMaxSignals);
     return isCount ? static_cast<std::uint32_t>(count) : 0;
 }

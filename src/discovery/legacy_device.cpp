@@ -19,18 +19,13 @@ struct Size
     std::uint16_t height;
 };
 
-std::string Value(std::string_view text, const std::string& key)
-{
-    return Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators);
-}
-
 /// How many of the numbered keys, from `first` on, have a value without a gap; nothing if all have.
 std::optional<std::uint32_t> CountValues(std::string_view text, const std::string& keyStart,
                                          std::uint32_t first)
 {
     for (std::uint32_t count = 0; count < kMaxCounted; ++count)
     {
-        if (Value(text, keyStart + std::to_string(first + count)).empty())
+        if (Utils::GetParamValue(text, keyStart + std::to_string(first + count)).empty())
             return count;
     }
     return std::nullopt;
@@ -38,7 +33,7 @@ std::optional<std::uint32_t> CountValues(std::string_view text, const std::strin
 
 void AddRate(LegacyDevice& device, std::string_view text, const std::string& key)
 {
-    if (const std::uint32_t rate = LeadingNumber(Value(text, key)))
+    if (const std::uint32_t rate = LeadingNumber(Utils::GetParamValue(text, key)))
         device.frameRates.insert(rate);
 }
 
@@ -64,7 +59,7 @@ std::optional<LegacyDevice> ReadVS2403(std::string_view text, bool isHostNtsc)
     LegacyDevice device;
     device.isNtsc = isHostNtsc;
     device.channelCount = CountValues(text, "video.enable.", 0).value_or(0);
-    const std::string modulation = Value(text, "video.actualmodulation");
+    const std::string modulation = Utils::GetParamValue(text, "video.actualmodulation");
     if (modulation == "0" || modulation == "1")
         device.isNtsc = modulation == "0";
     if (device.channelCount == 0)
@@ -91,15 +86,15 @@ std::optional<LegacyDevice> ReadIP7135(std::string_view text)
 {
     LegacyDevice device;
     AddRate(device, text, "video.maxframe");
-    device.rtspPort = Value(text, "network.rtspport");
-    device.rtspName = Value(text, "network.accessname");
+    device.rtspPort = Utils::GetParamValue(text, "network.rtspport");
+    device.rtspName = Utils::GetParamValue(text, "network.accessname");
     if (device.rtspPort.empty() || device.rtspName.empty())
         return std::nullopt;
 
     device.channelCount = 1;
     device.codec = CCameraProperties::kCodecMpeg4;
     device.frameRates.insert({1, 2, 3, 5, 10, 15, 20, 25});
-    if (Value(text, "video.mode") == "60")
+    if (Utils::GetParamValue(text, "video.mode") == "60")
         device.frameRates.insert(30);
     FixResolutions(device, {{160, 120}, {176, 144}, {320, 240}, {640, 480}});
     return device;

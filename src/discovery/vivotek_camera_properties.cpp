@@ -23,16 +23,6 @@ constexpr std::uint32_t kLoginRefused = 1;
 constexpr std::uint32_t kOtherFailure = 3;
 constexpr std::uint32_t kListedPresets = 256; // names that are looked for when a device tells no count
 
-std::string Value(std::string_view text, const std::string& key)
-{
-    return Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators);
-}
-
-std::uint32_t Number(std::string_view text, const std::string& key)
-{
-    return Utils::GetParamUInt(text, key, Utils::kParamAssign, Utils::kParamSeparators);
-}
-
 } // namespace
 
 CVivotekCameraProperties::CVivotekCameraProperties(const DEVICE_INFO& deviceInfo,
@@ -99,11 +89,11 @@ bool CVivotekCameraProperties::DetectModel()
 {
     std::string text;
     bool isAnswered = ReadParameters("system_info_modelname", text);
-    std::string name = Value(text, "system_info_modelname");
+    std::string name = Utils::GetParamValue(text, "system_info_modelname");
     if (isAnswered && name.empty())
     {
         isAnswered = ReadParameters("system.modelname", text);
-        name = Value(text, "system.modelname");
+        name = Utils::GetParamValue(text, "system.modelname");
     }
     if (!isAnswered || name.empty())
         return false;
@@ -164,11 +154,12 @@ void CVivotekCameraProperties::ReadAudio(std::string_view text)
 
 std::string CVivotekCameraProperties::ReadAudioCodecs(std::string_view text, const std::string& direction)
 {
-    if (Value(text, "capability_naudio" + direction) != "1")
+    if (Utils::GetParamValue(text, "capability_naudio" + direction) != "1")
         return {};
     if (!features_.IsVersionKnown())
         features_ = CBastrelSupportedFeatures(platform::ReadProductVersion(kHostCoreLibrary));
-    return SelectAudioCodecs(Value(text, "capability_audio" + direction + "_codec"), features_.AllowsAac4());
+    return SelectAudioCodecs(Utils::GetParamValue(text, "capability_audio" + direction + "_codec"),
+                             features_.AllowsAac4());
 }
 
 bool CVivotekCameraProperties::ReadLegacy(std::string_view text)
@@ -202,7 +193,7 @@ bool CVivotekCameraProperties::ReadPTZ()
     if (!text.empty())
     {
         presetCount_ = ReadPresetCount(text);
-        const std::uint32_t bits = LeadingNumber(Value(text, "capability_ptzenabled"));
+        const std::uint32_t bits = LeadingNumber(Utils::GetParamValue(text, "capability_ptzenabled"));
         for (std::size_t flag = 0; flag < ptzFlags_.size(); ++flag)
             ptzFlags_[flag] = (bits >> flag & 1) != 0;
         ptzFlags_.back() = !ptzFlags_.back(); // this bit alone says what the device lacks
@@ -216,7 +207,7 @@ bool CVivotekCameraProperties::ReadPTZ()
 
 std::uint32_t CVivotekCameraProperties::ReadPresetCount(std::string_view text)
 {
-    if (const std::uint32_t count = LeadingNumber(Value(text, "capability_npreset")))
+    if (const std::uint32_t count = LeadingNumber(Utils::GetParamValue(text, "capability_npreset")))
         return std::min(count, kMaxPresets);
     std::string presets;
     ReadParameters("camctrl_c0_preset", presets);
@@ -240,9 +231,9 @@ void CVivotekCameraProperties::ReadPTZRange(std::string_view text)
     ptzMaxSpeed_ = range.maxMove;
     zoomMinSpeed_ = range.minZoom;
     zoomMaxSpeed_ = range.maxZoom;
-    if (const std::uint32_t speed = Number(text, "capability_ptz_panspeedlv"))
+    if (const std::uint32_t speed = Utils::GetParamUInt(text, "capability_ptz_panspeedlv"))
         ptzMaxSpeed_ = speed;
-    if (const std::uint32_t speed = Number(text, "capability_ptz_zoomspeedlv"))
+    if (const std::uint32_t speed = Utils::GetParamUInt(text, "capability_ptz_zoomspeedlv"))
         zoomMaxSpeed_ = speed;
 }
 
@@ -252,7 +243,7 @@ bool CVivotekCameraProperties::ReadVideoIn()
         return true;
     std::string text;
     if (ReadParameters("videoin", text))
-        hasFrameModeOption_ = !Value(text, "videoin_c0_s0_field2frame").empty();
+        hasFrameModeOption_ = !Utils::GetParamValue(text, "videoin_c0_s0_field2frame").empty();
     return true;
 }
 
@@ -263,7 +254,7 @@ bool CVivotekCameraProperties::ReadNetwork()
     std::string text;
     if (!ReadParameters("network", text) || text.empty())
         return false;
-    rtspPort_ = Value(text, "network_rtsp_port");
+    rtspPort_ = Utils::GetParamValue(text, "network_rtsp_port");
     streams_.http = ReadAccessNames(text, "http");
     streams_.rtsp = ReadAccessNames(text, "rtsp");
     return true;
@@ -280,7 +271,8 @@ StreamAccessNames::Table CVivotekCameraProperties::ReadAccessNames(std::string_v
         if (table.size() > 1)
             head += "_c" + std::to_string(channel);
         for (std::uint32_t stream = 0; stream < streams_.streamCount; ++stream)
-            table[channel].push_back(Value(text, head + "_s" + std::to_string(stream) + "_accessname"));
+            table[channel].push_back(
+                Utils::GetParamValue(text, head + "_s" + std::to_string(stream) + "_accessname"));
     }
     return table;
 }

@@ -14,17 +14,18 @@
 namespace korvane::Utils
 {
 
-/// The usual arguments for camera text.
+/// Of camera text.
 inline constexpr std::string_view kParamAssign = "=";
 inline constexpr std::string_view kParamSeparators = "&\r\n";
 
 /// The value of the first item with that key and a value; otherwise an empty text.
-std::string GetParamValue(std::string_view text, std::string_view key, std::string_view assign,
-                          std::string_view separators);
+std::string GetParamValue(std::string_view text, std::string_view key, std::string_view assign = kParamAssign,
+                          std::string_view separators = kParamSeparators);
 
 /// The value as a strict decimal number (see ToUInt32); 0 when the key is missing.
-std::uint32_t GetParamUInt(std::string_view text, std::string_view key, std::string_view assign,
-                           std::string_view separators);
+std::uint32_t GetParamUInt(std::string_view text, std::string_view key,
+                           std::string_view assign = kParamAssign,
+                           std::string_view separators = kParamSeparators);
 
 /// The pieces of the value between occurrences of `delimiter`, without the empty ones; none when the value
 /// or the delimiter is empty.

@@ -2,6 +2,7 @@
 
 #include "http/param_text.h"
 #include "http/send_request.h"
+#include "runtime/device_properties.h"
 #include "runtime/text.h"
 
 #include <string>
@@ -12,8 +13,6 @@ namespace korvane
 
 namespace
 {
-
-constexpr std::uint32_t kLegacyProperty = 9;
 
 std::uint32_t ReadSignal(const std::string& value)
 {
@@ -29,7 +28,7 @@ std::uint32_t ReadSignal(const std::string& value)
 
 CVivotekIO::CVivotekIO(IDriver* driver)
     : CIOBase(driver),
-      legacy_(driver->GetPropertyText(kLegacyProperty) == "1"),
+      legacy_(driver->GetPropertyText(kLegacyInterfaceProperty) == "1"),
       outputClient_(driver->GetDeviceInfo()),
       inputClient_(driver->GetDeviceInfo())
 {
@@ -59,8 +58,7 @@ bool CVivotekIO::PollInputs(std::uint32_t inputCount)
     {
         const std::string key =
             legacy_ ? Utils::FormatString("system.di%u", input + 1) : Utils::FormatString("di%u", input);
-        SetInputState(
-            input, ReadSignal(Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators)));
+        SetInputState(input, ReadSignal(Utils::GetParamValue(text, key)));
     }
     return true;
 }

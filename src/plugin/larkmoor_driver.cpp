@@ -8,6 +8,7 @@
 #include "discovery/audio_capabilities.h"
 #include "io/vivotek_io.h"
 #include "ptz/vivotek_ptz_handler.h"
+#include "runtime/device_properties.h"
 #include "runtime/guarded.h"
 #include "runtime/text.h"
 
@@ -18,9 +19,6 @@ namespace
 {
 
 constexpr std::uint32_t kTimeoutMs = 10000;
-
-constexpr std::uint32_t kVideoStandardProperty = 1;
-constexpr std::uint32_t kJpegOverHttpProperty = 7;
 
 constexpr std::uint32_t kAudioInputParameter = 101;
 constexpr std::uint32_t kAudioOutputParameter = 102;

@@ -2,6 +2,7 @@
 
 #include "http/param_text.h"
 #include "http/send_request.h"
+#include "runtime/device_properties.h"
 #include "runtime/text.h"
 
 #include <algorithm>
@@ -14,14 +15,6 @@ namespace korvane
 namespace
 {
 
-constexpr std::uint32_t kPresetCountProperty = 4;
-constexpr std::uint32_t kFlagsProperty = 5;
-constexpr std::uint32_t kMinMoveProperty = 10;
-constexpr std::uint32_t kMaxMoveProperty = 11;
-constexpr std::uint32_t kMinZoomProperty = 12;
-constexpr std::uint32_t kMaxZoomProperty = 13;
-constexpr std::uint32_t kTypeProperty = 15;
-constexpr std::uint32_t kSubtypeProperty = 16;
 constexpr std::int32_t kTypeWithSpeeds = 0;
 constexpr std::int32_t kTypeWithoutSpeeds = 1;
 constexpr const char* kGetParam = "/cgi-bin/admin/getparam.cgi?";
@@ -77,7 +70,7 @@ bool CVivotekPTZComm::Read(const std::string& query, std::string& text)
 
 void CVivotekPTZComm::GetCapabilityFlags(PTZFlags& flags)
 {
-    const std::array<bool, 8> f = ReadFlags(driver_->GetPropertyText(kFlagsProperty));
+    const std::array<bool, 8> f = ReadFlags(driver_->GetPropertyText(kPtzFlagsProperty));
     if (!f[0])
         return;
     const bool out[] = {f[2], f[3], f[4], f[5], f[6], false, f[2] || f[3], false};
@@ -86,7 +79,7 @@ void CVivotekPTZComm::GetCapabilityFlags(PTZFlags& flags)
 
 std::int32_t CVivotekPTZComm::IsPTZAvailable(ipcapture::IIPParams*)
 {
-    const std::array<bool, 8> flags = ReadFlags(driver_->GetPropertyText(kFlagsProperty));
+    const std::array<bool, 8> flags = ReadFlags(driver_->GetPropertyText(kPtzFlagsProperty));
     if (!flags[0])
         return 0;
     if (flags[1])
@@ -96,7 +89,7 @@ std::int32_t CVivotekPTZComm::IsPTZAvailable(ipcapture::IIPParams*)
     const CLockGuard guard(lock_);
     if (!Read(key, text))
         return client_.StatusCode() == 0 ? 1 : 0; // a device that did not answer may have a head all the same
-    const std::string value = Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators);
+    const std::string value = Utils::GetParamValue(text, key);
     return !value.empty() && value != "'0'" ? 1 : 0;
 }
 
@@ -110,7 +103,7 @@ std::int32_t CVivotekPTZComm::CameraId()
     if (Read(key, text))
     {
         text = Utils::RemoveChars(text, "'");
-        Utils::IsInteger(Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators), id);
+        Utils::IsInteger(Utils::GetParamValue(text, key), id);
     }
     cameraId_ = id;
     return id;
@@ -161,7 +154,7 @@ std::int32_t CVivotekPTZComm::Scale(std::uint32_t speed, std::uint32_t minimumPr
 
 void CVivotekPTZComm::Move(std::uint32_t direction, std::uint32_t speed)
 {
-    const std::int32_t type = driver_->GetPropertyInt(kTypeProperty);
+    const std::int32_t type = driver_->GetPropertyInt(kPtzTypeProperty);
     if (type == kTypeWithSpeeds)
         MoveWithSpeed(direction, speed);
     else if (type == kTypeWithoutSpeeds)
@@ -170,7 +163,7 @@ void CVivotekPTZComm::Move(std::uint32_t direction, std::uint32_t speed)
 
 void CVivotekPTZComm::MoveWithSpeed(std::uint32_t direction, std::uint32_t speed)
 {
-    const std::string subtype = driver_->GetPropertyText(kSubtypeProperty);
+    const std::string subtype = driver_->GetPropertyText(kPtzSubtypeProperty);
     const auto speedIf = [&](const char* word) {
         return subtype.find(word) == std::string::npos ? 1 : Scale(speed, kMinMoveProperty, kMaxMoveProperty);
     };
@@ -206,7 +199,7 @@ void CVivotekPTZComm::MoveWithoutSpeed(std::uint32_t direction)
 // Every stop hands focus and iris back to the camera's automatic control.
 void CVivotekPTZComm::StopHead(Subcommand subcommand)
 {
-    const std::int32_t type = driver_->GetPropertyInt(kTypeProperty);
+    const std::int32_t type = driver_->GetPropertyInt(kPtzTypeProperty);
     if (type == kTypeWithSpeeds && subcommand == Subcommand::kStopMoving)
         Control("&vx=0&vy=0&vs=0");
     else if (type == kTypeWithSpeeds && subcommand == Subcommand::kStopZooming)
@@ -239,8 +232,7 @@ bool CVivotekPTZComm::GetPrepositions(std::vector<PrepositionRecord>& records)
     for (std::uint32_t place = 0; place < presetCount_; ++place)
     {
         const std::string key = Utils::FormatString("camctrl_c%u_preset_i%u_name", channel_, place);
-        records.push_back(
-            {Utils::GetParamValue(text, key, Utils::kParamAssign, Utils::kParamSeparators), place});
+        records.push_back({Utils::GetParamValue(text, key), place});
     }
     return true;
 }

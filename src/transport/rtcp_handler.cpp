@@ -15,7 +15,7 @@ namespace
 
 constexpr std::uint32_t kReadBytes = 1536;
 constexpr std::uint32_t kSocketWaitMs = 1000;
-constexpr std::uint32_t kStopMs = 5000;
+constexpr std::uint32_t kHandlerStopMs = 5000;
 constexpr double kDelayUnitsPerMs = 65.536; // of 1/65536 s
 constexpr std::uint32_t kLeastDatagramBytes = 4;
 
@@ -90,7 +90,7 @@ void CRTCPHandler::Stop()
     stopEvent_.Set();
     SendBye();
     // The thread goes first: it sends on the client's socket.
-    StopThread(kStopMs);
+    StopThread(kHandlerStopMs);
     client_.Stop();
 }
 

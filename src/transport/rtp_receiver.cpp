@@ -15,7 +15,7 @@ namespace
 
 constexpr std::uint32_t kReadSize = 1536; // suits the packets that networks carry
 constexpr std::uint32_t kWaitMs = 2000;
-constexpr std::uint32_t kStopMs = 2000;
+constexpr std::uint32_t kReceiverStopMs = 2000;
 constexpr std::uint32_t kIdleMs = 1000;
 constexpr std::size_t kMostSpare = 8; // items that wait for their next packet, per side
 
@@ -89,7 +89,7 @@ void CRTPReceiver::Stop()
         client_.Release();
     }
     EmptyQueue();
-    StopThread(kStopMs);
+    StopThread(kReceiverStopMs);
 }
 
 std::uint16_t CRTPReceiver::GetPort() const
