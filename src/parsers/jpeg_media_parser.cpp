@@ -1,6 +1,7 @@
 #include "parsers/jpeg_media_parser.h"
 
 #include "parsers/host_video_frame.h"
+#include "parsers/jpeg_markers.h"
 #include "runtime/byte_order.h"
 
 #include <cstring>
@@ -11,10 +12,6 @@ namespace korvane
 
 namespace
 {
-
-constexpr std::uint8_t kStartOfFrame = 0xC0; // SOF0, baseline; the sequence that all these cameras send
-constexpr std::uint8_t kStartOfImage = 0xD8;
-constexpr std::uint8_t kEndOfImage = 0xD9;
 
 // SOF0:  FF C0 | length (2) | precision (1) | Y: height (2) | X: width (2) | components (1) ...
 constexpr std::size_t kHeightAt = 5;
@@ -28,7 +25,7 @@ void CJpegMediaParser::ParseData(std::span<const std::uint8_t> block)
     std::size_t start = 0; // of the open frame within this block
     for (std::size_t at = 0; at + 1 < block.size(); ++at)
     {
-        const void* hit = std::memchr(block.data() + at, 0xFF, block.size() - 1 - at);
+        const void* hit = std::memchr(block.data() + at, kMarker, block.size() - 1 - at);
         if (hit == nullptr)
             break;
         at = static_cast<std::size_t>(static_cast<const std::uint8_t*>(hit) - block.data());

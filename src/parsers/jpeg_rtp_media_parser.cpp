@@ -1,10 +1,11 @@
 #include "parsers/jpeg_rtp_media_parser.h"
 
+#include "parsers/jpeg_markers.h"
+#include "parsers/jpeg_rtp_header.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
-
-#include "parsers/jpeg_rtp_header.h"
 
 namespace korvane
 {
@@ -14,8 +15,6 @@ namespace
 
 constexpr std::size_t kHeaderRoom = 1024; // for all of a file before its scan
 constexpr std::size_t kLeastPayload = 4;  // up to the fragment offset
-constexpr std::uint8_t kMarker = 0xFF;
-constexpr std::uint8_t kEndOfImage = 0xD9;
 
 } // namespace
 

@@ -21,7 +21,7 @@ constexpr Steps kMjpegSteps = {180, 140, 100, 60, 20};
 constexpr Steps kMpeg4Steps = {28, 22, 16, 10, 4};
 constexpr Steps kH264Steps = {46, 36, 26, 16, 6};
 
-std::optional<std::uint32_t> ReadNumber(std::string_view text)
+std::optional<std::uint32_t> ReadCount(std::string_view text)
 {
     std::uint32_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -41,8 +41,8 @@ std::optional<Size> ReadSize(std::string_view text, bool ntsc)
     const std::size_t x = text.find('x');
     if (x != std::string_view::npos)
     {
-        const auto width = ReadNumber(text.substr(0, x));
-        const auto height = ReadNumber(text.substr(x + 1));
+        const auto width = ReadCount(text.substr(0, x));
+        const auto height = ReadCount(text.substr(x + 1));
         return width && height ? std::optional(Size(*width, *height)) : std::nullopt;
     }
     if (text == "QCIF")
@@ -151,7 +151,7 @@ void CompleteQuality(ParameterStore::Items& items)
     ParameterStore::Items added;
     for (const auto& [key, value] : items)
     {
-        const std::optional<std::uint32_t> step = ReadNumber(value);
+        const std::optional<std::uint32_t> step = ReadCount(value);
         if (!key.ends_with(kStep) || !step)
             continue;
         const std::string head = key.substr(0, key.size() - kStep.size());

@@ -29,7 +29,7 @@ const FaultDescription* Describe(std::string_view name)
     return nullptr;
 }
 
-std::optional<double> ReadNumber(std::string_view text)
+std::optional<double> ReadDecimal(std::string_view text)
 {
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -52,7 +52,7 @@ std::optional<milliseconds> ReadTime(std::string_view text)
             break;
         }
     }
-    const std::optional<double> number = ReadNumber(text);
+    const std::optional<double> number = ReadDecimal(text);
     if (!number || *number * unit > kLongestSeconds)
         return std::nullopt;
     return milliseconds(std::llround(*number * unit * 1000));
@@ -88,11 +88,11 @@ std::string WhatItTakes(std::string_view values, std::string_view value)
         return value.empty() ? "takes a text" : "";
     if (values == "ratio")
     {
-        const std::optional<double> number = ReadNumber(value);
+        const std::optional<double> number = ReadDecimal(value);
         return number && *number <= 1 ? "" : "takes a number from 0 to 1";
     }
     if (values == "count")
-        return ReadNumber(value) ? "" : "takes a number";
+        return ReadDecimal(value) ? "" : "takes a number";
     if (values == "time")
     {
         const std::optional<milliseconds> time = ReadTime(value);
@@ -276,7 +276,7 @@ std::string FaultPlan::Value(std::string_view name) const
 
 double FaultPlan::Number(std::string_view name, double fallback) const
 {
-    return ReadNumber(Value(name)).value_or(fallback);
+    return ReadDecimal(Value(name)).value_or(fallback);
 }
 
 milliseconds FaultPlan::Time(std::string_view name, milliseconds fallback) const

@@ -29,11 +29,6 @@ constexpr std::chrono::milliseconds kHeaderFloodInterval(50);
 constexpr std::size_t kHeaderFloodLines = 100;
 constexpr std::size_t kWrongLengthBytes = 100;
 
-std::span<const std::uint8_t> AsBytes(const std::string& text)
-{
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
 std::size_t SizeOf(const Connection::Pieces& pieces)
 {
     std::size_t size = 0;

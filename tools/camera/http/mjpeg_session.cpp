@@ -10,11 +10,6 @@ namespace
 
 constexpr std::chrono::milliseconds kFreezeLook(50);
 
-std::span<const std::uint8_t> AsBytes(const std::string& text)
-{
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
 } // namespace
 
 MjpegSession::MjpegSession(Connection& connection, std::shared_ptr<VideoStream> stream, bool pulls,

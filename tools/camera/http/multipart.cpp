@@ -1,6 +1,7 @@
 #include "camera/http/multipart.h"
 
 #include "camera/encoding/frame_stamp.h"
+#include "camera/http/message.h"
 #include "camera/media/canvas.h"
 #include "camera/media/video_encoder.h"
 
@@ -19,11 +20,6 @@ constexpr std::uint32_t kCutEvery = 5;
 std::string_view AsText(std::span<const std::uint8_t> bytes)
 {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-std::span<const std::uint8_t> AsBytes(const std::string& text)
-{
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 /// A small picture, made once; empty if there is no encoder for it.

@@ -8,7 +8,7 @@ namespace
 {
 
 /// A device that was stopped for longer than this leaves the sound of that time out.
-constexpr std::chrono::seconds kLargestLag{5};
+constexpr std::chrono::seconds kLargestSoundLag{5};
 
 } // namespace
 
@@ -83,7 +83,7 @@ void AudioStream::OnTimer()
         return;
     }
     const AudioSettings settings = Settings();
-    const bool isLate = Clock::now() - timer_.expiry() > kLargestLag;
+    const bool isLate = Clock::now() - timer_.expiry() > kLargestSoundLag;
     if (!settings.IsDescribedAs(workshop_->settings) || settings.bitRate != workshop_->settings.bitRate ||
         isLate)
         OpenWorkshop();

@@ -13,7 +13,7 @@ namespace
 constexpr std::chrono::microseconds kSlack{500};
 
 /// Behind by more than this, the clock starts afresh instead of sending a heap of frames at once.
-constexpr std::chrono::milliseconds kLargestLag{1000};
+constexpr std::chrono::milliseconds kLargestFileLag{1000};
 
 /// Shares of a frame's time that lie far from each other for any number of listeners (the golden section).
 double PhaseOf(CannedPlayer::Id id)
@@ -101,7 +101,7 @@ void CannedPlayer::OnTimer()
         if (play == plays_.end())
             continue;
         play->second.due += play->second.loop->interval;
-        if (play->second.due + kLargestLag < now)
+        if (play->second.due + kLargestFileLag < now)
             play->second.due = now + play->second.loop->interval;
         queue_.emplace(play->second.due, id);
     }

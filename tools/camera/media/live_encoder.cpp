@@ -13,7 +13,7 @@ namespace
 using SteadyClock = std::chrono::steady_clock;
 
 /// Behind by more than this, frames are left out: a camera that cannot keep up must not send ever later ones.
-constexpr std::chrono::milliseconds kLargestLag{500};
+constexpr std::chrono::milliseconds kLargestEncoderLag{500};
 
 /// An open encoder with the picture that it works on.
 struct Workshop
@@ -132,7 +132,7 @@ void LiveEncoder::Run()
             due += workshop->interval;
             frame.mediaTime += workshop->interval;
             ++frame.number;
-        } while (SteadyClock::now() > due + kLargestLag);
+        } while (SteadyClock::now() > due + kLargestEncoderLag);
     }
 }
 

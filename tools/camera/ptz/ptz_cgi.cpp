@@ -28,7 +28,7 @@ const std::string* Find(const Items& items, std::string_view name)
     return found == items.end() ? nullptr : &found->second;
 }
 
-std::optional<int> ReadNumber(std::string_view text)
+std::optional<int> ReadSigned(std::string_view text)
 {
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -42,7 +42,7 @@ bool Take(const Items& items, std::string_view name, int& number)
     const std::string* const text = Find(items, name);
     if (text == nullptr)
         return true;
-    const std::optional<int> read = ReadNumber(*text);
+    const std::optional<int> read = ReadSigned(*text);
     number = read.value_or(0);
     return read.has_value();
 }
@@ -54,8 +54,8 @@ bool TakeSize(const Items& items, std::string_view name, int& width, int& height
     const std::size_t cross = text == nullptr ? std::string::npos : text->find('x');
     if (cross == std::string::npos)
         return false;
-    width = ReadNumber(std::string_view(*text).substr(0, cross)).value_or(0);
-    height = ReadNumber(std::string_view(*text).substr(cross + 1)).value_or(0);
+    width = ReadSigned(std::string_view(*text).substr(0, cross)).value_or(0);
+    height = ReadSigned(std::string_view(*text).substr(cross + 1)).value_or(0);
     return width > 0 && height > 0;
 }
 

@@ -13,7 +13,6 @@ constexpr std::uint16_t kSequenceLeap = 5000;
 constexpr std::uint32_t kForwardLeap = 90'000 * 60; // a minute
 constexpr std::uint32_t kBackwardLeap = 90'000 * 30;
 constexpr std::uint32_t kFramesBeforeLeaps = 25; // a stream first has to run
-constexpr std::uint8_t kMarkerBit = 0x80;
 constexpr std::size_t kMarkerAt = OutPacket::kFramingBytes + 1;
 constexpr std::uint8_t kDeadPayloadType = 96;
 
@@ -67,7 +66,7 @@ PacketFates MediaFaults::Play(PacketBatch& batch)
     if (plan_.Active("no-marker"))
     {
         for (OutPacket& packet : batch.packets)
-            packet.head[kMarkerAt] &= static_cast<std::uint8_t>(~kMarkerBit);
+            packet.head[kMarkerAt] &= static_cast<std::uint8_t>(~RtpStream::kMarkerBit);
         fates.intact = false; // no receiver can tell where the frame ends
     }
     const double lossRatio = plan_.Number("rtp-loss", 0);

@@ -10,7 +10,6 @@ namespace
 {
 
 constexpr std::uint8_t kVersionBits = 0x80;
-constexpr std::uint8_t kMarkerBit = 0x80;
 constexpr std::uint8_t kSenderReport = 200;
 constexpr std::uint8_t kSourceDescription = 202;
 constexpr std::uint8_t kBye = 203;

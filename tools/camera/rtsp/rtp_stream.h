@@ -14,6 +14,8 @@ namespace larkmoor::camera
 class RtpStream
 {
 public:
+    static constexpr std::uint8_t kMarkerBit = 0x80; ///< in a packet's second byte
+
     RtpStream(Dice dice, std::uint8_t payloadType);
 
     /// A packet with the next sequence number.

@@ -19,7 +19,7 @@ namespace
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kPoll(20);
+constexpr milliseconds kAudioPoll(20);
 constexpr double kMeterSeconds = 0.25;
 constexpr milliseconds kPlainProgress(10'000);
 
@@ -99,7 +99,7 @@ void AudioRun::Follow()
         if (IsOver(now, counts) || recorder_->HasFailed())
             break;
         ShowProgress(now, counts);
-    } while (!Interrupt::WaitFor(kPoll));
+    } while (!Interrupt::WaitFor(kAudioPoll));
 }
 
 ExitStatus AudioRun::Run()

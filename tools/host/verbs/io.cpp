@@ -18,7 +18,7 @@ namespace
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kLook(50);
+constexpr milliseconds kInputsPoll(50);
 constexpr std::size_t kMostChanges = 1000; // kept for the report
 
 const char* NameOf(std::uint32_t state)
@@ -100,7 +100,7 @@ bool Follow(korvane::ipcapture::ICaptureIOApi& io, const IoOptions& options, Con
                                    : ": the device has no such output"));
             good = good && taken;
         }
-        if ((options.seconds && now >= *options.seconds) || Interrupt::WaitFor(kLook))
+        if ((options.seconds && now >= *options.seconds) || Interrupt::WaitFor(kInputsPoll))
             return good;
     }
 }

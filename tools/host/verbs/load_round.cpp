@@ -16,9 +16,9 @@ namespace
 using std::chrono::milliseconds;
 using Seconds = std::chrono::duration<double>;
 
-constexpr milliseconds kLook(100);
+constexpr milliseconds kRoundPoll(100);
 constexpr milliseconds kMeasuringLook(1000); // what it costs is measured, too
-constexpr milliseconds kPlainEvery(5000);
+constexpr milliseconds kRoundLineEvery(5000);
 constexpr std::size_t kStoppers = 16; // threads that stop and close
 
 } // namespace
@@ -43,7 +43,7 @@ LoadRound::LoadRound(Bench& bench, const LoadOptions& options, DelayHistogram& d
 
 void LoadRound::Show(const std::string& text)
 {
-    bench_.console.Show({text}, kPlainEvery);
+    bench_.console.Show({text}, kRoundLineEvery);
 }
 
 void LoadRound::StartAll()
@@ -80,7 +80,7 @@ void LoadRound::WaitForFrames()
 {
     const double end = MonotonicSeconds() + Seconds(options_.time.patience).count();
     std::size_t delivering = Delivering();
-    while (delivering < result_.streams && MonotonicSeconds() < end && !Interrupt::WaitFor(kLook))
+    while (delivering < result_.streams && MonotonicSeconds() < end && !Interrupt::WaitFor(kRoundPoll))
     {
         delivering = Delivering();
         Show(std::to_string(delivering) + " of " + std::to_string(result_.streams) + " streams deliver");

@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 constexpr milliseconds kFirstRepeat(700);
 constexpr milliseconds kNextRepeat(250);
 constexpr milliseconds kAgain(500); // a head without speeds goes a step at a time
-constexpr milliseconds kLook(100);
+constexpr milliseconds kKeyboardPoll(100);
 
 struct Motion
 {
@@ -201,7 +201,7 @@ ExitStatus PtzRun::ByKeyboard()
     Keyboard keyboard;
     while (!over_ && !keyboard.IsGone() && !Interrupt::Requested())
     {
-        const std::optional<int> key = keyboard.Read(kLook);
+        const std::optional<int> key = keyboard.Read(kKeyboardPoll);
         const Clock::time_point now = Clock::now();
         if (key)
             OnKey(*key, now);

@@ -20,8 +20,8 @@ namespace
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kPoll(100);
-constexpr milliseconds kPlainEvery(5000);
+constexpr milliseconds kQueryPoll(100);
+constexpr milliseconds kQueryLineEvery(5000);
 constexpr milliseconds kProbe(5000);
 constexpr double kPatienceSeconds = 180; // a device may answer byte by byte and never come to an end
 constexpr double kCancelSeconds = 12;    // the request under way has 10 s
@@ -90,7 +90,7 @@ void QueryRun::Ask()
     if (runs)
     {
         double patience = kPatienceSeconds;
-        while (!sink_.WaitFor(kPoll) && MonotonicSeconds() - start_ < patience)
+        while (!sink_.WaitFor(kQueryPoll) && MonotonicSeconds() - start_ < patience)
         {
             if (!cancelled_ && Interrupt::Requested())
             {
@@ -112,7 +112,7 @@ void QueryRun::Follow()
 {
     std::array<char, 32> passed{};
     std::snprintf(passed.data(), passed.size(), ", %.1f s", MonotonicSeconds() - start_);
-    bench_.console.Show({"asking " + Where() + passed.data()}, kPlainEvery);
+    bench_.console.Show({"asking " + Where() + passed.data()}, kQueryLineEvery);
 }
 
 std::string QueryRun::Where() const

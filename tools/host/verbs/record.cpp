@@ -24,7 +24,7 @@ namespace
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kPoll(20);
+constexpr milliseconds kRecordPoll(20);
 constexpr double kProgressSeconds = 0.5;
 constexpr milliseconds kPlainProgress(10'000);
 
@@ -176,7 +176,7 @@ void RecordRun::Follow(OpenDriver& driver)
         if (IsOver(now, firstFrame) || recorder_.HasFailed())
             break;
         ShowProgress(now);
-    } while (!Interrupt::WaitFor(kPoll));
+    } while (!Interrupt::WaitFor(kRecordPoll));
 }
 
 ExitStatus RecordRun::Run()

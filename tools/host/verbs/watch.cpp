@@ -19,9 +19,9 @@ namespace
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kPoll(50);
+constexpr milliseconds kWatchPoll(50);
 constexpr double kRedrawSeconds = 0.5;
-constexpr milliseconds kPlainEvery(2000);
+constexpr milliseconds kTableEvery(2000);
 
 // One channel that is watched.
 struct Watched
@@ -122,7 +122,7 @@ void WatchRun::Draw(double now)
     std::vector<std::string> table = {kHeading};
     for (const auto& watched : watched_)
         table.push_back(Row(*watched, now));
-    bench_.console.Show(table, kPlainEvery);
+    bench_.console.Show(table, kTableEvery);
 }
 
 void WatchRun::Follow(OpenDriver& driver)
@@ -137,9 +137,9 @@ void WatchRun::Follow(OpenDriver& driver)
             Draw(now);
             nextDraw =
                 now + (bench_.console.IsTerminal() ? kRedrawSeconds
-                                                   : std::chrono::duration<double>(kPlainEvery).count());
+                                                   : std::chrono::duration<double>(kTableEvery).count());
         }
-        if (Interrupt::WaitFor(kPoll))
+        if (Interrupt::WaitFor(kWatchPoll))
             return;
     }
 }
