@@ -47,6 +47,14 @@ TEST(CameraWithFfmpeg, PlaysEveryTransportAndShape)
           "videoin_c0_s0_h264_ratecontrolmode=cbr"},
          false,
          AuthScheme::None},
+        {"MPEG-4", "udp", {"videoin_c0_s0_codectype=mpeg4"}, false, AuthScheme::None},
+        {"Motion JPEG", "udp", {"videoin_c0_s0_codectype=mjpeg"}, false, AuthScheme::None},
+        {"Motion JPEG 4:2:2, restart markers and tables",
+         "tcp",
+         {"videoin_c0_s0_codectype=mjpeg", "videoin_c0_s0_mjpeg_sampling=422",
+          "videoin_c0_s0_mjpeg_restart=5", "videoin_c0_s0_mjpeg_tables=1"},
+         false,
+         AuthScheme::None},
     };
     for (const auto& c : cases)
     {

@@ -128,6 +128,10 @@ videoin_c%c_s%s_h264_profile = 0 ; 0..2
 videoin_c%c_s%s_h264_slices = 1 ; 1..32
 videoin_c%c_s%s_h264_interlaced = 0 ; 0|1
 videoin_c%c_s%s_h264_scalinglists = 0 ; 0|1
+# The same of Motion JPEG over RTP.
+videoin_c%c_s%s_mjpeg_sampling = 420 ; 420|422
+videoin_c%c_s%s_mjpeg_restart = 0 ; 0..65535
+videoin_c%c_s%s_mjpeg_tables = 0 ; 0|1
 )";
 
 // Access names of a device with a single video input.
