@@ -53,7 +53,8 @@ private:
 
     HttpError Run(Goal goal);
     void RunLocked(std::unique_lock<std::mutex>& lock, Goal goal);
-    int Poll(CURLM* multi, int waitMs) const; // count of sockets with news; below 0 on failure; without the mutex
+    // Count of sockets with news; below 0 on failure; without the mutex.
+    int Poll(CURLM* multi, int waitMs) const;
     bool Configure(const HttpPlan& plan);
     void Perform();
     void Finish(CURLcode result);
