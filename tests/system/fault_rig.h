@@ -18,6 +18,14 @@ enum class Effect
     Quiet,    ///< no frame comes, whatever the state
 };
 
+inline constexpr auto kGoesOn = Effect::GoesOn;
+inline constexpr auto kRecovers = Effect::Recovers;
+inline constexpr auto kLost = Effect::Lost;
+inline constexpr auto kQuiet = Effect::Quiet;
+inline constexpr auto kNoAuth = camera::AuthScheme::None;
+inline constexpr auto kDigest = camera::AuthScheme::Digest;
+inline constexpr auto kBasic = camera::AuthScheme::Basic;
+
 /// A fault that is played to two hosts of one camera: one that already gets frames, and one that starts then.
 /// Behind the fault both must get frames again, by themselves.
 struct FaultRow

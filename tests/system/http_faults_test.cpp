@@ -7,13 +7,6 @@ namespace larkmoor::test
 namespace
 {
 
-constexpr auto kGoesOn = Effect::GoesOn;
-constexpr auto kRecovers = Effect::Recovers;
-constexpr auto kLost = Effect::Lost;
-constexpr auto kQuiet = Effect::Quiet;
-constexpr auto kDigest = camera::AuthScheme::Digest;
-constexpr auto kBasic = camera::AuthScheme::Basic;
-
 TEST(HttpFaults, LeaveNoStreamBehind)
 {
     const std::vector<FaultRow> rows = {

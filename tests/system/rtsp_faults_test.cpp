@@ -7,13 +7,6 @@ namespace larkmoor::test
 namespace
 {
 
-constexpr auto kGoesOn = Effect::GoesOn;
-constexpr auto kRecovers = Effect::Recovers;
-constexpr auto kLost = Effect::Lost;
-constexpr auto kQuiet = Effect::Quiet;
-constexpr auto kNoAuth = camera::AuthScheme::None;
-constexpr auto kDigest = camera::AuthScheme::Digest;
-constexpr auto kBasic = camera::AuthScheme::Basic;
 constexpr bool kExact = true;
 constexpr bool kByUnits = false;
 
