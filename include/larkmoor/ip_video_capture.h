@@ -28,7 +28,8 @@ public:
     virtual bool StopChannel(std::uint32_t channel) = 0;
 
     /// Hands a new picture size and frame interval (milliseconds) to a channel, which takes them over by
-    /// itself. False if nothing stands in this place.
+    /// itself: at once over RTSP, with the next connection if the device has the legacy interface, not at
+    /// all over HTTP and multicast. False if nothing stands in this place.
     virtual bool ChangeChannel(std::uint32_t channel, IHostResolution* resolution,
                                std::uint32_t frameInterval) = 0;
 

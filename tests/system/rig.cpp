@@ -170,6 +170,12 @@ bool TestHost::Start(host::PictureSize size, std::uint16_t frameIntervalMs)
     return video_->StartChannel(0, &client_, &settings);
 }
 
+bool TestHost::Change(host::PictureSize size, std::uint32_t frameIntervalMs)
+{
+    host::Resolution resolution(size);
+    return video_->ChangeChannel(0, &resolution, frameIntervalMs);
+}
+
 std::uint32_t TestHost::State()
 {
     std::uint32_t state = 3;

@@ -98,6 +98,7 @@ public:
     TestHost& operator=(const TestHost&) = delete;
 
     bool Start(host::PictureSize size = {320, 240}, std::uint16_t frameIntervalMs = 66);
+    bool Change(host::PictureSize size, std::uint32_t frameIntervalMs); ///< of the running channel
     std::uint32_t State(); ///< 0 running, 2 connecting, 3 stopped
 
     std::size_t FrameCount() const;
