@@ -49,8 +49,8 @@ private:
     void Follow();
     bool IsOver(double now, const AudioCounts& counts) const;
     void ShowProgress(double now, const AudioCounts& counts);
-    ExitStatus Judge(const AudioCounts& counts);
-    nlohmann::ordered_json Report(const AudioCounts& counts, ExitStatus status) const;
+    nlohmann::ordered_json Report(const AudioCounts& counts, const RecordingEnd& end,
+                                  ExitStatus status) const;
 
     const AudioOptions options_;
     Bench bench_;
@@ -64,7 +64,6 @@ private:
     double start_ = MonotonicSeconds();
     double nextProgress_ = 0;
     double stopSeconds_ = 0;
-    std::optional<std::string> writeFailure_;
 };
 
 bool AudioRun::IsOver(double now, const AudioCounts& counts) const
@@ -114,7 +113,7 @@ ExitStatus AudioRun::Run()
         driver.StopAudio(options_.channel);
         stopSeconds_ = MonotonicSeconds() - stopping;
     }
-    writeFailure_ = recorder_->Finish();
+    std::optional<std::string> writeFailure = recorder_->Finish();
     bench_.console.Finish();
 
     const AudioCounts counts = client_->Counts();
@@ -125,30 +124,14 @@ ExitStatus AudioRun::Run()
                     static_cast<unsigned long long>(file_->Slips()));
     std::printf("stop    %.3f s\n", stopSeconds_);
     std::fflush(stdout);
-    const ExitStatus status = Judge(counts);
-    WriteReport(options_.common.json, Report(counts, status));
+    const RecordingEnd end{"sound", counts.frames, counts.refused, std::move(writeFailure)};
+    const ExitStatus status = JudgeRecording(bench_, options_.time, end);
+    WriteReport(options_.common.json, Report(counts, end, status));
     return status;
 }
 
-ExitStatus AudioRun::Judge(const AudioCounts& counts)
-{
-    const ExitStatus contract = JudgeContract(bench_);
-    const bool isInterrupted = Interrupt::Requested() && (options_.time.seconds || counts.frames == 0);
-    const bool isSilent = counts.frames == 0 && counts.refused == 0;
-    if (isSilent && !isInterrupted)
-        bench_.console.Line("no sound came within " + std::to_string(options_.time.patience.count()) + " ms");
-    else if (writeFailure_)
-        bench_.console.Line(*writeFailure_);
-    if (contract != ExitStatus::Done)
-        return contract;
-    if (isInterrupted)
-        return ExitStatus::Interrupted;
-    if (isSilent)
-        return ExitStatus::NoFrames;
-    return writeFailure_ ? ExitStatus::Output : ExitStatus::Done;
-}
-
-nlohmann::ordered_json AudioRun::Report(const AudioCounts& counts, ExitStatus status) const
+nlohmann::ordered_json AudioRun::Report(const AudioCounts& counts, const RecordingEnd& end,
+                                        ExitStatus status) const
 {
     const Device& device = options_.common.device;
     nlohmann::ordered_json report = {{"verb", "audio"},
@@ -161,10 +144,7 @@ nlohmann::ordered_json AudioRun::Report(const AudioCounts& counts, ExitStatus st
                           {"seconds", file_->Seconds()},
                           {"breaks", file_->Slips()}};
     report["stop_seconds"] = stopSeconds_;
-    report.update(HostSideReport(bench_));
-    report["write_failure"] =
-        writeFailure_ ? nlohmann::ordered_json(*writeFailure_) : nlohmann::ordered_json();
-    report["exit_status"] = static_cast<int>(status);
+    report.update(RecordingReport(bench_, end, status));
     return report;
 }
 

@@ -1,5 +1,6 @@
 #include "host/verbs/bench.h"
 
+#include "host/base/interrupt.h"
 #include "host/contract/driver_settings.h"
 #include "host/device/settings_file.h"
 #include "host/recording/frame_files.h"
@@ -159,6 +160,34 @@ ExitStatus JudgeContract(Bench& bench)
     for (const std::string& text : bench.faults.Texts())
         bench.console.Line("contract broken: " + text);
     return bench.faults.Count() == 0 ? ExitStatus::Done : ExitStatus::Contract;
+}
+
+ExitStatus JudgeRecording(Bench& bench, const TimeOptions& time, const RecordingEnd& end)
+{
+    const ExitStatus contract = JudgeContract(bench);
+    const bool isInterrupted = Interrupt::Requested() && (time.seconds || end.taken == 0);
+    const bool isSilent = end.taken == 0 && end.refused == 0;
+    if (isSilent && !isInterrupted) // what could not be written for want of frames needs no word
+        bench.console.Line("no " + std::string(end.media) + " came within " +
+                           std::to_string(time.patience.count()) + " ms");
+    else if (end.writeFailure)
+        bench.console.Line(*end.writeFailure);
+    if (contract != ExitStatus::Done)
+        return contract;
+    if (isInterrupted)
+        return ExitStatus::Interrupted;
+    if (isSilent)
+        return ExitStatus::NoFrames;
+    return end.writeFailure ? ExitStatus::Output : ExitStatus::Done;
+}
+
+nlohmann::ordered_json RecordingReport(const Bench& bench, const RecordingEnd& end, ExitStatus status)
+{
+    nlohmann::ordered_json report = HostSideReport(bench);
+    report["write_failure"] =
+        end.writeFailure ? nlohmann::ordered_json(*end.writeFailure) : nlohmann::ordered_json();
+    report["exit_status"] = static_cast<int>(status);
+    return report;
 }
 
 void WriteReport(const std::filesystem::path& file, const nlohmann::ordered_json& report)

@@ -13,6 +13,8 @@
 #include <nlohmann/json.hpp>
 
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace larkmoor::host
 {
@@ -82,6 +84,21 @@ nlohmann::ordered_json HostSideReport(const Bench& bench);
 /// Says what the driver did against its contract. `Contract` if there was anything, else `Done`. After
 /// `Close`.
 ExitStatus JudgeContract(Bench& bench);
+
+/// How a verb ended that keeps what it gets.
+struct RecordingEnd
+{
+    const char* media = "frame"; ///< for the console, in the singular
+    std::uint64_t taken = 0;     ///< frames
+    std::uint64_t refused = 0;   ///< frames that the host had no room for
+    std::optional<std::string> writeFailure;
+};
+
+/// Says why a recording has failed, if it has, and what status that is. After `Close`.
+ExitStatus JudgeRecording(Bench& bench, const TimeOptions& time, const RecordingEnd& end);
+
+/// The end of a recording's report: `HostSideReport`, what could not be written, and the status.
+nlohmann::ordered_json RecordingReport(const Bench& bench, const RecordingEnd& end, ExitStatus status);
 
 /// Writes a report; does nothing without a file. Throws `Failure` (Output).
 void WriteReport(const std::filesystem::path& file, const nlohmann::ordered_json& report);

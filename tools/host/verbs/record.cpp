@@ -90,8 +90,8 @@ private:
     void ApplyChange(OpenDriver& driver, const Change& change, milliseconds sinceFirstFrame);
     void ShowProgress(double now);
     void Summarise(const StreamCounts& counts);
-    nlohmann::ordered_json Report(const StreamCounts& counts, ExitStatus status) const;
-    ExitStatus Judge(const StreamCounts& counts);
+    nlohmann::ordered_json Report(const StreamCounts& counts, const RecordingEnd& end,
+                                  ExitStatus status) const;
 
     RecordOptions options_;
     Bench bench_;
@@ -110,7 +110,6 @@ private:
     nlohmann::ordered_json changes_ = nlohmann::ordered_json::array();
     double stopSeconds_ = 0;
     double closeSeconds_ = 0;
-    std::optional<std::string> writeFailure_;
 };
 
 bool RecordRun::IsOver(double now, double firstFrame) const
@@ -199,33 +198,15 @@ ExitStatus RecordRun::Run()
         closeSeconds_ = MonotonicSeconds();
     }
     closeSeconds_ = MonotonicSeconds() - closeSeconds_;
-    writeFailure_ = recorder_.Finish();
+    std::optional<std::string> writeFailure = recorder_.Finish();
     bench_.console.Finish();
 
     const StreamCounts counts = client_.Counts();
     Summarise(counts);
-    const ExitStatus status = Judge(counts);
-    WriteReport(options_.common.json, Report(counts, status));
+    const RecordingEnd end{"frame", counts.frames, counts.refused, std::move(writeFailure)};
+    const ExitStatus status = JudgeRecording(bench_, options_.time, end);
+    WriteReport(options_.common.json, Report(counts, end, status));
     return status;
-}
-
-ExitStatus RecordRun::Judge(const StreamCounts& counts)
-{
-    const ExitStatus contract = JudgeContract(bench_);
-    const bool interrupted = Interrupt::Requested() && (options_.time.seconds || counts.frames == 0);
-    const bool silent = counts.frames == 0 && counts.refused == 0;
-    if (silent && !interrupted) // what could not be written for want of frames needs no word
-        bench_.console.Line("no frame came within " + std::to_string(options_.time.patience.count()) + " ms");
-    else if (writeFailure_)
-        bench_.console.Line(*writeFailure_);
-
-    if (contract != ExitStatus::Done)
-        return contract;
-    if (interrupted)
-        return ExitStatus::Interrupted;
-    if (silent)
-        return ExitStatus::NoFrames;
-    return writeFailure_ ? ExitStatus::Output : ExitStatus::Done;
 }
 
 void RecordRun::Summarise(const StreamCounts& counts)
@@ -249,7 +230,8 @@ void RecordRun::Summarise(const StreamCounts& counts)
     std::fflush(stdout);
 }
 
-nlohmann::ordered_json RecordRun::Report(const StreamCounts& counts, ExitStatus status) const
+nlohmann::ordered_json RecordRun::Report(const StreamCounts& counts, const RecordingEnd& end,
+                                         ExitStatus status) const
 {
     const Device& device = options_.common.device;
     nlohmann::ordered_json report = {{"verb", "record"},
@@ -279,10 +261,7 @@ nlohmann::ordered_json RecordRun::Report(const StreamCounts& counts, ExitStatus 
     }
     report["stop_seconds"] = stopSeconds_;
     report["close_seconds"] = closeSeconds_;
-    report.update(HostSideReport(bench_));
-    report["write_failure"] =
-        writeFailure_ ? nlohmann::ordered_json(*writeFailure_) : nlohmann::ordered_json();
-    report["exit_status"] = static_cast<int>(status);
+    report.update(RecordingReport(bench_, end, status));
     return report;
 }
 
