@@ -299,7 +299,8 @@ TEST_F(RecordProgram, GivesBackWhatALoadOfDriversTook)
                                  "--user root --password secret --codec " +
                                  std::string(codec) + " --transport " + transport + " --port " +
                                  std::to_string(camera->HttpPort()) + " --rtsp-port " +
-                                 std::to_string(camera->RtspPort()) + " --json " + (folder / "a.json"));
+                                 std::to_string(camera->RtspPort()) + " --json " +
+                                 (folder / "a.json").string());
         const ProgramEnd end = RunBenchHost({std::istream_iterator<std::string>(words), {}});
         ASSERT_EQ(end.status, 0) << end.output;
         const auto rounds = nlohmann::json::parse(ReadFile(folder / "a.json"))["rounds"];
