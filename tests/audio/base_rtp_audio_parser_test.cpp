@@ -14,6 +14,7 @@ namespace
 
 using korvane::test::Bytes;
 using korvane::test::FrameRecord;
+using korvane::test::operator+;
 
 /// A parser with everything around it.
 class Bench : public korvane::IAudioParserClient
@@ -63,12 +64,6 @@ public:
 Bytes Of(std::size_t count, std::uint8_t value)
 {
     return Bytes(count, value);
-}
-
-Bytes operator+(Bytes left, const Bytes& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
 }
 
 /// An access unit behind its header (RFC 3640, section 3.2.1: 13 bits of size, 3 of index).

@@ -13,13 +13,7 @@ class AuthenticatorTest : public testing::Test
 protected:
     Authenticator Make(AuthScheme scheme, bool checksUri = true)
     {
-        Authenticator::Settings settings;
-        settings.scheme = scheme;
-        settings.realm = "testrealm@host.com";
-        settings.user = "Aladdin";
-        settings.password = "open sesame";
-        settings.checksUri = checksUri;
-        return {settings, faults};
+        return {{scheme, "testrealm@host.com", "Aladdin", "open sesame", true, checksUri}, faults};
     }
 
     void Play(const char* fault)

@@ -1,10 +1,10 @@
 #include "camera/simulated_camera.h"
+#include "http/http_sender.h"
+#include "support/table.h"
 
-#include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/read.hpp>
-#include <boost/asio/ssl.hpp>
 #include <boost/asio/write.hpp>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -18,17 +18,6 @@ namespace
 {
 
 constexpr const char* kSetparam = "/cgi-bin/admin/setparam.cgi?";
-constexpr const char* kGetparam = "/cgi-bin/admin/getparam.cgi?";
-
-/// All that `stream` brings until its end.
-template <typename Stream>
-std::string ReadAll(Stream& stream)
-{
-    std::string all;
-    boost::system::error_code error;
-    boost::asio::read(stream, boost::asio::dynamic_buffer(all), error);
-    return all;
-}
 
 class CameraHttp : public testing::Test
 {
@@ -41,29 +30,22 @@ protected:
     }
 
     /// All that the camera answers to `request` until it closes; the request may end the connection.
-    std::string Ask(const std::string& request, bool tls = false)
+    std::string Ask(const std::string& request)
     {
-        namespace asio = boost::asio;
-        asio::io_context context;
-        asio::ssl::context security(asio::ssl::context::tls_client);
-        asio::ssl::stream<asio::ip::tcp::socket> stream(context, security);
+        boost::asio::io_context context;
+        boost::asio::ip::tcp::socket socket(context);
         boost::system::error_code error;
-        stream.next_layer().connect({asio::ip::address_v4::loopback(), camera->HttpPort()}, error);
-        if (tls)
-            stream.handshake(asio::ssl::stream_base::client, error);
-        if (tls && !error)
-        {
-            asio::write(stream, asio::buffer(request), error);
-            return ReadAll(stream);
-        }
-        asio::write(stream.next_layer(), asio::buffer(request), error);
-        stream.next_layer().shutdown(asio::socket_base::shutdown_send, error);
-        return ReadAll(stream.next_layer());
+        socket.connect({boost::asio::ip::address_v4::loopback(), camera->HttpPort()}, error);
+        boost::asio::write(socket, boost::asio::buffer(request), error);
+        socket.shutdown(boost::asio::socket_base::shutdown_send, error);
+        std::string all;
+        boost::asio::read(socket, boost::asio::dynamic_buffer(all), error);
+        return all;
     }
 
-    std::string Get(const std::string& target, const std::string& headers = "", bool tls = false)
+    std::string Get(const std::string& target)
     {
-        return Ask("GET " + target + " HTTP/1.1\r\nConnection: close\r\n" + headers + "\r\n", tls);
+        return Ask("GET " + target + " HTTP/1.1\r\nConnection: close\r\n\r\n");
     }
 
     std::unique_ptr<SimulatedCamera> camera;
@@ -78,31 +60,27 @@ TEST_F(CameraHttp, AnswersAsADeviceDoes)
 {
     Start();
     const std::string post = "POST /cgi-bin/admin/setparam.cgi HTTP/1.1\r\nContent-Length: 17\r\n\r\n";
-    const struct
-    {
-        const char* name;
-        std::string request;
-        const char* answer; // that holds this
-    } cases[] = {
-        {"no HTTP", "hello\r\n\r\n", "HTTP/1.1 400 "},
-        {"TLS to a plain port", std::string("\x16\x03\x01\x02\x00\x01\x00\r\n\r\n", 11), "HTTP/1.1 400 "},
-        {"a head without end", "GET / HTTP/1.1\r\nX: " + std::string(20000, 'x'), "HTTP/1.1 400 "},
-        {"a huge body", "POST / HTTP/1.1\r\nContent-Length: 99999999\r\n\r\n", "HTTP/1.1 400 "},
-        {"a method of its own", "BREW / HTTP/1.1\r\n\r\n", "HTTP/1.1 405 "},
-        {"a form", post + "system_hostname=a", "\r\n\r\nsystem_hostname='a'\r\n"},
-        {"two at once", "GET /x HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n", "HTTP/1.1 200 "},
-        {"a step of quality brings its value",
-         std::string("GET ") + kSetparam + "videoin_c0_s0_mjpeg_quant=5 HTTP/1.0\r\n\r\n",
-         "videoin_c0_s0_mjpeg_quant='5'\r\nvideoin_c0_s0_mjpeg_qvalue='20'\r\n"},
-        {"a picture", "GET /cgi-bin/viewer/video.jpg?channel=0 HTTP/1.0\r\n\r\n",
-         "Content-Type: image/jpeg\r\n"},
-        {"a picture of no channel", "GET /cgi-bin/video.jpg?channel=1 HTTP/1.0\r\n\r\n", "HTTP/1.1 404 "},
-        {"a stream of no name", "GET /video9.mjpg HTTP/1.0\r\n\r\n", "HTTP/1.1 404 "},
-        {"a stream of another codec", "GET /video.mjpg HTTP/1.0\r\n\r\n", "HTTP/1.1 409 "},
-    };
     camera->Parameters().Change({{"videoin_c0_s0_codectype", "h264"}});
-    for (const auto& c : cases)
-        EXPECT_TRUE(Has(Ask(c.request), c.answer)) << c.name;
+    for (const auto& [name, request, part] : korvane::test::Table<const char*, std::string, const char*>{
+             {"no HTTP", "hello\r\n\r\n", "HTTP/1.1 400 "},
+             {"TLS to a plain port", std::string("\x16\x03\x01\x02\x00\x01\x00\r\n\r\n", 11),
+              "HTTP/1.1 400 "},
+             {"a head without end", "GET / HTTP/1.1\r\nX: " + std::string(20000, 'x'), "HTTP/1.1 400 "},
+             {"a huge body", "POST / HTTP/1.1\r\nContent-Length: 99999999\r\n\r\n", "HTTP/1.1 400 "},
+             {"a method of its own", "BREW / HTTP/1.1\r\n\r\n", "HTTP/1.1 405 "},
+             {"a form", post + "system_hostname=a", "\r\n\r\nsystem_hostname='a'\r\n"},
+             {"two at once", "GET /x HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n", "HTTP/1.1 200 "},
+             {"a step of quality brings its value",
+              std::string("GET ") + kSetparam + "videoin_c0_s0_mjpeg_quant=5 HTTP/1.0\r\n\r\n",
+              "videoin_c0_s0_mjpeg_quant='5'\r\nvideoin_c0_s0_mjpeg_qvalue='20'\r\n"},
+             {"a picture", "GET /cgi-bin/viewer/video.jpg?channel=0 HTTP/1.0\r\n\r\n",
+              "Content-Type: image/jpeg\r\n"},
+             {"a picture of no channel", "GET /cgi-bin/video.jpg?channel=1 HTTP/1.0\r\n\r\n",
+              "HTTP/1.1 404 "},
+             {"a stream of no name", "GET /video9.mjpg HTTP/1.0\r\n\r\n", "HTTP/1.1 404 "},
+             {"a stream of another codec", "GET /video.mjpg HTTP/1.0\r\n\r\n", "HTTP/1.1 409 "},
+         })
+        EXPECT_TRUE(Has(Ask(request), part)) << name;
 
     std::string error;
     ASSERT_TRUE(camera->Faults().Add("cgi-invalid=c0_s0/c0_s2", error)) << error;
@@ -122,19 +100,17 @@ TEST_F(CameraHttp, AsksForCredentialsAndSpeaksTls)
     options.password = "secret";
     options.tls = true;
     Start(options);
-    const std::string target = std::string(kGetparam) + "network_http_authmode";
-    const std::string refused = Get(target, "", true);
-    EXPECT_TRUE(refused.starts_with("HTTP/1.1 401 "));
-    const std::size_t at = refused.find("nonce=\"") + 7;
-    const std::string nonce = refused.substr(at, refused.find('"', at) - at);
-    const DigestInput input{"root", "larkmoor-camera", "secret", "GET", target, nonce, "00000001", "c", true};
-    EXPECT_TRUE(
-        Has(Get(target,
-                "Authorization: Digest username=\"root\", realm=\"larkmoor-camera\", nonce=\"" + nonce +
-                    "\", uri=\"" + target + "\", qop=auth, nc=00000001, cnonce=\"c\", response=\"" +
-                    DigestResponse(input) + "\"\r\n",
-                true),
-            "network_http_authmode='digest'\r\n"));
+    for (const bool isRight : {false, true})
+    {
+        Web::CHttpSender sender(korvane::DEVICE_INFO("127.0.0.1", camera->HttpPort(), "root",
+                                                     isRight ? options.password : "other", ""));
+        std::vector<std::uint8_t> body;
+        ASSERT_TRUE(sender.Send({"GET", "/cgi-bin/admin/getparam.cgi?network_http_authmode"}));
+        EXPECT_TRUE(sender.IsSecure());
+        EXPECT_EQ(sender.StatusCode(), isRight ? 200u : 401u);
+        body.resize(sender.ReadResponse(body));
+        EXPECT_EQ(std::string(body.begin(), body.end()) == "network_http_authmode='digest'\r\n", isRight);
+    }
     EXPECT_EQ(Get("/"), "") << "a client without TLS gets nothing";
 }
 
@@ -150,17 +126,17 @@ TEST_F(CameraHttp, WritesItsLogs)
     std::ifstream requests(options.requestLog), units(options.truth);
     std::string line;
     std::getline(requests, line);
-    nlohmann::json object = nlohmann::json::parse(line);
-    EXPECT_EQ(object.at("target"), "/a\"\xC2\x80\\b?c");
-    EXPECT_EQ(object.at("protocol"), "http");
-    EXPECT_EQ(object.at("method"), "GET");
-    EXPECT_EQ(object.at("status"), 404);
-    EXPECT_EQ(object.at("time").get<std::string>().size(), std::string("2026-01-01T00:00:00.000Z").size());
+    const auto request = nlohmann::json::parse(line);
+    EXPECT_EQ(request.at("target"), "/a\"\xC2\x80\\b?c");
+    EXPECT_EQ(request.at("protocol"), "http");
+    EXPECT_EQ(request.at("method"), "GET");
+    EXPECT_EQ(request.at("status"), 404);
+    EXPECT_EQ(request.at("time").get<std::string>().size(), std::string("2026-01-01T00:00:00.000Z").size());
     std::getline(units, line);
-    object = nlohmann::json::parse(line);
-    EXPECT_EQ(object.at("stream"), "c0_still");
-    EXPECT_EQ(object.at("kind"), "jpeg");
-    EXPECT_EQ(object.at("md5"), Md5Hex(answer.substr(answer.find("\r\n\r\n") + 4)));
+    const auto unit = nlohmann::json::parse(line);
+    EXPECT_EQ(unit.at("stream"), "c0_still");
+    EXPECT_EQ(unit.at("kind"), "jpeg");
+    EXPECT_EQ(unit.at("md5"), Md5Hex(answer.substr(answer.find("\r\n\r\n") + 4)));
     std::remove(options.requestLog.c_str());
     std::remove(options.truth.c_str());
 }

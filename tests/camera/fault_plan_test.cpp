@@ -1,6 +1,8 @@
 #include "camera/fault/dice.h"
 #include "camera/fault/fault_plan.h"
 
+#include "support/table.h"
+
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -8,6 +10,7 @@
 #include <string>
 
 using namespace larkmoor::camera;
+using korvane::test::Table;
 using namespace std::chrono_literals;
 
 namespace
@@ -54,25 +57,26 @@ TEST_F(FaultPlanTest, KeepsToItsWindows)
     EXPECT_FALSE(plan.Active("auth-refuse")) << "nothing before the camera begins";
     now += 10s;
     plan.Begin();
-    const struct
-    {
-        FaultPlan::Clock::duration at;
-        bool freeze, loss, reboot;
-    } cases[] = {
-        {0s, false, false, false},    {499ms, false, false, false}, {500ms, false, true, false},
-        {4999ms, false, true, false}, {5s, true, true, false},      {7999ms, true, true, false},
-        {8s, false, true, false},     {60s, false, true, true},     {62999ms, false, true, true},
-        {63s, false, true, false},
-    };
     const auto begin = now;
-    for (const auto& c : cases)
+    for (const auto& [at, freeze, loss, reboot] : Table<FaultPlan::Clock::duration, bool, bool, bool>{
+             {0s, false, false, false},
+             {499ms, false, false, false},
+             {500ms, false, true, false},
+             {4999ms, false, true, false},
+             {5s, true, true, false},
+             {7999ms, true, true, false},
+             {8s, false, true, false},
+             {60s, false, true, true},
+             {62999ms, false, true, true},
+             {63s, false, true, false},
+         })
     {
-        now = begin + c.at;
-        SCOPED_TRACE(c.at.count());
+        now = begin + at;
+        SCOPED_TRACE(at.count());
         EXPECT_TRUE(plan.Active("auth-refuse"));
-        EXPECT_EQ(plan.Active("freeze"), c.freeze);
-        EXPECT_EQ(plan.Number("rtp-loss", -1), c.loss ? 0.25 : -1);
-        EXPECT_EQ(plan.Active("reboot"), c.reboot);
+        EXPECT_EQ(plan.Active("freeze"), freeze);
+        EXPECT_EQ(plan.Number("rtp-loss", -1), loss ? 0.25 : -1);
+        EXPECT_EQ(plan.Active("reboot"), reboot);
     }
 
     plan.Remove("rtp-loss");
@@ -85,32 +89,28 @@ TEST_F(FaultPlanTest, KeepsToItsWindows)
 
 TEST_F(FaultPlanTest, ComesAgainAndAgain)
 {
-    const struct
+    for (const auto& [fault, at0, at3, at5, at13] :
+         Table<const char*, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>{
+             {"reset", 0, 0, 1, 2},          // every 5 s
+             {"reset=2s", 0, 1, 2, 6},       // every 2 s
+             {"reset@3s", 0, 1, 1, 1},       // once
+             {"reset=5s@3s", 0, 1, 1, 3},    // at 3, 8, 13
+             {"reset=2s@3s+3s", 0, 1, 2, 2}, // at 3, 5
+             {"reset=2s@1m", 0, 0, 0, 0},
+         })
     {
-        const char* fault;
-        std::uint32_t at0, at3, at5, at13;
-    } cases[] = {
-        {"reset", 0, 0, 1, 2},          // every 5 s
-        {"reset=2s", 0, 1, 2, 6},       // every 2 s
-        {"reset@3s", 0, 1, 1, 1},       // once
-        {"reset=5s@3s", 0, 1, 1, 3},    // at 3, 8, 13
-        {"reset=2s@3s+3s", 0, 1, 2, 2}, // at 3, 5
-        {"reset=2s@1m", 0, 0, 0, 0},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.fault);
+        SCOPED_TRACE(fault);
         plan.Remove("reset");
-        ASSERT_TRUE(Add(c.fault));
+        ASSERT_TRUE(Add(fault));
         plan.Begin();
         const auto begin = now;
-        EXPECT_EQ(plan.Occurrences("reset"), c.at0);
+        EXPECT_EQ(plan.Occurrences("reset"), at0);
         now = begin + 3s;
-        EXPECT_EQ(plan.Occurrences("reset"), c.at3);
+        EXPECT_EQ(plan.Occurrences("reset"), at3);
         now = begin + 5s;
-        EXPECT_EQ(plan.Occurrences("reset"), c.at5);
+        EXPECT_EQ(plan.Occurrences("reset"), at5);
         now = begin + 13s;
-        EXPECT_EQ(plan.Occurrences("reset"), c.at13);
+        EXPECT_EQ(plan.Occurrences("reset"), at13);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <boost/asio/write.hpp>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 namespace larkmoor::camera
@@ -35,16 +36,13 @@ public:
         Send(method + " " + target + " RTSP/1.0\r\nCSeq: " + std::to_string(++cseq_) + "\r\n" + session +
              headers + "\r\n");
         boost::system::error_code error;
-        const std::size_t head = boost::asio::read_until(socket_, buffer_, "\r\n\r\n", error);
-        std::string answer = pending_.substr(0, head);
-        std::size_t body = 0;
-        if (const std::size_t at = answer.find("Content-Length: "); at != std::string::npos)
-            body = std::stoul(answer.substr(at + 16));
-        if (pending_.size() < head + body)
-            boost::asio::read(socket_, buffer_, boost::asio::transfer_exactly(head + body - pending_.size()),
-                              error);
-        answer = pending_.substr(0, head + body);
-        buffer_.consume(head + body);
+        std::size_t end = boost::asio::read_until(socket_, buffer_, "\r\n\r\n", error);
+        if (const std::size_t at = pending_.find("Content-Length: "); at < end)
+            end += std::stoul(pending_.substr(at + 16));
+        boost::asio::read(socket_, buffer_,
+                          boost::asio::transfer_exactly(end - std::min(end, pending_.size())), error);
+        const std::string answer = pending_.substr(0, end);
+        buffer_.consume(end);
         if (const std::size_t at = answer.find("\r\nSession: "); at != std::string::npos)
             session_ = answer.substr(at + 11, answer.find_first_of(";\r", at + 11) - at - 11);
         return answer;
@@ -92,12 +90,9 @@ TEST(CameraRtspServer, AnswersEachRequestAsTheProtocolSays)
     camera.Parameters().Change({{"network_rtsp_authmode", "disable"}});
     const struct
     {
-        const char* name;
-        const char* method;
-        std::string target;
-        std::string headers;
-        const char* status;
-        const char* answer; // that holds this
+        const char *name, *method;
+        std::string target, headers;
+        const char *status, *answer; // that holds this
     } steps[] = {
         {"options", "OPTIONS", "*", "", "200",
          "Public: OPTIONS, DESCRIBE, SETUP, PLAY, GET_PARAMETER, TEARDOWN\r\n"},

@@ -2,17 +2,19 @@
 #include "camera/rtsp/media_session.h"
 
 #include "parsers/h264_rtp_media_parser.h"
-#include "support/fake_driver.h"
+#include "support/parser_bench.h"
+#include "support/table.h"
 
 #include <boost/asio/io_context.hpp>
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
-#include <sstream>
 #include <string>
 
 namespace larkmoor::camera
@@ -21,14 +23,11 @@ namespace
 {
 
 /// A sender whose packets go straight into the driver's parser, and what both say of each frame.
-class Agreement : public korvane::IMediaParserClient
+class Agreement
 {
 public:
-    Agreement(const std::string& faults, const RtspOptions& options, std::uint32_t slices)
-        : options_(options), parser_(&driver_, "Larkmoor")
+    Agreement(const std::string& faults, const RtspOptions& options, std::uint32_t slices) : options_(options)
     {
-        driver_.allocator = &allocator_;
-        parser_.SetClient(this);
         std::string error;
         EXPECT_TRUE(faults.empty() || faults_.Add(faults, error)) << error;
         EXPECT_TRUE(units_.Open(unitFile_, error)) << error;
@@ -47,11 +46,11 @@ public:
         if (!faults_.Active("sprop-missing"))
         {
             described = *sets;
-            parser_.SetParameterSets({sets->sps, sets->pps, {}});
+            bench_.parser.SetParameterSets({sets->sps, sets->pps, {}});
         }
         session_ = std::make_shared<MediaSession>(
             options_, services_, counters_,
-            MediaSession::Setup{context_, stream_, std::make_unique<Output>(parser_), described, 3});
+            MediaSession::Setup{context_, stream_, std::make_unique<Output>(bench_.parser), described, 3});
         session_->Play();
     }
 
@@ -67,18 +66,11 @@ public:
             stream_->Pull(*session_);
     }
 
-    bool OnMediaFrame(korvane::ipcapture::IHostFrame* frame) override
-    {
-        delivered_.push_back(static_cast<korvane::test::FakeFrame*>(frame)->Record().data);
-        return true;
-    }
-    void GetResolution(std::pair<std::uint32_t, std::uint32_t>&) override {}
-
     std::vector<std::string> Delivered() const
     {
         std::vector<std::string> all;
-        for (const Bytes& frame : delivered_)
-            all.push_back(Md5Hex(frame));
+        for (const korvane::test::FrameRecord& frame : bench_.frames)
+            all.push_back(Md5Hex(frame.data));
         return all;
     }
     const std::vector<std::string>& Told() const { return told_; }
@@ -87,26 +79,20 @@ public:
     int TornFrames() const
     {
         std::ifstream file(unitFile_);
-        std::stringstream text;
-        text << file.rdbuf();
-        const std::string log = text.str();
+        const std::string log{std::istreambuf_iterator<char>(file), {}};
         const std::set<std::string> told(told_.begin(), told_.end());
         int torn = 0;
-        for (const Bytes& frame : delivered_)
+        for (const korvane::test::FrameRecord& frame : bench_.frames)
         {
-            if (told.contains(Md5Hex(frame)))
-                continue;
-            const std::span<const std::uint8_t> bytes(frame.data(),
-                                                      frame.size() - 5); // the end that is added
-            for (const NalUnit& unit : SplitAnnexB(bytes))
+            const std::span<const std::uint8_t> bytes(frame.data.data(),
+                                                      frame.data.size() - 5); // the added end
+            const auto isTorn = [&](const NalUnit& unit)
             {
-                const auto whole = bytes.subspan(unit.offset, unit.size);
-                if (log.find("\"md5\":\"" + Md5Hex(whole) + "\",\"whole\":true") == std::string::npos)
-                {
-                    ++torn;
-                    break;
-                }
-            }
+                const std::string whole = Md5Hex(bytes.subspan(unit.offset, unit.size));
+                return log.find("\"md5\":\"" + whole + "\",\"whole\":true") == std::string::npos;
+            };
+            if (!told.contains(Md5Hex(frame.data)) && std::ranges::any_of(SplitAnnexB(bytes), isTorn))
+                ++torn;
         }
         return torn;
     }
@@ -151,47 +137,35 @@ private:
     RtspServices services_{hub_, authenticator_, faults_, requests_, truth_, units_, nullptr};
     SendCounters counters_;
     std::shared_ptr<VideoStream> stream_ = hub_.Stream({0, 0});
-    korvane::test::FakeDriver driver_;
-    korvane::test::FakeAllocator allocator_;
-    korvane::CH264RTPMediaParser parser_;
+    korvane::test::ParserBench<korvane::CH264RTPMediaParser> bench_;
     std::vector<std::string> told_;
-    std::vector<Bytes> delivered_;
     std::shared_ptr<MediaSession> session_;
 };
 
 TEST(CameraTruth, IsWhatTheDriverDeliversOfAWholeStream)
 {
-    RtspOptions plain;
-    RtspOptions small;
+    RtspOptions plain, small, odd, delimited;
     small.packetBytes = 300;
-    RtspOptions odd;
     odd.aggregate = odd.infoUnits = odd.stamps = true;
-    RtspOptions delimited;
     delimited.delimiters = true;
-    const struct
+    for (const auto& [name, options, faults, slices, framesOf40] :
+         korvane::test::Table<const char*, RtspOptions, const char*, std::uint32_t, std::size_t>{
+             {"plain", plain, "", 1, 40},
+             {"small packets", small, "", 1, 40},
+             {"slices", plain, "", 4, 40},
+             {"slices in small packets: the last long ones remain", small, "", 4, 40},
+             {"aggregates, SEI, stamps", odd, "", 1, 40},
+             {"sets described only", plain, "sprop-only", 2, 40},
+             {"sets in band only", small, "sprop-missing", 1, 40},
+             {"leaps of the timestamp", plain, "ts-jump,ts-back=once", 1, 40},
+             {"delimiters of two bytes in packets of their own", delimited, "", 1,
+              4}, // only key frames survive
+         })
     {
-        const char* name;
-        RtspOptions options;
-        const char* faults;
-        std::uint32_t slices;
-        std::size_t frames; // of 40
-    } cases[] = {
-        {"plain", plain, "", 1, 40},
-        {"small packets", small, "", 1, 40},
-        {"slices", plain, "", 4, 40},
-        {"slices in small packets: the last long ones remain", small, "", 4, 40},
-        {"aggregates, SEI, stamps", odd, "", 1, 40},
-        {"sets described only", plain, "sprop-only", 2, 40},
-        {"sets in band only", small, "sprop-missing", 1, 40},
-        {"leaps of the timestamp", plain, "ts-jump,ts-back=once", 1, 40},
-        {"delimiters of two bytes in packets of their own", delimited, "", 1, 4}, // only key frames survive
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        Agreement agreement(c.faults, c.options, c.slices);
+        SCOPED_TRACE(name);
+        Agreement agreement(faults, options, slices);
         agreement.Run(40);
-        EXPECT_EQ(agreement.Told().size(), c.frames);
+        EXPECT_EQ(agreement.Told().size(), framesOf40);
         EXPECT_EQ(agreement.Delivered(), agreement.Told());
     }
 }

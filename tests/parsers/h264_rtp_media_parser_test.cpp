@@ -15,25 +15,18 @@ namespace
 
 using korvane::CH264RTPMediaParser;
 using korvane::CRTPPacket;
+using korvane::test::Bytes;
 using korvane::test::FakeAllocator;
 using korvane::test::FakeDriver;
 using korvane::test::FakeFrame;
 using korvane::test::FrameRecord;
-using Bytes = std::vector<std::uint8_t>;
+using korvane::test::FromHex;
 
 const std::string kSps = "6742c00bd902c4ec0440000003004000000c83c50a92"; // 176x144
 const std::string kPps = "68ce3c80";
 const std::string kSei = "0605aabbcc";
 const std::string kIdr = "6588843f";
 const std::string kEnd = " 0930"; // the delimiter behind each frame
-
-Bytes FromHex(const std::string& hex)
-{
-    Bytes bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
 
 /// "H264" or "I264", then each unit in hexadecimal behind a blank for its start code.
 std::string ToText(const FrameRecord& frame)

@@ -14,6 +14,7 @@ namespace
 {
 
 using test::Bytes;
+using test::operator+;
 
 class Receiver final : public IMediaReceiver
 {
@@ -29,12 +30,6 @@ public:
     std::vector<test::FrameRecord> frames;
     bool throws = false;
 };
-
-Bytes operator+(Bytes left, const Bytes& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 Bytes Text(std::string_view text)
 {

@@ -12,10 +12,10 @@ namespace korvane
 namespace
 {
 
-using Bench = test::ParserBench<CJpegRTPMediaParser>;
-using Bytes = Bench::Bytes;
+using JpegBench = test::ParserBench<CJpegRTPMediaParser>;
+using test::Bytes;
 
-struct Picture
+struct JpegPicture
 {
     unsigned width = 64;
     unsigned height = 48;
@@ -25,7 +25,7 @@ struct Picture
 };
 
 /// A JPEG file by the library that cameras and players use, of a scene that has something of everything.
-Bytes Encode(const Picture& picture)
+Bytes Encode(const JpegPicture& picture)
 {
     jpeg_compress_struct jpeg{};
     jpeg_error_mgr errors{};
@@ -108,7 +108,7 @@ Bytes Segment(const Bytes& file, std::uint8_t marker, std::size_t& from)
 }
 
 /// Sends a file as RFC 2435 has it, in packets of `step` bytes of its scan.
-void SendFile(Bench& bench, const Bytes& file, const Picture& picture, int q, std::size_t step,
+void SendFile(JpegBench& bench, const Bytes& file, const JpegPicture& picture, int q, std::size_t step,
               bool withEnd = false)
 {
     std::size_t at = 2;
@@ -154,7 +154,7 @@ TEST(JpegRTPMediaParser, RebuildsTheEncodersPicture)
     const struct
     {
         const char* name;
-        Picture picture;
+        JpegPicture picture;
         int q;
         std::size_t step = 1400;
         bool withEnd = false;
@@ -177,13 +177,13 @@ TEST(JpegRTPMediaParser, RebuildsTheEncodersPicture)
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        Bench bench;
+        JpegBench bench;
         bench.resolution = {c.picture.width, c.picture.height};
         const Bytes file = Encode(c.picture);
         SendFile(bench, file, c.picture, c.q, c.step, c.withEnd);
         ASSERT_EQ(bench.frames.size(), 1u);
         const test::FrameRecord& frame = bench.frames[0];
-        EXPECT_EQ(Bench::FormatOf(frame), "JPEG");
+        EXPECT_EQ(JpegBench::FormatOf(frame), "JPEG");
         EXPECT_EQ(frame.width, c.picture.width);
         EXPECT_EQ(frame.height, c.picture.height);
         const Decoded rebuilt = Decode(frame.data);
@@ -205,7 +205,7 @@ TEST(JpegRTPMediaParser, TakesTheChannelsSizeWhereTheFieldsCannotHoldIt)
     } cases[] = {{512, 2560, 2560}, {704, 720, 704}, {320, 640, 320}, {312, 640, 640}, {0, 0, 2048}};
     for (const auto& c : cases)
     {
-        Bench bench;
+        JpegBench bench;
         bench.resolution = {c.channel, 480};
         bench.Send({0, 0, 0, 0, 1, 50, static_cast<std::uint8_t>(c.field / 8), 60, 0x11}, true);
         ASSERT_EQ(bench.frames.size(), 1u) << c.field;
@@ -262,13 +262,13 @@ TEST(JpegRTPMediaParser, LosesOnePictureForALossAndNoneForLies)
     };
     for (const auto& c : cases)
     {
-        Bench bench;
+        JpegBench bench;
         for (const Sent& packet : c.sent)
             bench.Send(packet.payload, packet.marker, packet.skipped);
         EXPECT_EQ(bench.frames.size(), c.frames) << c.name;
     }
 
-    Bench bench;
+    JpegBench bench;
     Bytes huge = {0, 0, 0, 0, 1, 255, 8, 6, 0, 0, 4, 0}; // 1,024 bytes of tables: more than a header has
     huge.resize(huge.size() + 1024 + 10, 1);
     bench.Send(huge, true);

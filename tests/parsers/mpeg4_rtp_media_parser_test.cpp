@@ -7,8 +7,9 @@ namespace korvane
 namespace
 {
 
-using Bench = test::ParserBench<CMpeg4RTPMediaParser>;
-using Bytes = Bench::Bytes;
+using Mpeg4Bench = test::ParserBench<CMpeg4RTPMediaParser>;
+using test::Bytes;
+using test::operator+;
 
 // VOS, visual object, video object and a layer of 720x576.
 const Bytes kConfig = {0, 0, 1, 0xB0, 1, 0,    0,    1,    0xB5, 0x09, 0,    0,    1,   0,
@@ -16,12 +17,6 @@ const Bytes kConfig = {0, 0, 1, 0xB0, 1, 0,    0,    1,    0xB5, 0x09, 0,    0, 
 const Bytes kIntra = {0, 0, 1, 0xB6, 0x10, 0x11, 0x12};
 const Bytes kInter = {0, 0, 1, 0xB6, 0x50, 0x51};
 const Bytes kMore = {0x70, 0x71};
-
-Bytes operator+(Bytes left, const Bytes& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 struct Sent
 {
@@ -61,13 +56,13 @@ TEST(Mpeg4RTPMediaParser, DeliversWholePicturesFromAKeyPictureOn)
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        Bench bench;
+        Mpeg4Bench bench;
         for (const Sent& packet : c.sent)
             bench.Send(packet.payload, packet.marker, packet.skipped);
         ASSERT_EQ(bench.frames.size(), c.heard.size());
         for (std::size_t i = 0; i < c.heard.size(); ++i)
         {
-            EXPECT_EQ(Bench::FormatOf(bench.frames[i]), c.heard[i].first) << i;
+            EXPECT_EQ(Mpeg4Bench::FormatOf(bench.frames[i]), c.heard[i].first) << i;
             EXPECT_EQ(bench.frames[i].data, c.heard[i].second) << i;
         }
     }
@@ -75,7 +70,7 @@ TEST(Mpeg4RTPMediaParser, DeliversWholePicturesFromAKeyPictureOn)
 
 TEST(Mpeg4RTPMediaParser, TellsTheSizeAndStartsAnewWhenRefused)
 {
-    Bench bench;
+    Mpeg4Bench bench;
     bench.Send(kConfig + kIntra, true);
     ASSERT_EQ(bench.frames.size(), 1u);
     EXPECT_EQ(bench.frames[0].width, 720u);
@@ -91,7 +86,7 @@ TEST(Mpeg4RTPMediaParser, TellsTheSizeAndStartsAnewWhenRefused)
 
 TEST(Mpeg4RTPMediaParser, BoundsAPictureThatNeverEnds)
 {
-    Bench bench;
+    Mpeg4Bench bench;
     bench.Send(kConfig + kIntra, false);
     for (int i = 0; i < 180; ++i)
         bench.Send(Bytes(60000, 0x55), false);

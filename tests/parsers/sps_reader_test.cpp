@@ -5,20 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include "support/bytes.h"
+
 namespace
 {
 
 using korvane::PictureSize;
 using korvane::ReadPictureSize;
-using Bytes = std::vector<std::uint8_t>;
-
-Bytes FromHex(const std::string& hex)
-{
-    Bytes bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
+using korvane::test::Bytes;
+using korvane::test::FromHex;
 
 TEST(SPSReader, ReadsWhatEncodersWrite)
 {

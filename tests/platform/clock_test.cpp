@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <tuple>
 
+#include "support/table.h"
+
 namespace korvane::platform
 {
 
@@ -20,27 +22,23 @@ auto Fields(const SYSTEMTIME& t)
 TEST(Clock, TurnsTicksIntoCalendarTimeAndBack)
 {
     // Seconds since 1970 by date(1), plus the 11,644,473,600 from 1601 on, in ticks; the day of the week too.
-    const struct
+    // SYSTEMTIME has year, month, day of week, day, hour, minute, second and milliseconds.
+    for (const auto& [ticks, calendar] : test::Table<std::uint64_t, SYSTEMTIME>{
+             {0, {1601, 1, 1, 1, 0, 0, 0, 0}},
+             {116444736000000000, {1970, 1, 4, 1, 0, 0, 0, 0}},
+             {125963012967890000, {2000, 2, 2, 29, 12, 34, 56, 789}},
+             {134432351999990000, {2026, 12, 4, 31, 23, 59, 59, 999}},
+             {252190368000000000, {2400, 2, 2, 29, 0, 0, 0, 0}},
+             {9223149887999990000, {30827, 12, 5, 31, 23, 59, 59, 999}},
+         })
     {
-        std::uint64_t ticks;
-        SYSTEMTIME fields; // year, month, day of week, day, hour, minute, second, milliseconds
-    } cases[] = {
-        {0, {1601, 1, 1, 1, 0, 0, 0, 0}},
-        {116444736000000000, {1970, 1, 4, 1, 0, 0, 0, 0}},
-        {125963012967890000, {2000, 2, 2, 29, 12, 34, 56, 789}},
-        {134432351999990000, {2026, 12, 4, 31, 23, 59, 59, 999}},
-        {252190368000000000, {2400, 2, 2, 29, 0, 0, 0, 0}},
-        {9223149887999990000, {30827, 12, 5, 31, 23, 59, 59, 999}},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.ticks);
+        SCOPED_TRACE(ticks);
         SYSTEMTIME fields{};
-        ASSERT_TRUE(ToSystemTime(c.ticks + 9999, fields)); // less than a millisecond is cut off
-        EXPECT_EQ(Fields(fields), Fields(c.fields));
-        std::uint64_t ticks = 1;
-        ASSERT_TRUE(FromSystemTime(c.fields, ticks));
-        EXPECT_EQ(ticks, c.ticks);
+        ASSERT_TRUE(ToSystemTime(ticks + 9999, fields)); // less than a millisecond is cut off
+        EXPECT_EQ(Fields(fields), Fields(calendar));
+        std::uint64_t back = 1;
+        ASSERT_TRUE(FromSystemTime(calendar, back));
+        EXPECT_EQ(back, ticks);
     }
     SYSTEMTIME fields{1, 1, 1, 1, 1, 1, 1, 1};
     EXPECT_FALSE(ToSystemTime(std::uint64_t{1} << 63, fields));

@@ -7,21 +7,27 @@
 #include <thread>
 #include <vector>
 
+#include "support/watched.h"
+
 namespace korvane::platform
 {
 
 namespace
 {
 
-constexpr std::uint32_t kPatienceMs = 20000;
+using test::kPatienceMs;
+
+struct AutoEvent : Event
+{
+    AutoEvent() : Event(Kind::kAutoReset) {}
+};
 
 } // namespace
 
 TEST(Event, AWaitForSeveralNamesTheFirstInArrayOrder)
 {
-    Event first(Event::Kind::kAutoReset);
+    AutoEvent first, third;
     Event second(Event::Kind::kManualReset);
-    Event third(Event::Kind::kAutoReset);
     Event* const events[] = {&first, &second, &third};
 
     EXPECT_EQ(Event::WaitForAny(events, 3, 0).result, WaitResult::kTimeout);
@@ -43,15 +49,12 @@ TEST(Event, EverySetIsTakenOnceUnderContention)
 {
     constexpr int kSetters = 3;
     constexpr int kRounds = 2000;
-    std::array<Event, kSetters> events{Event(Event::Kind::kAutoReset), Event(Event::Kind::kAutoReset),
-                                       Event(Event::Kind::kAutoReset)};
-    std::array<Event, kSetters> answers{Event(Event::Kind::kAutoReset), Event(Event::Kind::kAutoReset),
-                                        Event(Event::Kind::kAutoReset)};
+    std::array<AutoEvent, kSetters> events, answers;
     Event stop(Event::Kind::kManualReset);
     std::array<std::atomic<int>, kSetters> taken{};
     int written[kSetters] = {}; // without a lock: an event orders what was written before its set
 
-    std::vector<std::thread> takers;
+    std::vector<std::jthread> takers;
     for (int t = 0; t < 3; ++t)
     {
         takers.emplace_back(
@@ -74,7 +77,7 @@ TEST(Event, EverySetIsTakenOnceUnderContention)
                 }
             });
     }
-    std::vector<std::thread> setters;
+    std::vector<std::jthread> setters;
     for (int s = 0; s < kSetters; ++s)
     {
         setters.emplace_back(
@@ -88,11 +91,9 @@ TEST(Event, EverySetIsTakenOnceUnderContention)
                 }
             });
     }
-    for (std::thread& setter : setters)
-        setter.join();
+    setters.clear(); // joins them
     stop.Set();
-    for (std::thread& taker : takers)
-        taker.join();
+    takers.clear();
     for (const auto& count : taken)
         EXPECT_EQ(count, kRounds);
 }
@@ -102,10 +103,9 @@ TEST(Event, MayBeDestroyedByWhoSawItSet)
     for (int round = 0; round < 1000; ++round)
     {
         auto event = std::make_unique<Event>(Event::Kind::kManualReset);
-        std::thread setter([pointer = event.get()] { pointer->Set(); });
+        const std::jthread setter([pointer = event.get()] { pointer->Set(); });
         ASSERT_EQ(event->Wait(kPatienceMs), WaitResult::kSignalled);
         event.reset();
-        setter.join();
     }
 }
 

@@ -3,15 +3,14 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
-#include <stdexcept>
-#include <string>
 #include <thread>
 
 #include "platform/socket.h"
+#include "support/table.h"
 #include "support/thread_watch.h"
+#include "support/watched.h"
 
 namespace korvane::platform
 {
@@ -19,72 +18,53 @@ namespace korvane::platform
 namespace
 {
 
-constexpr std::uint32_t kPatienceMs = 20000;
+using test::kPatienceMs;
 
 std::atomic<int> cameBack{0}; // bodies that ran on after they had been given up
 
 // What a thread works on; freed right after the thread was given up.
 struct Work
 {
+    void (*body)(Work&) = nullptr;
     Event blocked{Event::Kind::kManualReset};
     std::atomic<bool>* hostIsDone = nullptr; // the host's own, which lives on
     Socket socket;
     std::array<std::uint8_t, 2000> buffer{};
     std::uint64_t counter = 0;
-
-    void ComeBack()
-    {
-        ++counter; // freed memory, if it is reached
-        ++cameBack;
-    }
 };
 
-std::uint32_t WaitOnOwnEvent(void* context)
+std::uint32_t DoTheWork(void* context)
 {
     auto* work = static_cast<Work*>(context);
-    work->blocked.Wait(300); // also the time-out must not bring it back
-    work->ComeBack();
+    work->body(*work);
+    ++work->counter; // freed memory, if it is reached
+    ++cameBack;
     return 1;
 }
 
-std::uint32_t ReadOwnSocket(void* context)
+void StayInTheHost(Work& work)
 {
-    auto* work = static_cast<Work*>(context);
-    work->socket.Receive(work->buffer);
-    work->ComeBack();
-    return 1;
+    std::atomic<bool>& hostIsDone = *work.hostIsDone;
+    const AwayScope outer;
+    const AwayScope inner; // as when the host calls back into a wait
+    hostIsDone.wait(false);
 }
 
-std::uint32_t StayInTheHost(void* context)
+void RunInCircles(Work& work)
 {
-    auto* work = static_cast<Work*>(context);
-    {
-        std::atomic<bool>& hostIsDone = *work->hostIsDone;
-        const AwayScope outer;
-        const AwayScope inner; // as when the host calls back into a wait
-        hostIsDone.wait(false);
-    }
-    work->ComeBack();
-    return 1;
-}
-
-std::uint32_t RunInCircles(void* context)
-{
-    auto* work = static_cast<Work*>(context);
     for (;;)
     {
         // The naps are for the thread sanitizer, which holds signals back until a thread calls the system.
-        if (++work->counter % 4096 == 0)
+        if (++work.counter % 4096 == 0)
             std::this_thread::sleep_for(std::chrono::microseconds(1));
     }
 }
 
-std::uint32_t GoAwayAgainAndAgain(void* context)
+void GoAwayAgainAndAgain(Work& work)
 {
-    auto* work = static_cast<Work*>(context);
     for (;;)
     {
-        ++work->counter;
+        ++work.counter;
         const AwayScope away;
     }
 }
@@ -93,33 +73,30 @@ std::uint32_t GoAwayAgainAndAgain(void* context)
 
 TEST(Thread, OneThatWasGivenUpNeverComesBack)
 {
-    const struct
+    for (const auto& [name, body, sleeps] :
+         test::Table<const char*, void (*)(Work&), bool>{
+             // Also the time-out must not bring it back.
+             {"waits on an event of the object", [](Work& work) { work.blocked.Wait(300); }, true},
+             {"reads a socket of the object", [](Work& work) { work.socket.Receive(work.buffer); }, true},
+             {"is in a call into the host", &StayInTheHost, true},
+             {"never waits at all", &RunInCircles, false},
+             {"waits all the time but never long", &GoAwayAgainAndAgain, false},
+         })
     {
-        const char* name;
-        Thread::Entry body;
-        bool sleeps;
-    } cases[] = {
-        {"waits on an event of the object", &WaitOnOwnEvent, true},
-        {"reads a socket of the object into its buffer", &ReadOwnSocket, true},
-        {"is in a call into the host", &StayInTheHost, true},
-        {"never waits at all", &RunInCircles, false},
-        {"waits all the time but never long", &GoAwayAgainAndAgain, false},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(name);
         static std::atomic<bool> hostIsDone; // the host's: outlives the thread's last look at it
         hostIsDone = false;
         Socket peer;
         auto work = std::make_unique<Work>();
+        work->body = body;
         work->hostIsDone = &hostIsDone;
         ASSERT_TRUE(work->socket.OpenDatagram() && work->socket.Bind(0) && peer.OpenDatagram());
         const SocketAddress to = MakeSocketAddress(*ParseIPv4("127.0.0.1"), work->socket.LocalPort());
 
         Thread thread;
-        ASSERT_TRUE(thread.Start(c.body, work.get(), "given up"));
+        ASSERT_TRUE(thread.Start(&DoTheWork, work.get(), "given up"));
         const std::uint32_t id = thread.Id();
-        ASSERT_TRUE(!c.sleeps || test::WaitUntilAsleep(id));
+        ASSERT_TRUE(!sleeps || test::WaitUntilAsleep(id));
         EXPECT_EQ(thread.Wait(0), WaitResult::kTimeout);
         thread.GiveUp();
         EXPECT_EQ(thread.Wait(0), WaitResult::kSignalled);

@@ -3,7 +3,6 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -30,7 +29,6 @@ public:
     void Run() override
     {
         id = platform::Thread::CurrentId();
-        stopWasClear = !IsStopping();
         started.Set();
         body_(*this);
     }
@@ -38,16 +36,11 @@ public:
     CEvent started{false};
     CManualEvent release;
     std::uint32_t id = 0;
-    bool stopWasClear = false;
 
 private:
     std::function<void(BodyThread&)> body_;
 };
 
-void UntilStopped(BodyThread& thread)
-{
-    thread.StopEvent().Wait(kWaitForever);
-}
 void IgnoreTheStop(BodyThread& thread)
 {
     thread.release.Wait(kWaitForever);
@@ -63,7 +56,7 @@ TEST(BaseThread, AskedByTheThreadItselfItOnlySetsTheEvent)
                       {
                           results[0] = self.JoinThread(kWaitForever);
                           results[1] = self.StopThread(kWaitForever);
-                          UntilStopped(self);
+                          self.StopEvent().Wait(kWaitForever);
                       });
     ASSERT_TRUE(thread.StartThread("self"));
     EXPECT_TRUE(thread.JoinThread(20000));

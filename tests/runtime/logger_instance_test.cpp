@@ -1,10 +1,12 @@
 #include "runtime/logger_instance.h"
 
 #include "support/fake_driver.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
-#include <set>
+#include <string>
+#include <vector>
 
 namespace korvane
 {
@@ -28,46 +30,36 @@ TEST(LoggerInstance, DropsATextThatRepeats)
     EXPECT_EQ(driver.Messages().size(), 4u);
 }
 
-class CountingSink final : public IDebugMessage
-{
-public:
-    std::string GetDeviceName() const override { return std::string(); }
-    [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t, const char*, ...) override { ++count; }
-
-    int count = 0;
-};
-
 TEST(LoggerInstance, ThinsOutTextsThatDiffer)
 {
-    CountingSink sink;
-    CLoggerInstance logger(&sink);
-    std::set<int> passed;
-    for (int number = 1; number <= 80000; ++number)
+    test::FakeDriver driver;
+    CLoggerInstance logger(&driver);
+    const auto tell = [&](int count)
     {
-        const int before = sink.count;
-        logger.Message(kLevelError, "failure %d", number);
-        if (sink.count != before)
-            passed.insert(number);
+        const std::size_t before = driver.Messages().size();
+        for (int number = 1; number <= count; ++number)
+            logger.Message(kLevelError, "%d", number);
+        std::vector<int> passed;
+        for (const std::string& text : driver.Texts(kLevelError))
+            passed.push_back(std::stoi(text));
+        passed.erase(passed.begin(), passed.begin() + static_cast<std::ptrdiff_t>(before));
+        return passed;
+    };
+    std::vector<int> expected;
+    for (const auto& [first, last, step] : test::Table<int, int, int>{
+             {1, 14, 1},
+             {16, 255, 16},
+             {256, 4095, 256},
+             {4096, 65535, 4096},
+             {65536, 80000, 4096}, // 65535 fell back to 4095, so 65536 counts as 4096
+         })
+    {
+        for (int number = first; number <= last; number += step)
+            expected.push_back(number);
     }
-
-    std::set<int> expected;
-    for (int number = 1; number <= 14; ++number)
-        expected.insert(number);
-    for (int number = 16; number < 255; number += 16)
-        expected.insert(number);
-    for (int number = 256; number < 4095; number += 256)
-        expected.insert(number);
-    for (int number = 4096; number < 65535; number += 4096)
-        expected.insert(number);
-    expected.insert(65536); // 65535 fell back to 4095, so this one counts as 4096
-    expected.insert({69632, 73728, 77824});
-    EXPECT_EQ(passed, expected);
-
+    EXPECT_EQ(tell(80000), expected);
     logger.Reset();
-    const int before = sink.count;
-    for (int number = 0; number < 15; ++number)
-        logger.Message(kLevelError, "failure %d", number);
-    EXPECT_EQ(sink.count, before + 14);
+    EXPECT_EQ(tell(15).size(), 14u);
 }
 
 } // namespace

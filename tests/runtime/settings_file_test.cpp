@@ -1,6 +1,7 @@
 #include "runtime/settings_file.h"
 
 #include "support/settings_folder.h"
+#include "support/table.h"
 
 #include <gmock/gmock.h>
 
@@ -42,34 +43,27 @@ constexpr const char* kAuto = "<VideoChannel><QualityMode>AUTO</QualityMode></Vi
 
 TEST_F(SettingsFile, IsOptional)
 {
-    const std::string deep = [] // within the bound of the size, and far beyond that of the depth
+    const std::string mode = "<StreamingMode>multicast</StreamingMode>";
+    const std::string whole = "<Configuration>" + mode + "</Configuration>";
+    std::string deep, ends; // within the bound of the size, and far beyond that of the depth
+    for (int i = 0; i < 140000; ++i)
     {
-        std::string text;
-        for (int i = 0; i < 140000; ++i)
-            text += "<a>";
-        for (int i = 0; i < 140000; ++i)
-            text += "</a>";
-        return text;
-    }();
-    const struct
+        deep += "<a>";
+        ends += "</a>";
+    }
+    for (const auto& [name, content] : test::Table<const char*, std::string>{
+             {"empty", ""},
+             {"cut", "<Configuration>" + mode},
+             {"two roots", whole + "<a/>"},
+             {"another root", "<Settings>" + mode + "</Settings>"},
+             {"no XML", "StreamingMode=multicast"},
+             {"binary", {"\0\xFF\xFE<\0", 5}},
+             {"too large", whole + std::string(1024 * 1024, ' ')},
+             {"too deep", "<Configuration>" + deep + ends + mode + "</Configuration>"},
+         })
     {
-        const char* name;
-        std::string content;
-    } cases[] = {
-        {"empty", ""},
-        {"cut", "<Configuration><StreamingMode>multicast</StreamingMode>"},
-        {"two roots", "<Configuration><StreamingMode>multicast</StreamingMode></Configuration><a/>"},
-        {"another root", "<Settings><StreamingMode>multicast</StreamingMode></Settings>"},
-        {"no XML", "StreamingMode=multicast"},
-        {"binary", std::string("\0\xFF\xFE<\0", 5)},
-        {"too large", "<Configuration><StreamingMode>multicast</StreamingMode></Configuration>" +
-                          std::string(1024 * 1024, ' ')},
-        {"too deep", "<Configuration>" + deep + "<StreamingMode>multicast</StreamingMode></Configuration>"},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        const CSettingsFile file = Raw(c.content);
+        SCOPED_TRACE(name);
+        const CSettingsFile file = Raw(content);
         EXPECT_EQ(file.ReadStreamingMode(), StreamingMode::kUnicast);
         EXPECT_EQ(file.ReadRateSettings(kDevice, 0).maxBitrate, 8000000u);
     }
@@ -91,32 +85,26 @@ TEST_F(SettingsFile, IsOptional)
 
 TEST_F(SettingsFile, ChoosesOneNodeForTheRates)
 {
+    const std::string cbr = "<QualityMode>CBR</QualityMode>";
     const std::string own = "<VideoChannel id=\"1\"><QualityMode>AUTO</QualityMode></VideoChannel>";
-    const struct
+    for (const auto& [name, content, channel, mode] :
+         test::Table<const char*, std::string, std::uint32_t, QualityMode>{
+             {"the default", Default(kCbr), 0, QualityMode::kCbr},
+             {"the device before the default", Default(kCbr) + Device(kAuto), 0, QualityMode::kAuto},
+             {"a device without channels hides the default", Default(kCbr) + Device(""), 0,
+              QualityMode::kVbr},
+             {"another device", Default(kCbr) + Device(kAuto, "192.168.1.2"), 0, QualityMode::kCbr},
+             {"the channel's own id", Device(kCbr + own), 1, QualityMode::kAuto},
+             {"no element with the id", Device(kCbr + own), 0, QualityMode::kCbr},
+             {"the first, whatever its id", Device(own + kCbr), 2, QualityMode::kAuto},
+             {"a key missing in the channel's own", Device("<VideoChannel id=\"0\"/>" + std::string(kCbr)), 0,
+              QualityMode::kVbr},
+             {"deeper inside", Default("<VideoChannel><Encoder>" + cbr + "</Encoder></VideoChannel>"), 0,
+              QualityMode::kCbr},
+         })
     {
-        const char* name;
-        std::string content;
-        std::uint32_t channel;
-        QualityMode mode;
-    } cases[] = {
-        {"the default", Default(kCbr), 0, QualityMode::kCbr},
-        {"the device before the default", Default(kCbr) + Device(kAuto), 0, QualityMode::kAuto},
-        {"a device without channels hides the default", Default(kCbr) + Device(""), 0, QualityMode::kVbr},
-        {"another device", Default(kCbr) + Device(kAuto, "192.168.1.2"), 0, QualityMode::kCbr},
-        {"the channel's own id", Device(kCbr + own), 1, QualityMode::kAuto},
-        {"no element with the id", Device(kCbr + own), 0, QualityMode::kCbr},
-        {"the first, whatever its id", Device(own + kCbr), 2, QualityMode::kAuto},
-        {"a key missing in the channel's own", Device("<VideoChannel id=\"0\"/>" + std::string(kCbr)), 0,
-         QualityMode::kVbr},
-        {"deeper inside",
-         Default("<VideoChannel><Encoder><QualityMode>CBR</QualityMode></Encoder>"
-                 "</VideoChannel>"),
-         0, QualityMode::kCbr},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(With(c.content).ReadRateSettings(kDevice, c.channel).qualityMode, c.mode);
+        SCOPED_TRACE(name);
+        EXPECT_EQ(With(content).ReadRateSettings(kDevice, channel).qualityMode, mode);
     }
     DEVICE_INFO otherPort = kDevice;
     otherPort.port = 8080;
@@ -125,71 +113,57 @@ TEST_F(SettingsFile, ChoosesOneNodeForTheRates)
 
 TEST_F(SettingsFile, ConvertsTheRates)
 {
-    const struct
+    const auto read = [this](const std::string& content)
+    { return With(Default("<VideoChannel>" + content + "</VideoChannel>")).ReadRateSettings(kDevice, 0); };
+    for (const auto& [quality, video, qualityMode, videoMode] :
+         test::Table<const char*, const char*, QualityMode, VideoMode>{
+             {"cbr auto", "auto quality", QualityMode::kCbr, VideoMode::kQuality},
+             {"cbrvbr", "qualityframerate", QualityMode::kVbr, VideoMode::kFrameRate},
+             {"none", "AUTO", QualityMode::kVbr, VideoMode::kAuto},
+         })
     {
-        const char* content;
-        QualityMode quality;
-        VideoMode video;
-        std::uint32_t lowest;
-        std::uint32_t highest;
-    } cases[] = {
-        {"<QualityMode>cbr auto</QualityMode><VideoMode>auto quality</VideoMode>", QualityMode::kCbr,
-         VideoMode::kQuality, 10, 8000000},
-        {"<QualityMode>cbrvbr</QualityMode><VideoMode>qualityframerate</VideoMode>", QualityMode::kVbr,
-         VideoMode::kFrameRate, 10, 8000000},
-        {"<QualityMode>none</QualityMode><VideoMode>AUTO</VideoMode>", QualityMode::kVbr, VideoMode::kAuto,
-         10, 8000000},
-        {"<MinBitrate>1000</MinBitrate><MaxBitrate>1000</MaxBitrate>", QualityMode::kVbr,
-         VideoMode::kFrameRate, 1000, 1000},
-        {"<MinBitrate>2000</MinBitrate><MaxBitrate>1000</MaxBitrate>", QualityMode::kVbr,
-         VideoMode::kFrameRate, 10, 8000000},
-        {"<MinBitrate>1 000</MinBitrate><MaxBitrate>2000</MaxBitrate>", QualityMode::kVbr,
-         VideoMode::kFrameRate, 10, 8000000},
-        {"<MinBitrate> 1000</MinBitrate><MaxBitrate>2000</MaxBitrate>", QualityMode::kVbr,
-         VideoMode::kFrameRate, 10, 8000000}, // white space is a part of the text
-        {"<MaxBitrate>2000</MaxBitrate>", QualityMode::kVbr, VideoMode::kFrameRate, 10, 8000000},
-    };
-    for (const auto& c : cases)
+        SCOPED_TRACE(quality);
+        const RateSettings rates = read("<QualityMode>" + std::string(quality) + "</QualityMode><VideoMode>" +
+                                        video + "</VideoMode>");
+        EXPECT_EQ(rates.qualityMode, qualityMode);
+        EXPECT_EQ(rates.videoMode, videoMode);
+    }
+    const RateSettings equal = read("<MinBitrate>1000</MinBitrate><MaxBitrate>1000</MaxBitrate>");
+    EXPECT_EQ(equal.minBitrate, 1000u);
+    EXPECT_EQ(equal.maxBitrate, 1000u);
+    for (const std::string lowest :
+         {"<MinBitrate>2000</MinBitrate>", "<MinBitrate>1 000</MinBitrate>", "<MinBitrate> 1000</MinBitrate>",
+          ""}) // white space is a part of the text
     {
-        SCOPED_TRACE(c.content);
-        const RateSettings rates =
-            With(Default("<VideoChannel>" + std::string(c.content) + "</VideoChannel>"))
-                .ReadRateSettings(kDevice, 0);
-        EXPECT_EQ(rates.qualityMode, c.quality);
-        EXPECT_EQ(rates.videoMode, c.video);
-        EXPECT_EQ(rates.minBitrate, c.lowest);
-        EXPECT_EQ(rates.maxBitrate, c.highest);
+        const RateSettings rates = read(lowest + "<MaxBitrate>1500</MaxBitrate>");
+        EXPECT_EQ(rates.minBitrate, 10u) << lowest;
+        EXPECT_EQ(rates.maxBitrate, 8000000u) << lowest;
     }
 }
 
 TEST_F(SettingsFile, DecidesTheTransportKeyByKey)
 {
-    const struct
+    for (const auto& [name, content, mode, blocksize] :
+         test::Table<const char*, std::string, RtpMode, std::uint32_t>{
+             {"default", Default("<RTPMode>rtpoverrtsp</RTPMode><RTPBlocksize>101</RTPBlocksize>"),
+              RtpMode::kInterleaved, 101},
+             {"device without the keys", Default("<RTPMode>RTPOVERRTSP</RTPMode>") + Device("<PTZ/>"),
+              RtpMode::kInterleaved, 0},
+             {"device wins", Default("<RTPMode>RTPOVERRTSP</RTPMode>") + Device("<RTPMode>UDP</RTPMode>"),
+              RtpMode::kUdp, 0},
+             {"an empty key is a missing one",
+              Default("<RTPBlocksize>200</RTPBlocksize>") + Device("<RTPBlocksize></RTPBlocksize>"),
+              RtpMode::kUdp, 200},
+             {"blocksize of 100", Default("<RTPBlocksize>100</RTPBlocksize>"), RtpMode::kUdp, 0},
+             {"CDATA and a comment before it",
+              Default("<RTPMode><!-- as text --><![CDATA[RTPOVERRTSP]]></RTPMode>"), RtpMode::kInterleaved,
+              0},
+         })
     {
-        const char* name;
-        std::string content;
-        RtpMode mode;
-        std::uint32_t blocksize;
-    } cases[] = {
-        {"default", Default("<RTPMode>rtpoverrtsp</RTPMode><RTPBlocksize>101</RTPBlocksize>"),
-         RtpMode::kInterleaved, 101},
-        {"device without the keys", Default("<RTPMode>RTPOVERRTSP</RTPMode>") + Device("<PTZ/>"),
-         RtpMode::kInterleaved, 0},
-        {"device wins", Default("<RTPMode>RTPOVERRTSP</RTPMode>") + Device("<RTPMode>UDP</RTPMode>"),
-         RtpMode::kUdp, 0},
-        {"an empty key is a missing one",
-         Default("<RTPBlocksize>200</RTPBlocksize>") + Device("<RTPBlocksize></RTPBlocksize>"), RtpMode::kUdp,
-         200},
-        {"blocksize of 100", Default("<RTPBlocksize>100</RTPBlocksize>"), RtpMode::kUdp, 0},
-        {"CDATA and a comment before it",
-         Default("<RTPMode><!-- as text --><![CDATA[RTPOVERRTSP]]></RTPMode>"), RtpMode::kInterleaved, 0},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        const TransportSettings settings = With(c.content).ReadTransportSettings(kDevice);
-        EXPECT_EQ(settings.rtpMode, c.mode);
-        EXPECT_EQ(settings.blocksize, c.blocksize);
+        SCOPED_TRACE(name);
+        const TransportSettings settings = With(content).ReadTransportSettings(kDevice);
+        EXPECT_EQ(settings.rtpMode, mode);
+        EXPECT_EQ(settings.blocksize, blocksize);
     }
 
     const CSettingsFile audio = With(Default("<AudioInputChannel><Codec>g711</Codec></AudioInputChannel>"

@@ -1,12 +1,9 @@
 #include "runtime/time.h"
 
 #include <gtest/gtest.h>
-#include <thread>
-#include <vector>
 
 #include "platform/clock.h"
 #include "runtime/smart_ptr.h"
-#include "runtime/statistics_helper.h"
 
 namespace korvane
 {
@@ -31,23 +28,16 @@ TEST(Time, TellsWhatHasGoneBySinceTheStamp)
     EXPECT_EQ(time.GetElapsedMs(), 0u) << "the system can't tell";
 }
 
-namespace
-{
-
-struct Counted
-{
-    explicit Counted(int& countOf) : count(countOf) { ++count; }
-    virtual ~Counted() { --count; }
-    int& count;
-};
-
-} // namespace
-
 TEST(SmartPtr, DeletesTheObjectOnceWithItsLastOwner)
 {
-    int count = 0;
+    static int count = 0;
+    struct Counted
     {
-        TSmartPtr<Counted> first(new Counted(count));
+        Counted() { ++count; }
+        virtual ~Counted() { --count; }
+    };
+    {
+        TSmartPtr<Counted> first(new Counted);
         TSmartPtr<Counted> second(first);
         TSmartPtr<Counted> third;
         third = second;
@@ -59,7 +49,7 @@ TEST(SmartPtr, DeletesTheObjectOnceWithItsLastOwner)
         EXPECT_EQ(count, 1);
         TSmartPtr<Counted> fourth(std::move(third));
         EXPECT_FALSE(third);
-        fourth.Reset(new Counted(count));
+        fourth.Reset(new Counted);
         EXPECT_EQ(count, 1);
         TSmartPtr<Counted> ofEmpty(third);
         EXPECT_FALSE(ofEmpty);

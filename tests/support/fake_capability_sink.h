@@ -4,22 +4,24 @@
 
 #include "support/fake_host.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
+#include <utility>
 
 namespace korvane::test
 {
 
-/// What a host hears of a query: "done", "failed CODE TEXT" and "killed", one after the other.
+/// What a host hears of a query: "done", "failed CODE TEXT" and "killed", with ", " between.
 class FakeCapabilitySink final : public ipcapture::ICapabilitySink
 {
 public:
-    std::string Heard() const;
-    /// Waits for one call at least; gives what was heard, or an empty text if nothing comes.
-    std::string WaitForEnd();
+    std::string Heard() const { return heard_.Get(); }
+    std::string WaitForEnd() ///< for one call at least; what was heard, or an empty text if nothing comes
+    {
+        heard_.WaitFor([](const std::string& heard) { return !heard.empty(); });
+        return Heard();
+    }
     void OnCall(std::function<void()> action) { action_ = std::move(action); } ///< runs in each call
 
     void ReservedSlot1() override { FailReserved(); }
@@ -31,12 +33,14 @@ public:
     void OnQueryKilled() override { Note("killed"); }
 
 private:
-    void Note(const std::string& text);
+    void Note(const std::string& text)
+    {
+        action_();
+        heard_.Add(text);
+    }
 
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;
-    std::string heard_;
-    std::function<void()> action_;
+    WatchedWords heard_;
+    std::function<void()> action_ = [] {};
 };
 
 } // namespace korvane::test

@@ -4,9 +4,11 @@
 
 #include "support/fake_host.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <list>
-#include <mutex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -20,75 +22,100 @@ namespace korvane::test
 class FakeCapabilityStore final : public ipcapture::ICapabilityStore
 {
 public:
-    FakeCapabilityStore();
-
-    std::vector<std::string> Lines() const;
+    std::vector<std::string> Lines() const { return lines_.Get(); }
     /// What stands behind " = " in the first line that begins so; empty if there is none.
-    std::string Value(const std::string& lineStart) const;
+    std::string Value(const std::string& lineStart) const
+    {
+        const std::string values = Values(lineStart);
+        return values.substr(0, values.find('\n'));
+    }
     /// All of them, a line each.
-    std::string Values(const std::string& lineStart) const;
+    std::string Values(const std::string& lineStart) const
+    {
+        std::string values;
+        for (const std::string& line : Lines())
+        {
+            if (line.starts_with(lineStart))
+                values += (values.empty() ? "" : "\n") + line.substr(line.find(" = ") + 3);
+        }
+        return values;
+    }
 
-    void SetValue(std::uint32_t id, std::uint32_t value) override;
-    void SetModel(const char* text) override { Write("model = " + std::string(text)); }
-    ipcapture::ICapabilityField* GetConnectionField(std::uint32_t index) override;
+    void SetValue(std::uint32_t id, std::uint32_t value) override { Write("value ", id, " = ", value); }
+    void SetModel(const char* text) override { Write("model = ", text); }
+    ipcapture::ICapabilityField* GetConnectionField(std::uint32_t index) override
+    {
+        return &fields_.emplace_back(*this, index);
+    }
     void ReservedSlot1() override { FailReserved(); }
-    ipcapture::ICapabilityParameter* AddParameter(std::uint32_t id) override;
+    ipcapture::ICapabilityParameter* AddParameter(std::uint32_t id) override
+    {
+        return &parameters_.emplace_back(*this, id);
+    }
     ipcapture::IResolutionList* GetResolutionList() override { return &resolutions_; }
     void ReservedSlot2() override { FailReserved(); }
-    ipcapture::IFrameTimeList* GetFrameTimeList(std::uint32_t number) override;
+    ipcapture::IFrameTimeList* GetFrameTimeList(std::uint32_t number) override
+    {
+        EXPECT_EQ(number, 1u);
+        return &frameTimes_;
+    }
 
 private:
-    struct Field final : ipcapture::ICapabilityField
+    template <typename Interface>
+    struct Part : Interface
     {
-        Field(FakeCapabilityStore& store, std::uint32_t index) : store_(store), index_(index) {}
-        void SetText(const char* text) override
-        {
-            store_.Write("field " + std::to_string(index_) + " = " + text);
-        }
-        FakeCapabilityStore& store_;
-        const std::uint32_t index_;
+        explicit Part(FakeCapabilityStore& storeOf, std::uint32_t idOf = 0) : store(storeOf), id(idOf) {}
+        FakeCapabilityStore& store;
+        const std::uint32_t id;
     };
-    struct Parameter final : ipcapture::ICapabilityParameter
+    struct Field final : Part<ipcapture::ICapabilityField>
     {
-        Parameter(FakeCapabilityStore& store, std::uint32_t id) : store_(store), id_(id) {}
-        void SetValue(const char* text) override;
+        using Part::Part;
+        void SetText(const char* text) override { store.Write("field ", id, " = ", text); }
+    };
+    struct Parameter final : Part<ipcapture::ICapabilityParameter>
+    {
+        using Part::Part;
+        void SetValue(const char* text) override
+        {
+            store.Write("parameter ", id, " \"", name, isText ? "\" text = " : "\" number = ", text);
+        }
         void ReservedSlot1() override { FailReserved(); }
         void ReservedSlot2() override { FailReserved(); }
-        void SetIsText(bool isText) override { isText_ = isText; }
-        void SetName(const char* text) override { name_ = text; }
-        void SetReserved(std::uint32_t value) override;
-        FakeCapabilityStore& store_;
-        const std::uint32_t id_;
-        std::string name_;
-        bool isText_ = false;
+        void SetIsText(bool is) override { isText = is; }
+        void SetName(const char* text) override { name = text; }
+        void SetReserved(std::uint32_t value) override { EXPECT_EQ(value, 0u); }
+        std::string name;
+        bool isText = false;
     };
-    struct Resolutions final : ipcapture::IResolutionList
+    struct Resolutions final : Part<ipcapture::IResolutionList>
     {
-        explicit Resolutions(FakeCapabilityStore& store) : store_(store) {}
+        using Part::Part;
         void Add(const char* text, std::uint32_t width, std::uint32_t height,
-                 std::uint32_t frameTime) override;
-        FakeCapabilityStore& store_;
-    };
-    struct FrameTimes final : ipcapture::IFrameTimeList
-    {
-        explicit FrameTimes(FakeCapabilityStore& store) : store_(store) {}
-        void SetDefault(std::uint32_t frameTime) override { Tell("default-frame-time", frameTime); }
-        void Add(std::uint32_t frameTime) override { Tell("frame-time", frameTime); }
-        void Tell(const std::string& what, std::uint32_t frameTime)
+                 std::uint32_t frameTime) override
         {
-            store_.Write(what + " = " + std::to_string(frameTime));
+            store.Write("size ", text, " = ", width, ' ', height, ' ', frameTime);
         }
-        FakeCapabilityStore& store_;
+    };
+    struct FrameTimes final : Part<ipcapture::IFrameTimeList>
+    {
+        using Part::Part;
+        void SetDefault(std::uint32_t time) override { store.Write("default-frame-time = ", time); }
+        void Add(std::uint32_t time) override { store.Write("frame-time = ", time); }
     };
 
-    void Write(std::string line);
+    void Write(const auto&... pieces)
+    {
+        std::ostringstream line;
+        (line << ... << pieces);
+        lines_.Add(line.str());
+    }
 
-    mutable std::mutex mutex_;
-    std::vector<std::string> lines_;
+    WatchedList<std::string> lines_;
     std::list<Field> fields_;
     std::list<Parameter> parameters_;
-    Resolutions resolutions_;
-    FrameTimes frameTimes_;
+    Resolutions resolutions_{*this};
+    FrameTimes frameTimes_{*this};
 };
 
 } // namespace korvane::test

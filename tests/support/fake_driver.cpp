@@ -1,5 +1,6 @@
 #include "support/fake_driver.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -7,17 +8,10 @@
 namespace korvane::test
 {
 
-std::vector<MessageRecord> FakeDriver::Messages() const
-{
-    const std::lock_guard lock(mutex_);
-    return messages_;
-}
-
 std::vector<std::string> FakeDriver::Texts(std::uint32_t level) const
 {
-    const std::lock_guard lock(mutex_);
     std::vector<std::string> texts;
-    for (const MessageRecord& message : messages_)
+    for (const MessageRecord& message : Messages())
     {
         if (message.level == level)
             texts.push_back(message.text);
@@ -27,22 +21,8 @@ std::vector<std::string> FakeDriver::Texts(std::uint32_t level) const
 
 bool FakeDriver::WaitForMessage(const std::string& part)
 {
-    const auto holds = [&]
-    {
-        for (const MessageRecord& message : messages_)
-        {
-            if (message.text.find(part) != std::string::npos)
-                return true;
-        }
-        return false;
-    };
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, kPatience, holds);
-}
-
-std::string FakeDriver::GetDeviceName() const
-{
-    return device.address + ":" + std::to_string(device.port);
+    const auto holds = [&](const MessageRecord& message) { return message.text.find(part) != part.npos; };
+    return messages_.WaitFor([&](const auto& all) { return std::ranges::any_of(all, holds); });
 }
 
 void FakeDriver::DebugMessage(std::int32_t level, const char* format, ...)
@@ -52,9 +32,7 @@ void FakeDriver::DebugMessage(std::int32_t level, const char* format, ...)
     va_start(arguments, format);
     std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    const std::lock_guard lock(mutex_);
-    messages_.push_back({static_cast<std::uint32_t>(level), text});
-    changed_.notify_all();
+    messages_.Add({static_cast<std::uint32_t>(level), text});
 }
 
 std::string FakeDriver::GetPropertyText(std::uint32_t number) const

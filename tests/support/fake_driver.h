@@ -3,9 +3,7 @@
 #include "runtime/driver.h"
 #include "support/fake_host.h"
 
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -27,11 +25,11 @@ public:
     ChannelSettings channelSettings;
     ipcapture::IHostFrameAllocator* allocator = nullptr;
 
-    std::vector<MessageRecord> Messages() const;
+    std::vector<MessageRecord> Messages() const { return messages_.Get(); }
     std::vector<std::string> Texts(std::uint32_t level) const; ///< of the messages of one level
     bool WaitForMessage(const std::string& part); ///< one that holds `part`; false if it doesn't come
 
-    std::string GetDeviceName() const override;
+    std::string GetDeviceName() const override { return device.address + ":" + std::to_string(device.port); }
     [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
     std::string GetDriverName() const override { return "Larkmoor"; }
     std::string GetHostDirectory() const override { return hostDirectory; }
@@ -46,9 +44,7 @@ public:
     ChannelSettings GetChannelSettings(std::uint32_t) const override { return channelSettings; }
 
 private:
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<MessageRecord> messages_;
+    WatchedList<MessageRecord> messages_;
 };
 
 } // namespace korvane::test

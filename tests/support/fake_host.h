@@ -6,24 +6,22 @@
 #include <larkmoor/host_frame.h>
 #include <larkmoor/host_sink.h>
 
-#include <chrono>
-#include <condition_variable>
+#include "support/bytes.h"
+#include "support/watched.h"
+
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// The host's side of the contract, made for tests: each object records what the driver does to it. A slot
 /// that the driver must never call fails the test. All are safe to call from several threads.
 namespace korvane::test
 {
-
-/// How long a test waits for something that must come; far above any machine's slowness, so never a measure.
-inline constexpr std::chrono::seconds kPatience{20};
-
-using Bytes = std::vector<std::uint8_t>;
 
 void FailReserved(); ///< fails the test
 
@@ -32,18 +30,13 @@ struct FrameRecord
 {
     Bytes data;               ///< as long as `SetDataSize` said
     std::uint32_t format = 0; ///< asked for at allocation
-    std::uint32_t formatSet = 0;
-    std::uint32_t allocatedBytes = 0;
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::uint32_t sizeClass = 0;
+    std::uint32_t formatSet = 0, allocatedBytes = 0;
+    std::uint32_t width = 0, height = 0, sizeClass = 0;
     bool timeNow = false; ///< stamped with the present time
     SYSTEMTIME time{};    ///< or with this one
     std::string driverName;
-    std::uint32_t audioBitRate = 0;
-    std::uint8_t audioInput = 0;
-    std::uint32_t sampleRate = 0;
-    std::uint8_t audioReserved = 0;
+    std::uint32_t audioBitRate = 0, sampleRate = 0;
+    std::uint8_t audioInput = 0, audioReserved = 0;
     bool stereo = false;
     Bytes codecConfig;
 };
@@ -53,7 +46,12 @@ class FakeFrame final : public ipcapture::IHostFrame
 public:
     FakeFrame(std::uint32_t format, std::uint32_t sizeBytes, const char* driverName);
 
-    FrameRecord Record() const;
+    FrameRecord Record() const
+    {
+        FrameRecord record = record_;
+        record.data.assign(buffer_.begin(), buffer_.begin() + dataSize_);
+        return record;
+    }
 
     void SetData(const std::uint8_t* data, std::uint32_t sizeBytes) override;
     std::uint8_t* GetData() override { return buffer_.data(); }
@@ -65,7 +63,10 @@ public:
     void ReservedSlot3() override { FailReserved(); }
     void ReservedSlot4() override { FailReserved(); }
     void SetFormat(std::uint32_t formatCode) override { record_.formatSet = formatCode; }
-    void SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config) override;
+    void SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config) override
+    {
+        record_.codecConfig.assign(config, config + sizeBytes);
+    }
     void SetHeight(std::uint32_t pixels) override { record_.height = pixels; }
     void SetAudioBitRate(std::uint32_t bitsPerSecond) override { record_.audioBitRate = bitsPerSecond; }
     void SetWidth(std::uint32_t pixels) override { record_.width = pixels; }
@@ -88,16 +89,26 @@ class FakeAllocator final : public ipcapture::IHostFrameAllocator
 public:
     ~FakeAllocator() override; ///< fails the test if the driver still holds a frame
 
-    int Outstanding() const;  ///< frames that the driver has not released
-    int Allocated() const;    ///< frames given since the start
-    void Refuse(bool refuse); ///< from now on, give null
-    void Throw(bool throws);  ///< from now on, throw
+    int Outstanding() const ///< frames that the driver has not released
+    {
+        const std::lock_guard lock(mutex_);
+        return static_cast<int>(outstanding_.size());
+    }
+    int Allocated() const { return allocated_; }   ///< frames given since the start
+    void Refuse(bool refuse) { refuse_ = refuse; } ///< from now on, give null
+    void Throw(bool throws) { throw_ = throws; }   ///< from now on, throw
 
     void ReservedSlot1() override { FailReserved(); }
     ipcapture::IHostFrame* AllocateVideoFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                              const char* driverName) override;
+                                              const char* driverName) override
+    {
+        return Allocate(formatCode, sizeBytes, driverName, false);
+    }
     ipcapture::IHostFrame* AllocateAudioFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                              const char* driverName) override;
+                                              const char* driverName) override
+    {
+        return Allocate(formatCode, sizeBytes, driverName, true);
+    }
     void ReleaseAudioFrame(ipcapture::IHostFrame* frame) override { Release(frame, true); }
     void ReservedSlot2() override { FailReserved(); }
     void ReleaseFrame(ipcapture::IHostFrame* frame) override { Release(frame, false); }
@@ -109,30 +120,33 @@ private:
 
     mutable std::mutex mutex_;
     std::map<ipcapture::IHostFrame*, bool> outstanding_; // true: audio
-    int allocated_ = 0;
-    bool refuse_ = false;
-    bool throw_ = false;
+    std::atomic<int> allocated_{0};
+    std::atomic<bool> refuse_{false}, throw_{false};
 };
 
 class FakeChannelClient final : public ipcapture::IHostChannelClient
 {
 public:
-    std::vector<FrameRecord> Frames() const;
-    int SignalsLost() const;
-    bool WaitForFrames(std::size_t count);        ///< false if they don't come
-    bool WaitForSignalLost(int count = 1);        ///< false if it doesn't come
-    void OnDeliver(std::function<bool()> action); ///< runs in each `DeliverFrame` and gives its result
+    std::vector<FrameRecord> Frames() const { return frames_.Get(); }
+    bool WaitForFrames(std::size_t count)
+    {
+        return frames_.WaitForCount(count);
+    } ///< false if they don't come
+    /// Runs in each `DeliverFrame` and gives its result.
+    void OnDeliver(std::function<bool()> action) { action_.Set(std::move(action)); }
 
-    bool DeliverFrame(ipcapture::IHostFrame* frame) override;
+    bool DeliverFrame(ipcapture::IHostFrame* frame) override
+    {
+        const std::function<bool()> action = action_.Get();
+        frames_.Add(static_cast<FakeFrame*>(frame)->Record());
+        return !action || action();
+    }
     void ReservedSlot1() override { FailReserved(); }
-    void SignalLost() override;
+    void SignalLost() override {}
 
 private:
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<FrameRecord> frames_;
-    int signalsLost_ = 0;
-    std::function<bool()> action_;
+    WatchedList<FrameRecord> frames_;
+    Watched<std::function<bool()>> action_;
 };
 
 struct MessageRecord
@@ -145,12 +159,15 @@ struct MessageRecord
 class FakeSink final : public ipcapture::IHostSink
 {
 public:
-    std::vector<MessageRecord> Messages() const;
-    void WriteMessage(ipcapture::CDebugInfoIf* message) override;
+    std::vector<MessageRecord> Messages() const { return messages_.Get(); }
+    void WriteMessage(ipcapture::CDebugInfoIf* message) override
+    {
+        const char* const text = message->GetMessage();
+        messages_.Add({message->GetLevel(), text == nullptr ? "" : text});
+    }
 
 private:
-    mutable std::mutex mutex_;
-    std::vector<MessageRecord> messages_;
+    WatchedList<MessageRecord> messages_;
 };
 
 /// Device settings, description and connection in one.
@@ -172,7 +189,10 @@ public:
 
     ipcapture::IHostDeviceDescription* GetDescription() override { return this; }
     ipcapture::IHostConnection* GetConnection() override { return this; }
-    const char* GetParameter(std::uint32_t number) override;
+    const char* GetParameter(std::uint32_t number) override
+    {
+        return parameters.contains(number) ? parameters[number].c_str() : nullptr;
+    }
     const char* GetModel() override { return model.c_str(); }
     std::uint32_t GetChannelCount() override { return channelCount; }
     std::uint32_t GetInputCount() override { return inputCount; }

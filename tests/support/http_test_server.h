@@ -1,7 +1,8 @@
 #pragma once
 
+#include "support/loopback.h"
+
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -57,10 +58,10 @@ public:
     HttpTestServer(const HttpTestServer&) = delete;
     HttpTestServer& operator=(const HttpTestServer&) = delete;
 
-    std::uint16_t Port() const { return port_; }
+    std::uint16_t Port() const { return listener_.Port(); }
     int Connections() const { return connections_; } ///< accepted so far
-    std::vector<TestHttpRequest> Requests() const;
-    void WaitForRequests(std::size_t count) const;
+    std::vector<TestHttpRequest> Requests() const { return requests_.Get(); }
+    void WaitForRequests(std::size_t count) const { requests_.WaitForCount(count); }
 
     /// A whole response with a right Content-Length.
     static std::string Response(int status, std::string_view body = {}, std::string_view headers = {});
@@ -73,16 +74,14 @@ private:
 
     const Script script_;
     const bool tls_;
-    int listener_ = -1;
-    std::uint16_t port_ = 0;
-    std::atomic<bool> stop_{false};
+    const LoopbackListener listener_;
+    WatchedList<TestHttpRequest> requests_;
+    Watched<bool> stop_{false};
     std::atomic<int> connections_{0};
-    mutable std::mutex mutex_; // guards what follows
-    mutable std::condition_variable changed_;
-    std::vector<TestHttpRequest> requests_;
+    std::mutex mutex_; // guards the peers and their sockets
     std::list<std::unique_ptr<Peer>> peers_;
-    std::list<std::thread> threads_;
-    std::thread accepter_;
+    std::list<std::jthread> threads_;
+    std::jthread accepter_{[this] { Accept(); }};
 };
 
 } // namespace korvane::test

@@ -17,8 +17,6 @@ template <typename Parser>
 class ParserBench : public IMediaParserClient
 {
 public:
-    using Bytes = std::vector<std::uint8_t>;
-
     ParserBench() : parser(&driver, "Larkmoor")
     {
         driver.allocator = &allocator;

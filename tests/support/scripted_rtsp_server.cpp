@@ -1,15 +1,10 @@
 #include "support/scripted_rtsp_server.h"
 
-#include "support/fake_host.h"
-
-#include <gtest/gtest.h>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace korvane::test
 {
@@ -24,20 +19,18 @@ std::string MethodOf(const std::string& request)
 
 } // namespace
 
-const std::string ScriptedRTSPServer::kDescription = "v=0\r\n"
-                                                     "m=video 5560 RTP/AVP 97\r\n"
-                                                     "c=IN IP4 239.128.1.99/16\r\n"
-                                                     "a=rtpmap:97 H264/90000\r\n"
-                                                     "a=control:trackID=1\r\n";
+const std::string ScriptedRTSPServer::kDescription =
+    "v=0\r\nm=video 5560 RTP/AVP 97\r\nc=IN IP4 239.128.1.99/16\r\n"
+    "a=rtpmap:97 H264/90000\r\na=control:trackID=1\r\n";
 
 std::string ScriptedRTSPServer::Response(const std::string& request, const std::string& headers,
                                          const std::string& body, const std::string& status)
 {
     const std::size_t cseq = request.find("CSeq: ");
     const std::string line = request.substr(cseq, request.find("\r\n", cseq) - cseq);
-    const std::string length =
-        body.empty() ? std::string() : "Content-Length: " + std::to_string(body.size()) + "\r\n";
-    return "RTSP/1.0 " + status + "\r\n" + line + "\r\n" + headers + length + "\r\n" + body;
+    const std::string length = "Content-Length: " + std::to_string(body.size()) + "\r\n";
+    return "RTSP/1.0 " + status + "\r\n" + line + "\r\n" + headers + (body.empty() ? "" : length) + "\r\n" +
+           body;
 }
 
 ScriptedRTSPServer::Reply ScriptedRTSPServer::Ordinary(const std::string& method, const std::string& request)
@@ -54,40 +47,22 @@ ScriptedRTSPServer::Reply ScriptedRTSPServer::Ordinary(const std::string& method
     return {Response(request, "Session: 4711\r\n")};
 }
 
-ScriptedRTSPServer::ScriptedRTSPServer(Script script) : script_(std::move(script))
-{
-    listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    EXPECT_EQ(0, bind(listener_, reinterpret_cast<sockaddr*>(&address), size));
-    EXPECT_EQ(0, listen(listener_, 16));
-    EXPECT_EQ(0, getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size));
-    port_ = ntohs(address.sin_port);
-    thread_ = std::thread([this] { Serve(); });
-}
+ScriptedRTSPServer::ScriptedRTSPServer(Script script) : script_(std::move(script)) {}
 
 ScriptedRTSPServer::~ScriptedRTSPServer()
 {
-    shutdown(listener_, SHUT_RDWR); // ends the accept, and with it the loop
-    CloseConnection();
+    listener_.End(); // ends the accept, and with it the loop
+    connection_.Change([](int open) { shutdown(open, SHUT_RDWR); });
     thread_.join();
-    close(listener_);
 }
 
 void ScriptedRTSPServer::Serve()
 {
-    for (int accepted; (accepted = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;)
+    for (int accepted; (accepted = listener_.Accept()) >= 0;)
     {
-        {
-            const std::lock_guard guard(mutex_);
-            connection_ = accepted;
-        }
+        connection_.Set(accepted);
         ServeConnection(accepted);
-        const std::lock_guard guard(mutex_);
-        connection_ = -1;
-        close(accepted);
+        connection_.Change([](int& open) { close(std::exchange(open, -1)); });
     }
 }
 
@@ -103,11 +78,7 @@ void ScriptedRTSPServer::ServeConnection(int connection)
         {
             const std::string request = received.substr(0, end + 4);
             const Reply reply = script_(MethodOf(request), request);
-            {
-                const std::lock_guard guard(mutex_);
-                requests_.push_back(request);
-                changed_.notify_all();
-            }
+            requests_.Add(request);
             if (!SendReply(connection, reply) || reply.close)
                 return;
         }
@@ -128,22 +99,7 @@ bool ScriptedRTSPServer::SendReply(int connection, const Reply& reply)
 
 void ScriptedRTSPServer::Send(const std::string& bytes)
 {
-    const std::lock_guard guard(mutex_);
-    if (connection_ >= 0)
-        send(connection_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-}
-
-void ScriptedRTSPServer::CloseConnection()
-{
-    const std::lock_guard guard(mutex_);
-    if (connection_ >= 0)
-        shutdown(connection_, SHUT_RDWR);
-}
-
-std::vector<std::string> ScriptedRTSPServer::Requests() const
-{
-    const std::lock_guard guard(mutex_);
-    return requests_;
+    connection_.Change([&](int open) { send(open, bytes.data(), bytes.size(), MSG_NOSIGNAL); });
 }
 
 std::string ScriptedRTSPServer::Methods() const
@@ -154,25 +110,9 @@ std::string ScriptedRTSPServer::Methods() const
     return methods;
 }
 
-bool ScriptedRTSPServer::WaitUntil(const std::function<bool()>& condition)
-{
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, kPatience, condition);
-}
-
-bool ScriptedRTSPServer::WaitForRequests(std::size_t count)
-{
-    return WaitUntil([&] { return requests_.size() >= count; });
-}
-
 bool ScriptedRTSPServer::WaitForMethod(const std::string& method)
 {
-    return WaitUntil(
-        [&]
-        {
-            return std::any_of(requests_.begin(), requests_.end(),
-                               [&](const std::string& request) { return MethodOf(request) == method; });
-        });
+    return requests_.WaitFor([&](const auto& all) { return std::ranges::count(all, method, MethodOf) != 0; });
 }
 
 } // namespace korvane::test

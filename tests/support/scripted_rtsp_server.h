@@ -1,9 +1,9 @@
 #pragma once
 
-#include <condition_variable>
+#include "support/loopback.h"
+
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -27,13 +27,12 @@ public:
     explicit ScriptedRTSPServer(Script script = Ordinary);
     ~ScriptedRTSPServer();
 
-    std::uint16_t Port() const { return port_; }
-    std::vector<std::string> Requests() const; ///< whole texts, of all connections
-    std::string Methods() const;               ///< of all requests, with blanks between
-    bool WaitForRequests(std::size_t count);   ///< false if they don't come
-    bool WaitForMethod(const std::string& method);
-    void Send(const std::string& bytes); ///< on the connection that is open
-    void CloseConnection();
+    std::uint16_t Port() const { return listener_.Port(); }
+    std::vector<std::string> Requests() const { return requests_.Get(); } ///< whole texts, of all connections
+    std::string Methods() const; ///< of all requests, with blanks between
+    bool WaitForRequests(std::size_t count) { return requests_.WaitForCount(count); }
+    bool WaitForMethod(const std::string& method); ///< both: false if they don't come
+    void Send(const std::string& bytes);           ///< on the connection that is open
 
     /// What a well-behaved device answers: a description with one H.264 stream, and session 4711 with a
     /// time-out of 30 s.
@@ -47,16 +46,12 @@ private:
     void Serve();
     void ServeConnection(int connection);
     bool SendReply(int connection, const Reply& reply);
-    bool WaitUntil(const std::function<bool()>& condition);
 
-    Script script_;
-    int listener_ = -1;
-    std::uint16_t port_ = 0;
-    mutable std::mutex mutex_; // guards what follows
-    std::condition_variable changed_;
-    std::vector<std::string> requests_;
-    int connection_ = -1;
-    std::thread thread_;
+    const Script script_;
+    const LoopbackListener listener_;
+    WatchedList<std::string> requests_;
+    Watched<int> connection_{-1};
+    std::thread thread_{[this] { Serve(); }};
 };
 
 } // namespace korvane::test

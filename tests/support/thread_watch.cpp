@@ -1,8 +1,10 @@
 #include "support/thread_watch.h"
 
-#include <chrono>
+#include "support/watched.h"
+
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 
@@ -12,58 +14,38 @@ namespace korvane::test
 namespace
 {
 
-// The value of `key` in the status that the system keeps of a thread.
-std::string ReadStatus(std::uint32_t threadId, const std::string& key)
+// Waits until the status that the system keeps of a thread (proc(5)) tells that it sleeps, and holds `part`.
+bool WaitUntilAsleepWith(std::uint32_t threadId, const char* part)
 {
-    std::ifstream status("/proc/self/task/" + std::to_string(threadId) + "/status");
-    for (std::string line; std::getline(status, line);)
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (std::chrono::steady_clock::now() < end)
     {
-        if (line.starts_with(key + ":\t"))
-            return line.substr(key.size() + 2);
-    }
-    return {};
-}
-
-template <class Predicate>
-bool WaitFor(Predicate predicate)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!predicate())
-    {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
+        std::ifstream file("/proc/self/task/" + std::to_string(threadId) + "/status");
+        const std::string status{std::istreambuf_iterator<char>(file), {}};
+        if (status.find("\nState:\tS") != std::string::npos && status.find(part) != std::string::npos)
+            return true;
         std::this_thread::yield();
     }
-    return true;
+    return false;
 }
 
 } // namespace
 
 bool WaitUntilAsleep(std::uint32_t threadId)
 {
-    return WaitFor([&] { return ReadStatus(threadId, "State").starts_with("S"); });
+    return WaitUntilAsleepWith(threadId, "");
 }
 
 bool WaitUntilHalted(std::uint32_t threadId)
 {
     // A halted thread has every signal blocked that can be: the lowest sixteen but KILL.
-    return WaitFor(
-        [&]
-        {
-            const std::string blocked = ReadStatus(threadId, "SigBlk");
-            return blocked.ends_with("feff") && ReadStatus(threadId, "State").starts_with("S");
-        });
+    return WaitUntilAsleepWith(threadId, "feff\nSigIgn:"); // what ends the line of the blocked ones
 }
 
 int CountOpenDescriptors()
 {
-    int count = -1; // the listing's own
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-    {
-        static_cast<void>(entry);
-        ++count;
-    }
-    return count;
+    const std::filesystem::directory_iterator listing("/proc/self/fd");
+    return static_cast<int>(std::distance(listing, {})) - 1; // the listing's own
 }
 
 } // namespace korvane::test

@@ -1,96 +1,47 @@
 #include "transport/rtcp_handler.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "platform/clock.h"
-#include "support/fake_host.h"
+#include "support/loopback.h"
+#include "support/table.h"
+#include "transport/wire.h"
 
 namespace
 {
 
-using korvane::CRTCPHandler;
-using korvane::SequenceCounter;
+using korvane::CRTCPHandler, korvane::SequenceCounter;
 using korvane::platform::ParseIPv4;
-using korvane::platform::Socket;
-using Bytes = std::vector<std::uint8_t>;
-
-const std::uint32_t kLoopback = *ParseIPv4("127.0.0.1");
-constexpr std::uint32_t kPatienceMs = 20'000;
-
-Bytes operator+(Bytes one, const Bytes& other)
-{
-    one.insert(one.end(), other.begin(), other.end());
-    return one;
-}
+using namespace korvane::test;
 
 Bytes SenderReport(std::uint8_t ssrc)
 {
-    return {0x80, 200,  0, 6, 0xC0, 0xC1, 0xC2, ssrc, 0xD0, 0xD1, 0xD2, 0xD3, 0xD4, 0xD5,
-            0xD6, 0xD7, 0, 0, 0,    0,    0,    0,    0,    0,    0,    0,    0,    0};
+    return Bytes{0x80, 200, 0, 6, 0xC0, 0xC1, 0xC2, ssrc, 0xD0, 0xD1, 0xD2, 0xD3, 0xD4, 0xD5, 0xD6, 0xD7} +
+           Bytes(12);
 }
 
 const Bytes kBye = {0x81, 203, 0, 1, 0xC0, 0xC1, 0xC2, 0xC3};
 
-/// The device's side: a socket on loopback.
-class Device
+/// The device's side.
+class Device : public UDPPeer
 {
 public:
-    Device()
-    {
-        EXPECT_TRUE(socket_.OpenDatagram());
-        EXPECT_TRUE(socket_.Bind(0));
-    }
-
-    void Send(const CRTCPHandler& handler, const Bytes& datagram)
-    {
-        const auto target = korvane::platform::MakeSocketAddress(kLoopback, handler.GetPort());
-        EXPECT_EQ(static_cast<std::ptrdiff_t>(datagram.size()), socket_.SendTo(target, datagram));
-    }
-
-    /// The next datagram that comes; empty when none does.
-    Bytes Receive(std::uint32_t patienceMs = kPatienceMs)
-    {
-        Bytes buffer(1500);
-        korvane::platform::SocketAddress sender;
-        socket_.SetReceiveTimeout(patienceMs);
-        const auto result = socket_.ReceiveFrom(buffer, sender);
-        buffer.resize(result.status == korvane::platform::ReceiveResult::Status::kReceived ? result.length
-                                                                                           : 0);
-        return buffer;
-    }
-
-private:
-    Socket socket_;
+    void Send(const CRTCPHandler& handler, const Bytes& datagram) { SendTo(handler.GetPort(), datagram); }
 };
 
-class Byes : public korvane::IRTCPHandlerUser
+class Byes : public korvane::IRTCPHandlerUser, public Watched<int>
 {
 public:
     void OnRTCPBye() override
     {
-        const std::lock_guard guard(mutex_);
-        ++count_;
-        changed_.notify_all();
+        Change([](int& count) { ++count; });
     }
-    bool Wait(int count)
+    bool Wait(int wanted)
     {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, korvane::test::kPatience, [&] { return count_ >= count; });
+        return WaitFor([&](int count) { return count >= wanted; });
     }
-    int Count()
-    {
-        const std::lock_guard guard(mutex_);
-        return count_;
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int count_ = 0;
 };
 
 /// The start of a report or a BYE: type and own SSRC.
@@ -162,7 +113,7 @@ TEST(RTCPHandler, PassesOnTheDevicesBye)
     device.Send(handler, SenderReport(2) + kBye);
     EXPECT_TRUE(byes.Wait(2));
     handler.Stop();
-    EXPECT_EQ(2, byes.Count());
+    EXPECT_EQ(2, byes.Get());
 }
 
 TEST(RTCPHandler, BeginsAfreshOnRestart)
@@ -190,32 +141,26 @@ TEST(RTCPHandler, BeginsAfreshOnRestart)
 
 TEST(SequenceCounter, FollowsWrapsLossesAndRestarts)
 {
-    const struct
+    for (const auto& [name, sequence, highest, received] :
+         Table<const char*, std::vector<std::uint16_t>, std::uint32_t, std::uint32_t>{
+             {"the first one", {7}, 7, 1},
+             {"number 0 first", {0, 1}, 1, 2},
+             {"a wrap", {65534, 65535, 0, 1}, 65536 + 1, 4},
+             {"a loss over a wrap", {65000, 20}, 65536 + 20, 2},
+             {"the largest loss", {10, 3009}, 3009, 2},
+             {"a leap that nothing confirms", {10, 3010, 11}, 11, 2},
+             {"a leap that the next confirms", {10, 20000, 20001}, 20001, 1},
+             {"late and twice", {200, 201, 201, 102}, 201, 4},
+             {"too late is a leap", {200, 99, 201}, 201, 2},
+             {"wraps are forgotten in a leap", {65535, 0, 30000, 30001}, 30001, 1},
+         })
     {
-        const char* name;
-        std::vector<std::uint16_t> sequence;
-        std::uint32_t highest;
-        std::uint32_t received;
-    } cases[] = {
-        {"the first one", {7}, 7, 1},
-        {"number 0 first", {0, 1}, 1, 2},
-        {"a wrap", {65534, 65535, 0, 1}, 65536 + 1, 4},
-        {"a loss over a wrap", {65000, 20}, 65536 + 20, 2},
-        {"the largest loss", {10, 3009}, 3009, 2},
-        {"a leap that nothing confirms", {10, 3010, 11}, 11, 2},
-        {"a leap that the next confirms", {10, 20000, 20001}, 20001, 1},
-        {"late and twice", {200, 201, 201, 102}, 201, 4},
-        {"too late is a leap", {200, 99, 201}, 201, 2},
-        {"wraps are forgotten in a leap", {65535, 0, 30000, 30001}, 30001, 1},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(name);
         SequenceCounter counter;
-        for (const std::uint16_t number : c.sequence)
+        for (const std::uint16_t number : sequence)
             counter.Update(number);
-        EXPECT_EQ(c.highest, counter.ExtendedHighest());
-        EXPECT_EQ(c.received, counter.Received());
+        EXPECT_EQ(highest, counter.ExtendedHighest());
+        EXPECT_EQ(received, counter.Received());
     }
 }
 

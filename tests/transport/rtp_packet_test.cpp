@@ -1,5 +1,7 @@
 #include "transport/rtp_packet.h"
 
+#include "support/table.h"
+
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -84,24 +86,18 @@ TEST(RTPPacket, ReadsEveryPartOfAPacket)
 
 TEST(RTPPacket, RefusesWhatItCannotTrust)
 {
-    const struct
+    for (const auto& [name, at, value] : korvane::test::Table<const char*, std::size_t, std::uint8_t>{
+             {"version 1", 0, 0x71},
+             {"version 3", 0, 0xF1},
+             {"CSRC count past the end", 0, 0xBF},
+             {"CSRC list that fills the packet", 0, 0xB4},
+             {"extension past the end", 19, 0xFF},
+             {"extension past the end by its high byte", 18, 0xFF},
+             {"padding past the header", 27, 5},
+         })
     {
-        const char* name;
-        std::size_t at;
-        std::uint8_t value;
-    } cases[] = {
-        {"version 1", 0, 0x71},
-        {"version 3", 0, 0xF1},
-        {"CSRC count past the end", 0, 0xBF},
-        {"CSRC list that fills the packet", 0, 0xB4},
-        {"extension past the end", 19, 0xFF},
-        {"extension past the end by its high byte", 18, 0xFF},
-        {"padding past the header", 27, 5},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        EXPECT_FALSE(Parses(With(kFull, c.at, c.value)));
+        SCOPED_TRACE(name);
+        EXPECT_FALSE(Parses(With(kFull, at, value)));
     }
     for (std::size_t n = 0; n < 25; ++n) // exact-size copies let the address sanitizer see one byte too far
         EXPECT_FALSE(Parses(Bytes(kFull.begin(), kFull.begin() + static_cast<std::ptrdiff_t>(n)))) << n;
@@ -109,33 +105,26 @@ TEST(RTPPacket, RefusesWhatItCannotTrust)
 
 TEST(RTPPacket, MeasuresThePayloadAtTheEdges)
 {
-    const struct
+    for (const auto& [name, bytes, passes, payload] : korvane::test::Table<const char*, Bytes, bool, Bytes>{
+             {"a fixed header alone", Header(0x80, {}), false, {}},
+             {"one byte", Header(0x80, {0x41}), true, {0x41}},
+             {"padding that is the whole payload", Header(0xA0, {0x00, 0x00, 0x03}), true, {}},
+             {"padding of one byte more", Header(0xA0, {0x00, 0x00, 0x04}), false, {}},
+             {"padding of no byte", Header(0xA0, {0x41, 0x00}), true, {0x41, 0x00}},
+             {"CSRC list and nothing behind", Header(0x81, {1, 2, 3, 4}), false, {}},
+             {"CSRC list and one byte", Header(0x81, {1, 2, 3, 4, 5}), true, {5}},
+             {"extension bit with nothing behind the CSRC list", Header(0x91, {1, 2, 3, 4}), false, {}},
+             {"extension header cut", Header(0x90, {0xBE, 0xDE, 0x00}), false, {}},
+             {"empty extension and no payload", Header(0x90, {0xBE, 0xDE, 0x00, 0x00}), true, {}},
+             {"empty extension", Header(0x90, {0xBE, 0xDE, 0x00, 0x00, 0x41}), true, {0x41}},
+             {"extension that ends the packet", Header(0x90, {0xBE, 0xDE, 0x00, 0x01, 1, 2, 3, 4}), true, {}},
+         })
     {
-        const char* name;
-        Bytes packet;
-        bool passes;
-        Bytes payload;
-    } cases[] = {
-        {"a fixed header alone", Header(0x80, {}), false, {}},
-        {"one byte", Header(0x80, {0x41}), true, {0x41}},
-        {"padding that is the whole payload", Header(0xA0, {0x00, 0x00, 0x03}), true, {}},
-        {"padding of one byte more", Header(0xA0, {0x00, 0x00, 0x04}), false, {}},
-        {"padding of no byte", Header(0xA0, {0x41, 0x00}), true, {0x41, 0x00}},
-        {"CSRC list and nothing behind", Header(0x81, {1, 2, 3, 4}), false, {}},
-        {"CSRC list and one byte", Header(0x81, {1, 2, 3, 4, 5}), true, {5}},
-        {"extension bit with nothing behind the CSRC list", Header(0x91, {1, 2, 3, 4}), false, {}},
-        {"extension header cut", Header(0x90, {0xBE, 0xDE, 0x00}), false, {}},
-        {"empty extension and no payload", Header(0x90, {0xBE, 0xDE, 0x00, 0x00}), true, {}},
-        {"empty extension", Header(0x90, {0xBE, 0xDE, 0x00, 0x00, 0x41}), true, {0x41}},
-        {"extension that ends the packet", Header(0x90, {0xBE, 0xDE, 0x00, 0x01, 1, 2, 3, 4}), true, {}},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(name);
         CRTPPacket packet;
-        EXPECT_EQ(c.passes, packet.Parse(c.packet.data(), static_cast<std::uint32_t>(c.packet.size())));
-        EXPECT_EQ(c.payload, ToBytes(packet.Payload()));
-        EXPECT_EQ(c.payload.empty(), packet.Payload().data() == nullptr);
+        EXPECT_EQ(passes, packet.Parse(bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+        EXPECT_EQ(payload, ToBytes(packet.Payload()));
+        EXPECT_EQ(payload.empty(), packet.Payload().data() == nullptr);
     }
 }
 

@@ -1,12 +1,10 @@
 #include "transport/rtp_receiver.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <memory>
-#include <mutex>
 #include <numeric>
 #include <stdexcept>
 #include <string>
@@ -15,7 +13,9 @@
 
 #include "platform/thread.h"
 #include "support/fake_driver.h"
+#include "support/loopback.h"
 #include "transport/udp_client.h"
+#include "transport/wire.h"
 
 namespace korvane
 {
@@ -23,19 +23,12 @@ namespace korvane
 namespace
 {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
-using Bytes = std::vector<std::uint8_t>;
-constexpr std::uint32_t kPatienceMs = 20000;
-const std::uint32_t kLoopback = *platform::ParseIPv4("127.0.0.1");
+using test::Bytes, test::kPatienceMs, test::UDPPeer;
+using ::testing::ElementsAre, ::testing::IsEmpty;
 
 Bytes MakePacket(std::uint16_t sequence, std::size_t payloadBytes = 100)
 {
-    const auto high = static_cast<std::uint8_t>(sequence >> 8);
-    Bytes packet = {0x80, 96, high, static_cast<std::uint8_t>(sequence), 0, 0, 0, 0, 1, 2, 3, 4};
-    packet.resize(packet.size() + payloadBytes, 0x55);
-    return packet;
+    return test::RTPBytes(sequence, Bytes(payloadBytes, 0x55));
 }
 
 // Writes sequence numbers down. Number 1 holds the queue's thread until `go`; number 13 throws.
@@ -45,12 +38,8 @@ public:
     void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override
     {
         const std::uint16_t sequence = packet.SequenceNumber();
-        {
-            const std::lock_guard guard(mutex_);
-            sequences_.push_back(sequence);
-            ports_.push_back(platform::ToHost(sender.port));
-            changed_.notify_all();
-        }
+        ports.Add(platform::ToHost(sender.port));
+        sequences.Add(sequence);
         if (sequence == 1)
         {
             held.Set();
@@ -62,48 +51,14 @@ public:
     void OnRTPTimeout() override {}
     void OnRTPClosed() override {}
 
-    std::vector<std::uint16_t> WaitForPackets(std::size_t count)
-    {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
-                          [&] { return sequences_.size() >= count; });
-        return sequences_;
-    }
     bool WaitForSequence(std::uint16_t last)
     {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
-                                 [&] { return !sequences_.empty() && sequences_.back() == last; });
-    }
-    std::vector<std::uint16_t> Ports()
-    {
-        const std::lock_guard guard(mutex_);
-        return ports_;
+        return sequences.WaitFor([&](const auto& all) { return !all.empty() && all.back() == last; });
     }
 
+    test::WatchedList<std::uint16_t> sequences, ports;
     CEvent held{false};
     CManualEvent go;
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<std::uint16_t> sequences_;
-    std::vector<std::uint16_t> ports_;
-};
-
-class Sender
-{
-public:
-    explicit Sender(std::uint16_t port) : to_(platform::MakeSocketAddress(kLoopback, port))
-    {
-        EXPECT_TRUE(socket_.OpenDatagram() && socket_.Bind(0));
-    }
-    void Send(const Bytes& data) { EXPECT_GE(socket_.SendTo(to_, data), 0); }
-    std::uint16_t Port() const { return socket_.LocalPort(); }
-
-private:
-    platform::Socket socket_;
-    platform::SocketAddress to_;
 };
 
 // Waits until everything sent to `port` has been taken out of the socket (proc_net(5)).
@@ -111,7 +66,7 @@ bool WaitUntilTaken(std::uint16_t port)
 {
     char address[16];
     std::snprintf(address, sizeof address, ":%04X ", port);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMs);
+    const auto end = std::chrono::steady_clock::now() + test::kPatience;
     while (std::chrono::steady_clock::now() < end)
     {
         std::ifstream sockets("/proc/self/net/udp");
@@ -139,7 +94,7 @@ struct RTPReceiver : ::testing::Test
     // Gives the user the packet that it does not come back from until it is let go.
     void HoldUser()
     {
-        Sender(receiver.GetPort()).Send(MakePacket(1));
+        UDPPeer(receiver.GetPort()).Send(MakePacket(1));
         ASSERT_TRUE(user.held.Wait(kPatienceMs));
     }
 
@@ -159,8 +114,8 @@ struct RTPReceiver : ::testing::Test
 TEST_F(RTPReceiver, HandsPacketsOverInOrderOfArrivalAndDropsWhatIsNone)
 {
     ASSERT_TRUE(receiver.StartUnicast(false, 0));
-    Sender first(receiver.GetPort());
-    Sender second(receiver.GetPort());
+    UDPPeer first(receiver.GetPort());
+    UDPPeer second(receiver.GetPort());
     first.Send(MakePacket(7));
     first.Send({});
     first.Send({0x80, 96});
@@ -171,8 +126,8 @@ TEST_F(RTPReceiver, HandsPacketsOverInOrderOfArrivalAndDropsWhatIsNone)
     second.Send(MakePacket(5)); // no dedupe
     second.Send(Bytes(3000, 0x80));
     second.Send(MakePacket(6));
-    EXPECT_THAT(user.WaitForPackets(5), ElementsAre(7, 5, 13, 5, 6));
-    EXPECT_THAT(user.Ports(),
+    EXPECT_THAT(user.sequences.GetOnce(5), ElementsAre(7, 5, 13, 5, 6));
+    EXPECT_THAT(user.ports.Get(),
                 ElementsAre(first.Port(), first.Port(), first.Port(), second.Port(), second.Port()));
     receiver.Stop();
     EXPECT_EQ(receiver.GetPort(), 0);
@@ -184,8 +139,8 @@ TEST_F(RTPReceiver, AStopFreesWhatIsQueuedAndLaterPackets)
     ASSERT_TRUE(receiver.StartUnicast(false, 0));
     const auto client = receiver.Client();
     HoldUser();
-    for (const std::uint16_t sequence : std::vector<std::uint16_t>{2, 3})
-        Arrive(*client, MakePacket(sequence));
+    Arrive(*client, MakePacket(2));
+    Arrive(*client, MakePacket(3));
     std::thread helper(
         [&]
         {
@@ -195,18 +150,17 @@ TEST_F(RTPReceiver, AStopFreesWhatIsQueuedAndLaterPackets)
     receiver.Stop();
     helper.join();
     Arrive(*client, MakePacket(4));
-    EXPECT_THAT(user.WaitForPackets(1), ElementsAre(1));
+    EXPECT_THAT(user.sequences.GetOnce(1), ElementsAre(1));
 
-    // The object serves again, on the same port too, and nothing of before comes out of it.
-    for (int run = 0; run < 2; ++run)
+    // The object serves again, and nothing of before comes out of it.
+    for (const std::uint16_t sequence : {std::uint16_t{10}, std::uint16_t{11}})
     {
         ASSERT_TRUE(receiver.StartUnicast(false, 0));
-        const std::uint16_t port = receiver.GetPort();
-        Sender(port).Send(MakePacket(static_cast<std::uint16_t>(10 + run)));
-        ASSERT_TRUE(user.WaitForSequence(static_cast<std::uint16_t>(10 + run)));
+        UDPPeer(receiver.GetPort()).Send(MakePacket(sequence));
+        ASSERT_TRUE(user.WaitForSequence(sequence));
         receiver.Stop();
     }
-    EXPECT_THAT(user.WaitForPackets(3), ElementsAre(1, 10, 11));
+    EXPECT_THAT(user.sequences.GetOnce(3), ElementsAre(1, 10, 11));
 }
 
 // A user that does not keep up finds the queue gone as a whole, again and again; what it then gets is
@@ -217,19 +171,17 @@ TEST_F(RTPReceiver, AFullQueueIsDroppedAndCounted)
     constexpr auto kMany = static_cast<std::uint16_t>(3 * CRTPReceiver::kMostQueuedBytes / kPayload);
     ASSERT_TRUE(receiver.StartUnicast(false, 0));
     const auto client = receiver.Client();
-    std::size_t before = 0;
     std::uint64_t droppedBefore = 0;
     for (int run = 1; run <= 2; ++run)
     {
+        user.sequences.Set({});
         HoldUser();
         for (std::uint16_t sequence = 2; sequence <= kMany; ++sequence)
             Arrive(*client, MakePacket(sequence, kPayload));
         user.go.Set();
         ASSERT_TRUE(user.WaitForSequence(kMany));
         user.go.Reset();
-        const auto all = user.WaitForPackets(0);
-        std::vector<std::uint16_t> given(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
-        before = all.size();
+        const std::vector<std::uint16_t> given = user.sequences.Get();
         const std::uint64_t dropped = receiver.DroppedPackets() - droppedBefore;
         droppedBefore += dropped;
         EXPECT_EQ(given.size() + dropped, kMany);
@@ -264,13 +216,13 @@ TEST_F(RTPReceiver, KeepsTheOrderThroughEveryChangeOfReader)
     fitful.go.Set();
     ASSERT_TRUE(own.StartUnicast(false, 0));
     const std::uint16_t port = own.GetPort();
-    Sender sender(port);
+    UDPPeer sender(port);
     for (std::uint16_t sequence = 1; sequence <= kMany; ++sequence)
     {
         sender.Send(MakePacket(sequence, 1400));
         ASSERT_TRUE(sequence % 50 != 0 || WaitUntilTaken(port));
     }
-    EXPECT_THAT(fitful.WaitForPackets(kMany), CountsUpTo(kMany, kMany));
+    EXPECT_THAT(fitful.sequences.GetOnce(kMany), CountsUpTo(kMany, kMany));
 }
 
 TEST_F(RTPReceiver, GivesUpAUserThatNeverComesBack)
@@ -292,7 +244,7 @@ TEST_F(RTPReceiver, GivesUpAUserThatNeverComesBack)
     auto own = std::make_unique<CRTPReceiver>(&driver);
     own->SetUser(deaf.get());
     ASSERT_TRUE(own->StartUnicast(false, 0));
-    Sender(own->GetPort()).Send(MakePacket(2));
+    UDPPeer(own->GetPort()).Send(MakePacket(2));
     ASSERT_TRUE(deaf->held.Wait(kPatienceMs));
     own.reset();
     deaf.reset();

@@ -1,10 +1,10 @@
 #include "transport/rtsp_client.h"
 
+#include <algorithm>
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -13,6 +13,7 @@
 #include "platform/socket.h"
 #include "support/fake_driver.h"
 #include "support/scripted_rtsp_server.h"
+#include "transport/wire.h"
 
 namespace
 {
@@ -29,123 +30,104 @@ public:
     {
         control = response.description.video.control;
         Note("sdp");
-        if (throws)
-            throw std::runtime_error("no");
         return accepts;
     }
     void OnRTPPacket(CRTPPacket& packet) override
     {
-        Note("packet " + std::to_string(packet.SequenceNumber()));
+        heard.Add("packet " + std::to_string(packet.SequenceNumber()));
     }
-    void OnRTCPBye() override { Note("bye"); }
-    void OnSessionEnded() override
-    {
-        Note("ended");
-        if (throws)
-            throw std::runtime_error("no");
-    }
+    void OnRTCPBye() override { heard.Add("bye"); }
+    void OnSessionEnded() override { Note("ended"); }
 
-    std::string Heard() const
-    {
-        const std::lock_guard guard(mutex_);
-        return heard_;
-    }
-    bool WaitFor(const std::string& word)
-    {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, test::kPatience,
-                                 [&] { return heard_.find(word) != std::string::npos; });
-    }
-
-    bool accepts = true;
-    bool throws = false;
+    test::WatchedWords heard;
+    bool accepts = true, throws = false;
     std::string control;
 
 private:
     void Note(const std::string& word)
     {
-        const std::lock_guard guard(mutex_);
-        heard_ += (heard_.empty() ? "" : ", ") + word;
-        changed_.notify_all();
+        heard.Add(word);
+        if (throws)
+            throw std::runtime_error("no");
     }
-
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;
-    std::string heard_;
 };
 
 /// A client with short time-outs, and a count of the requests that it makes.
 class Client : public CBaseRTSPClient
 {
 public:
-    explicit Client(IDebugMessage* debug = nullptr) : CBaseRTSPClient(debug) { SetTickInterval(10); }
+    explicit Client(IDebugMessage* debug) : CBaseRTSPClient(debug) { SetTickInterval(10); }
     ~Client() override { Stop(); }
 
     std::string BuildRequest(std::string_view method) override
     {
-        {
-            const std::lock_guard guard(mutex_);
-            options_ += method == "OPTIONS" ? 1 : 0;
-            changed_.notify_all();
-        }
+        options_.Change([&](int& count) { count += method == "OPTIONS" ? 1 : 0; });
         return CBaseRTSPClient::BuildRequest(method);
     }
     bool WaitForOptions(int count)
     {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, test::kPatience, [&] { return options_ >= count; });
+        return options_.WaitFor([&](int made) { return made >= count; });
     }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int options_ = 0;
+    test::Watched<int> options_;
 };
 
-RTSPClientParams Params(const ScriptedRTSPServer& server, std::uint32_t timeoutMs = 20'000)
+/// A client and the device that it speaks to.
+struct Rig
 {
+    explicit Rig(ScriptedRTSPServer::Script script = ScriptedRTSPServer::Ordinary,
+                 std::uint32_t timeoutMs = 20'000)
+        : server(std::move(script))
+    {
+        params.host = "127.0.0.1";
+        params.serverPort = server.Port();
+        params.url = "/live.sdp";
+        params.userName = "root";
+        params.password = "secret";
+        params.clientRTPPort = 3556;
+        params.clientRTCPPort = 3557;
+        params.receiveTimeoutMs = timeoutMs;
+    }
+    bool Start(std::uint32_t mode = kTransportUDP) { return client.Start(params, &user, mode); }
+
+    ScriptedRTSPServer server;
+    test::FakeDriver driver;
+    User user;
     RTSPClientParams params;
-    params.host = "127.0.0.1";
-    params.serverPort = server.Port();
-    params.url = "/live.sdp";
-    params.userName = "root";
-    params.password = "secret";
-    params.clientRTPPort = 3556;
-    params.clientRTCPPort = 3557;
-    params.receiveTimeoutMs = timeoutMs;
-    return params;
+    Client client{&driver};
+};
+
+/// What a well-behaved device does, but for its answer to one method.
+ScriptedRTSPServer::Script But(const std::string& at, const Reply& reply)
+{
+    return [at, reply](const std::string& method, const std::string& request)
+    { return method == at ? reply : ScriptedRTSPServer::Ordinary(method, request); };
 }
 
-std::string Frame(std::uint8_t channel, const std::string& content)
+std::string PacketOne()
 {
-    return std::string{'$', static_cast<char>(channel), '\0', static_cast<char>(content.size())} + content;
-}
-
-std::string Packet(char sequence)
-{
-    return std::string("\x80\x60\0", 3) + sequence + std::string(8, '\0') + "x";
+    const test::Bytes bytes = test::Framed(0, test::RTPBytes(1, {'x'}));
+    return {bytes.begin(), bytes.end()};
 }
 
 TEST(RTSPClient, RunsASessionWithExactTexts)
 {
-    ScriptedRTSPServer server;
-    User user;
-    Client client;
-    RTSPClientParams params = Params(server);
-    params.require = "com.example";
-    params.blocksize = 101;
-    ASSERT_TRUE(client.Start(params, &user, kTransportUDP));
-    ASSERT_TRUE(server.WaitForMethod("OPTIONS"));
-    EXPECT_TRUE(client.GetLastResult());
-    EXPECT_EQ("trackID=1", user.control);
-    client.Stop();
-    EXPECT_EQ("sdp, ended", user.Heard());
+    Rig rig;
+    rig.params.require = "com.example";
+    rig.params.blocksize = 101;
+    ASSERT_TRUE(rig.Start());
+    ASSERT_TRUE(rig.server.WaitForMethod("OPTIONS"));
+    EXPECT_TRUE(rig.client.GetLastResult());
+    EXPECT_EQ("trackID=1", rig.user.control);
+    rig.client.Stop();
+    EXPECT_EQ("sdp, ended", rig.user.heard.Get());
 
-    const std::string url = "rtsp://127.0.0.1:" + std::to_string(server.Port()) + "/live.sdp";
+    const std::string url = "rtsp://127.0.0.1:" + std::to_string(rig.server.Port()) + "/live.sdp";
     const std::string agent = "User-Agent: Korvane\r\n";
     const std::string end = "Require: com.example\r\n\r\n";
     const std::string session = "Session: 4711\r\n";
-    const std::string expected[] = {
+    const std::vector<std::string> expected = {
         "DESCRIBE " + url + " RTSP/1.0\r\nCSeq: 1\r\n" + agent + "Accept: application/sdp\r\n" + end,
         "SETUP " + url + "/trackID=1 RTSP/1.0\r\nCSeq: 2\r\n" + agent +
             "Transport: RTP/AVP/UDP;unicast;client_port=3556-3557\r\nBlocksize: 101\r\n" + end,
@@ -153,90 +135,66 @@ TEST(RTSPClient, RunsASessionWithExactTexts)
         "OPTIONS " + url + " RTSP/1.0\r\nCSeq: 4\r\n" + agent + session + end,
         "TEARDOWN " + url + " RTSP/1.0\r\nCSeq: 5\r\n" + agent + session + end,
     };
-    const std::vector<std::string> requests = server.Requests();
-    ASSERT_EQ(std::size(expected), requests.size());
-    for (std::size_t i = 0; i < requests.size(); ++i)
-        EXPECT_EQ(expected[i], requests[i]);
+    EXPECT_EQ(expected, rig.server.Requests());
 }
 
 TEST(RTSPClient, LeavesOutWhatASessionDoesNotHave)
 {
-    ScriptedRTSPServer server(
-        [](const std::string& method, const std::string& request)
-        {
-            if (method == "SETUP") // counts on from 10, and gives no session
-                return Reply{"RTSP/1.0 200 OK\r\nCSeq: 10\r\n\r\n"};
-            return ScriptedRTSPServer::Ordinary(method, request);
-        });
-    User user;
-    Client client;
-    RTSPClientParams params = Params(server);
-    params.range = "npt=5-";
-    params.blocksize = 100;
-    ASSERT_TRUE(client.StartMulticast(params, &user));
-    ASSERT_TRUE(server.WaitForMethod("PLAY"));
-    client.Stop();
-    const std::string requests = server.Requests().at(1) + server.Requests().at(2);
-    EXPECT_NE(std::string::npos,
-              requests.find("Transport: RTP/AVP/UDP;multicast;client_port=5560-5561\r\n\r\n"));
-    EXPECT_NE(std::string::npos, requests.find("CSeq: 11\r\nUser-Agent: Korvane\r\nRange: npt=5-\r\n\r\n"));
+    Rig rig(But("SETUP", {"RTSP/1.0 200 OK\r\nCSeq: 10\r\n\r\n"})); // counts on from 10, and gives no session
+    rig.params.range = "npt=5-";
+    rig.params.blocksize = 100;
+    ASSERT_TRUE(rig.client.StartMulticast(rig.params, &rig.user));
+    ASSERT_TRUE(rig.server.WaitForMethod("PLAY"));
+    rig.client.Stop();
+    const std::string requests = rig.server.Requests().at(1) + rig.server.Requests().at(2);
+    for (const char* part : {"Transport: RTP/AVP/UDP;multicast;client_port=5560-5561\r\n\r\n",
+                             "CSeq: 11\r\nUser-Agent: Korvane\r\nRange: npt=5-\r\n\r\n"})
+        EXPECT_NE(std::string::npos, requests.find(part)) << requests;
 }
 
 TEST(RTSPClient, ComesThroughEachFailure)
 {
-    const auto failing = [](const std::string& at, const Reply& reply)
-    {
-        return [at, reply](const std::string& method, const std::string& request)
-        { return method == at ? reply : ScriptedRTSPServer::Ordinary(method, request); };
-    };
-    const Reply silent{};
-    const Reply closed{"", true};
+    const Reply silent{}, closed{"", true};
     const Reply notFound{"RTSP/1.0 404 Not Found\r\nCSeq: 1\r\n\r\n"};
     const Reply cut{"RTSP/1.0 200 OK\r\nCSe", true};
+    const Reply none{"HTTP/1.0\r\n\r\n", true};
+    const Reply busy{"RTSP/1.0 503 Service Unavailable\r\n\r\n"};
+    const auto ordinary = ScriptedRTSPServer::Ordinary;
     const struct
     {
         const char* name;
         ScriptedRTSPServer::Script script;
-        bool accepts;
-        bool throws;
-        std::string methods;
-        std::string heard;
+        bool accepts, throws;
+        std::string methods, heard;
     } cases[] = {
-        {"silent on DESCRIBE", failing("DESCRIBE", silent), true, false, "DESCRIBE", "ended"},
-        {"hangs up on DESCRIBE", failing("DESCRIBE", closed), true, false, "DESCRIBE", "ended"},
-        {"no such stream", failing("DESCRIBE", notFound), true, false, "DESCRIBE", "ended"},
-        {"half an answer", failing("DESCRIBE", cut), true, false, "DESCRIBE", "sdp, ended"},
-        {"an answer that is none", failing("DESCRIBE", {"HTTP/1.0\r\n\r\n", true}), true, false, "DESCRIBE",
-         "ended"},
-        {"an exception in the user", ScriptedRTSPServer::Ordinary, true, true, "DESCRIBE TEARDOWN",
-         "sdp, ended"},
-        {"a description that is refused", ScriptedRTSPServer::Ordinary, false, false, "DESCRIBE TEARDOWN",
-         "sdp, ended"},
-        {"silent on SETUP", failing("SETUP", silent), true, false, "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
-        {"busy on SETUP", failing("SETUP", {"RTSP/1.0 503 Service Unavailable\r\n\r\n"}), true, false,
-         "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
-        {"hangs up on SETUP", failing("SETUP", closed), true, false, "DESCRIBE SETUP", "sdp, ended"},
+        {"silent on DESCRIBE", But("DESCRIBE", silent), true, false, "DESCRIBE", "ended"},
+        {"hangs up on DESCRIBE", But("DESCRIBE", closed), true, false, "DESCRIBE", "ended"},
+        {"no such stream", But("DESCRIBE", notFound), true, false, "DESCRIBE", "ended"},
+        {"half an answer", But("DESCRIBE", cut), true, false, "DESCRIBE", "sdp, ended"},
+        {"an answer that is none", But("DESCRIBE", none), true, false, "DESCRIBE", "ended"},
+        {"an exception in the user", ordinary, true, true, "DESCRIBE TEARDOWN", "sdp, ended"},
+        {"a description that is refused", ordinary, false, false, "DESCRIBE TEARDOWN", "sdp, ended"},
+        {"silent on SETUP", But("SETUP", silent), true, false, "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
+        {"busy on SETUP", But("SETUP", busy), true, false, "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
+        {"hangs up on SETUP", But("SETUP", closed), true, false, "DESCRIBE SETUP", "sdp, ended"},
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        ScriptedRTSPServer server(c.script);
-        User user;
-        user.accepts = c.accepts;
-        user.throws = c.throws;
-        Client client;
-        ASSERT_TRUE(client.Start(Params(server, 2000), &user, kTransportUDP));
-        EXPECT_TRUE(user.WaitFor("ended"));
-        EXPECT_EQ(c.methods, server.Methods());
-        EXPECT_EQ(c.heard, user.Heard());
-        client.Stop();
-        EXPECT_EQ(c.heard, user.Heard());
+        Rig rig(c.script, 2000);
+        rig.user.accepts = c.accepts;
+        rig.user.throws = c.throws;
+        ASSERT_TRUE(rig.Start());
+        EXPECT_TRUE(rig.user.heard.WaitForWord("ended"));
+        EXPECT_EQ(c.methods, rig.server.Methods());
+        rig.client.Stop();
+        EXPECT_EQ(c.heard, rig.user.heard.Get());
     }
 }
 
 TEST(RTSPClient, StaysInItsSessionWhenPlayOrOptionsFail)
 {
-    ScriptedRTSPServer server(
+    Rig rig(
         [](const std::string& method, const std::string& request)
         {
             if (method == "PLAY")
@@ -246,21 +204,20 @@ TEST(RTSPClient, StaysInItsSessionWhenPlayOrOptionsFail)
             return ScriptedRTSPServer::Ordinary(method, request);
         });
     platform::ManualClock clock(133'000'000'000'000'000);
-    User user;
-    Client client;
-    ASSERT_TRUE(client.Start(Params(server), &user, kTransportUDP));
+    ASSERT_TRUE(rig.Start());
     for (int i = 1; i <= 3; ++i) // the first one at the first tick, then each after half of 30 s
     {
         clock.AdvanceMs(i == 1 ? 0 : 15'001);
-        ASSERT_TRUE(client.WaitForOptions(i));
-        ASSERT_TRUE(server.WaitForRequests(3 + static_cast<std::size_t>(i)));
+        ASSERT_TRUE(rig.client.WaitForOptions(i));
+        ASSERT_TRUE(rig.server.WaitForRequests(3 + static_cast<std::size_t>(i)));
     }
-    EXPECT_FALSE(client.GetLastResult());
-    EXPECT_EQ("sdp", user.Heard());
-    client.Stop();
-    EXPECT_EQ("sdp, ended", user.Heard());
-    ASSERT_TRUE(client.Start(Params(server), &user, kTransportUDP));
-    EXPECT_TRUE(client.WaitForOptions(4)); // a new session begins with one, whenever the last one went out
+    EXPECT_FALSE(rig.client.GetLastResult());
+    EXPECT_EQ("sdp", rig.user.heard.Get());
+    rig.client.Stop();
+    EXPECT_EQ("sdp, ended", rig.user.heard.Get());
+    ASSERT_TRUE(rig.Start());
+    EXPECT_TRUE(
+        rig.client.WaitForOptions(4)); // a new session begins with one, whenever the last one went out
 }
 
 TEST(RTSPClient, AnswersEachChallengeOnce)
@@ -273,9 +230,8 @@ TEST(RTSPClient, AnswersEachChallengeOnce)
     {
         const char* name;
         std::string challenge;
-        const char* refused; // requests with this method, or all of them without the header
-        std::string answer;  // in the second request
-        std::string methods; // up to where the session ends or plays
+        const char* refused;         // requests with this method, or all of them without the header
+        std::string answer, methods; // in the second request; up to where the session ends or plays
     } cases[] = {
         {"Digest", digest, "", digestAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
         {"Basic", basic, "", basicAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
@@ -288,200 +244,155 @@ TEST(RTSPClient, AnswersEachChallengeOnce)
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        ScriptedRTSPServer server(
+        Rig rig(
             [&c](const std::string& method, const std::string& request)
             {
                 if (method != c.refused && request.find("Authorization: ") != std::string::npos)
                     return ScriptedRTSPServer::Ordinary(method, request);
                 return Reply{ScriptedRTSPServer::Response(request, c.challenge, "", "401 Unauthorized")};
             });
-        User user;
-        Client client;
-        client.SetTickInterval(20'000); // no OPTIONS in between
-        ASSERT_TRUE(client.Start(Params(server), &user, kTransportUDP));
-        EXPECT_TRUE(c.methods.ends_with("PLAY") ? server.WaitForMethod("PLAY") : user.WaitFor("ended"));
-        EXPECT_EQ(c.methods, server.Methods());
-        if (!c.answer.empty())
-        {
-            EXPECT_NE(std::string::npos, server.Requests().at(1).find(c.answer)) << server.Requests()[1];
-        }
+        rig.client.SetTickInterval(20'000); // no OPTIONS in between
+        ASSERT_TRUE(rig.Start());
+        EXPECT_TRUE(c.methods.ends_with("PLAY") ? rig.server.WaitForMethod("PLAY")
+                                                : rig.user.heard.WaitForWord("ended"));
+        EXPECT_EQ(c.methods, rig.server.Methods());
+        const std::vector<std::string> requests = rig.server.Requests();
+        EXPECT_NE(std::string::npos, requests.at(c.answer.empty() ? 0 : 1).find(c.answer)) << requests.back();
     }
 }
 
 TEST(RTSPClient, ReadsResponsesHoweverTheyCome)
 {
     const std::string base = "Content-Base: rtsp://127.0.0.1/base/\r\n";
-    const std::string longDescription = ScriptedRTSPServer::kDescription + std::string(3000, '\n');
+    const std::string body = ScriptedRTSPServer::kDescription;
+    const std::string setup = "SETUP rtsp://127.0.0.1/base/trackID=1 RTSP/1.0\r\n";
     const struct
     {
         const char* name;
-        std::function<Reply(const std::string& request)> describe;
-        std::string setup; // how its request begins, or empty for none
+        std::string headers, body, more; // that no length tells of
+        std::size_t pieceBytes;
+        std::string setup; // how its request begins
     } cases[] = {
-        {"byte by byte",
-         [&](const std::string& request) {
-             return Reply{ScriptedRTSPServer::Response(request, base, ScriptedRTSPServer::kDescription),
-                          false, 1};
-         },
-         "SETUP rtsp://127.0.0.1/base/trackID=1 RTSP/1.0\r\n"},
-        {"a body of many reads",
-         [&](const std::string& request) {
-             return Reply{ScriptedRTSPServer::Response(request, base, longDescription), false, 700};
-         },
-         "SETUP rtsp://127.0.0.1/base/trackID=1 RTSP/1.0\r\n"},
-        {"a body shorter than announced",
-         [&](const std::string& request)
-         {
-             return Reply{ScriptedRTSPServer::Response(request, base + "Content-Length: 4000\r\n") +
-                          ScriptedRTSPServer::kDescription};
-         },
-         "SETUP rtsp://127.0.0.1/base/trackID=1 RTSP/1.0\r\n"},
-        {"headers of more than 512 bytes",
-         [&](const std::string& request)
-         {
-             return Reply{ScriptedRTSPServer::Response(request, "X: " + std::string(512, 'x') + "\r\n" + base,
-                                                       ScriptedRTSPServer::kDescription)};
-         },
+        {"byte by byte", base, body, "", 1, setup},
+        {"a body of many reads", base, body + std::string(3000, '\n'), "", 700, setup},
+        {"a body shorter than announced", base + "Content-Length: 4000\r\n", "", body, 0, setup},
+        {"headers of more than 512 bytes", "X: " + std::string(512, 'x') + "\r\n" + base, body, "", 0,
          "SETUP rtsp://127.0.0.1:"}, // without the base and the description that stand behind them
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        ScriptedRTSPServer server(
-            [&c](const std::string& method, const std::string& request) {
-                return method == "DESCRIBE" ? c.describe(request) : Reply{"", true};
-            });
-        User user;
-        Client client;
-        ASSERT_TRUE(client.Start(Params(server, 2000), &user, kTransportUDP));
-        EXPECT_TRUE(user.WaitFor("ended"));
-        ASSERT_EQ("DESCRIBE SETUP", server.Methods());
-        EXPECT_EQ(0u, server.Requests()[1].find(c.setup)) << server.Requests()[1];
+        Rig rig(
+            [&c](const std::string& method, const std::string& request)
+            {
+                const std::string response =
+                    ScriptedRTSPServer::Response(request, c.headers, c.body) + c.more;
+                return method == "DESCRIBE" ? Reply{response, false, c.pieceBytes} : Reply{"", true};
+            },
+            2000);
+        ASSERT_TRUE(rig.Start());
+        EXPECT_TRUE(rig.user.heard.WaitForWord("ended"));
+        ASSERT_EQ("DESCRIBE SETUP", rig.server.Methods());
+        EXPECT_TRUE(rig.server.Requests()[1].starts_with(c.setup)) << rig.server.Requests()[1];
     }
 }
 
 TEST(RTSPClient, LivesOnWithoutItsInterleavedConnection)
 {
-    ScriptedRTSPServer server(
-        [](const std::string& method, const std::string& request)
-        {
-            return method == "PLAY" ? Reply{Frame(0, Packet(1)), true}
-                                    : ScriptedRTSPServer::Ordinary(method, request);
-        });
+    Rig rig(But("PLAY", {PacketOne(), true}));
     platform::ManualClock clock(133'000'000'000'000'000);
-    User user;
-    Client client;
-    ASSERT_TRUE(client.Start(Params(server), &user, kTransportInterleaved));
-    ASSERT_TRUE(client.WaitForOptions(1));
+    ASSERT_TRUE(rig.Start(kTransportInterleaved));
+    ASSERT_TRUE(rig.client.WaitForOptions(1));
     clock.AdvanceMs(15'001);
-    ASSERT_TRUE(client.WaitForOptions(2));
-    EXPECT_FALSE(client.GetLastResult());
-    EXPECT_EQ("sdp, packet 1", user.Heard());
-    client.Stop();
-    EXPECT_EQ("sdp, packet 1, ended", user.Heard());
+    ASSERT_TRUE(rig.client.WaitForOptions(2));
+    EXPECT_FALSE(rig.client.GetLastResult());
+    EXPECT_EQ("sdp, packet 1", rig.user.heard.Get());
+    rig.client.Stop();
+    EXPECT_EQ("sdp, packet 1, ended", rig.user.heard.Get());
 }
 
 TEST(RTSPClient, StopsInTheMiddleOfEachStep)
 {
+    const std::string endless = "RTSP/1.0 200 OK\r\nContent-Length: 9\r\n\r\n";
+    const std::string played = "DESCRIBE SETUP PLAY ";
     const struct
     {
         const char* name;
         std::uint32_t mode;
-        const char* at;   // the device has that request, and
-        std::string says; // answers so and no more
-        std::string methods;
-        std::string heard;
+        std::string at, says; // the device has that request, and answers so and no more
+        std::string methods, heard;
     } cases[] = {
         {"DESCRIBE", kTransportUDP, "DESCRIBE", "", "DESCRIBE", "ended"},
-        {"a description without end", kTransportUDP, "DESCRIBE",
-         "RTSP/1.0 200 OK\r\nContent-Length: 9\r\n\r\n", "DESCRIBE", "ended"},
+        {"a description without end", kTransportUDP, "DESCRIBE", endless, "DESCRIBE", "ended"},
         {"SETUP", kTransportUDP, "SETUP", "", "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
-        {"PLAY", kTransportUDP, "PLAY", "", "DESCRIBE SETUP PLAY TEARDOWN", "sdp, ended"},
-        {"OPTIONS", kTransportUDP, "OPTIONS", "", "DESCRIBE SETUP PLAY OPTIONS TEARDOWN", "sdp, ended"},
-        {"a stream", kTransportInterleaved, "PLAY", Frame(0, Packet(1)), "DESCRIBE SETUP PLAY TEARDOWN",
-         "sdp, packet 1, ended"},
-        {"TEARDOWN that is not answered", kTransportUDP, "TEARDOWN", "", "DESCRIBE SETUP PLAY TEARDOWN",
-         "sdp, ended"},
+        {"PLAY", kTransportUDP, "PLAY", "", played + "TEARDOWN", "sdp, ended"},
+        {"OPTIONS", kTransportUDP, "OPTIONS", "", played + "OPTIONS TEARDOWN", "sdp, ended"},
+        {"a stream", kTransportInterleaved, "PLAY", PacketOne(), played + "TEARDOWN", "sdp, packet 1, ended"},
+        {"TEARDOWN without an answer", kTransportUDP, "TEARDOWN", "", played + "TEARDOWN", "sdp, ended"},
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        ScriptedRTSPServer server(
-            [&c](const std::string& method, const std::string& request)
-            { return method == c.at ? Reply{c.says} : ScriptedRTSPServer::Ordinary(method, request); });
-        test::FakeDriver driver;
-        User user;
-        Client client(&driver);
-        if (std::string(c.at) == "TEARDOWN")
-            client.SetTickInterval(20'000); // no OPTIONS in between
-        ASSERT_TRUE(client.Start(Params(server, 2000), &user, c.mode));
-        ASSERT_TRUE(server.WaitForMethod(std::string(c.at) == "TEARDOWN" ? "PLAY" : c.at));
-        if (c.heard.find("packet") != std::string::npos)
-        {
-            ASSERT_TRUE(user.WaitFor("packet"));
-        }
-        client.Stop();
-        EXPECT_EQ(c.methods, server.Methods());
-        EXPECT_EQ(c.heard, user.Heard());
-        EXPECT_TRUE(driver.Messages().empty()); // the thread ended by itself, within the bound
+        Rig rig(But(c.at, {c.says}), 2000);
+        if (c.at == "TEARDOWN")
+            rig.client.SetTickInterval(20'000); // no OPTIONS in between
+        ASSERT_TRUE(rig.Start(c.mode));
+        ASSERT_TRUE(rig.server.WaitForMethod(c.at == "TEARDOWN" ? "PLAY" : c.at));
+        ASSERT_TRUE(c.mode == kTransportUDP || rig.user.heard.WaitForWord("packet"));
+        rig.client.Stop();
+        EXPECT_EQ(c.methods, rig.server.Methods());
+        EXPECT_EQ(c.heard, rig.user.heard.Get());
+        EXPECT_TRUE(rig.driver.Messages().empty()); // the thread ended by itself, within the bound
     }
 }
 
 TEST(RTSPClient, StopsThoughAnAnswerComesByteByByte)
 {
+    Rig rig([](const std::string&, const std::string&)
+            { return Reply{"RTSP/1.0 200 OK\r\nContent-Length: 200000\r\n\r\n"}; },
+            300);
+    ASSERT_TRUE(rig.Start());
+    ASSERT_TRUE(rig.server.WaitForMethod("DESCRIBE"));
     std::atomic<bool> ends{false};
-    std::thread dripping;
-    {
-        ScriptedRTSPServer server([](const std::string&, const std::string&)
-                                  { return Reply{"RTSP/1.0 200 OK\r\nContent-Length: 200000\r\n\r\n"}; });
-        test::FakeDriver driver;
-        User user;
-        Client client(&driver);
-        ASSERT_TRUE(client.Start(Params(server, 300), &user, kTransportUDP));
-        ASSERT_TRUE(server.WaitForMethod("DESCRIBE"));
-        dripping = std::thread(
-            [&]
-            {
-                CEvent pause(false);
-                while (!ends && !pause.Wait(20))
-                    server.Send("x");
-            });
-        client.Stop();
-        ends = true;
-        dripping.join();
-        EXPECT_TRUE(user.Heard().ends_with("ended"));
-        EXPECT_TRUE(driver.Messages().empty());
-    }
+    std::thread dripping(
+        [&]
+        {
+            CEvent pause(false);
+            while (!ends && !pause.Wait(20))
+                rig.server.Send("x");
+        });
+    rig.client.Stop();
+    ends = true;
+    dripping.join();
+    EXPECT_TRUE(rig.user.heard.Get().ends_with("ended"));
+    EXPECT_TRUE(rig.driver.Messages().empty());
 }
 
 TEST(RTSPClient, FailsToStartWithoutACallToItsUser)
 {
     platform::Socket unheard; // bound, but nobody listens
-    ASSERT_TRUE(unheard.OpenStream());
-    ASSERT_TRUE(unheard.Bind(0));
-    ScriptedRTSPServer server;
-    User user;
-    Client client;
-    RTSPClientParams params = Params(server);
-    params.serverPort = unheard.LocalPort();
-    EXPECT_FALSE(client.Start(params, &user, kTransportUDP));
-    params = Params(server);
-    params.host = "";
-    EXPECT_FALSE(client.Start(params, &user, kTransportUDP));
-    EXPECT_EQ("", user.Heard());
+    ASSERT_TRUE(unheard.OpenStream() && unheard.Bind(0));
+    Rig rig;
+    const RTSPClientParams good = rig.params;
+    rig.params.serverPort = unheard.LocalPort();
+    EXPECT_FALSE(rig.Start());
+    rig.params = good;
+    rig.params.host = "";
+    EXPECT_FALSE(rig.Start());
+    EXPECT_EQ("", rig.user.heard.Get());
 
-    ASSERT_TRUE(client.Start(Params(server), &user, kTransportUDP)); // and starts when all is well again
-    ASSERT_TRUE(server.WaitForMethod("PLAY"));
-    client.Stop();
-    EXPECT_EQ("sdp, ended", user.Heard());
-    ASSERT_TRUE(client.Start(Params(server), &user, kTransportUDP)); // a new session counts from 1
-    ASSERT_TRUE(user.WaitFor("sdp, ended, sdp"));
-    client.Stop();
-    EXPECT_EQ(0u, server.Requests().back().find("TEARDOWN"));
-    std::size_t first = 0;
-    for (const std::string& request : server.Requests())
-        first += request.find("CSeq: 1\r\n") != std::string::npos ? 1 : 0;
-    EXPECT_EQ(2u, first);
+    rig.params = good;
+    ASSERT_TRUE(rig.Start()); // and starts when all is well again
+    ASSERT_TRUE(rig.server.WaitForMethod("PLAY"));
+    rig.client.Stop();
+    EXPECT_EQ("sdp, ended", rig.user.heard.Get());
+    ASSERT_TRUE(rig.Start()); // a new session counts from 1
+    ASSERT_TRUE(rig.user.heard.WaitForWord("sdp, ended, sdp"));
+    rig.client.Stop();
+    const std::vector<std::string> requests = rig.server.Requests();
+    EXPECT_TRUE(requests.back().starts_with("TEARDOWN"));
+    EXPECT_EQ(2, std::ranges::count_if(requests, [](const std::string& request)
+                                       { return request.find("CSeq: 1\r\n") != std::string::npos; }));
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "transport/rtsp_request.h"
 
+#include "support/table.h"
+
 #include <string>
 
 #include <gtest/gtest.h>
@@ -13,12 +15,7 @@ TEST(RTSPRequest, MakesUrls)
 {
     const struct
     {
-        const char* name;
-        const char* url;
-        const char* contentBase;
-        const char* control;
-        const char* base;
-        const char* setup;
+        const char *name, *url, *contentBase, *control, *base, *setup;
     } cases[] = {
         {"a path", "live.sdp", "", "trackID=1", "rtsp://h:8554/live.sdp", "rtsp://h:8554/live.sdp/trackID=1"},
         {"a path with slashes", "//live.sdp", "", "/trackID=1", "rtsp://h:8554/live.sdp",
@@ -49,25 +46,19 @@ TEST(RTSPRequest, AsksForATransport)
     RTSPClientParams params;
     params.clientRTPPort = 3556;
     params.clientRTCPPort = 3557;
-    const struct
-    {
-        const char* protocol;
-        std::uint32_t mode;
-        bool multicast;
-        const char* header;
-    } cases[] = {
-        {"", kTransportUDP, false, "Transport: RTP/AVP/UDP;unicast;client_port=3556-3557\r\n"},
-        {"RTP/AVP", kTransportUDP, true, "Transport: RTP/AVP/UDP;multicast;client_port=65535-65536\r\n"},
-        {"RTP/AVP", kTransportInterleaved, false, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n"},
-        {"RTP/SAVP", kTransportInterleaved, false, "Transport: RTP/SAVP;unicast;interleaved=0-1\r\n"},
-        {"rtp/avp", kTransportUDP, false, "Transport: rtp/avp;unicast;client_port=3556-3557\r\n"},
-    };
-    for (const auto& c : cases)
+    for (const auto& [protocol, mode, multicast, header] :
+         test::Table<const char*, std::uint32_t, bool, const char*>{
+             {"", kTransportUDP, false, "Transport: RTP/AVP/UDP;unicast;client_port=3556-3557\r\n"},
+             {"RTP/AVP", kTransportUDP, true, "Transport: RTP/AVP/UDP;multicast;client_port=65535-65536\r\n"},
+             {"RTP/AVP", kTransportInterleaved, false, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n"},
+             {"RTP/SAVP", kTransportInterleaved, false, "Transport: RTP/SAVP;unicast;interleaved=0-1\r\n"},
+             {"rtp/avp", kTransportUDP, false, "Transport: rtp/avp;unicast;client_port=3556-3557\r\n"},
+         })
     {
         SDPMediaSection section;
-        section.protocol = c.protocol;
+        section.protocol = protocol;
         section.port = 65535;
-        EXPECT_EQ(c.header, RTSPTransportHeader(section, params, c.mode, c.multicast));
+        EXPECT_EQ(header, RTSPTransportHeader(section, params, mode, multicast));
     }
 }
 
@@ -83,11 +74,9 @@ TEST(RTSPRequest, Authorises)
     {
         const char* name;
         std::uint32_t mode;
-        std::string user;
-        std::string password;
+        std::string user, password;
         std::uint32_t scheme;
-        std::string nonce;
-        std::string header;
+        std::string nonce, header;
     } cases[] = {
         {"none", 0, "root", "secret", RTSPResponse::kDigest, "8b84a3b7", ""},
         {"Basic", 1, "root", "secret", RTSPResponse::kNoScheme, "",

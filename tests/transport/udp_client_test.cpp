@@ -1,18 +1,16 @@
 #include "transport/udp_client.h"
 
-#include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstdlib>
 #include <gmock/gmock.h>
-#include <mutex>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/fake_driver.h"
+#include "support/loopback.h"
 #include "support/multicast_network.h"
+#include "support/table.h"
 #include "support/thread_watch.h"
 
 namespace korvane
@@ -21,11 +19,8 @@ namespace korvane
 namespace
 {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
-constexpr std::uint32_t kPatienceMs = 20000;
-const std::uint32_t kLoopback = *platform::ParseIPv4("127.0.0.1");
+using test::Bytes, test::kLoopback, test::kPatienceMs;
+using ::testing::ElementsAre, ::testing::FieldsAre, ::testing::IsEmpty;
 
 // Writes down what it is told. The first byte of a datagram is for the user: 'G' holds the client's thread
 // until `go`, and 'T' throws.
@@ -37,18 +32,13 @@ public:
         std::size_t length;
         std::uint8_t last;
         std::uint16_t senderPort;
-        bool hasMore;
     };
 
-    void OnDatagram(IRTPClient& client, const platform::SocketAddress& sender, const std::uint8_t* data,
+    void OnDatagram(IRTPClient&, const platform::SocketAddress& sender, const std::uint8_t* data,
                     std::uint32_t length) override
     {
         EXPECT_EQ(sender.address, kLoopback);
-        {
-            const std::lock_guard guard(mutex_);
-            heard_.push_back({length, data[length - 1], platform::ToHost(sender.port), client.HasMore()});
-            changed_.notify_all();
-        }
+        heard.Add({length, data[length - 1], platform::ToHost(sender.port)});
         if (data[0] == 'G')
         {
             held.Set();
@@ -57,52 +47,25 @@ public:
         if (data[0] == 'T')
             throw std::runtime_error("user");
     }
-    void OnTimeout(IRTPClient&) override
-    {
-        const std::lock_guard guard(mutex_);
-        ++timeouts_;
-        changed_.notify_all();
-    }
+    void OnTimeout(IRTPClient&) override {}
     void OnClosed(IRTPClient&) override { ++closed; }
 
-    std::vector<Heard> WaitForDatagrams(std::size_t count)
-    {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
-                          [&] { return heard_.size() >= count; });
-        return heard_;
-    }
-    bool WaitForTimeouts(int count)
-    {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
-                                 [&] { return timeouts_ >= count; });
-    }
-
+    test::WatchedList<Heard> heard;
     CEvent held{false};
     CManualEvent go;
     std::atomic<int> closed{0};
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<Heard> heard_;
-    int timeouts_ = 0;
 };
 
-class Sender
+class Sender : public test::UDPPeer
 {
 public:
-    explicit Sender(std::uint16_t port) : to_(platform::MakeSocketAddress(kLoopback, port))
-    {
-        EXPECT_TRUE(socket_.OpenDatagram() && socket_.Bind(0));
-    }
+    using UDPPeer::UDPPeer;
     void Send(std::size_t length, char first = 'x', std::uint8_t last = 0)
     {
-        std::vector<std::uint8_t> data(length, static_cast<std::uint8_t>(first));
+        Bytes data(length, static_cast<std::uint8_t>(first));
         if (length > 1)
             data.back() = last;
-        EXPECT_EQ(socket_.SendTo(to_, data), static_cast<std::ptrdiff_t>(length));
+        UDPPeer::Send(data);
     }
     // Holds the client's thread in the user's hands, so that what is sent next arrives together.
     void Hold(User& user)
@@ -110,11 +73,6 @@ public:
         Send(1, 'G');
         EXPECT_TRUE(user.held.Wait(kPatienceMs));
     }
-    platform::Socket& Raw() { return socket_; }
-
-private:
-    platform::Socket socket_;
-    platform::SocketAddress to_;
 };
 
 std::vector<std::size_t> Lengths(const std::vector<User::Heard>& heard)
@@ -136,23 +94,16 @@ TEST(UDPClient, GivesEachDatagramWithItsSender)
     Sender first(client.GetPort());
     Sender second(client.GetPort());
     first.Send(10, 'T', 1); // a user that throws hears the next one all the same
-    ASSERT_EQ(user.WaitForDatagrams(1).size(), 1u);
+    ASSERT_TRUE(user.heard.WaitForCount(1));
     second.Send(20, 'x', 2);
-    const auto heard = user.WaitForDatagrams(2);
-    ASSERT_THAT(Lengths(heard), ElementsAre(10, 20));
-    EXPECT_EQ(heard[0].last, 1);
-    EXPECT_EQ(heard[1].last, 2);
-    EXPECT_EQ(heard[0].senderPort, first.Raw().LocalPort());
-    EXPECT_EQ(heard[1].senderPort, second.Raw().LocalPort());
+    EXPECT_THAT(user.heard.GetOnce(2),
+                ElementsAre(FieldsAre(10, 1, first.Port()), FieldsAre(20, 2, second.Port())));
 
-    EXPECT_TRUE(client.SendTo(platform::MakeSocketAddress(kLoopback, second.Raw().LocalPort()),
-                              std::array<std::uint8_t, 3>{7, 8, 9}.data(), 3));
+    const Bytes answer = {7, 8, 9};
+    EXPECT_TRUE(client.SendTo(platform::MakeSocketAddress(kLoopback, second.Port()), answer.data(), 3));
     EXPECT_TRUE(client.SendTo(platform::MakeSocketAddress(kLoopback, 1), nullptr, 0));
-    std::vector<std::uint8_t> answer(10);
-    platform::SocketAddress from;
-    second.Raw().SetReceiveTimeout(kPatienceMs);
-    EXPECT_EQ(second.Raw().ReceiveFrom(answer, from).length, 3u);
-    EXPECT_EQ(platform::ToHost(from.port), client.GetPort());
+    EXPECT_EQ(second.Receive(), answer);
+    EXPECT_EQ(second.SenderPort(), client.GetPort());
     EXPECT_TRUE(client.Stop());
     EXPECT_THAT(driver.Messages(), IsEmpty());
 }
@@ -161,47 +112,41 @@ TEST(UDPClient, GivesEachDatagramWithItsSender)
 // others in one call.
 TEST(UDPClient, GrowsItsReadsWithEachDatagramThatIsTooLarge)
 {
-    const struct
-    {
-        const char* name;
-        std::uint32_t readSize;
-        std::vector<int> sent; // lengths; negative ones are lost
-    } cases[] = {
-        {"exactly the size", 100, {100, 1}},
-        {"one too large", 100, {-101, 1124, 100}},
-        {"grown twice and thrice", 100, {-1000, -1125, 2148, -3000, 3172, 10}},
-        {"too large for every growth", 100, {-60000, -60000, -60000, -60000, 4196, -4197, 5220}},
-        {"more than one call takes",
-         2000,
-         {-3000, 1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 2, 3, 4, 5, -4000, 3024, 4048, 2}},
-        {"the largest there is", 70000, {65507, 1}},
-        {"up to the largest there is", 64600, {-65507, 65507}},
-    };
-    for (const auto& c : cases)
+    for (const auto& [name, readSize, sent] : test::Table<const char*, std::uint32_t, std::vector<int>>{
+             // Lengths; negative ones are lost.
+             {"exactly the size", 100, {100, 1}},
+             {"one too large", 100, {-101, 1124, 100}},
+             {"grown twice and thrice", 100, {-1000, -1125, 2148, -3000, 3172, 10}},
+             {"too large for every growth", 100, {-60000, -60000, -60000, -60000, 4196, -4197, 5220}},
+             {"more than one call takes",
+              2000,
+              {-3000, 1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 2, 3, 4, 5, -4000, 3024, 4048, 2}},
+             {"the largest there is", 70000, {65507, 1}},
+             {"up to the largest there is", 64600, {-65507, 65507}},
+         })
     {
         for (const bool together : {true, false})
         {
-            SCOPED_TRACE(std::string(c.name) + (together ? ", together" : ", one by one"));
+            SCOPED_TRACE(std::string(name) + (together ? ", together" : ", one by one"));
             User user;
             CUDPClient client(nullptr);
-            client.SetReadSize(c.readSize);
+            client.SetReadSize(readSize);
             ASSERT_TRUE(client.StartUnicast(&user, 0));
             Sender sender(client.GetPort());
             sender.Hold(user);
             if (!together)
                 user.go.Set();
             std::vector<std::size_t> given = {1}; // what held the client
-            for (const int signedLength : c.sent)
+            for (const int signedLength : sent)
             {
                 const auto length = static_cast<std::size_t>(std::abs(signedLength));
                 sender.Send(length, 'x', static_cast<std::uint8_t>(length));
                 if (signedLength > 0)
                     given.push_back(length);
-                if (!together)
-                    user.WaitForDatagrams(given.size());
+                EXPECT_TRUE(together || user.heard.WaitForCount(given.size()));
             }
             user.go.Set();
-            const auto heard = user.WaitForDatagrams(given.size());
+            const auto heard = user.heard.GetOnce(given.size());
             EXPECT_EQ(Lengths(heard), given);
             for (const User::Heard& one : heard)
                 EXPECT_TRUE(one.length == 1 || one.last == static_cast<std::uint8_t>(one.length));
@@ -221,7 +166,7 @@ TEST(UDPClient, LosesNothingOfAKeyFrameWhileItsUserIsBusy)
     for (int i = 0; i < kPackets; ++i)
         sender.Send(1400, 'x', static_cast<std::uint8_t>(i));
     user.go.Set();
-    const auto heard = user.WaitForDatagrams(kPackets + 1);
+    const auto heard = user.heard.GetOnce(kPackets + 1);
     ASSERT_EQ(heard.size(), kPackets + 1u);
     for (std::size_t i = 1; i < heard.size(); ++i)
         EXPECT_EQ(heard[i].last, static_cast<std::uint8_t>(i - 1));
@@ -242,7 +187,7 @@ TEST(UDPClient, AStopEndsTheLongestWaitAndGivesAllBack)
         port = client.GetPort();
         Sender sender(port);
         sender.Send(5);
-        EXPECT_EQ(user.WaitForDatagrams(static_cast<std::size_t>(run)).size(), static_cast<std::size_t>(run));
+        EXPECT_TRUE(user.heard.WaitForCount(static_cast<std::size_t>(run)));
         EXPECT_TRUE(client.Stop());
         EXPECT_EQ(user.closed, run);
         EXPECT_EQ(client.GetPort(), 0);
@@ -261,18 +206,14 @@ TEST(UDPClient, ClientsOfOneGroupShareItsPort)
         {
             User users[2];
             CUDPClient clients[] = {CUDPClient(nullptr), CUDPClient(nullptr)};
-            std::uint16_t port = 0;
-            for (std::size_t i = 0; i < 2; ++i)
-            {
-                ASSERT_TRUE(clients[i].StartMulticast(&users[i], "239.1.2.3", port));
-                port = clients[i].GetPort();
-            }
+            ASSERT_TRUE(clients[0].StartMulticast(&users[0], "239.1.2.3", 0));
+            const std::uint16_t port = clients[0].GetPort();
+            ASSERT_TRUE(clients[1].StartMulticast(&users[1], "239.1.2.3", port));
             platform::Socket sender;
             ASSERT_TRUE(sender.OpenDatagram());
-            const std::vector<std::uint8_t> data(10);
-            sender.SendTo(platform::MakeSocketAddress(*platform::ParseIPv4("239.1.2.3"), port), data);
+            sender.SendTo(platform::MakeSocketAddress(*platform::ParseIPv4("239.1.2.3"), port), Bytes(10));
             for (User& user : users)
-                EXPECT_THAT(Lengths(user.WaitForDatagrams(1)), ElementsAre(10));
+                EXPECT_THAT(Lengths(user.heard.GetOnce(1)), ElementsAre(10));
             for (CUDPClient& client : clients)
                 EXPECT_TRUE(client.Stop());
         });
