@@ -1,6 +1,7 @@
 #include "channels/mjpeg_channel_rtsp.h"
 #include "channels/mpeg_channel_rtsp.h"
 
+#include "channels/set_request.h"
 #include "support/fake_driver.h"
 #include "support/http_test_server.h"
 #include "support/settings_folder.h"
@@ -33,7 +34,7 @@ public:
 using Mpeg = Open<CMPEGChannelRTSP>;
 using Jpeg = Open<CMJPEGChannelRTSP>;
 
-const std::string kSet = "/cgi-bin/admin/setparam.cgi?";
+using test::kSet;
 
 TEST(RtspEncoderRequests, AskForTheCodecsOwnSettings)
 {

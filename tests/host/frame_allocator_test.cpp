@@ -14,7 +14,7 @@ using testing::HasSubstr;
 namespace
 {
 
-struct Fixture
+struct AllocatorBench
 {
     FaultList faults;
     FrameAllocator allocator{faults};
@@ -39,25 +39,26 @@ TEST(FrameAllocator, FindsEveryBreachOfTheContract)
     const struct
     {
         const char* name;
-        std::function<void(Fixture&)> driver;
+        std::function<void(AllocatorBench&)> driver;
         const char* fault;
     } cases[] = {
-        {"write behind the end", [](Fixture& f) { f.WriteAt(100); }, "write outside a frame of 100 bytes"},
-        {"write far behind the end", [](Fixture& f) { f.WriteAt(131); }, "write outside"},
-        {"write before the start", [](Fixture& f) { f.WriteAt(-1); }, "write outside"},
+        {"write behind the end", [](AllocatorBench& f) { f.WriteAt(100); },
+         "write outside a frame of 100 bytes"},
+        {"write far behind the end", [](AllocatorBench& f) { f.WriteAt(131); }, "write outside"},
+        {"write before the start", [](AllocatorBench& f) { f.WriteAt(-1); }, "write outside"},
         {"released twice",
-         [](Fixture& f)
+         [](AllocatorBench& f)
          {
              IHostFrame* frame = f.Video(100);
              f.allocator.ReleaseFrame(frame);
              f.allocator.ReleaseFrame(frame);
          },
          "does not hold"},
-        {"released as null", [](Fixture& f) { f.allocator.ReleaseFrame(nullptr); }, "does not hold"},
-        {"video released as audio", [](Fixture& f) { f.allocator.ReleaseAudioFrame(f.Video(1)); },
+        {"released as null", [](AllocatorBench& f) { f.allocator.ReleaseFrame(nullptr); }, "does not hold"},
+        {"video released as audio", [](AllocatorBench& f) { f.allocator.ReleaseAudioFrame(f.Video(1)); },
          "as audio"},
         {"more data than room",
-         [](Fixture& f)
+         [](AllocatorBench& f)
          {
              IHostFrame* frame = f.Video(10);
              frame->SetDataSize(11);
@@ -65,7 +66,7 @@ TEST(FrameAllocator, FindsEveryBreachOfTheContract)
          },
          "SetDataSize of 11 bytes in a frame of 10"},
         {"more audio than room",
-         [](Fixture& f)
+         [](AllocatorBench& f)
          {
              const std::uint8_t bytes[8] = {};
              IHostFrame* frame = f.allocator.AllocateAudioFrame(kFormatAac, 7, "Test");
@@ -73,14 +74,14 @@ TEST(FrameAllocator, FindsEveryBreachOfTheContract)
              f.allocator.ReleaseAudioFrame(frame);
          },
          "SetData of 8 bytes into a frame of 7"},
-        {"a frame of a gigabyte", [](Fixture& f) { EXPECT_EQ(f.Video(1u << 30), nullptr); },
+        {"a frame of a gigabyte", [](AllocatorBench& f) { EXPECT_EQ(f.Video(1u << 30), nullptr); },
          "1073741824 bytes"},
         {"a frame without a name",
-         [](Fixture& f)
+         [](AllocatorBench& f)
          { f.allocator.ReleaseFrame(f.allocator.AllocateVideoFrame(kFormatJpeg, 1, nullptr)); },
          "without the driver's name"},
         {"delivered after its release",
-         [](Fixture& f)
+         [](AllocatorBench& f)
          {
              IHostFrame* frame = f.Video(100);
              f.allocator.ReleaseFrame(frame);
@@ -91,7 +92,7 @@ TEST(FrameAllocator, FindsEveryBreachOfTheContract)
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        Fixture f;
+        AllocatorBench f;
         c.driver(f);
         EXPECT_EQ(f.faults.Count(), 1u);
         EXPECT_THAT(f.Fault(), HasSubstr(c.fault));
@@ -101,7 +102,7 @@ TEST(FrameAllocator, FindsEveryBreachOfTheContract)
 
 TEST(FrameAllocator, HandsFramesOutAgainOnlyWhenNobodyHoldsThem)
 {
-    Fixture f;
+    AllocatorBench f;
     IHostFrame* first = f.Video(100);
     first->GetData()[0] = 0x42;
     first->SetDataSize(1);
@@ -129,7 +130,7 @@ TEST(FrameAllocator, HandsFramesOutAgainOnlyWhenNobodyHoldsThem)
 
 TEST(FrameAllocator, NoticesAWriteWhileTheHostStillHoldsTheFrame)
 {
-    Fixture f;
+    AllocatorBench f;
     IHostFrame* frame = f.Video(100);
     FrameHold hold = f.allocator.Hold(frame);
     f.allocator.ReleaseFrame(frame);

@@ -23,7 +23,7 @@ std::string Stamp(std::int64_t sent, unsigned number)
     return text;
 }
 
-struct Fixture
+struct ClientBench
 {
     FaultList faults;
     FrameAllocator allocator{faults};
@@ -46,7 +46,7 @@ struct Fixture
 
 TEST(StreamClient, CountsFramesThatWereSentAndDidNotCome)
 {
-    Fixture f;
+    ClientBench f;
     StreamClient client(f.allocator, f.faults, nullptr, &f.delays);
     // One missing over the wrap; then the camera begins anew, which is no loss; then two are missing.
     for (const unsigned number : {0xFFFFFFFEu, 0xFFFFFFFFu, 1u, 2u, 0x70000000u, 0x70000003u})

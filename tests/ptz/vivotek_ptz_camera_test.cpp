@@ -3,6 +3,7 @@
 #include "ptz/vivotek_ptz_control.h"
 
 #include "camera/simulated_camera.h"
+#include "ptz/head_request.h"
 #include "support/fake_driver.h"
 
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ namespace
 using Lines = std::vector<std::string>;
 
 constexpr std::chrono::seconds kPatience(60);
-const std::string kControl = "/cgi-bin/camctrl/camctrl.cgi?channel=0&camid=7";
+using test::kControl;
 
 /// A dome and a driver for it.
 class DomePTZ : public testing::Test

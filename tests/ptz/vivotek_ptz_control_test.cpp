@@ -2,6 +2,7 @@
 #include "ptz/vivotek_ptz_handler.h"
 
 #include "platform/clock.h"
+#include "ptz/head_request.h"
 #include "support/fake_driver.h"
 #include "support/http_test_server.h"
 
@@ -21,11 +22,10 @@ namespace
 {
 
 using test::HttpTestServer;
+using test::kControl;
 using test::TestHttpPeer;
 using test::TestHttpRequest;
 using Lines = std::vector<std::string>;
-
-constexpr const char* kControl = "/cgi-bin/camctrl/camctrl.cgi?channel=0&camid=7";
 
 /// A camera with a head: answers parameters from a table, and everything else with 200.
 class PTZ : public ::testing::Test
@@ -114,7 +114,7 @@ TEST_F(PTZ, KeepsTheEightNewestCommands)
     CVivotekPTZControl control(&driver_, 0);
     ASSERT_TRUE(control.Open());
     control.FocusFar(1);
-    EXPECT_EQ(Commands(1), Lines{kControl + std::string("&focus=far")}); // in hand, and not answered
+    EXPECT_EQ(Commands(1), Lines{kControl + "&focus=far"}); // in hand, and not answered
     for (std::uint32_t i = 0; i < 19; ++i)
         EXPECT_EQ(control.ZoomIn(1 + i % 16), 1);
     EXPECT_EQ(control.StartMove(0, 1), 1);
