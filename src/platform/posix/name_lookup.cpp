@@ -17,7 +17,8 @@ std::uint32_t LookUpIPv4(const std::string& name)
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     {
-        const std::string ownName = name; // the caller's may be gone when a slow resolver comes back
+        // A copy: the caller's name may be gone when a slow resolver comes back.
+        const std::string ownName(name.begin(), name.end());
         const AwayScope away;
         // getaddrinfo and not gethostbyname: the latter answers all threads from one static buffer.
         if (getaddrinfo(ownName.c_str(), nullptr, &hints, &found) != 0 || found == nullptr)

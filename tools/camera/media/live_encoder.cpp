@@ -33,7 +33,9 @@ struct Workshop
 std::unique_ptr<Workshop> OpenWorkshop(const VideoSettings& settings)
 {
     auto encoder = VideoEncoder::Open(settings);
-    return encoder ? std::make_unique<Workshop>(std::move(encoder)) : nullptr;
+    if (!encoder)
+        return nullptr;
+    return std::make_unique<Workshop>(std::move(encoder));
 }
 
 } // namespace
