@@ -47,7 +47,7 @@ TEST(Event, AWaitForSeveralNamesTheFirstInArrayOrder)
 // events: no set may be lost, none may be taken twice, and none may be taken under another's name.
 TEST(Event, EverySetIsTakenOnceUnderContention)
 {
-    constexpr int kSetters = 3;
+    constexpr std::size_t kSetters = 3;
     constexpr int kRounds = 2000;
     std::array<AutoEvent, kSetters> events, answers;
     Event stop(Event::Kind::kManualReset);
@@ -55,14 +55,14 @@ TEST(Event, EverySetIsTakenOnceUnderContention)
     int written[kSetters] = {}; // without a lock: an event orders what was written before its set
 
     std::vector<std::jthread> takers;
-    for (int t = 0; t < 3; ++t)
+    for (std::size_t t = 0; t < 3; ++t)
     {
         takers.emplace_back(
             [&, t]
             {
                 // Each in another order, so that the lists are joined in every order too.
                 Event* waited[kSetters + 1] = {};
-                for (int i = 0; i < kSetters; ++i)
+                for (std::size_t i = 0; i < kSetters; ++i)
                     waited[i] = &events[(i + t) % kSetters];
                 waited[kSetters] = &stop;
                 for (;;)
@@ -71,14 +71,14 @@ TEST(Event, EverySetIsTakenOnceUnderContention)
                     ASSERT_EQ(result, WaitResult::kSignalled);
                     if (index == kSetters)
                         return;
-                    const std::size_t event = (index + static_cast<std::size_t>(t)) % kSetters;
+                    const std::size_t event = (index + t) % kSetters;
                     EXPECT_EQ(written[event], ++taken[event]);
                     answers[event].Set();
                 }
             });
     }
     std::vector<std::jthread> setters;
-    for (int s = 0; s < kSetters; ++s)
+    for (std::size_t s = 0; s < kSetters; ++s)
     {
         setters.emplace_back(
             [&, s]

@@ -1,6 +1,7 @@
 #include "transport/rtsp_stream_parser.h"
 
 #include "support/table.h"
+#include "support/watched.h"
 
 #include <algorithm>
 #include <stdexcept>
