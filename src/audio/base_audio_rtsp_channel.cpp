@@ -60,13 +60,18 @@ bool CBaseAudioRTSPChannel::Start()
 {
     const CLockGuard guard(lifeLock_);
     JoinThread(2 * NetworkTimeoutMs());
-    return StartThread("Audio RTSP Channel");
+    socketLibrary_.Start();
+    if (StartThread("Audio RTSP Channel"))
+        return true;
+    socketLibrary_.Stop();
+    return false;
 }
 
 bool CBaseAudioRTSPChannel::Stop()
 {
     const CLockGuard guard(lifeLock_);
     JoinThread(2 * NetworkTimeoutMs());
+    socketLibrary_.Stop();
     return true;
 }
 

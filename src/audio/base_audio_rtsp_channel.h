@@ -3,6 +3,7 @@
 #include "audio/audio_input_channel.h"
 #include "audio/base_rtp_audio_parser.h"
 #include "audio/base_rtp_data_channel.h"
+#include "platform/socket.h"
 #include "runtime/logger_instance.h"
 #include "runtime/recursive_lock.h"
 #include "transport/rtsp_client.h"
@@ -95,6 +96,7 @@ private:
     std::uint32_t OpenMulticastSession();
 
     CRecursiveLock lifeLock_; // serialises `Start` and `Stop`; held while a thread is waited for
+    platform::SocketLibraryUse socketLibrary_; ///< held from `Start` to `Stop`
     const std::uint32_t audioChannel_;
     ipcapture::IHostAudioClient* const host_;
     CBaseRTSPClient client_;

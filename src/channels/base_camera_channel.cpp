@@ -29,8 +29,12 @@ bool CBaseCameraChannel::Start(const ChannelSettings& settings)
         const CLockGuard guard(changeLock_);
         settings_ = settings;
     }
+    socketLibrary_.Start(); // without it no connection comes about, and the channel goes on trying
     stopEvent_.Reset();
-    return thread_.Start(&CBaseCameraChannel::Entry, this, "Channel");
+    if (thread_.Start(&CBaseCameraChannel::Entry, this, "Channel"))
+        return true;
+    socketLibrary_.Stop();
+    return false;
 }
 
 void CBaseCameraChannel::Stop()
@@ -44,6 +48,7 @@ void CBaseCameraChannel::Stop()
     }
     SetChannelState(kChannelStopped);
     SetCameraState(false);
+    socketLibrary_.Stop();
 }
 
 bool CBaseCameraChannel::WaitForEnd(std::uint32_t limitMs)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "channels/camera_channel.h"
+#include "platform/socket.h"
 #include "platform/thread.h"
 #include "runtime/driver.h"
 #include "runtime/event.h"
@@ -90,6 +91,7 @@ private:
     CTime lastFrame_;
     mutable CRecursiveLock changeLock_; // guards the pending change, and the settings between threads
     ChannelChange pendingChange_;
+    platform::SocketLibraryUse socketLibrary_; ///< held from `Start` to `Stop`
     platform::Thread thread_;
 };
 

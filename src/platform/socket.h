@@ -41,11 +41,24 @@ std::optional<std::uint32_t> ParseIPv4(const std::string& dotted);
 /// The address for `address` (network byte order) and `port` (host byte order).
 SocketAddress MakeSocketAddress(std::uint32_t address, std::uint16_t port);
 
-/// The system's socket library, of which some systems count the users: each true start wants one stop.
-/// `SocketLibraryUsers` tells how many are out. Any thread.
-bool StartSocketLibrary();
-void StopSocketLibrary();
-int SocketLibraryUsers();
+/// A reference on the system's socket library, which some systems load for the first user and let go of with
+/// the last. Not for two threads at a time.
+class SocketLibraryUse
+{
+public:
+    SocketLibraryUse() = default;
+    SocketLibraryUse(const SocketLibraryUse&) = delete;
+    SocketLibraryUse& operator=(const SocketLibraryUse&) = delete;
+    ~SocketLibraryUse() { Stop(); }
+
+    bool Start(); ///< false if the library can't be had; nothing more if the reference is held already
+    void Stop();
+
+    static int Count(); ///< references that are held in this process; any thread
+
+private:
+    bool held_ = false;
+};
 
 /// One datagram of `Socket::ReceiveMany`.
 struct Datagram

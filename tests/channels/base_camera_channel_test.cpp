@@ -86,7 +86,9 @@ TEST_F(CameraChannel, RunsFromStartToStop)
     channel.runs.acquire();
     EXPECT_EQ(channel.GetSettings().width, 352u);
     EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
+    EXPECT_EQ(platform::SocketLibraryUse::Count(), 1);
     channel.Stop();
+    EXPECT_EQ(platform::SocketLibraryUse::Count(), 0);
     EXPECT_EQ(channel.stopsRequested, 2);
     EXPECT_TRUE(driver.Messages().empty()); // it was never online
 }

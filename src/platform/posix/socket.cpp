@@ -100,18 +100,22 @@ SocketAddress MakeSocketAddress(std::uint32_t address, std::uint16_t port)
     return {AF_INET, ToNetwork(port), address, {}};
 }
 
-bool StartSocketLibrary()
+bool SocketLibraryUse::Start()
 {
-    ++libraryUsers;
-    return true; // nothing to start on this system
+    if (!held_)
+        ++libraryUsers; // and nothing to load on this system
+    held_ = true;
+    return true;
 }
 
-void StopSocketLibrary()
+void SocketLibraryUse::Stop()
 {
-    --libraryUsers;
+    if (held_)
+        --libraryUsers;
+    held_ = false;
 }
 
-int SocketLibraryUsers()
+int SocketLibraryUse::Count()
 {
     return libraryUsers;
 }
