@@ -2,8 +2,10 @@
 
 #include "audio/ip_audio_capture.h"
 #include "audio/ip_audio_sender.h"
+#include "platform/socket.h"
 #include "support/fake_driver.h"
 #include "support/http_test_server.h"
+#include "support/multicast_network.h"
 #include "support/scripted_rtsp_server.h"
 #include "support/settings_folder.h"
 
@@ -36,11 +38,12 @@ public:
         changed_.wait_for(guard, test::kPatience, [&] { return states_.starts_with(states); });
         return states_;
     }
-    test::FrameRecord WaitForFrame()
+    std::vector<test::FrameRecord> WaitForFrames(std::size_t count)
     {
         std::unique_lock guard(mutex_);
-        EXPECT_TRUE(changed_.wait_for(guard, test::kPatience, [&] { return !frames_.empty(); }));
-        return frames_.empty() ? test::FrameRecord() : frames_.front();
+        EXPECT_TRUE(changed_.wait_for(guard, test::kPatience, [&] { return frames_.size() >= count; }));
+        frames_.resize(std::max(frames_.size(), count));
+        return frames_;
     }
 
     bool AudioFrame(ipcapture::IHostFrame* frame) override
@@ -79,6 +82,8 @@ private:
     std::vector<test::FrameRecord> frames_;
 };
 
+const std::string kLost = "korvane::CBaseAudioRTSPChannel::SetDeviceState: Audio signal was lost for ";
+
 /// A device on loopback: its CGI parameters, its description, and what it sends behind the answer to PLAY.
 struct Device
 {
@@ -86,6 +91,8 @@ struct Device
     std::string audio; ///< the lines of the audio section behind the m= line
     Bytes payload;
     int setStatus = 200;
+    int groupPort = 0; ///< in the m= line
+    std::atomic<std::size_t> plays{0};
 
     HttpTestServer http{[this](test::TestHttpPeer& peer, const test::TestHttpRequest& request)
                         {
@@ -95,19 +102,19 @@ struct Device
                             return peer.Send(isSet ? HttpTestServer::Response(setStatus, "OK")
                                                    : HttpTestServer::Response(200, port + parameters));
                         }};
-    ScriptedRTSPServer rtsp{[this](const std::string& method, const std::string& request)
-                            {
-                                if (method == "DESCRIBE")
-                                    return ScriptedRTSPServer::Reply{ScriptedRTSPServer::Response(
-                                        request, "Content-Type: application/sdp\r\n",
-                                        ScriptedRTSPServer::kDescription + "m=audio 0 RTP/AVP 97\r\n" +
-                                            audio + "a=control:trackID=2\r\n")};
-                                ScriptedRTSPServer::Reply reply =
-                                    ScriptedRTSPServer::Ordinary(method, request);
-                                if (method == "PLAY" && !payload.empty())
-                                    reply.bytes += Interleaved();
-                                return reply;
-                            }};
+    ScriptedRTSPServer rtsp{
+        [this](const std::string& method, const std::string& request)
+        {
+            if (method == "DESCRIBE")
+                return ScriptedRTSPServer::Reply{ScriptedRTSPServer::Response(
+                    request, "Content-Type: application/sdp\r\n",
+                    ScriptedRTSPServer::kDescription + "m=audio " + std::to_string(groupPort) +
+                        " RTP/AVP 97\r\n" + audio + "a=control:trackID=2\r\n")};
+            ScriptedRTSPServer::Reply reply = ScriptedRTSPServer::Ordinary(method, request);
+            if (method == "PLAY" && ++plays != 0 && groupPort == 0 && !payload.empty())
+                reply.bytes += Interleaved();
+            return reply;
+        }};
 
     std::string Interleaved() const
     {
@@ -149,141 +156,94 @@ struct Fixture
     Device device;
 };
 
+const std::string kSet = "setparam.cgi?audioin_c0_s0_codectype=";
+const std::string kPcmu = "a=rtpmap:97 PCMU/8000\r\n";
+const std::string kPcma = "a=rtpmap:97 PCMA/16000\r\n";
+const std::string kG726 = "a=rtpmap:97 G726-24/8000\r\n";
+const std::string kAac = "a=rtpmap:97 mpeg4-generic/44100/2\r\n"
+                         "a=fmtp:97 streamtype=5;profile-level-id=15;mode=AAC-hbr;config=1210;"
+                         "sizelength=13;indexlength=3;indexdeltalength=3\r\n";
+
+/// What is known of the codec, and what comes of it.
+struct CodecChoice
+{
+    const char* name;
+    const char* selected = "g711";       ///< by the device, as the host tells it
+    Texts formats = {"711M"};            ///< of the host
+    const char* wanted = "";             ///< by the settings file
+    const char* parameters = "";         ///< of the device
+    std::string audio = kPcmu;           ///< in the description
+    std::string request = kSet + "g711"; ///< behind the first one; "" none
+    const char* format = "711M";
+    std::uint32_t sampleRate = 8000;
+    std::uint32_t bitRate = 64000;
+};
+
 TEST(AudioCaptureChannel, AgreesOnACodecWithHostFileAndDevice)
 {
-    const std::string pcmu = "a=rtpmap:97 PCMU/8000\r\n";
-    const std::string pcma = "a=rtpmap:97 PCMA/16000\r\n";
-    const std::string g726 = "a=rtpmap:97 G726-24/8000\r\n";
-    const std::string aac = "a=rtpmap:97 mpeg4-generic/44100/2\r\n"
-                            "a=fmtp:97 streamtype=5;profile-level-id=15;mode=AAC-hbr;config=1210;"
-                            "sizelength=13;indexlength=3;indexdeltalength=3\r\n";
-    const std::string set = "setparam.cgi?audioin_c0_s0_codectype=";
-    const struct
-    {
-        const char* name;
-        const char* selected; // by the device, as the host tells it
-        Texts formats;        // of the host
-        const char* wanted;   // by the settings file
-        const char* parameters;
-        std::string audio;
-        std::string request; // behind the first one; "" none
-        const char* format;
-        std::uint32_t sampleRate;
-        std::uint32_t bitRate;
-    } cases[] = {
-        {"the first of two",
-         "g711,g726",
-         {"711M", "7261"},
-         "",
-         "audioin_c0_s0_codectype='aac4'",
-         pcmu,
-         set + "g711",
-         "711M",
-         8000,
-         64000},
-        {"as the device has it",
-         "g711,g726",
-         {"711M"},
-         "",
-         "audioin_c0_s0_codectype='g711'",
-         pcmu,
-         "",
-         "711M",
-         8000,
-         64000},
-        {"what the host can't play is none",
-         "aac4,g726",
-         {"-AAC1", "7261"},
-         "",
-         "audioin_c0_s0_g726_bitrate='40000'",
-         g726,
-         set + "g726",
-         "7261",
-         8000,
-         40000},
-        {"the description's rate without the device's",
-         "g726",
-         {"7261"},
-         "",
-         "",
-         g726,
-         set + "g726",
-         "7261",
-         8000,
-         24000},
-        {"by the file",
-         "aac4,g711,g726",
-         {"AAC1", "711M", "7261"},
-         "G726",
-         "",
-         g726,
-         set + "g726",
-         "7261",
-         8000,
-         24000},
-        {"by the file, in other words",
-         "g711,aac4",
-         {"AAC1", "711M"},
-         "AAC",
-         "audioin_c0_s0_aac4_bitrate='96000'",
-         aac,
-         set + "aac4",
-         "AAC1",
-         44100,
-         96000},
-        {"a wish that nobody has", "g711", {"711M"}, "aac4", "", pcmu, set + "g711", "711M", 8000, 64000},
-        {"nothing in common", "aac4", {"7261"}, "", "", pcmu, set + "g711", "711M", 8000, 64000},
-        {"nothing told", "", {"AAC1"}, "", "", pcmu, set + "g711", "711M", 8000, 64000},
-        {"muted",
-         "g711",
-         {"711M"},
-         "",
-         "audioin_c0_mute='1'",
-         pcmu,
-         set + "g711&audioin_c0_mute=0",
-         "711M",
-         8000,
-         64000},
-        {"muted, and nothing else",
-         "g711",
-         {"711M"},
-         "",
-         "audioin_c0_s0_codectype='g711'\r\naudioin_c0_mute='1'",
-         pcmu,
-         "setparam.cgi?audioin_c0_mute=0",
-         "711M",
-         8000,
-         64000},
-        {"A-law of the device's choice",
-         "g711",
-         {"711M"},
-         "",
-         "audioin_c0_s0_g711_mode='pcma'",
-         pcma,
-         set + "g711",
-         "711A",
-         16000,
-         64000},
-        {"another law than was told",
-         "g711",
-         {"711M"},
-         "",
-         "audioin_c0_s0_g711_mode='pcmu'",
-         pcma,
-         set + "g711",
-         "711A",
-         16000,
-         64000},
-        {"another codec than was asked for",
-         "aac4",
-         {"AAC1"},
-         "",
-         "",
-         g726,
-         set + "aac4",
-         "7261",
-         8000,
-         24000},
+    const CodecChoice cases[] = {
+        {.name = "the first of two",
+         .selected = "g711,g726",
+         .formats = {"711M", "7261"},
+         .parameters = "audioin_c0_s0_codectype='aac4'"},
+        {.name = "as the device has it", .parameters = "audioin_c0_s0_codectype='g711'", .request = ""},
+        {.name = "what the host can't play is none",
+         .selected = "aac4,g726",
+         .formats = {"-AAC1", "7261"},
+         .parameters = "audioin_c0_s0_g726_bitrate='40000'",
+         .audio = kG726,
+         .request = kSet + "g726",
+         .format = "7261",
+         .bitRate = 40000},
+        {.name = "the description's rate without the device's",
+         .selected = "g726",
+         .formats = {"7261"},
+         .audio = kG726,
+         .request = kSet + "g726",
+         .format = "7261",
+         .bitRate = 24000},
+        {.name = "by the file",
+         .selected = "aac4,g711,g726",
+         .formats = {"AAC1", "711M", "7261"},
+         .wanted = "G726",
+         .audio = kG726,
+         .request = kSet + "g726",
+         .format = "7261",
+         .bitRate = 24000},
+        {.name = "by the file, in other words",
+         .selected = "g711,aac4",
+         .formats = {"AAC1", "711M"},
+         .wanted = "AAC",
+         .parameters = "audioin_c0_s0_aac4_bitrate='96000'",
+         .audio = kAac,
+         .request = kSet + "aac4",
+         .format = "AAC1",
+         .sampleRate = 44100,
+         .bitRate = 96000},
+        {.name = "a wish that nobody has", .wanted = "aac4"},
+        {.name = "nothing in common", .selected = "aac4", .formats = {"7261"}},
+        {.name = "nothing told", .selected = "", .formats = {"AAC1"}},
+        {.name = "muted", .parameters = "audioin_c0_mute='1'", .request = kSet + "g711&audioin_c0_mute=0"},
+        {.name = "muted, and nothing else",
+         .parameters = "audioin_c0_s0_codectype='g711'\r\naudioin_c0_mute='1'",
+         .request = "setparam.cgi?audioin_c0_mute=0"},
+        {.name = "A-law of the device's choice",
+         .parameters = "audioin_c0_s0_g711_mode='pcma'",
+         .audio = kPcma,
+         .format = "711A",
+         .sampleRate = 16000},
+        {.name = "another law than was told",
+         .parameters = "audioin_c0_s0_g711_mode='pcmu'",
+         .audio = kPcma,
+         .format = "711A",
+         .sampleRate = 16000},
+        {.name = "another codec than was asked for",
+         .selected = "aac4",
+         .formats = {"AAC1"},
+         .audio = kG726,
+         .request = kSet + "aac4",
+         .format = "7261",
+         .bitRate = 24000},
     };
     for (const auto& c : cases)
     {
@@ -295,14 +255,14 @@ TEST(AudioCaptureChannel, AgreesOnACodecWithHostFileAndDevice)
         f.host.formats = c.formats;
         f.device.parameters = c.parameters;
         f.device.audio = c.audio;
-        f.device.payload = c.audio == aac ? Bytes{0, 16, 0, 16, 1, 2} : Bytes(c.sampleRate, 1);
+        f.device.payload = c.audio == kAac ? Bytes{0, 16, 0, 16, 1, 2} : Bytes(c.sampleRate, 1);
         const auto channel = f.Channel();
         ASSERT_TRUE(channel->Start());
-        const test::FrameRecord frame = f.host.WaitForFrame();
+        const test::FrameRecord frame = f.host.WaitForFrames(1).front();
         EXPECT_EQ(std::string(reinterpret_cast<const char*>(&frame.format), 4), c.format);
         EXPECT_EQ(frame.sampleRate, c.sampleRate);
         EXPECT_EQ(frame.audioBitRate, c.bitRate);
-        EXPECT_EQ(frame.stereo, c.audio == aac);
+        EXPECT_EQ(frame.stereo, c.audio == kAac);
         EXPECT_EQ(frame.audioInput, 7);
         EXPECT_EQ(f.Requests(), "getparam.cgi?audioin&network" + (c.request.empty() ? "" : " " + c.request));
         EXPECT_NE(f.device.rtsp.Requests()[1].find("/trackID=2 "), std::string::npos);
@@ -367,8 +327,7 @@ TEST(AudioCaptureChannel, LooksForALostSignalForEver)
     EXPECT_EQ(f.host.WaitForStates("12512").substr(0, 5), "12512");
     channel->Stop();
     EXPECT_TRUE(f.host.WaitForStates("12512").ends_with("30"));
-    const std::string lost = "korvane::CBaseAudioRTSPChannel::SetDeviceState: Audio signal was lost for "
-                             "video-server 127.0.0.1 (channel 0)";
+    const std::string lost = kLost + "video-server 127.0.0.1 (channel 0)";
     const Texts errors = f.driver.Texts(1);
     EXPECT_FALSE(errors.empty());
     EXPECT_TRUE(std::ranges::all_of(errors, [&](const auto& text) { return text == lost; }));
@@ -376,8 +335,44 @@ TEST(AudioCaptureChannel, LooksForALostSignalForEver)
                                          "g711 getparam.cgi?audioin&network"))
         << "parameters are set anew for each session";
 
+    EXPECT_EQ(platform::SocketLibraryUse::Count(), 0);
     ASSERT_TRUE(channel->Start()); // a stopped channel may go on
+    EXPECT_EQ(platform::SocketLibraryUse::Count(), 1);
     EXPECT_TRUE(f.driver.WaitForMessage("is OK"));
+}
+
+TEST(AudioCaptureChannel, TakesTheGroupThatTheDescriptionNames)
+{
+    const bool ran = test::RunInMulticastNetwork(
+        []
+        {
+            Fixture f;
+            f.folder.Write("<Configuration><StreamingMode>multicast</StreamingMode></Configuration>");
+            f.driver.device.networkTimeoutMs = 300;
+            f.device.audio = kPcmu + "c=IN IP4 239.1.2.5/1\r\n";
+            f.device.groupPort = 5552;
+            const auto channel = f.Channel();
+            ASSERT_TRUE(channel->Start());
+            platform::Socket sender;
+            ASSERT_TRUE(sender.OpenDatagram());
+            Bytes packet = {0x80, 97, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+            packet.resize(packet.size() + 1000, 1);
+            const auto group = platform::MakeSocketAddress(*platform::ParseIPv4("239.1.2.5"), 5552);
+            // Each PLAY brings a second of sound, behind which the device is silent and the session renewed.
+            for (std::size_t session = 1; session <= 2; ++session)
+            {
+                while (f.device.plays < session)
+                    ASSERT_TRUE(f.device.rtsp.WaitForRequests(f.device.rtsp.Requests().size() + 1));
+                for (packet[3] = 0; packet[3] < 8; ++packet[3])
+                    sender.SendTo(group, packet);
+                EXPECT_EQ(f.host.WaitForFrames(session).back().data.size(), 8000u);
+            }
+            EXPECT_TRUE(channel->Stop());
+            EXPECT_TRUE(f.host.WaitForStates("12").ends_with("30"));
+            EXPECT_EQ(f.driver.Texts(1).front(), kLost + "camera 127.0.0.1");
+        });
+    if (!ran)
+        GTEST_SKIP() << "this user can't make a network of its own";
 }
 
 TEST(AudioCaptureChannel, StopsWhileADeviceOwesAnAnswer)

@@ -1,6 +1,5 @@
 #include "support/fake_driver.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -17,12 +16,6 @@ std::vector<std::string> FakeDriver::Texts(std::uint32_t level) const
             texts.push_back(message.text);
     }
     return texts;
-}
-
-bool FakeDriver::WaitForMessage(const std::string& part)
-{
-    const auto holds = [&](const MessageRecord& message) { return message.text.find(part) != part.npos; };
-    return messages_.WaitFor([&](const auto& all) { return std::ranges::any_of(all, holds); });
 }
 
 void FakeDriver::DebugMessage(std::int32_t level, const char* format, ...)

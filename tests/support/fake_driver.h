@@ -27,7 +27,7 @@ public:
 
     std::vector<MessageRecord> Messages() const { return messages_.Get(); }
     std::vector<std::string> Texts(std::uint32_t level) const; ///< of the messages of one level
-    bool WaitForMessage(const std::string& part); ///< one that holds `part`; false if it doesn't come
+    bool WaitForMessage(const std::string& part) const { return messages_.WaitForPart(part); }
 
     std::string GetDeviceName() const override { return device.address + ":" + std::to_string(device.port); }
     [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
@@ -44,7 +44,7 @@ public:
     ChannelSettings GetChannelSettings(std::uint32_t) const override { return channelSettings; }
 
 private:
-    WatchedList<MessageRecord> messages_;
+    MessageList messages_;
 };
 
 } // namespace korvane::test

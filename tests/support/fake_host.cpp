@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -13,6 +14,12 @@ namespace korvane::test
 void FailReserved()
 {
     ADD_FAILURE() << "the driver called a reserved slot";
+}
+
+bool MessageList::WaitForPart(const std::string& part) const
+{
+    const auto holds = [&](const MessageRecord& message) { return message.text.find(part) != part.npos; };
+    return WaitFor([&](const auto& all) { return std::ranges::any_of(all, holds); });
 }
 
 FakeFrame::FakeFrame(std::uint32_t format, std::uint32_t sizeBytes, const char* driverName)

@@ -156,10 +156,18 @@ struct MessageRecord
     bool operator==(const MessageRecord&) const = default;
 };
 
+/// What the driver logs.
+class MessageList : public WatchedList<MessageRecord>
+{
+public:
+    bool WaitForPart(const std::string& part) const; ///< in one of them; false if it doesn't come
+};
+
 class FakeSink final : public ipcapture::IHostSink
 {
 public:
     std::vector<MessageRecord> Messages() const { return messages_.Get(); }
+    bool WaitForMessage(const std::string& part) const { return messages_.WaitForPart(part); }
     void WriteMessage(ipcapture::CDebugInfoIf* message) override
     {
         const char* const text = message->GetMessage();
@@ -167,7 +175,7 @@ public:
     }
 
 private:
-    WatchedList<MessageRecord> messages_;
+    MessageList messages_;
 };
 
 /// Device settings, description and connection in one.

@@ -115,7 +115,7 @@ public:
     /// Closes the driver and deletes it. What the driver has done against its contract, "" if nothing.
     std::string Close();
 
-    std::vector<korvane::test::MessageRecord> Messages() const { return sink_.Messages(); }
+    bool WaitForMessage(const std::string& part) const { return sink_.WaitForMessage(part); }
     host::StreamCounts Counts() const { return client_.Counts(); }
 
 private:
