@@ -250,6 +250,7 @@ TEST(JpegRTPMediaParser, LosesOnePictureForALossAndNoneForLies)
         {"headers alone", {{{0, 0, 0, 0, 1, 50, 8, 6}}, {whole}}, 2}, // the end that is added is its scan
         {"restart header cut off", {{{0, 0, 0, 0, 65, 50, 8, 6, 0}}, {whole}}, 1},
         {"tables that aren't there", {{with(5, {255, 8, 6, 0, 0, 0, 128})}, {whole}}, 1},
+        {"a length behind a reserved byte that isn't 0", {{with(5, {255, 8, 6, 1, 0, 0, 128})}, {whole}}, 2},
         {"tables that use it up", {{with(5, {255, 8, 6, 0, 0, 0, 2})}, {whole}}, 1},
         {"no length of tables: made from Q",
          {{[&]

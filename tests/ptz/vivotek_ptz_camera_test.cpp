@@ -121,7 +121,7 @@ TEST_F(DomePTZ, HearsExactlyTheseRequests)
          {"&zooming=tele&zs=16", "&zooming=wide&zs=8", "&zooming=tele&zs=1", "&zooming=wide&zs=16"}},
         {"0", "", {far, near, open, close}, {"&focus=far", "&focus=near", "&iris=open", "&iris=close"}},
         {"0", "", {Move(0, 1), stop, stop}, {"&vx=-1&vy=0&vs=1", "&vx=0&vy=0&vs=0", "+"}},
-        {"0", "", {out, stop}, {"&zooming=wide&zs=8", "&zoom=stop", "+"}},
+        {"0", "", {Move(9, 8), stop, stop}, {"&zooming=wide&zs=8", "&zoom=stop", "+"}},
         {"0", "", {far, open, stop}, {"&focus=far", "&iris=open", "+", "+"}},
         {"0", "", {Move(0, 1), Move(0, 0)}, {"&vx=-1&vy=0&vs=1", "&vx=0&vy=0&vs=0", "+"}},
         {"1",

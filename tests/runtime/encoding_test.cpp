@@ -69,4 +69,39 @@ TEST(Encoding, Base64DecodeIsBoundedByTheRoom)
     EXPECT_EQ(Decode("Zm8=", 1), "too long");
 }
 
+TEST(Encoding, Base64BreaksFullLines)
+{
+    for (const std::uint32_t count : {56u, 57u, 58u, 114u})
+    {
+        SCOPED_TRACE(count);
+        const std::vector<std::uint8_t> plain(count, 'U'); // "UUU" is "VVVV"
+        std::vector<char> out(200);
+        std::uint32_t size = 200;
+        ASSERT_TRUE(Base64Encode(plain.data(), count, out.data(), size));
+        const std::string text(out.data(), size);
+        const std::string full = std::string(76, 'V') + "\r\n";
+        EXPECT_EQ(text, count == 56   ? std::string(74, 'V') + "U="
+                        : count == 57 ? full
+                        : count == 58 ? full + "VQ=="
+                                      : full + full);
+        EXPECT_EQ(Decode(text), std::string(count, 'U'));
+    }
+}
+
+TEST(Encoding, CodesCredentialsAndHexDigits)
+{
+    std::string out;
+    EXPECT_TRUE(MakeBasicCredentials("Aladdin", "open sesame", out)); // RFC 7617, section 2
+    EXPECT_EQ(out, "QWxhZGRpbjpvcGVuIHNlc2FtZQ==");
+    EXPECT_TRUE(MakeBasicCredentials("root", "", out));
+    EXPECT_EQ(out, "cm9vdDo=");
+    EXPECT_TRUE(MakeBasicCredentials("root", std::string(67, 'x'), out));
+    EXPECT_FALSE(MakeBasicCredentials("root", std::string(68, 'x'), out));
+    EXPECT_EQ(out, "");
+
+    std::vector<std::uint8_t> bytes;
+    HexToBytes("09aFx7F", bytes);
+    EXPECT_EQ(bytes, (std::vector<std::uint8_t>{0x09, 0xAF, 0x07, 0x0F}));
+}
+
 } // namespace
