@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/clock.h"
+
 namespace Web
 {
 
 namespace
 {
 
+using korvane::platform::Clock;
 using korvane::platform::HttpAuthTarget;
 using korvane::platform::HttpError;
 using korvane::platform::HttpOfferedSchemes;
@@ -175,10 +178,17 @@ std::uint32_t CHttpSender::ReadResponse(std::vector<std::uint8_t>& buffer)
 {
     const std::uint32_t limit =
         contentLength_ != 0 ? std::min(contentLength_, kMaxBytes) : kUnknownLengthLimit;
+    const std::uint32_t startMs = Clock::Milliseconds();
     std::uint32_t count = 0;
     buffer.clear();
     while (buffer.size() < limit)
     {
+        if (Clock::Milliseconds() - startMs > kMostWholeMs)
+        {
+            lastError_ = HttpError::kTimeout;
+            buffer.clear();
+            break;
+        }
         const auto asked =
             static_cast<std::uint32_t>(std::min<std::size_t>(kBlockBytes, limit - buffer.size()));
         count = ReadData(buffer, asked, false);

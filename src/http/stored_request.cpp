@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/clock.h"
+
 namespace Web
 {
 
@@ -57,10 +59,16 @@ std::uint32_t CStoredRequest::Read(std::uint8_t* buffer, std::uint32_t size) con
 std::uint32_t CStoredRequest::ReadWhole(std::vector<std::uint8_t>& buffer) const
 {
     buffer.clear();
+    const std::uint32_t startMs = Clock::Milliseconds();
     std::uint32_t total = 0;
     std::uint32_t waiting = Available();
     while (waiting != 0 && total < kMaxBytes)
     {
+        if (Clock::Milliseconds() - startMs > kMostWholeMs)
+        {
+            buffer.clear();
+            return 0;
+        }
         const std::uint32_t block = std::min(waiting, kBlockBytes);
         buffer.resize(total + block);
         total += Read(buffer.data() + total, block);

@@ -10,6 +10,10 @@
 namespace Web
 {
 
+/// The longest that a short answer may take. The receive time-out starts anew with each byte, so a device
+/// that sends one now and then would hold the caller, and whoever waits for its thread, for hours.
+inline constexpr std::uint32_t kMostWholeMs = 90000;
+
 /// The request that a client has in hand. One thread sends it and reads its body; any thread may close it
 /// meanwhile, which ends whatever the other one waits for. The lock is held for a copy or a swap only.
 class CStoredRequest
@@ -39,7 +43,7 @@ public:
     std::uint32_t Read(std::uint8_t* buffer, std::uint32_t size) const;
 
     /// Reads the body into `buffer`, up to 256 MiB and the block in hand. Gives the count of bytes read;
-    /// `buffer` may have zero bytes behind them.
+    /// `buffer` may have zero bytes behind them. Nothing, if it is not whole after 90 s.
     std::uint32_t ReadWhole(std::vector<std::uint8_t>& buffer) const;
 
 private:

@@ -3,6 +3,7 @@
 #include "http/send_request.h"
 #include "http/win_inet_http_client.h"
 
+#include "platform/clock.h"
 #include "support/http_test_server.h"
 
 #include <gmock/gmock.h>
@@ -202,6 +203,25 @@ class BothClients : public ::testing::Test
 };
 using ClientTypes = ::testing::Types<Web::CHttpClient, Web::CWinINetHttpClient>;
 TYPED_TEST_SUITE(BothClients, ClientTypes, );
+
+TYPED_TEST(BothClients, GiveUpAnAnswerThatTakesForEver)
+{
+    korvane::platform::ManualClock clock(130'000'000'000'000'000);
+    const HttpTestServer server(
+        [&clock](TestHttpPeer& peer, const TestHttpRequest&)
+        {
+            peer.Send("HTTP/1.1 200 OK\r\n\r\n");
+            for (int i = 0; i < 100 && peer.Send("x") && peer.Pause(1); ++i)
+                clock.AdvanceMs(10000); // a byte each 10 s
+            return peer.WaitClosed();
+        });
+    DEVICE_INFO patient = DeviceAt(server);
+    patient.networkTimeoutMs = 3600000;
+    TypeParam client(patient);
+    EXPECT_TRUE(client.SendRequest("GET", "/x"));
+    EXPECT_EQ(Body(client), "");
+    client.CloseRequest();
+}
 
 TYPED_TEST(BothClients, EndAReadWhenClosedByAnotherThread)
 {
