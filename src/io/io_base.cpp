@@ -1,6 +1,7 @@
 #include "io/io_base.h"
 
 #include "platform/thread.h"
+#include "runtime/guarded.h"
 #include "runtime/text.h"
 
 #include <new>
@@ -32,12 +33,16 @@ std::string CIOBase::ThreadName(const char* kind) const
 
 bool CIOBase::StartIO()
 {
-    ResetStates();
-    PrepareIO();
-    const auto [inputs, outputs] = driver_->GetIOCounts();
-    const bool outputsStarted = outputs == 0 || StartOutputs(outputs);
-    const bool inputsStarted = inputs == 0 || StartInputs();
-    return outputsStarted && inputsStarted;
+    return Guarded(false,
+                   [this]
+                   {
+                       ResetStates();
+                       PrepareIO();
+                       const auto [inputs, outputs] = driver_->GetIOCounts();
+                       const bool outputsStarted = outputs == 0 || StartOutputs(outputs);
+                       const bool inputsStarted = inputs == 0 || StartInputs();
+                       return outputsStarted && inputsStarted;
+                   });
 }
 
 // All outputs are driven low at the start: what they were before is not known.
@@ -96,10 +101,21 @@ void CIOBase::TellConnectionLost()
     if (client == nullptr)
         return;
     const platform::AwayScope away;
-    client->ConnectionLost();
+    Guarded(false,
+            [client]
+            {
+                client->ConnectionLost();
+                return true;
+            });
 }
 
+// What a poll throws for want of memory is gone with it: the next one comes in 2 s.
 void CIOBase::PollTick()
+{
+    Guarded(false, [this] { return Poll(); });
+}
+
+bool CIOBase::Poll()
 {
     const bool polled = PollInputs(driver_->GetIOCounts().first);
     if (!polled)
@@ -107,6 +123,7 @@ void CIOBase::PollTick()
     SetInputsConnectionState(polled);
     if (!polled)
         TellConnectionLost();
+    return polled;
 }
 
 void CIOBase::SetInputsConnectionState(bool connected)
@@ -148,7 +165,12 @@ void CIOBase::SetInputState(std::uint32_t number, std::uint32_t state)
     if (!Store(inputStates_, number, state) || client == nullptr)
         return;
     const platform::AwayScope away;
-    client->InputChanged(number, state);
+    Guarded(false,
+            [client, number, state]
+            {
+                client->InputChanged(number, state);
+                return true;
+            });
 }
 
 bool CIOBase::SetOutput(std::uint32_t number, std::uint32_t state)

@@ -80,6 +80,7 @@ private:
     using States = std::map<std::uint32_t, std::uint32_t>; // by number
 
     void PollTick();
+    bool Poll();
     void SetInputsConnectionState(bool connected);
     void ResetStates();
     void TellConnectionLost();

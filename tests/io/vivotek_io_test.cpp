@@ -8,6 +8,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,7 @@ public:
     explicit QuickIO(IDriver* driver) : CVivotekIO(driver) { SetPollInterval(5); }
 };
 
-/// Writes down what the driver tells of the inputs.
+/// Writes down what the driver tells of the inputs, and throws each time, which is nothing to the driver.
 class Client : public ipcapture::IHostIOClient
 {
 public:
@@ -55,6 +56,7 @@ private:
         const std::lock_guard guard(mutex_);
         lines_.push_back(std::move(line));
         changed_.notify_all();
+        throw std::runtime_error("the host's own trouble");
     }
 
     std::mutex mutex_;
