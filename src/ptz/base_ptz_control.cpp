@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "runtime/guarded.h"
+
 namespace korvane
 {
 
@@ -57,7 +59,7 @@ std::int32_t CBasePTZControl::Command(bool* activity, Queue queue)
 {
     if (comm_ == nullptr)
         return kPTZNotQueued;
-    const std::int32_t result = queue(*comm_);
+    const std::int32_t result = Guarded(kPTZNotQueued, [&] { return queue(*comm_); });
     if (result != kPTZDone)
         return result;
     presets_.ClearCurrent();
@@ -68,7 +70,8 @@ std::int32_t CBasePTZControl::Command(bool* activity, Queue queue)
 
 std::int32_t CBasePTZControl::IsAvailable()
 {
-    return comm_ == nullptr ? kPTZNotQueued : comm_->IsPTZAvailable(this);
+    return comm_ == nullptr ? kPTZNotQueued
+                            : Guarded(kPTZNotQueued, [this] { return comm_->IsPTZAvailable(this); });
 }
 
 std::int32_t CBasePTZControl::StartMove(std::uint32_t direction, std::uint32_t speed)
@@ -132,7 +135,7 @@ bool CBasePTZControl::StopIf(bool& activity, StopOperation stop)
 {
     if (!activity)
         return true;
-    if (!(comm_.get()->*stop)(this))
+    if (!Guarded(false, [&] { return (comm_.get()->*stop)(this); }))
         return false;
     activity = false;
     presets_.ClearCurrent();
@@ -191,19 +194,22 @@ std::int32_t CBasePTZControl::RecallPreset(std::uint32_t speed, const char* name
 {
     if (name == nullptr)
         return kPTZBadArgument;
-    return presets_.RecallPreposition(name, speed) ? kPTZDone : kPTZPresetFailed;
+    return Guarded(kPTZPresetFailed,
+                   [&] { return presets_.RecallPreposition(name, speed) ? kPTZDone : kPTZPresetFailed; });
 }
 
 std::int32_t CBasePTZControl::AddPreset(const char* name)
 {
-    return name == nullptr ? kPTZBadArgument : presets_.AddPreposition(name);
+    return name == nullptr ? kPTZBadArgument
+                           : Guarded(kPTZNotQueued, [&] { return presets_.AddPreposition(name); });
 }
 
 std::int32_t CBasePTZControl::DeletePreset(const char* name)
 {
     if (name == nullptr)
         return kPTZBadArgument;
-    return presets_.DeletePreposition(name) ? kPTZDone : kPTZPresetFailed;
+    return Guarded(kPTZPresetFailed,
+                   [&] { return presets_.DeletePreposition(name) ? kPTZDone : kPTZPresetFailed; });
 }
 
 } // namespace korvane

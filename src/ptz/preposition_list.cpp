@@ -1,5 +1,7 @@
 #include "ptz/preposition_list.h"
 
+#include "runtime/guarded.h"
+
 #include <larkmoor/ip_ptz.h>
 
 #include <algorithm>
@@ -40,6 +42,14 @@ void CPrepositionList::Clear()
 bool CPrepositionList::Load()
 {
     Clear();
+    const bool loaded = Guarded(false, [this] { return Fill(); });
+    if (!loaded)
+        Clear(); // half a list is none
+    return loaded;
+}
+
+bool CPrepositionList::Fill()
+{
     std::vector<PrepositionRecord> records;
     if (comm_ == nullptr || !comm_->GetPrepositions(records))
         return false;
@@ -95,7 +105,7 @@ bool CPrepositionList::GetName(std::uint32_t index, std::string& name)
     name.clear();
     LoadOnce();
     const CLockGuard guard(lock_);
-    return NameAt(index, name);
+    return Guarded(false, [&] { return NameAt(index, name); });
 }
 
 bool CPrepositionList::GetCurrentName(std::string& name)
@@ -103,7 +113,7 @@ bool CPrepositionList::GetCurrentName(std::string& name)
     name.clear();
     LoadOnce();
     const CLockGuard guard(lock_);
-    return current_ && NameAt(*current_, name);
+    return Guarded(false, [&] { return current_ && NameAt(*current_, name); });
 }
 
 std::optional<std::size_t> CPrepositionList::IndexOf(const std::string& name)

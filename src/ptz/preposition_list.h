@@ -42,6 +42,7 @@ public:
     std::uint32_t Channel() const { return channel_; }
 
 private:
+    bool Fill();
     void LoadOnce();
     void Clear();
     std::optional<std::size_t> IndexOf(const std::string& name);

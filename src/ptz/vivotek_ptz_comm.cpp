@@ -15,6 +15,7 @@ namespace korvane
 namespace
 {
 
+constexpr std::int32_t kMostPresets = 1024; // whatever a device tells
 constexpr std::int32_t kTypeWithSpeeds = 0;
 constexpr std::int32_t kTypeWithoutSpeeds = 1;
 constexpr const char* kGetParam = "/cgi-bin/admin/getparam.cgi?";
@@ -49,8 +50,8 @@ CVivotekPTZComm::~CVivotekPTZComm()
 
 bool CVivotekPTZComm::Open()
 {
-    presetCount_ =
-        static_cast<std::uint32_t>(std::max<std::int32_t>(driver_->GetPropertyInt(kPresetCountProperty), 0));
+    presetCount_ = static_cast<std::uint32_t>(
+        std::clamp<std::int32_t>(driver_->GetPropertyInt(kPresetCountProperty), 0, kMostPresets));
     return CBasePTZComm::Open();
 }
 
@@ -149,7 +150,8 @@ std::int32_t CVivotekPTZComm::Scale(std::uint32_t speed, std::uint32_t minimumPr
     const double minimum = driver_->GetPropertyInt(minimumProperty);
     const double maximum = driver_->GetPropertyInt(maximumProperty);
     const double step = std::trunc((maximum - minimum) * (static_cast<double>(speed) - 1) / 15.0);
-    return static_cast<std::int32_t>(std::clamp(minimum + step, -2147483648.0, 2147483647.0));
+    return static_cast<std::int32_t>(
+        std::clamp(minimum + step, -2147483647.0, 2147483647.0)); // its sign may turn
 }
 
 void CVivotekPTZComm::Move(std::uint32_t direction, std::uint32_t speed)
