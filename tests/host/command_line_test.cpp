@@ -139,15 +139,18 @@ TEST(CommandLine, RefusesWhatItCannotDo)
     testing::internal::GetCapturedStderr();
     EXPECT_THROW(Read({"record", "--codec", "h264", "--transport", "http"}), Failure);
     EXPECT_THROW(Read({"record", "--channel", "2", "--channels", "2"}), Failure);
+    EXPECT_THROW(Read({"record", "--seconds", "2", "--picture-at", "2s:a.png"}), Failure);
+    EXPECT_THROW(Read({"record", "--seconds", "2", "--change", "3s:@5"}), Failure);
+    EXPECT_THROW(Read({"io", "--seconds", "1", "--set", "0@1s=on"}), Failure);
 }
 
 TEST(DeviceFile, SaysWhatIsWrongWithIt)
 {
     const TemporaryFolder folder;
     for (const char* text :
-         {"", "[]", "{", R"({"port": 65536})", R"({"port": -1})", R"({"port": "80"})", R"({"address": 5})",
-          R"({"properties": []})", R"({"properties": {"0": "a"}})", R"({"properties": {"x": "a"}})",
-          R"({"properties": {"1": 1}})", R"({"properties": {"1000": "a"}})"})
+         {"", "[]", "{", R"({"port": 65536})", R"({"port": -1})", R"({"port": "80"})", R"({"channels": 65})",
+          R"({"inputs": 257})", R"({"address": 5})", R"({"properties": []})", R"({"properties": {"0": "a"}})",
+          R"({"properties": {"x": "a"}})", R"({"properties": {"1": 1}})", R"({"properties": {"1000": "a"}})"})
     {
         WriteFile(folder / "device.json", text);
         EXPECT_THROW(ReadDeviceFile(folder / "device.json"), Failure) << text;

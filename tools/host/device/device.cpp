@@ -44,14 +44,15 @@ std::string PathList(const std::vector<std::string>& streams, std::uint32_t chan
 }
 
 template <typename Number>
-void ReadField(const nlohmann::json& object, const char* key, Number& field)
+void ReadField(const nlohmann::json& object, const char* key, Number& field,
+               std::uint64_t most = std::numeric_limits<Number>::max())
 {
     const auto found = object.find(key);
     if (found == object.end())
         return;
-    if (!found->is_number_unsigned() || found->get<std::uint64_t>() > std::numeric_limits<Number>::max())
+    if (!found->is_number_unsigned() || found->get<std::uint64_t>() > most)
         throw std::runtime_error(std::string("\"") + key + "\" is no number from 0 to " +
-                                 std::to_string(std::numeric_limits<Number>::max()));
+                                 std::to_string(most));
     field = found->get<Number>();
 }
 
@@ -166,9 +167,9 @@ try
     ReadField(object, "password", device.password);
     ReadField(object, "model", device.model);
     ReadCodec(object, device.codec);
-    ReadField(object, "channels", device.channels);
-    ReadField(object, "inputs", device.inputs);
-    ReadField(object, "outputs", device.outputs);
+    ReadField(object, "channels", device.channels, kMostChannels);
+    ReadField(object, "inputs", device.inputs, kMostContacts);
+    ReadField(object, "outputs", device.outputs, kMostContacts);
     ReadProperties(object, device.properties);
     return device;
 }

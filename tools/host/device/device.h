@@ -9,6 +9,9 @@
 namespace larkmoor::host
 {
 
+inline constexpr std::uint32_t kMostChannels = 64;
+inline constexpr std::uint32_t kMostContacts = 256; ///< inputs, and outputs
+
 /// The codec codes of the host's side.
 enum class Codec : std::uint32_t
 {

@@ -162,6 +162,12 @@ ExitStatus JudgeContract(Bench& bench)
     return bench.faults.Count() == 0 ? ExitStatus::Done : ExitStatus::Contract;
 }
 
+ExitStatus JudgeOrders(Bench& bench, ExitStatus status)
+{
+    const ExitStatus contract = JudgeContract(bench);
+    return contract == ExitStatus::Done ? status : contract;
+}
+
 ExitStatus JudgeRecording(Bench& bench, const TimeOptions& time, const RecordingEnd& end)
 {
     const ExitStatus contract = JudgeContract(bench);

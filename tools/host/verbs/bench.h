@@ -85,6 +85,10 @@ nlohmann::ordered_json HostSideReport(const Bench& bench);
 /// `Close`.
 ExitStatus JudgeContract(Bench& bench);
 
+/// How a run of orders ended: as `status` says, unless the driver broke its contract. Once the driver is
+/// closed.
+ExitStatus JudgeOrders(Bench& bench, ExitStatus status);
+
 /// How a verb ended that keeps what it gets.
 struct RecordingEnd
 {

@@ -18,7 +18,6 @@ namespace larkmoor::host
 namespace
 {
 
-constexpr std::uint32_t kMostChannels = 64;
 constexpr std::uint32_t kMostStreams = 4096;
 
 const std::map<std::string, Codec> kCodecs = {
@@ -322,6 +321,18 @@ void Complete(CommonOptions& common, StreamOptions& stream, const DeviceArgument
         throw Failure(ExitStatus::Usage, "--transport http carries --codec mjpeg only");
 }
 
+/// What is to be done behind the end would never be done.
+template <typename Item>
+void RefuseBehindEnd(const char* option, const std::vector<Item>& items,
+                     const std::optional<std::chrono::milliseconds>& seconds)
+{
+    for (const Item& item : items)
+        if (seconds && item.at >= *seconds)
+            throw Failure(ExitStatus::Usage, std::string(option) + " at " + std::to_string(item.at.count()) +
+                                                 " ms is behind the end: --seconds is " +
+                                                 std::to_string(seconds->count()) + " ms");
+}
+
 constexpr const char* kDescription =
     "Loads the capture driver as a recorder would, and works with it from the command line.\n\n"
     "Exit status: 0 done; 1 a fault of this program; 2 command line; 3 no driver; 4 no frames; 5 a file "
@@ -423,9 +434,14 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
     if (presetApp.parsed())
         return simple(preset);
     if (ioApp.parsed())
+    {
+        RefuseBehindEnd("--set", io.switches, io.seconds);
         return simple(io);
+    }
     if (recordApp.parsed())
     {
+        RefuseBehindEnd("--picture-at", record.picturesAt, record.time.seconds);
+        RefuseBehindEnd("--change", record.changes, record.time.seconds);
         Complete(record.common, record.stream, device, record.channel + 1);
         return Command(record);
     }

@@ -79,8 +79,8 @@ private:
     std::uint64_t lost_ = 0;
 };
 
-// Switches and waits until the time is over. False if the driver did not take an output.
-bool Follow(korvane::ipcapture::ICaptureIOApi& io, const IoOptions& options, Console& console)
+// Switches and waits until the time is over.
+ExitStatus Follow(korvane::ipcapture::ICaptureIOApi& io, const IoOptions& options, Console& console)
 {
     bool good = true;
     auto next = options.switches.begin();
@@ -100,8 +100,12 @@ bool Follow(korvane::ipcapture::ICaptureIOApi& io, const IoOptions& options, Con
                                    : ": the device has no such output"));
             good = good && taken;
         }
-        if ((options.seconds && now >= *options.seconds) || Interrupt::WaitFor(kInputsPoll))
-            return good;
+        const bool isOver = options.seconds && now >= *options.seconds;
+        if (!isOver && !Interrupt::WaitFor(kInputsPoll))
+            continue;
+        if (!isOver && next != options.switches.end())
+            return ExitStatus::Interrupted;
+        return good ? ExitStatus::Done : ExitStatus::Refused;
     }
 }
 
@@ -111,7 +115,7 @@ ExitStatus Io(const PrivateFolder& folder, const IoOptions& options)
 {
     Bench bench(folder, options.common, {});
     InputPrinter client;
-    bool good = false;
+    ExitStatus status = ExitStatus::Refused;
     {
         OpenDriver driver(bench, options.common.device);
         korvane::ipcapture::ICaptureIOApi* const io = driver.Driver().GetIO();
@@ -120,11 +124,13 @@ ExitStatus Io(const PrivateFolder& folder, const IoOptions& options)
         bench.console.Line("inputs " + std::to_string(io->GetInputCount()) + ", outputs " +
                            std::to_string(io->GetOutputCount()));
         io->SetClient(&client);
-        good = io->StartIO() && Follow(*io, options, bench.console);
-        good = good && (options.switches.empty() || client.Lost() == 0); // the stop may end a poll
+        if (io->StartIO())
+            status = Follow(*io, options, bench.console);
+        if (status == ExitStatus::Done && !options.switches.empty() && client.Lost() != 0)
+            status = ExitStatus::Refused; // asked before the stop, which may end a poll
         io->StopIO();
     }
-    const ExitStatus status = good ? ExitStatus::Done : ExitStatus::Refused;
+    status = JudgeOrders(bench, status);
     WriteReport(options.common.json, {{"verb", "io"},
                                       {"changes", client.Changes()},
                                       {"connection_lost", client.Lost()},

@@ -1,7 +1,9 @@
 #include "host/verbs/preset.h"
 
+#include "host/base/web_probe.h"
 #include "host/verbs/bench.h"
 
+#include <chrono>
 #include <cstdio>
 
 namespace larkmoor::host
@@ -56,6 +58,15 @@ std::string ReasonOf(std::int32_t result)
     }
 }
 
+/// A device without presets and one that is not there look alike to the driver.
+bool Answers(Bench& bench, const Device& device)
+{
+    const std::string trouble = ProbeWebServer(device.address, device.port, std::chrono::seconds(5));
+    if (!trouble.empty())
+        bench.console.Line("the device can't be reached: " + trouble);
+    return trouble.empty();
+}
+
 } // namespace
 
 ExitStatus Preset(const PrivateFolder& folder, const PresetOptions& options)
@@ -75,10 +86,12 @@ ExitStatus Preset(const PrivateFolder& folder, const PresetOptions& options)
             std::printf("%s\n", name.c_str());
         std::fflush(stdout);
     }
-    const bool good = result == korvane::ipcapture::kPTZDone;
+    bool good = result == korvane::ipcapture::kPTZDone;
     if (!good)
         bench.console.Line(ReasonOf(result));
-    const ExitStatus status = good ? ExitStatus::Done : ExitStatus::Refused;
+    if (options.what == PresetOptions::What::List && names.empty())
+        good = Answers(bench, options.common.device);
+    const ExitStatus status = JudgeOrders(bench, good ? ExitStatus::Done : ExitStatus::Refused);
     WriteReport(options.common.json, {{"verb", "preset"},
                                       {"result", result},
                                       {"presets", names},

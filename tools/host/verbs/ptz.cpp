@@ -247,6 +247,7 @@ ExitStatus Ptz(const PrivateFolder& folder, const PtzOptions& options)
         PtzRun run(options, bench.console, head);
         status = options.actions.empty() ? run.ByKeyboard() : run.ByActions();
     }
+    status = JudgeOrders(bench, status);
     WriteReport(options.common.json, {{"verb", "ptz"},
                                       {"log_and_frames", HostSideReport(bench)},
                                       {"exit_status", static_cast<int>(status)}});
