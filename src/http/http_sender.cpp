@@ -215,7 +215,7 @@ std::uint32_t CHttpSender::ReadData(std::vector<std::uint8_t>& buffer, std::uint
     lastError_ = exchange->BytesAvailable(count);
     buffer.resize(before + std::min(count, size));
     if (count != 0)
-        lastError_ = exchange->Read(buffer.data() + before, size, count);
+        lastError_ = exchange->Read(buffer.data() + before, std::min(count, size), count);
     buffer.resize(before + std::min(count, size));
     return static_cast<std::uint32_t>(buffer.size() - before);
 }

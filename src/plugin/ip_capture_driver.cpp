@@ -56,9 +56,11 @@ bool CIPCaptureDriver::OpenDevice(ipcapture::IHostDeviceSettings& deviceSettings
     inputCount_ = description->GetInputCount();
     outputCount_ = description->GetOutputCount();
     channelCount_ = description->GetChannelCount();
-    device_ =
-        DEVICE_INFO(TextOf(connection->GetAddress()), connection->GetPort(), TextOf(connection->GetUser()),
-                    TextOf(connection->GetPassword()), TextOf(description->GetModel()));
+    const std::string address = TextOf(connection->GetAddress()); // one by one: hosts may log the calls
+    const std::uint16_t port = connection->GetPort();
+    const std::string user = TextOf(connection->GetUser());
+    const std::string password = TextOf(connection->GetPassword());
+    device_ = DEVICE_INFO(address, port, user, password, TextOf(description->GetModel()));
     ReadProperties(deviceSettings);
     hostDirectory_ = platform::HostDirectory();
     hostVersion_ = platform::ReadProductVersion(kHostCoreLibrary).value_or(kAssumedHostVersion);
@@ -99,7 +101,12 @@ void CIPCaptureDriver::Close()
 
 void CIPCaptureDriver::DeleteObjects()
 {
-    videoCapture_.reset();
+    std::unique_ptr<CIPVideoCapture> videoCapture;
+    {
+        const CLockGuard guard(videoLock_);
+        videoCapture.swap(videoCapture_);
+    }
+    videoCapture.reset();
     io_.reset();
     ptz_.reset();
 }
@@ -151,6 +158,7 @@ std::int32_t CIPCaptureDriver::GetPropertyInt(std::uint32_t number) const
 
 ChannelSettings CIPCaptureDriver::GetChannelSettings(std::uint32_t channel) const
 {
+    const CLockGuard guard(videoLock_);
     return videoCapture_ == nullptr ? ChannelSettings() : videoCapture_->GetChannelSettings(channel);
 }
 

@@ -4,6 +4,7 @@
 #include "plugin/custom_creator.h"
 #include "plugin/ip_video_capture.h"
 #include "runtime/driver.h"
+#include "runtime/recursive_lock.h"
 
 #include <larkmoor/ip_capture_driver.h>
 
@@ -19,12 +20,13 @@ namespace korvane
 ///
 /// The fields are written in `Open` and `Close` only, while no thread of the device runs, and read without a
 /// lock in between. `Close` and the destructor delete the objects first, and each of them stops its own
-/// threads.
+/// threads. The video capture object goes first of all, while a head may still ask for a channel's settings:
+/// it has a lock.
 class CIPCaptureDriver : public ipcapture::IIPCaptureDriverEx4, public IDriver, public ICustomCreator
 {
 public:
     CIPCaptureDriver() = default;
-    ~CIPCaptureDriver() override; ///< deletes video capture, I/O and PTZ, in this order
+    ~CIPCaptureDriver() override; ///< deletes what the family's own destructor has left
     CIPCaptureDriver(const CIPCaptureDriver&) = delete;
     CIPCaptureDriver& operator=(const CIPCaptureDriver&) = delete;
 
@@ -70,6 +72,8 @@ public:
                                  const std::string& driverName, const std::string& firmware);
 
 protected:
+    void DeleteObjects(); ///< video capture, I/O and PTZ, in this order
+
     DEVICE_INFO device_;
     std::uint32_t videoStandard_ = 0; ///< 1 NTSC, 0 PAL
     std::unique_ptr<ipcapture::ICaptureIOApi> io_;
@@ -79,7 +83,6 @@ private:
     bool OpenDevice(ipcapture::IHostDeviceSettings& deviceSettings);
     void ReadProperties(ipcapture::IHostDeviceSettings& deviceSettings);
     void WriteToHost(std::int32_t level, const char* text) const;
-    void DeleteObjects();
 
     ipcapture::IHostSink* hostSink_ = nullptr;
     ipcapture::IHostFrameAllocator* frameAllocator_ = nullptr;
@@ -89,6 +92,7 @@ private:
     std::uint32_t codec_ = 0;
     std::map<std::uint32_t, std::string> properties_;
     platform::ProductVersion hostVersion_;
+    mutable CRecursiveLock videoLock_; // over the pointer behind it; taken before the object's own
     std::unique_ptr<CIPVideoCapture> videoCapture_;
     std::string hostDirectory_;
 };

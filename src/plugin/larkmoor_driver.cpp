@@ -41,6 +41,7 @@ void MakeAudio(std::unique_ptr<AudioObject>& object, IAudioChannelCreator* creat
 CLarkmoorDriver::~CLarkmoorDriver()
 {
     CLarkmoorDriver::DestructAudio();
+    DeleteObjects();
 }
 
 bool CLarkmoorDriver::Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,

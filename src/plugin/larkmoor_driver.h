@@ -12,13 +12,15 @@ namespace korvane
 
 /// The driver of a Vivotek device: its time-outs, and which classes serve it.
 ///
-/// Served today: Motion JPEG over HTTP, H.264 over RTSP, audio from the device, heads, inputs and outputs.
-/// For the other streams `CreateChannel` gives null, which the host sees as a channel that never runs.
+/// For a codec that it does not know `CreateChannel` gives null, which the host sees as a channel that never
+/// runs.
 class CLarkmoorDriver final : public CIPCaptureDriver, public IAudioChannelCreator
 {
 public:
     CLarkmoorDriver() = default;
-    ~CLarkmoorDriver() override; ///< stops the audio before what it uses goes
+    /// Deletes audio, video capture, I/O and PTZ, for a host that has not closed: here and not in the base,
+    /// since their threads ask for the driver's name to the last.
+    ~CLarkmoorDriver() override;
 
     /// As the base, and false unless driver property 1 is a whole number. Nothing is undone on failure:
     /// `Close` or the destructor does that.

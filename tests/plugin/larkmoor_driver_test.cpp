@@ -3,6 +3,7 @@
 #include "channels/h264_channel_rtsp.h"
 #include "channels/mjpeg_channel_http.h"
 #include "support/fake_host.h"
+#include "support/http_test_server.h"
 
 #include <gtest/gtest.h>
 
@@ -52,6 +53,20 @@ TEST_F(Driver, ReadsPropertiesUpToTheFirstGap)
     settings.parameters = {{1, "1"}};
     ASSERT_TRUE(Open());
     EXPECT_EQ(driver.GetPropertyText(3), ""); // nothing is left of the first device
+}
+
+TEST_F(Driver, MayBeDeletedWhileItWorks)
+{
+    const test::HttpTestServer silent([](test::TestHttpPeer& peer, const test::TestHttpRequest&)
+                                      { return peer.WaitClosed(); });
+    settings.port = silent.Port();
+    settings.outputCount = 1;
+    auto own = std::make_unique<CLarkmoorDriver>();
+    ASSERT_TRUE(own->Open(&sink, &allocator, &settings));
+    EXPECT_TRUE(own->GetIO()->StartIO());
+    silent.WaitForRequests(1);
+    own.reset(); // and not closed: the output's thread asks for the driver's name once more
+    EXPECT_TRUE(sink.WaitForMessage("Unable to switch state of digital output #0"));
 }
 
 TEST_F(Driver, RefusesADeviceWithoutVideoStandard)
