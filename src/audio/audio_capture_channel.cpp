@@ -2,6 +2,7 @@
 
 #include "http/param_text.h"
 #include "runtime/device_properties.h"
+#include "runtime/host_call.h"
 #include "runtime/stream_path_table.h"
 #include "runtime/text.h"
 
@@ -17,6 +18,7 @@ constexpr std::uint32_t kAudioSection = 2; // of the description
 constexpr std::uint32_t kReadBytes = 10240;
 constexpr std::size_t kMostResponseBytes = 0x10000000;
 constexpr std::uint32_t kNoFormat = 0;
+constexpr std::uint32_t kMostCodecs = 256; // that are asked of the host: there are four
 constexpr const char* kSetParameters = "/cgi-bin/admin/setparam.cgi?";
 constexpr const char* kConfigureFunction = "korvane::CAudioCaptureChannel::ConfigureAudioCodec";
 
@@ -33,12 +35,13 @@ std::uint32_t FormatOf(const std::string& codec)
 std::vector<std::uint32_t> UsableFormats(ipcapture::IHostCodecList* list)
 {
     std::vector<std::uint32_t> formats;
-    const std::uint32_t count = list == nullptr ? 0 : list->GetCount();
-    for (std::uint32_t index = 0; index < count; ++index)
+    const std::uint32_t count = list == nullptr ? 0 : CallHost(0u, [list] { return list->GetCount(); });
+    for (std::uint32_t index = 0; index < std::min(count, kMostCodecs); ++index)
     {
-        ipcapture::IHostCodecItem* const item = list->GetItem(index);
-        if (item != nullptr && item->IsUsable())
-            formats.push_back(item->GetCode());
+        ipcapture::IHostCodecItem* const none = nullptr;
+        auto* const item = CallHost(none, [=] { return list->GetItem(index); });
+        if (item != nullptr && CallHost(false, [item] { return item->IsUsable(); }))
+            formats.push_back(CallHost(kNoFormat, [item] { return item->GetCode(); }));
     }
     return formats;
 }

@@ -81,7 +81,8 @@ public:
     }
 
 private:
-    CRecursiveLock lock_; // guards the map; held while a channel starts, never while one stops
+    CRecursiveLock lock_{
+        platform::LockPlace::kTable}; // guards the map; held while a channel starts, never while one stops
     std::map<std::uint32_t, std::unique_ptr<Channel>> channels_;
     const std::uint32_t maximum_;
 };

@@ -1,5 +1,6 @@
 #include "audio/base_audio_rtsp_channel.h"
 
+#include "runtime/host_call.h"
 #include "runtime/text.h"
 
 namespace korvane
@@ -90,16 +91,9 @@ bool CBaseAudioRTSPChannel::MoveTo(AudioState next)
         if (!IsAllowed(now, next))
             return false;
     } while (!state_.compare_exchange_weak(now, next));
-    if (host_ == nullptr)
-        return true;
-    try
-    {
-        host_->StateChanged(audioChannel_, static_cast<std::uint32_t>(next));
-    }
-    catch (...)
-    {
-        // The host's trouble; the channel goes on.
-    }
+    if (ipcapture::IHostAudioClient* const host = host_)
+        CallHost([host, number = audioChannel_, next]
+                 { host->StateChanged(number, static_cast<std::uint32_t>(next)); });
     return true;
 }
 
@@ -263,7 +257,9 @@ void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
 bool CBaseAudioRTSPChannel::AudioFrame(ipcapture::IHostFrame* frame)
 {
     frameEvent_.Set();
-    if (IsStopping() || state_ != AudioState::kStreaming || host_ == nullptr || !host_->AudioFrame(frame))
+    ipcapture::IHostAudioClient* const host = host_;
+    if (IsStopping() || state_ != AudioState::kStreaming || host == nullptr ||
+        !CallHost(false, [host, frame] { return host->AudioFrame(frame); }))
         return false;
     lastFrame_.Update();
     SetDeviceState(true);

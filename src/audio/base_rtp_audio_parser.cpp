@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 
 namespace korvane
 {
@@ -137,14 +136,7 @@ bool CBaseRTPAudioParser::TakeAccessUnit()
         return true;
     }
     auBuffer_.erase(begin, begin + kAuHeaderBytes);
-    try
-    {
-        ProcessAudioFrame(auBuffer_, size);
-    }
-    catch (...)
-    {
-        // that frame is lost; the next one begins behind it
-    }
+    ProcessAudioFrame(auBuffer_, size);
     auBuffer_.erase(auBuffer_.begin(), auBuffer_.begin() + static_cast<std::ptrdiff_t>(size));
     return true;
 }
@@ -168,42 +160,28 @@ bool CBaseRTPAudioParser::HasRoom()
 
 void CBaseRTPAudioParser::ProcessAudioFrame(const std::vector<std::uint8_t>& buffer, std::uint32_t size)
 {
-    ipcapture::IHostFrameAllocator* const allocator = driver_->GetFrameAllocator();
-    if (allocator == nullptr || buffer.empty())
+    if (driver_->GetFrameAllocator() == nullptr || buffer.empty())
         return;
     const std::size_t count = size == 0 ? buffer.size() : std::min<std::size_t>(buffer.size(), size);
-    const auto release = [allocator](ipcapture::IHostFrame* frame) { allocator->ReleaseAudioFrame(frame); };
-    const std::unique_ptr<ipcapture::IHostFrame, decltype(release)> frame(
-        allocator->AllocateAudioFrame(format_.codecCode, static_cast<std::uint32_t>(count),
-                                      driver_->GetDriverName().c_str()),
-        release);
-    if (frame == nullptr)
+    const CHostFrame frame(CHostFrame::Kind::kAudio, *driver_, driver_->GetDriverName(), format_.codecCode,
+                           static_cast<std::uint32_t>(count));
+    if (frame.Get() == nullptr)
     {
         driver_->DebugMessage(kLevelError, "%s: Unable to allocate  memory for audio frame!", kFrameFunction);
         return;
     }
-    Deliver(*frame, {buffer.data(), count});
+    Deliver(frame, {buffer.data(), count});
 }
 
-void CBaseRTPAudioParser::Deliver(ipcapture::IHostFrame& frame, std::span<const std::uint8_t> data)
+void CBaseRTPAudioParser::Deliver(const CHostFrame& frame, std::span<const std::uint8_t> data)
 {
-    if (format_.codecCode == ipcapture::kFormatAac)
-        SetConfig(frame);
-    frame.SetData(data.data(), static_cast<std::uint32_t>(data.size()));
-    frame.SetAudioFormat(format_.sampleRate, format_.reserved, format_.channels == 2);
-    frame.SetAudioBitRate(format_.bitRate);
-    frame.SetAudioInput(audioChannel_);
-    frame.SetTimeNow();
-    bool isTaken = false;
-    try
-    {
-        isTaken = client_->AudioFrame(&frame);
-    }
-    catch (...)
-    {
-        // counts as a refusal
-    }
-    if (isTaken)
+    const std::vector<std::uint8_t> config =
+        format_.codecCode == ipcapture::kFormatAac ? Config() : std::vector<std::uint8_t>();
+    if (!frame.SetAudio(data, config) ||
+        !frame.DescribeAudio(format_.sampleRate, format_.reserved, format_.channels == 2, format_.bitRate,
+                             audioChannel_))
+        return; // the host threw: that frame is lost
+    if (client_->AudioFrame(frame.Get()))
         return;
     const DEVICE_INFO device = driver_->GetDeviceInfo();
     driver_->DebugMessage(kLevelError, "%s: Audio-frame processing error, camera %s:%u", kFrameFunction,
@@ -211,21 +189,21 @@ void CBaseRTPAudioParser::Deliver(ipcapture::IHostFrame& frame, std::span<const 
     Reset();
 }
 
-void CBaseRTPAudioParser::SetConfig(ipcapture::IHostFrame& frame) const
+std::vector<std::uint8_t> CBaseRTPAudioParser::Config() const
 {
     const std::vector<std::uint8_t>& config = parameters_.config;
     if (!config.empty() && config.size() <= kMostConfigBytes)
-        return frame.SetCodecConfig(static_cast<std::uint32_t>(config.size()), config.data());
+        return config;
     const auto* const rate = std::find(std::begin(kSampleRates), std::end(kSampleRates), format_.sampleRate);
     if (rate == std::end(kSampleRates))
-        return;
+        return {};
     // ISO/IEC 14496-3, section 1.6.2.1: audioObjectType 2 (AAC LC, 5 bits), samplingFrequencyIndex (4),
     // channelConfiguration (4), and three bits of GASpecificConfig that are 0
     const auto index = static_cast<unsigned>(rate - std::begin(kSampleRates));
-    std::uint8_t made[2];
+    std::vector<std::uint8_t> made(2);
     Utils::StoreBigEndian16(
-        made, static_cast<std::uint16_t>(2u << 11 | index << 7 | (format_.channels & 15u) << 3));
-    frame.SetCodecConfig(sizeof made, made);
+        made.data(), static_cast<std::uint16_t>(2u << 11 | index << 7 | (format_.channels & 15u) << 3));
+    return made;
 }
 
 } // namespace korvane

@@ -2,6 +2,7 @@
 
 #include "audio/audio_parser_client.h"
 #include "runtime/driver.h"
+#include "runtime/host_frame.h"
 #include "runtime/time.h"
 #include "transport/sdp_response_parser.h"
 
@@ -59,8 +60,8 @@ private:
     void ParseAACData(std::span<const std::uint8_t> input);
     bool TakeAccessUnit();
     bool HasRoom();
-    void SetConfig(ipcapture::IHostFrame& frame) const;
-    void Deliver(ipcapture::IHostFrame& frame, std::span<const std::uint8_t> data);
+    std::vector<std::uint8_t> Config() const;
+    void Deliver(const CHostFrame& frame, std::span<const std::uint8_t> data);
 
     IAudioParserClient* const client_;
     IDriver* const driver_;

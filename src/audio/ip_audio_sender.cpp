@@ -1,5 +1,7 @@
 #include "audio/ip_audio_sender.h"
 
+#include "runtime/host_call.h"
+
 namespace korvane
 {
 
@@ -28,7 +30,7 @@ bool CIPAudioSender::StopChannel(std::uint32_t audioChannel)
 bool CIPAudioSender::SendFrame(ipcapture::IHostOutgoingAudio* frame)
 {
     return frame != nullptr &&
-           channels_.With(frame->GetChannel() & 0xFF, false,
+           channels_.With(CallHost(0u, [frame] { return frame->GetChannel(); }) & 0xFF, false,
                           [&](IAudioOutputChannel& channel) { return channel.SendFrame(frame); });
 }
 

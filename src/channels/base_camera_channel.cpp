@@ -1,8 +1,9 @@
 #include "channels/base_camera_channel.h"
 
+#include "runtime/host_call.h"
 #include "runtime/text.h"
+#include "runtime/thread_stop.h"
 
-#include <algorithm>
 #include <string>
 
 namespace korvane
@@ -11,7 +12,6 @@ namespace korvane
 namespace
 {
 
-constexpr std::uint32_t kStopStepMs = 100;
 constexpr std::uint32_t kExitFailed = 0x123456; // of a thread that had nothing to run, or could not go on
 
 } // namespace
@@ -42,8 +42,9 @@ void CBaseCameraChannel::Stop()
     stopEvent_.Set();
     if (thread_.HasHandle())
     {
-        if (!WaitForEnd(2 * driver_->GetDeviceInfo().networkTimeoutMs))
-            thread_.GiveUp();
+        const std::uint32_t limitMs = 2 * driver_->GetDeviceInfo().networkTimeoutMs;
+        if (!EndThread(thread_, limitMs, [this] { OnStopRequested(); }))
+            GiveUpThread();
         thread_.Close();
     }
     SetChannelState(kChannelStopped);
@@ -51,19 +52,11 @@ void CBaseCameraChannel::Stop()
     socketLibrary_.Stop();
 }
 
-bool CBaseCameraChannel::WaitForEnd(std::uint32_t limitMs)
+void CBaseCameraChannel::GiveUpThread()
 {
-    // Again and again: the thread may just have looked at the event and then begun another long call.
-    for (std::uint32_t leftMs = limitMs;;)
-    {
-        OnStopRequested();
-        const std::uint32_t stepMs = std::min(leftMs, kStopStepMs);
-        if (thread_.Wait(stepMs) == platform::WaitResult::kSignalled)
-            return true;
-        leftMs -= stepMs;
-        if (leftMs == 0)
-            return false;
-    }
+    driver_->DebugMessage(kLevelDebugTrace, "%s: The thread of %s was given up",
+                          "korvane::CBaseCameraChannel::Stop", DeviceText().c_str());
+    thread_.GiveUp();
 }
 
 std::uint32_t CBaseCameraChannel::Entry(void* context)
@@ -141,32 +134,15 @@ void CBaseCameraChannel::SetCameraState(bool online)
 bool CBaseCameraChannel::SendFrameToHost(ipcapture::IHostFrame* frame)
 {
     ipcapture::IHostChannelClient* const client = client_;
-    if (client == nullptr)
-        return false;
-    try
-    {
-        const platform::AwayScope away;
-        return client->DeliverFrame(frame);
-    }
-    catch (...)
-    {
-        return false;
-    }
+    return client != nullptr && !IsStopping() &&
+           CallHost(false, [client, frame] { return client->DeliverFrame(frame); });
 }
 
 void CBaseCameraChannel::NotifySignalLost()
 {
     ipcapture::IHostChannelClient* const client = client_;
-    if (client == nullptr)
-        return;
-    try
-    {
-        const platform::AwayScope away;
-        client->SignalLost();
-    }
-    catch (...) // the host's own affair
-    {
-    }
+    if (client != nullptr)
+        CallHost([client] { client->SignalLost(); });
 }
 
 std::uint32_t CBaseCameraChannel::GetPendingChange()

@@ -80,7 +80,7 @@ protected:
     CEvent changeEvent_{false}; ///< set when a change is pending
 
 private:
-    bool WaitForEnd(std::uint32_t limitMs);
+    void GiveUpThread();
     static std::uint32_t Entry(void* context);
     std::string DeviceText() const;
 

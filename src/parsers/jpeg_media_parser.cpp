@@ -1,8 +1,8 @@
 #include "parsers/jpeg_media_parser.h"
 
-#include "parsers/host_video_frame.h"
 #include "parsers/jpeg_markers.h"
 #include "runtime/byte_order.h"
+#include "runtime/host_frame.h"
 
 #include <cstring>
 #include <string>
@@ -83,24 +83,13 @@ void CJpegMediaParser::Deliver()
     if (receiver_ == nullptr || width_ == 0 || height_ == 0)
         return;
     const auto sizeBytes = static_cast<std::uint32_t>(frame_.size());
-    const std::string driverName = driver_->GetDriverName();
-    CHostVideoFrame frame(driver_->GetFrameAllocator(), ipcapture::kFormatJpeg, sizeBytes,
-                          driverName.c_str());
-    if (frame.Get() == nullptr)
+    const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driver_->GetDriverName(),
+                           ipcapture::kFormatJpeg, sizeBytes);
+    std::uint8_t* const buffer = frame.Get() == nullptr ? nullptr : frame.Room();
+    if (buffer == nullptr || !frame.DescribeVideo(width_, height_, sizeBytes, nullptr))
         return;
-    try
-    {
-        std::uint8_t* const buffer = frame.Get()->GetData();
-        if (buffer == nullptr)
-            return;
-        frame.Describe(width_, height_, sizeBytes);
-        frame.Get()->SetTimeNow();
-        std::memcpy(buffer, frame_.data(), sizeBytes);
-        receiver_->OnMediaFrame(frame.Get());
-    }
-    catch (...) // an exception of the host costs this picture and no more
-    {
-    }
+    std::memcpy(buffer, frame_.data(), sizeBytes);
+    receiver_->OnMediaFrame(frame.Get());
 }
 
 } // namespace korvane

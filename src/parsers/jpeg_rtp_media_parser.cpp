@@ -80,20 +80,20 @@ void CJpegRTPMediaParser::CompleteFrame(std::uint32_t timestamp)
     if (client_ == nullptr)
         return;
     EndScan();
-    const FramePointer frame =
-        AllocateFrame(ipcapture::kFormatJpeg, static_cast<std::uint32_t>(frameBuffer_.size() + kHeaderRoom));
-    if (frame == nullptr)
+    const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driverName_, ipcapture::kFormatJpeg,
+                           static_cast<std::uint32_t>(frameBuffer_.size() + kHeaderRoom));
+    if (frame.Get() == nullptr)
     {
         driver_->DebugMessage(kLevelError, "%s: Frame allocation error, device %s",
                               "korvane::CJpegRTPMediaParser::ProcessFrame",
                               driver_->GetDeviceInfo().address.c_str());
         return;
     }
-    const std::uint32_t size = Rebuild(frame->GetData());
+    const std::uint32_t size = Rebuild(frame.Room());
     if (size == 0)
         return ResetParser();
     converter_.Convert(timestamp);
-    if (!SendFrame(*frame, ipcapture::kFormatJpeg, size))
+    if (!SendFrame(frame, size))
         ResetParser();
 }
 

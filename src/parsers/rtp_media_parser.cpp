@@ -3,8 +3,6 @@
 #include <cstring>
 #include <utility>
 
-#include "parsers/size_class.h"
-
 namespace korvane
 {
 
@@ -38,38 +36,24 @@ bool CRTPMediaParser::CheckBufferSize()
     return false;
 }
 
-CRTPMediaParser::FramePointer CRTPMediaParser::AllocateFrame(std::uint32_t format, std::uint32_t sizeBytes)
-{
-    ipcapture::IHostFrameAllocator* const allocator = driver_->GetFrameAllocator();
-    if (allocator == nullptr)
-        return {nullptr, FrameReleaser{}};
-    return {allocator->AllocateVideoFrame(format, sizeBytes, driverName_.c_str()), FrameReleaser{allocator}};
-}
-
-bool CRTPMediaParser::SendFrame(ipcapture::IHostFrame& frame, std::uint32_t format, std::uint32_t sizeBytes)
+bool CRTPMediaParser::SendFrame(const CHostFrame& frame, std::uint32_t sizeBytes)
 {
     SYSTEMTIME time{};
     converter_.GetTime(time);
-    frame.SetWidth(width_);
-    frame.SetHeight(height_);
-    frame.SetSizeClass(SizeClass(width_, height_));
-    frame.SetDataSize(sizeBytes);
-    frame.SetFormat(format);
-    frame.SetTime(&time);
-    return client_->OnMediaFrame(&frame);
+    return frame.DescribeVideo(width_, height_, sizeBytes, &time) && client_->OnMediaFrame(frame.Get());
 }
 
 bool CRTPMediaParser::DeliverFrame(std::uint32_t format, std::span<const std::uint8_t> data)
 {
     const auto sizeBytes = static_cast<std::uint32_t>(data.size());
-    const FramePointer frame = AllocateFrame(format, sizeBytes);
-    if (frame == nullptr)
+    const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driverName_, format, sizeBytes);
+    if (frame.Get() == nullptr)
         return true;
-    std::uint8_t* const room = frame->GetData();
+    std::uint8_t* const room = frame.Room();
     if (room == nullptr)
         return false;
     std::memcpy(room, data.data(), data.size());
-    return SendFrame(*frame, format, sizeBytes);
+    return SendFrame(frame, sizeBytes);
 }
 
 } // namespace korvane

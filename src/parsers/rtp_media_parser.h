@@ -8,6 +8,7 @@
 
 #include "parsers/media_parser_client.h"
 #include "runtime/driver.h"
+#include "runtime/host_frame.h"
 #include "transport/rtp_packet.h"
 #include "transport/time_stamp_converter.h"
 
@@ -49,14 +50,6 @@ protected:
     /// `driver` outlives the parser. `driverName` is what the allocator is told.
     CRTPMediaParser(IDriver* driver, std::string driverName);
 
-    /// Gives a frame back to where it came from.
-    struct FrameReleaser
-    {
-        ipcapture::IHostFrameAllocator* allocator = nullptr;
-        void operator()(ipcapture::IHostFrame* frame) const { allocator->ReleaseFrame(frame); }
-    };
-    using FramePointer = std::unique_ptr<ipcapture::IHostFrame, FrameReleaser>;
-
     /// Notes the packet's sequence number. True for the first packet of the parser's life and for one that
     /// follows the last.
     bool CheckSequence(const CRTPPacket& packet);
@@ -67,12 +60,9 @@ protected:
     /// Whether there is somebody to make frames for.
     bool CanDeliver() const { return client_ != nullptr && driver_->GetFrameAllocator() != nullptr; }
 
-    /// A frame of the host's with room for `sizeBytes`; null when the host has none to give.
-    FramePointer AllocateFrame(std::uint32_t format, std::uint32_t sizeBytes);
-
     /// Describes a frame of which `sizeBytes` bytes are filled in, by the picture size below and the
-    /// converter's time, and hands it over. False when the client refused it.
-    bool SendFrame(ipcapture::IHostFrame& frame, std::uint32_t format, std::uint32_t sizeBytes);
+    /// converter's time, and hands it over. False when the client refused it or the host threw.
+    bool SendFrame(const CHostFrame& frame, std::uint32_t sizeBytes);
 
     /// Makes a frame of `data` and hands it over. True also when the host gave none, which costs that frame
     /// alone; false when it could not be filled or was refused.

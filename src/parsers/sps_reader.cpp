@@ -12,7 +12,7 @@ constexpr std::uint32_t kFirstHighProfile = 100;
 constexpr std::uint32_t kChroma444 = 3;
 constexpr std::uint64_t kMacroblock = 16; // pixels
 constexpr std::uint64_t kCropUnit = 2;    // pixels
-constexpr std::uint64_t kMaxExtent = UINT32_MAX;
+constexpr std::uint64_t kMaxSpsExtent = UINT32_MAX;
 
 /// scaling_list, clause 7.3.2.1.1.1.
 void SkipScalingList(BitReader& bits, int entries)
@@ -63,7 +63,7 @@ void SkipPictureOrder(BitReader& bits)
 std::optional<std::uint32_t> Cropped(std::uint64_t extent, std::uint64_t first, std::uint64_t last)
 {
     const std::uint64_t cut = kCropUnit * (first + last);
-    if (cut >= extent || extent - cut > kMaxExtent)
+    if (cut >= extent || extent - cut > kMaxSpsExtent)
         return std::nullopt;
     return static_cast<std::uint32_t>(extent - cut);
 }

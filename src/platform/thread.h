@@ -67,11 +67,26 @@ private:
     std::shared_ptr<ThreadState> state_;
 };
 
+/// A thread as others may remember it: whether it is the same one, and whether it was given up.
+class ThreadMark
+{
+public:
+    ThreadMark() = default; ///< no thread
+    static ThreadMark Current();
+    bool IsGivenUp() const; ///< never, of a thread that no `Thread` started
+    bool operator==(const ThreadMark&) const = default;
+
+private:
+    std::uint32_t id_ = 0;
+    std::shared_ptr<ThreadState> state_;
+};
+
 /// Marks the stretch of a call in which the calling thread may stay for long. See `Thread`.
 ///
 /// Between its construction and its end the code may touch only what stays alive without the driver: objects
-/// on the thread's own stack or owned from there, and the host's. Scopes may nest. On threads that no
-/// `Thread` started it does nothing.
+/// on the thread's own stack or owned from there, and the host's. Scopes may nest, as when the host calls the
+/// driver from inside a call: the outermost one counts. On threads that no `Thread` started it does nothing.
+/// No lock is held here but those that `LockPlace` allows; debug builds check that.
 class AwayScope
 {
 public:

@@ -1,9 +1,9 @@
 #include "plugin/ip_capture_driver.h"
 
-#include "platform/thread.h"
 #include "runtime/bastrel_supported_features.h"
 #include "runtime/debug_info.h"
 #include "runtime/guarded.h"
+#include "runtime/host_call.h"
 #include "runtime/text.h"
 
 #include <cstdarg>
@@ -48,19 +48,21 @@ bool CIPCaptureDriver::Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFram
 
 bool CIPCaptureDriver::OpenDevice(ipcapture::IHostDeviceSettings& deviceSettings)
 {
-    ipcapture::IHostConnection* const connection = deviceSettings.GetConnection();
-    ipcapture::IHostDeviceDescription* const description = deviceSettings.GetDescription();
+    auto* const connection = AskHost([&] { return deviceSettings.GetConnection(); });
+    auto* const description = AskHost([&] { return deviceSettings.GetDescription(); });
     if (connection == nullptr || description == nullptr)
         return false;
-    codec_ = connection->GetCodec();
-    inputCount_ = description->GetInputCount();
-    outputCount_ = description->GetOutputCount();
-    channelCount_ = description->GetChannelCount();
-    const std::string address = TextOf(connection->GetAddress()); // one by one: hosts may log the calls
-    const std::uint16_t port = connection->GetPort();
-    const std::string user = TextOf(connection->GetUser());
-    const std::string password = TextOf(connection->GetPassword());
-    device_ = DEVICE_INFO(address, port, user, password, TextOf(description->GetModel()));
+    codec_ = AskHost([=] { return connection->GetCodec(); });
+    inputCount_ = AskHost([=] { return description->GetInputCount(); });
+    outputCount_ = AskHost([=] { return description->GetOutputCount(); });
+    channelCount_ = AskHost([=] { return description->GetChannelCount(); });
+    // One by one: hosts may log the calls.
+    const std::string address = TextOf(AskHost([=] { return connection->GetAddress(); }));
+    const std::uint16_t port = AskHost([=] { return connection->GetPort(); });
+    const std::string user = TextOf(AskHost([=] { return connection->GetUser(); }));
+    const std::string password = TextOf(AskHost([=] { return connection->GetPassword(); }));
+    const std::string model = TextOf(AskHost([=] { return description->GetModel(); }));
+    device_ = DEVICE_INFO(address, port, user, password, model);
     ReadProperties(deviceSettings);
     hostDirectory_ = platform::HostDirectory();
     hostVersion_ = platform::ReadProductVersion(kHostCoreLibrary).value_or(kAssumedHostVersion);
@@ -79,7 +81,7 @@ void CIPCaptureDriver::ReadProperties(ipcapture::IHostDeviceSettings& deviceSett
     properties_.clear();
     for (std::uint32_t number = 1; number <= kMostProperties; ++number)
     {
-        const char* const text = deviceSettings.GetParameter(number);
+        const char* const text = AskHost([&] { return deviceSettings.GetParameter(number); });
         if (text == nullptr)
             return; // numbers behind a gap are not seen
         properties_[number] = text;
@@ -128,7 +130,7 @@ void CIPCaptureDriver::DebugMessage(std::int32_t level, const char* format, ...)
         else
             WriteToHost(level, text.c_str());
     }
-    catch (...) // no memory, or an exception of the host: a message is never a reason to fail
+    catch (...) // no memory: a message is never a reason to fail
     {
     }
     va_end(arguments);
@@ -140,8 +142,7 @@ void CIPCaptureDriver::WriteToHost(std::int32_t level, const char* text) const
     if (sink == nullptr)
         return;
     CDebugInfo message(HostMessageLevel(level, hostVersion_), text);
-    const platform::AwayScope away;
-    sink->WriteMessage(&message);
+    CallHost([&] { sink->WriteMessage(&message); });
 }
 
 std::string CIPCaptureDriver::GetPropertyText(std::uint32_t number) const
@@ -165,14 +166,15 @@ ChannelSettings CIPCaptureDriver::GetChannelSettings(std::uint32_t channel) cons
 void CIPCaptureDriver::LogDriverOpened(ipcapture::IHostDeviceSettings& deviceSettings,
                                        const std::string& driverName, const std::string& firmware)
 {
-    ipcapture::IHostConnection* const connection = deviceSettings.GetConnection();
+    auto* const connection = AskHost([&] { return deviceSettings.GetConnection(); });
     if (driverName.empty() || connection == nullptr)
         return;
     std::string line = "DRIVER IS OPENED (name: " + driverName + ", device model: " + device_.model;
     if (!firmware.empty())
         line += ", FW: " + firmware;
-    line += ", address: " + TextOf(connection->GetAddress());
-    DebugMessage(kLevelExtended, "%s:%u)", line.c_str(), static_cast<unsigned>(connection->GetPort()));
+    line += ", address: " + TextOf(AskHost([=] { return connection->GetAddress(); }));
+    const std::uint16_t port = AskHost([=] { return connection->GetPort(); });
+    DebugMessage(kLevelExtended, "%s:%u)", line.c_str(), static_cast<unsigned>(port));
 }
 
 } // namespace korvane

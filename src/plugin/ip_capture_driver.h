@@ -92,7 +92,8 @@ private:
     std::uint32_t codec_ = 0;
     std::map<std::uint32_t, std::string> properties_;
     platform::ProductVersion hostVersion_;
-    mutable CRecursiveLock videoLock_; // over the pointer behind it; taken before the object's own
+    mutable CRecursiveLock videoLock_{
+        platform::LockPlace::kDriver}; // over the pointer behind it; taken before the object's own
     std::unique_ptr<CIPVideoCapture> videoCapture_;
     std::string hostDirectory_;
 };

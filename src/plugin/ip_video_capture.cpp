@@ -1,6 +1,7 @@
 #include "plugin/ip_video_capture.h"
 
 #include "runtime/guarded.h"
+#include "runtime/host_call.h"
 
 #include <utility>
 
@@ -13,15 +14,15 @@ namespace
 /// False if one of the host's objects is missing.
 bool ReadSettings(ipcapture::IHostChannelSettings& from, ChannelSettings& settings)
 {
-    ipcapture::IHostStreamSettings* const stream = from.GetStreamSettings();
-    ipcapture::IHostVideoFormat* const format = from.GetVideoFormat();
-    ipcapture::IHostResolution* const size = format == nullptr ? nullptr : format->GetPictureSize();
+    auto* const stream = AskHost([&] { return from.GetStreamSettings(); });
+    auto* const format = AskHost([&] { return from.GetVideoFormat(); });
+    auto* const size = format == nullptr ? nullptr : AskHost([=] { return format->GetPictureSize(); });
     if (stream == nullptr || size == nullptr)
         return false;
-    settings.frameIntervalMs = stream->GetFrameInterval();
-    settings.quality = stream->GetQuality();
-    settings.width = size->GetWidth();
-    settings.height = size->GetHeight();
+    settings.frameIntervalMs = AskHost([=] { return stream->GetFrameInterval(); });
+    settings.quality = AskHost([=] { return stream->GetQuality(); });
+    settings.width = AskHost([=] { return size->GetWidth(); });
+    settings.height = AskHost([=] { return size->GetHeight(); });
     return true;
 }
 
@@ -86,11 +87,13 @@ bool CIPVideoCapture::ChangeChannel(std::uint32_t channel, ipcapture::IHostResol
     const std::shared_ptr<ICameraChannel> found = Find(channel);
     if (found == nullptr || resolution == nullptr)
         return false;
-    return Guarded(
-        false,
-        [&] {
-            return found->ChangeSettings({resolution->GetWidth(), resolution->GetHeight(), frameInterval});
-        });
+    return Guarded(false,
+                   [&]
+                   {
+                       const std::uint32_t width = AskHost([=] { return resolution->GetWidth(); });
+                       const std::uint32_t height = AskHost([=] { return resolution->GetHeight(); });
+                       return found->ChangeSettings({width, height, frameInterval});
+                   });
 }
 
 bool CIPVideoCapture::GetChannelState(std::uint32_t channel, std::uint32_t* state, std::uint32_t* detail,

@@ -50,7 +50,7 @@ private:
     std::shared_ptr<ICameraChannel> Replace(std::uint32_t channel, std::shared_ptr<ICameraChannel> next);
 
     ICustomCreator* const creator_;
-    CRecursiveLock lock_; // guards the table; no other lock is taken under it
+    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the table; no other lock is taken under it
 
     /// Shared, so that whoever asks a channel for something holds it until it has its answer.
     std::vector<std::shared_ptr<ICameraChannel>> channels_;

@@ -10,6 +10,7 @@
 #include "ptz/vivotek_ptz_handler.h"
 #include "runtime/device_properties.h"
 #include "runtime/guarded.h"
+#include "runtime/host_call.h"
 #include "runtime/text.h"
 
 namespace korvane
@@ -101,8 +102,10 @@ IAudioOutputChannel* CLarkmoorDriver::CreateAudioOutputChannel(std::uint32_t, st
 
 bool CLarkmoorDriver::ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings)
 {
-    MakeAudio(audioCapture_, this, deviceSettings.GetParameter(kAudioInputParameter));
-    MakeAudio(audioSender_, this, deviceSettings.GetParameter(kAudioOutputParameter));
+    MakeAudio(audioCapture_, this,
+              AskHost([&] { return deviceSettings.GetParameter(kAudioInputParameter); }));
+    MakeAudio(audioSender_, this,
+              AskHost([&] { return deviceSettings.GetParameter(kAudioOutputParameter); }));
     return true;
 }
 

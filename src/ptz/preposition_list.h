@@ -53,10 +53,10 @@ private:
     const std::uint32_t channel_;
     IPrepositionComm* comm_ = nullptr;
     std::uint32_t maximum_ = 0;
-    CRecursiveLock lock_;                         // guards what follows
-    std::map<std::uint32_t, std::string> places_; // by position; free ones with an empty name
-    std::vector<std::uint32_t> named_;            // positions with a name, in the host's order
-    std::optional<std::size_t> current_;          // index into named_
+    CRecursiveLock lock_{platform::LockPlace::kPresetList}; // guards what follows
+    std::map<std::uint32_t, std::string> places_;           // by position; free ones with an empty name
+    std::vector<std::uint32_t> named_;                      // positions with a name, in the host's order
+    std::optional<std::size_t> current_;                    // index into named_
     bool loaded_ = false;
 };
 

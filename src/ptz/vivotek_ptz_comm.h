@@ -45,7 +45,8 @@ private:
     std::int32_t Scale(std::uint32_t speed, std::uint32_t minimumProperty,
                        std::uint32_t maximumProperty) const;
 
-    CRecursiveLock lock_; // guards what follows and the requests; comes after the lock of the preset list
+    CRecursiveLock lock_{platform::LockPlace::kHead}; // guards what follows and the requests; comes after the
+                                                      // lock of the preset list
     Web::CWinINetHttpClient client_;
     std::optional<std::int32_t> cameraId_; // asked for once
 };

@@ -1,16 +1,9 @@
 #include "runtime/base_thread.h"
 
-#include <algorithm>
+#include "runtime/thread_stop.h"
 
 namespace korvane
 {
-
-namespace
-{
-
-constexpr std::uint32_t kStopStepMs = 100;
-
-} // namespace
 
 CBaseThread::CBaseThread(IDebugMessage* debug) : debug_(debug) {}
 
@@ -42,25 +35,10 @@ CBaseThread::Stop CBaseThread::AskToStop(std::uint32_t timeoutMs)
         return Stop::kDone;
     if (thread_.Id() == platform::Thread::CurrentId())
         return Stop::kByItself;
-    if (!WaitForEnd(timeoutMs))
+    if (!EndThread(thread_, timeoutMs, [this] { OnStopRequested(); }))
         return Stop::kTimeout;
     thread_.Close();
     return Stop::kDone;
-}
-
-bool CBaseThread::WaitForEnd(std::uint32_t limitMs)
-{
-    // Again and again: the thread may just have looked at the event and then begun another long call.
-    for (std::uint32_t leftMs = limitMs;;)
-    {
-        OnStopRequested();
-        const std::uint32_t stepMs = std::min(leftMs, kStopStepMs);
-        if (thread_.Wait(stepMs) != platform::WaitResult::kTimeout)
-            return true;
-        leftMs -= stepMs;
-        if (leftMs == 0)
-            return false;
-    }
 }
 
 bool CBaseThread::JoinThread(std::uint32_t timeoutMs)
@@ -77,7 +55,7 @@ bool CBaseThread::JoinThread(std::uint32_t timeoutMs)
                              "milliseconds",
                              kFunction, id, name_.c_str(), debug_->GetDeviceName().c_str(),
                              static_cast<unsigned long>(timeoutMs));
-    thread_.Wait(kWaitForever);
+    EndThread(thread_, kWaitForever, [this] { OnStopRequested(); });
     if (debug_ != nullptr)
         debug_->DebugMessage(kLevelInformation, "%s: Thread (id=%u, name=\"%s\") was stopped correctly",
                              kFunction, id, name_.c_str());

@@ -60,7 +60,6 @@ private:
         kTimeout,
     };
     Stop AskToStop(std::uint32_t timeoutMs);
-    bool WaitForEnd(std::uint32_t limitMs);
     static std::uint32_t Entry(void* context);
 
     std::string name_;

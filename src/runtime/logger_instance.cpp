@@ -15,13 +15,9 @@ void CLoggerInstance::Message(std::int32_t level, const char* format, ...)
     va_start(arguments, format);
     try
     {
-        std::string text = Utils::FormatStringList(format, arguments);
-        const CLockGuard guard(lock_);
-        if (!text.empty() && text != lastText_ && PassesBackOff())
-        {
-            lastText_ = std::move(text);
-            sink_->DebugMessage(level, "%s", lastText_.c_str());
-        }
+        const std::string text = Utils::FormatStringList(format, arguments);
+        if (!text.empty() && Passes(text))
+            sink_->DebugMessage(level, "%s", text.c_str());
     }
     catch (...) // no memory for the text: a message is never a reason to fail
     {
@@ -34,6 +30,15 @@ void CLoggerInstance::Reset()
     const CLockGuard guard(lock_);
     lastText_.clear();
     counter_ = 0;
+}
+
+bool CLoggerInstance::Passes(const std::string& text)
+{
+    const CLockGuard guard(lock_);
+    if (text == lastText_ || !PassesBackOff())
+        return false;
+    lastText_ = text;
+    return true;
 }
 
 bool CLoggerInstance::PassesBackOff()

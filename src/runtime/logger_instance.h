@@ -19,18 +19,19 @@ public:
     CLoggerInstance(const CLoggerInstance&) = delete;
     CLoggerInstance& operator=(const CLoggerInstance&) = delete;
 
-    /// As `IDebugMessage::DebugMessage`, if the text is let through. The lock is held while the sink is
-    /// called, so a sink must not call back into the same object. Never throws.
+    /// As `IDebugMessage::DebugMessage`, if the text is let through. No lock is held while the sink is
+    /// called. Never throws.
     [[gnu::format(printf, 3, 4)]] void Message(std::int32_t level, const char* format, ...);
 
     /// Forgets what was written: the next failure is told in full again.
     void Reset();
 
 private:
+    bool Passes(const std::string& text);
     bool PassesBackOff();
 
     IDebugMessage* const sink_;
-    CRecursiveLock lock_; // guards the two below; comes after every lock of a caller
+    CRecursiveLock lock_; // guards the two below, for the decision alone
     std::uint32_t counter_ = 0;
     std::string lastText_;
 };

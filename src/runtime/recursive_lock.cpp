@@ -18,7 +18,7 @@ std::uint32_t SpinCount()
 
 } // namespace
 
-CRecursiveLock::CRecursiveLock() : state_(std::make_unique<State>())
+CRecursiveLock::CRecursiveLock(platform::LockPlace place) : place_(place), state_(std::make_unique<State>())
 {
     state_->spinCount = SpinCount();
 }
@@ -29,6 +29,7 @@ void CRecursiveLock::Take(std::uint32_t thread)
 {
     state_->ownerThread.store(thread, std::memory_order_relaxed);
     state_->recursionCount = 1;
+    platform::HeldLocks::Take(place_);
 }
 
 bool CRecursiveLock::TryEnter()
@@ -70,7 +71,10 @@ void CRecursiveLock::Enter()
         return;
     }
     // Not the owner, or the tries above had told. The one who leaves sets the event for one waiter.
-    wakeUp_.Wait(kWaitForever);
+    {
+        const platform::HeldLocks::WaitForLock allowed;
+        wakeUp_.Wait(kWaitForever);
+    }
     Take(self);
 }
 
@@ -82,6 +86,7 @@ void CRecursiveLock::Leave()
         state.lockCount.fetch_sub(1, std::memory_order_relaxed);
         return;
     }
+    platform::HeldLocks::Release(place_);
     state.ownerThread.store(0, std::memory_order_relaxed);
     if (state.lockCount.fetch_sub(1, std::memory_order_release) > 1)
         wakeUp_.Set();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/held_locks.h"
 #include "runtime/event.h"
 
 namespace korvane
@@ -14,7 +15,7 @@ namespace korvane
 class CRecursiveLock
 {
 public:
-    CRecursiveLock();
+    explicit CRecursiveLock(platform::LockPlace place = platform::LockPlace::kObject);
     ~CRecursiveLock();
     CRecursiveLock(const CRecursiveLock&) = delete;
     CRecursiveLock& operator=(const CRecursiveLock&) = delete;
@@ -34,6 +35,7 @@ private:
 
     void Take(std::uint32_t thread);
 
+    const platform::LockPlace place_;
     CEvent wakeUp_{false};
     const std::unique_ptr<State> state_;
 };

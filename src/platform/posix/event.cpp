@@ -37,7 +37,7 @@ public:
 
 private:
     std::atomic<std::uint32_t> word_{kWaiting};
-    ThreadState* const thread_ = ThreadState::Current();
+    ThreadState* const thread_ = ThreadState::CurrentUnlessAway();
 };
 
 // A wait's place in the list of one event.

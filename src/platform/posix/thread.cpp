@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/held_locks.h"
 #include "platform/posix/futex.h"
 #include "platform/posix/thread_state.h"
 
@@ -65,6 +66,11 @@ ThreadState* ThreadState::Current()
     return currentState;
 }
 
+ThreadState* ThreadState::CurrentUnlessAway()
+{
+    return currentState == nullptr || currentState->awayDepth_ != 0 ? nullptr : currentState;
+}
+
 void ThreadState::EnterAway()
 {
     if (awayDepth_++ != 0)
@@ -77,11 +83,7 @@ void ThreadState::EnterAway()
 void ThreadState::LeaveAway()
 {
     if (--awayDepth_ != 0)
-    {
-        if (IsGivenUp())
-            SleepForGood();
-        return;
-    }
+        return; // in the host's code, which has called the driver: a lock of the host's may be held here
     std::uint32_t expected = kAway;
     if (!phase_.compare_exchange_strong(expected, kInside, std::memory_order_acq_rel))
         SleepForGood();
@@ -255,8 +257,23 @@ std::uint32_t Thread::ProcessorCount()
     return count < 1 ? 1 : static_cast<std::uint32_t>(count);
 }
 
+ThreadMark ThreadMark::Current()
+{
+    ThreadMark mark;
+    mark.id_ = Thread::CurrentId();
+    if (ThreadState* const state = ThreadState::Current())
+        mark.state_ = state->shared_from_this();
+    return mark;
+}
+
+bool ThreadMark::IsGivenUp() const
+{
+    return state_ != nullptr && state_->IsGivenUp();
+}
+
 AwayScope::AwayScope() : state_(ThreadState::Current())
 {
+    HeldLocks::CheckWait();
     if (state_ != nullptr)
         state_->EnterAway();
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <pthread.h>
 
 #include "platform/event.h"
@@ -11,10 +12,14 @@ namespace korvane::platform
 {
 
 /// What a thread and its handle share. Kept alive by both: a halted thread keeps it for good.
-class ThreadState
+class ThreadState : public std::enable_shared_from_this<ThreadState>
 {
 public:
     static ThreadState* Current(); ///< null on a thread that no `Thread` started
+
+    /// Same, and null in an away scope, from where the host may have called the driver: such a call is the
+    /// host's own, and goes on also when the thread was given up meanwhile.
+    static ThreadState* CurrentUnlessAway();
 
     void EnterAway();
     void LeaveAway();

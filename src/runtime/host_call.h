@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/held_locks.h"
+#include "platform/thread.h"
+
+#include <optional>
+#include <stdexcept>
+#include <type_traits>
+#include <utility>
+
+namespace korvane
+{
+
+/// The gate to the host: makes one call into one of the host's objects, and gives its result, or `failure` if
+/// the host threw. Every such call of the driver goes through here, each by itself.
+///
+/// The thread may be given up while the host has it (platform/thread.h). So `call` uses only what is on the
+/// thread's own stack and what is the host's; and it is one call, for what the driver does around it must not
+/// run on a thread that was given up. No lock of the driver is held here, and no thread calls that must read a
+/// socket whatever the host does: debug builds check both.
+template <class Result, class Call>
+Result CallHost(Result failure, Call&& call) noexcept
+{
+    platform::HeldLocks::CheckHostCall();
+    try
+    {
+        const platform::AwayScope away;
+        return std::forward<Call>(call)();
+    }
+    catch (...)
+    {
+        return failure;
+    }
+}
+
+/// The same for a call without a result: true if it returned.
+template <class Call>
+bool CallHost(Call&& call) noexcept
+{
+    return CallHost(false,
+                    [&call]
+                    {
+                        std::forward<Call>(call)();
+                        return true;
+                    });
+}
+
+/// The same for a reading of the host's settings in one of its own calls, which fails as a whole: throws where
+/// the host threw, to the `Guarded` of that call.
+template <class Call>
+auto AskHost(Call&& call)
+{
+    using Answer = std::optional<std::invoke_result_t<Call>>;
+    const Answer answer = CallHost(Answer(), [&call] { return Answer(std::forward<Call>(call)()); });
+    if (!answer)
+        throw std::runtime_error("the host threw");
+    return *answer;
+}
+
+} // namespace korvane
