@@ -69,7 +69,7 @@ CAudioCaptureChannel::CAudioCaptureChannel(IDriver* driver, std::uint32_t audioC
 
 CAudioCaptureChannel::~CAudioCaptureChannel()
 {
-    ShutDown();
+    Stop();
 }
 
 void CAudioCaptureChannel::FillSessionParameters(RTSPClientParams& params)

@@ -1,6 +1,5 @@
 #include "audio/base_audio_rtsp_channel.h"
 
-#include "runtime/host_call.h"
 #include "runtime/text.h"
 
 namespace korvane
@@ -52,14 +51,15 @@ CBaseAudioRTSPChannel::CBaseAudioRTSPChannel(IDriver* driver, std::uint32_t audi
       codecList_(codecList),
       parser_(this, driver, static_cast<std::uint8_t>(audioChannel)),
       audioChannel_(audioChannel),
-      host_(client),
+      gate_(client),
       client_(driver)
 {
+    client_.SetCancelEvent(&stopEvent_);
 }
 
 bool CBaseAudioRTSPChannel::Start()
 {
-    const CLockGuard guard(lifeLock_);
+    const COneAtATime::Turn turn(life_);
     JoinThread(2 * NetworkTimeoutMs());
     socketLibrary_.Start();
     if (StartThread("Audio RTSP Channel"))
@@ -70,17 +70,25 @@ bool CBaseAudioRTSPChannel::Start()
 
 bool CBaseAudioRTSPChannel::Stop()
 {
-    const CLockGuard guard(lifeLock_);
+    if (gate_.IsInside()) // the caller is a thread of this channel, or one that it waits for
+    {
+        gate_.Shut();
+        untilThreadEnds_ = weak_from_this().lock();
+        stopEvent_.Set();
+        return true;
+    }
+    const COneAtATime::Turn turn(life_);
     JoinThread(2 * NetworkTimeoutMs());
+    client_.Stop();
+    ports_.Close();
     socketLibrary_.Stop();
     return true;
 }
 
-void CBaseAudioRTSPChannel::ShutDown()
+void CBaseAudioRTSPChannel::Run()
 {
-    Stop();
-    client_.Stop();
-    ports_.Close();
+    CBaseRTPDataChannel::Run();
+    const std::shared_ptr<IAudioInputChannel> last = std::move(untilThreadEnds_);
 }
 
 bool CBaseAudioRTSPChannel::MoveTo(AudioState next)
@@ -91,9 +99,8 @@ bool CBaseAudioRTSPChannel::MoveTo(AudioState next)
         if (!IsAllowed(now, next))
             return false;
     } while (!state_.compare_exchange_weak(now, next));
-    if (ipcapture::IHostAudioClient* const host = host_)
-        CallHost([host, number = audioChannel_, next]
-                 { host->StateChanged(number, static_cast<std::uint32_t>(next)); });
+    gate_.Tell([number = audioChannel_, next](ipcapture::IHostAudioClient& client)
+               { client.StateChanged(number, static_cast<std::uint32_t>(next)); });
     return true;
 }
 
@@ -257,9 +264,8 @@ void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
 bool CBaseAudioRTSPChannel::AudioFrame(ipcapture::IHostFrame* frame)
 {
     frameEvent_.Set();
-    ipcapture::IHostAudioClient* const host = host_;
-    if (IsStopping() || state_ != AudioState::kStreaming || host == nullptr ||
-        !CallHost(false, [host, frame] { return host->AudioFrame(frame); }))
+    if (IsStopping() || state_ != AudioState::kStreaming ||
+        !gate_.Ask(false, [frame](ipcapture::IHostAudioClient& client) { return client.AudioFrame(frame); }))
         return false;
     lastFrame_.Update();
     SetDeviceState(true);

@@ -4,14 +4,16 @@
 #include "audio/base_rtp_audio_parser.h"
 #include "audio/base_rtp_data_channel.h"
 #include "platform/socket.h"
+#include "runtime/client_gate.h"
 #include "runtime/logger_instance.h"
-#include "runtime/recursive_lock.h"
+#include "runtime/one_at_a_time.h"
 #include "transport/rtsp_client.h"
 
 #include <larkmoor/ip_audio.h>
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace korvane
@@ -45,7 +47,7 @@ public:
                           ipcapture::IHostAudioClient* client, ipcapture::IHostCodecList* codecList);
 
     bool Start() override; ///< begins afresh; false if the thread can't be made
-    bool Stop() override;
+    bool Stop() override; ///< also the first thing in the destructor of a class that adds to what threads use
     std::uint32_t GetState() const override { return static_cast<std::uint32_t>(state_.load()); }
 
     bool SdpInfoReceived(const RTSPResponse& response) override;
@@ -63,6 +65,7 @@ protected:
     void ProcessPacket(CRTPPacket& packet) override;
     void OnStreamStarted() override { MoveTo(AudioState::kStreaming); }
     void OnStopping() override;
+    void Run() override;
     void OnSignalLost() override;
     void OnStopped() override;
 
@@ -71,10 +74,6 @@ protected:
 
     /// Fills in what only the device family knows: section, port and path of the stream.
     virtual void FillSessionParameters(RTSPClientParams& params) = 0;
-
-    /// Ends the channel's thread. The first thing in the destructor of each class that adds to what the
-    /// threads use.
-    void ShutDown();
 
     ipcapture::IHostCodecList* const codecList_;
     CBaseRTPAudioParser parser_;
@@ -95,14 +94,15 @@ private:
     void TakeAac(const RTSPResponse& response);
     std::uint32_t OpenMulticastSession();
 
-    CRecursiveLock lifeLock_; // serialises `Start` and `Stop`; held while a thread is waited for
+    COneAtATime life_;                         // who starts or stops
     platform::SocketLibraryUse socketLibrary_; ///< held from `Start` to `Stop`
     const std::uint32_t audioChannel_;
-    ipcapture::IHostAudioClient* const host_;
+    TClientGate<ipcapture::IHostAudioClient> gate_;
     CBaseRTSPClient client_;
     CManualEvent sessionFailedEvent_;
     std::atomic<bool> signal_{false};
     std::atomic<AudioState> state_{AudioState::kStopped};
+    std::shared_ptr<IAudioInputChannel> untilThreadEnds_; // itself, after a stop from inside a call
 };
 
 } // namespace korvane

@@ -1,6 +1,7 @@
 #include "audio/base_rtp_audio_parser.h"
 
 #include "runtime/byte_order.h"
+#include "runtime/guarded.h"
 
 #include <algorithm>
 #include <iterator>
@@ -82,7 +83,7 @@ void CBaseRTPAudioParser::ParseData(const std::uint8_t* data, std::uint32_t size
     }
     catch (...)
     {
-        // Out of memory, or the host threw: that frame is lost.
+        frameBuffer_.clear(); // no memory, or the host's allocator threw: that frame is lost
     }
 }
 
@@ -136,7 +137,13 @@ bool CBaseRTPAudioParser::TakeAccessUnit()
         return true;
     }
     auBuffer_.erase(begin, begin + kAuHeaderBytes);
-    ProcessAudioFrame(auBuffer_, size);
+    // An exception costs that frame alone: the next one begins after it.
+    Guarded(false,
+            [&]
+            {
+                ProcessAudioFrame(auBuffer_, size);
+                return true;
+            });
     auBuffer_.erase(auBuffer_.begin(), auBuffer_.begin() + static_cast<std::ptrdiff_t>(size));
     return true;
 }
@@ -181,7 +188,7 @@ void CBaseRTPAudioParser::Deliver(const CHostFrame& frame, std::span<const std::
         !frame.DescribeAudio(format_.sampleRate, format_.reserved, format_.channels == 2, format_.bitRate,
                              audioChannel_))
         return; // the host threw: that frame is lost
-    if (client_->AudioFrame(frame.Get()))
+    if (Guarded(false, [&] { return client_->AudioFrame(frame.Get()); }))
         return;
     const DEVICE_INFO device = driver_->GetDeviceInfo();
     driver_->DebugMessage(kLevelError, "%s: Audio-frame processing error, camera %s:%u", kFrameFunction,

@@ -1,6 +1,5 @@
 #include "channels/base_camera_channel.h"
 
-#include "runtime/host_call.h"
 #include "runtime/text.h"
 #include "runtime/thread_stop.h"
 
@@ -18,7 +17,7 @@ constexpr std::uint32_t kExitFailed = 0x123456; // of a thread that had nothing 
 
 CBaseCameraChannel::CBaseCameraChannel(std::uint32_t channel, IDriver* driver,
                                        ipcapture::IHostChannelClient* client)
-    : channel_(channel), driver_(driver), client_(client)
+    : channel_(channel), driver_(driver), gate_(client)
 {
 }
 
@@ -39,17 +38,33 @@ bool CBaseCameraChannel::Start(const ChannelSettings& settings)
 
 void CBaseCameraChannel::Stop()
 {
+    if (gate_.IsInside())
+        return StopFromInside();
     stopEvent_.Set();
-    if (thread_.HasHandle())
+    bool isGivenUp = false;
+    if (thread_.HasHandle() && thread_.Id() != platform::Thread::CurrentId())
     {
         const std::uint32_t limitMs = 2 * driver_->GetDeviceInfo().networkTimeoutMs;
         if (!EndThread(thread_, limitMs, [this] { OnStopRequested(); }))
+        {
+            isGivenUp = true;
             GiveUpThread();
+        }
         thread_.Close();
     }
+    EndDelivery(isGivenUp);
     SetChannelState(kChannelStopped);
     SetCameraState(false);
     socketLibrary_.Stop();
+}
+
+// The caller is a thread of this channel, or one that it waits for.
+void CBaseCameraChannel::StopFromInside()
+{
+    gate_.Shut();
+    untilThreadEnds_ = weak_from_this().lock();
+    SetChannelState(kChannelStopped);
+    stopEvent_.Set();
 }
 
 void CBaseCameraChannel::GiveUpThread()
@@ -64,15 +79,17 @@ std::uint32_t CBaseCameraChannel::Entry(void* context)
     if (context == nullptr)
         return kExitFailed;
     auto* const channel = static_cast<CBaseCameraChannel*>(context);
+    std::uint32_t exitCode = kExitFailed;
     try
     {
-        return channel->Run();
+        exitCode = channel->Run();
     }
     catch (...) // nothing of a channel throws but for want of memory
     {
         channel->SetChannelState(kChannelStopped);
-        return kExitFailed;
     }
+    const std::shared_ptr<ICameraChannel> last = std::move(channel->untilThreadEnds_);
+    return exitCode;
 }
 
 bool CBaseCameraChannel::ChangeSettings(const ChannelChange& change)
@@ -133,16 +150,13 @@ void CBaseCameraChannel::SetCameraState(bool online)
 
 bool CBaseCameraChannel::SendFrameToHost(ipcapture::IHostFrame* frame)
 {
-    ipcapture::IHostChannelClient* const client = client_;
-    return client != nullptr && !IsStopping() &&
-           CallHost(false, [client, frame] { return client->DeliverFrame(frame); });
+    return !IsStopping() && gate_.Ask(false, [frame](ipcapture::IHostChannelClient& client)
+                                      { return client.DeliverFrame(frame); });
 }
 
 void CBaseCameraChannel::NotifySignalLost()
 {
-    ipcapture::IHostChannelClient* const client = client_;
-    if (client != nullptr)
-        CallHost([client] { client->SignalLost(); });
+    gate_.Tell([](ipcapture::IHostChannelClient& client) { client.SignalLost(); });
 }
 
 std::uint32_t CBaseCameraChannel::GetPendingChange()

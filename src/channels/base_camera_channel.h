@@ -3,6 +3,7 @@
 #include "channels/camera_channel.h"
 #include "platform/socket.h"
 #include "platform/thread.h"
+#include "runtime/client_gate.h"
 #include "runtime/driver.h"
 #include "runtime/event.h"
 #include "runtime/recursive_lock.h"
@@ -12,6 +13,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 namespace korvane
 {
@@ -26,14 +28,13 @@ inline constexpr std::uint32_t kResolutionChanged = 2; ///< may be combined with
 /// transport.
 ///
 /// Threads: the host's (`Start`, `Stop`, `ChangeSettings`, the state), the channel's own (`Run`), and those
-/// of a transport that deliver frames. `Stop` must not be called from inside a call of the channel on its
-/// client. No state lock is held across a call into the host. A thread that does not end in time is given up:
-/// it runs no more of the channel (platform/thread.h), so that the channel may be deleted then as always.
+/// of a transport that deliver frames. No lock is held across a call into the host. A thread that does not
+/// end in time is given up: it runs no more of the channel (platform/thread.h), so that the channel may be
+/// deleted then as always.
 class CBaseCameraChannel : public ICameraChannel
 {
 public:
-    /// `channel` from 0. `driver` outlives the object; `client` is the host's, may be null, and is called no
-    /// more once `Stop` has returned.
+    /// `channel` from 0. `driver` outlives the object; `client` is the host's and may be null.
     CBaseCameraChannel(std::uint32_t channel, IDriver* driver, ipcapture::IHostChannelClient* client);
     CBaseCameraChannel(const CBaseCameraChannel&) = delete;
     CBaseCameraChannel& operator=(const CBaseCameraChannel&) = delete;
@@ -52,6 +53,10 @@ protected:
     /// Called by `Stop` on the host's thread, with the stop event set, at once and every 100 ms until the
     /// thread has ended: the place to end what the thread may be blocked in.
     virtual void OnStopRequested() {}
+
+    /// Called by `Stop` once the channel's own thread has ended or, with `isGivenUp`, was given up: ends what
+    /// else calls the client, and gives back what it holds. Nothing when that has been done.
+    virtual void EndDelivery([[maybe_unused]] bool isGivenUp) {}
 
     std::uint32_t GetLastFrameAgeMs() const { return lastFrame_.GetElapsedMs(); }
     void TouchLastFrame() { lastFrame_.Update(); }
@@ -80,6 +85,7 @@ protected:
     CEvent changeEvent_{false}; ///< set when a change is pending
 
 private:
+    void StopFromInside();
     void GiveUpThread();
     static std::uint32_t Entry(void* context);
     std::string DeviceText() const;
@@ -87,12 +93,13 @@ private:
     mutable CRecursiveLock stateLock_; // guards the state
     std::uint32_t state_ = kChannelStopped;
     std::atomic<bool> online_{false};
-    ipcapture::IHostChannelClient* const client_;
+    TClientGate<ipcapture::IHostChannelClient> gate_;
     CTime lastFrame_;
     mutable CRecursiveLock changeLock_; // guards the pending change, and the settings between threads
     ChannelChange pendingChange_;
     platform::SocketLibraryUse socketLibrary_; ///< held from `Start` to `Stop`
     platform::Thread thread_;
+    std::shared_ptr<ICameraChannel> untilThreadEnds_; // itself, after a stop from inside a call
 };
 
 } // namespace korvane

@@ -36,6 +36,8 @@ void CBaseRTPChannel::OnRTPReceived(const platform::SocketAddress& sender, CRTPP
 
 void CBaseRTPChannel::TakePacket(CRTPPacket& packet)
 {
+    if (IsStopping())
+        return; // what was read before the stop must not hold it up, frame by frame, in a slow host
     packetEvent_.Set();
     ports_.rtcpHandler.OnRTPSequence(packet.SequenceNumber());
     ProcessPacket(packet);

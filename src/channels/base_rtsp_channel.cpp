@@ -15,6 +15,9 @@ namespace korvane
 namespace
 {
 
+// A thread that was stuck in the host as long as the channel's was given up for gets no second such time.
+constexpr std::uint32_t kLateStopMs = 2000;
+
 constexpr const char* kSdpFunction = "korvane::CBaseRTSPChannel::SdpInfoReceived";
 
 // The parser for an encoding as a description names it ("H264/90000"), or null if there is none for it.
@@ -36,6 +39,7 @@ CBaseRTSPChannel::CBaseRTSPChannel(std::uint32_t channel, IDriver* driver,
                                    ipcapture::IHostChannelClient* client)
     : CBaseRTPChannel(channel, driver, client), CLoggerInstance(driver), client_(driver)
 {
+    client_.SetCancelEvent(&stopEvent_);
 }
 
 void CBaseRTSPChannel::ProcessPacket(CRTPPacket& packet)
@@ -124,15 +128,9 @@ bool CBaseRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
     return true;
 }
 
-void CBaseRTSPChannel::ShutDown()
+void CBaseRTSPChannel::EndDelivery(bool isGivenUp)
 {
-    Stop();
-    StopAll();
-}
-
-void CBaseRTSPChannel::StopAll()
-{
-    client_.Stop();
+    client_.Stop(isGivenUp ? kLateStopMs : kWaitForever);
     ports_.Close();
 }
 
@@ -160,7 +158,7 @@ std::uint32_t CBaseRTSPChannel::RunMulticast()
         }
         if (!OpenMulticastSession())
         {
-            StopAll();
+            EndDelivery(false);
             continue;
         }
         const int woken = CEvent::WaitForAny(events, 3, SignalLossTimeoutMs() / 2);
@@ -168,7 +166,7 @@ std::uint32_t CBaseRTSPChannel::RunMulticast()
             SetChannelState(kChannelRunning);
         slow = woken != -1;
     }
-    StopAll();
+    EndDelivery(false);
     SetChannelState(kChannelStopped);
     SetCameraState(false);
     return 0;

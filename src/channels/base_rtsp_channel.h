@@ -31,15 +31,12 @@ protected:
     std::uint32_t RunMulticast() override;
     bool OpenStream(bool keep) override;
     void CloseStream(bool keep) override;
+    void EndDelivery(bool isGivenUp) override;
     bool IsStreamAlive() override;
     void ProcessPacket(CRTPPacket& packet) override;
 
     /// Fills in what only the device family knows: the RTSP port and the path of the stream.
     virtual void FillSessionParameters(RTSPClientParams& params) = 0;
-
-    /// Ends the channel's thread and all that the thread may have left behind when it was given up. The first
-    /// thing in the destructor of each class that adds to what the threads use.
-    void ShutDown();
 
     CBaseRTSPClient client_;
     CManualEvent sessionEndedEvent_;
@@ -50,7 +47,6 @@ private:
     bool ChooseParser(const RTSPResponse& response);
     RTSPClientParams SessionParameters();
     bool OpenMulticastSession();
-    void StopAll();
 };
 
 } // namespace korvane

@@ -3,6 +3,7 @@
 #include "runtime/channel_settings.h"
 
 #include <cstdint>
+#include <memory>
 
 namespace korvane
 {
@@ -13,7 +14,7 @@ inline constexpr std::uint32_t kChannelConnecting = 2; ///< lost, and being won 
 inline constexpr std::uint32_t kChannelStopped = 3;    ///< stopped, or not yet started
 
 /// One video stream of one camera input. `Start` and `Stop` must not overlap; the rest runs on any thread.
-class ICameraChannel
+class ICameraChannel : public std::enable_shared_from_this<ICameraChannel>
 {
 public:
     virtual ~ICameraChannel() = default;
@@ -21,7 +22,10 @@ public:
     /// Starts the stream's thread, after stopping one that runs. False if no thread could be had.
     virtual bool Start(const ChannelSettings& settings) = 0;
 
-    /// Returns when the thread has ended, or after twice the network time-out with the thread given up.
+    /// From its return on the channel calls its client no more. Returns when the thread has ended, or after
+    /// twice the network time-out with the thread given up; threads that deliver are then given 2 s. From
+    /// inside a call on the client it does not wait: the channel then lives until its thread has ended, if a
+    /// `shared_ptr` owns it.
     virtual void Stop() = 0;
 
     /// Leaves a change for the channel's thread to pick up. Always true.

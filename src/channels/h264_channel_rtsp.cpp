@@ -26,7 +26,7 @@ CH264ChannelRTSP::CH264ChannelRTSP(std::uint32_t channel, IDriver* driver,
 
 CH264ChannelRTSP::~CH264ChannelRTSP()
 {
-    ShutDown();
+    Stop();
 }
 
 std::string CH264ChannelRTSP::FillRequestParameters(std::uint32_t stream)

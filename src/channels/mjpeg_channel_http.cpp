@@ -59,11 +59,12 @@ CMJPEGChannelHTTP::CMJPEGChannelHTTP(std::uint32_t channel, IDriver* driver,
       legacyInterface_(driver->GetPropertyText(kLegacyInterfaceProperty) == "1"),
       parser_(driver)
 {
-    parser_.SetReceiver(this);
 }
 
 bool CMJPEGChannelHTTP::OnMediaFrame(ipcapture::IHostFrame* frame)
 {
+    if (IsStopping())
+        parser_.SetReceiver(nullptr); // the other pictures of the block must not hold up the stop
     if (!SendFrameToHost(frame))
         return false;
     TouchLastFrame();
@@ -74,6 +75,7 @@ bool CMJPEGChannelHTTP::OnMediaFrame(ipcapture::IHostFrame* frame)
 std::uint32_t CMJPEGChannelHTTP::Run()
 {
     attempts_ = 0;
+    parser_.SetReceiver(this);
     SetChannelState(kChannelConnecting);
     while (!stopEvent_.Wait(attempts_ < kAttemptsBeforeSlow ? kRetryMs : kSlowRetryMs))
     {

@@ -26,7 +26,7 @@ CMJPEGChannelRTSP::CMJPEGChannelRTSP(std::uint32_t channel, IDriver* driver,
 
 CMJPEGChannelRTSP::~CMJPEGChannelRTSP()
 {
-    ShutDown();
+    Stop();
 }
 
 std::string CMJPEGChannelRTSP::FrameRatePiece(std::uint32_t stream) const

@@ -33,7 +33,7 @@ CMPEGChannelRTSP::CMPEGChannelRTSP(std::uint32_t channel, IDriver* driver,
 
 CMPEGChannelRTSP::~CMPEGChannelRTSP()
 {
-    ShutDown();
+    Stop();
 }
 
 bool CMPEGChannelRTSP::ConfigureDevice()

@@ -87,10 +87,10 @@ struct ReceiveResult
 
 /// An owned IPv4 socket, TCP or UDP.
 ///
-/// `Shutdown` may be called while another thread uses the socket, and so may the option setters; all else is
-/// up to one thread at a time, and `Close` waits for nobody: who closes has made sure that no call is under
-/// way. Calls that wait do so with `poll`, so any descriptor number will do, and inside an `AwayScope`
-/// (platform/thread.h). No call raises a signal.
+/// `Shutdown` and `Wake` may be called while another thread uses the socket, and so may the option setters;
+/// all else is up to one thread at a time, and `Close` waits for nobody: who closes has made sure that no
+/// call is under way. Calls that wait do so with `poll`, so any descriptor number will do, and inside an
+/// `AwayScope` (platform/thread.h). No call raises a signal.
 class Socket
 {
 public:
@@ -157,6 +157,14 @@ public:
     /// Ends both directions and wakes whoever waits on the socket. Any thread.
     void Shutdown();
 
+    /// Lets `Wake` end the waits of an open stream socket, at the price of one descriptor. False if there is
+    /// none to be had.
+    bool EnableWake();
+    /// Ends a `Receive`, `WaitReadable` or `WaitConnected` that waits, and each one that would, as if its
+    /// time had run out, until `ClearWake`. The connection stays. Any thread; nothing without `EnableWake`.
+    void Wake();
+    void ClearWake();
+
     /// Datagrams that the system threw away because the receive buffer was full; nothing if it can't tell.
     std::optional<std::uint32_t> DroppedDatagrams() const;
 
@@ -165,6 +173,7 @@ private:
     bool SetBlockingTimeout(std::uint32_t timeoutMs);
     bool SetOption(int level, int name, const void* value, std::uint32_t size) const;
     int handle_ = -1;
+    int wakeHandle_ = -1;
     bool datagram_ = false;
     bool likelyEmpty_ = true; // a read would find nothing, so waiting first saves a call
     std::atomic<bool> shutDown_{false};

@@ -16,8 +16,8 @@ namespace korvane
 ///
 /// The thread may be given up while the host has it (platform/thread.h). So `call` uses only what is on the
 /// thread's own stack and what is the host's; and it is one call, for what the driver does around it must not
-/// run on a thread that was given up. No lock of the driver is held here, and no thread calls that must read a
-/// socket whatever the host does: debug builds check both.
+/// run on a thread that was given up. No lock of the driver is held here, and no thread calls that must read
+/// a socket whatever the host does: debug builds check both.
 template <class Result, class Call>
 Result CallHost(Result failure, Call&& call) noexcept
 {
@@ -45,8 +45,8 @@ bool CallHost(Call&& call) noexcept
                     });
 }
 
-/// The same for a reading of the host's settings in one of its own calls, which fails as a whole: throws where
-/// the host threw, to the `Guarded` of that call.
+/// The same where a failure ends the whole operation, such as the reading of settings: throws, outside of the
+/// gate, if the host threw.
 template <class Call>
 auto AskHost(Call&& call)
 {

@@ -31,13 +31,13 @@ CHostFrame::CHostFrame(Kind kind, const IDriver& driver, const std::string& driv
     if (allocator_ == nullptr)
         return;
     const std::string name = driverName; // on this thread's stack
-    frame_ = CallHost(frame_,
-                      [&]
-                      {
-                          return kind_ == Kind::kVideo
-                                     ? allocator_->AllocateVideoFrame(formatCode_, sizeBytes, name.c_str())
-                                     : allocator_->AllocateAudioFrame(formatCode_, sizeBytes, name.c_str());
-                      });
+    frame_ = AskHost(
+        [&]
+        {
+            return kind_ == Kind::kVideo
+                       ? allocator_->AllocateVideoFrame(formatCode_, sizeBytes, name.c_str())
+                       : allocator_->AllocateAudioFrame(formatCode_, sizeBytes, name.c_str());
+        });
 }
 
 CHostFrame::~CHostFrame()

@@ -12,7 +12,7 @@ namespace korvane
 {
 
 /// A frame of the host's, video or audio, from its allocation to its release. One thread. Each call on the
-/// host is one call of the gate (runtime/host_call.h); one that throws costs this frame alone.
+/// host is one call of the gate (runtime/host_call.h).
 class CHostFrame
 {
 public:
@@ -22,7 +22,8 @@ public:
         kAudio,
     };
 
-    /// Asks the driver's allocator for `sizeBytes` bytes; `driverName` is what the allocator is told.
+    /// Asks the driver's allocator for `sizeBytes` bytes; `driverName` is what the allocator is told. Throws
+    /// if the allocator did.
     CHostFrame(Kind kind, const IDriver& driver, const std::string& driverName, std::uint32_t formatCode,
                std::uint32_t sizeBytes);
     ~CHostFrame(); ///< gives the frame back, whether the host took it or not

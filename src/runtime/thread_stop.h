@@ -12,8 +12,8 @@ namespace korvane
 /// whatever the thread may be waiting in, and waits for the thread. It does so again every 100 ms, for the
 /// thread may just have looked at its stop event and then begun another long call.
 ///
-/// True when the thread has ended; false after `limitMs` (`platform::kInfinite`: never). What comes then is up
-/// to the thread's owner: to give it up, or to wait on. No lock is held here; debug builds check that.
+/// True when the thread has ended; false after `limitMs` (`platform::kInfinite`: never). What comes then is
+/// up to the thread's owner: to give it up, or to wait on. No lock is held here; debug builds check that.
 template <class Interrupt>
 bool EndThread(platform::Thread& thread, std::uint32_t limitMs, Interrupt&& interrupt)
 {

@@ -21,8 +21,8 @@ constexpr std::string_view kOptions = "OPTIONS";
 constexpr std::string_view kTeardown = "TEARDOWN";
 
 constexpr std::uint32_t kConnectStepMs = 100;
-constexpr std::uint32_t kReadStepMs = 100;          // a stop is noticed after so long in a read
-constexpr std::uint32_t kStoppingResponseMs = 1000; // all of an answer to TEARDOWN
+constexpr std::uint32_t kReadStepMs = 100;  // a stop is noticed after so long in a read
+constexpr std::uint32_t kTeardownMs = 1500; // for a TEARDOWN and its answer at a stop
 constexpr std::uint32_t kStopMarginMs = 1000;
 constexpr std::uint32_t kLeastBlocksize = 101;
 
@@ -84,8 +84,9 @@ bool CBaseRTSPClient::Begin(const RTSPClientParams& params, IRTSPClientUser* use
 
 bool CBaseRTSPClient::Connect()
 {
-    if (!socket_.OpenStream() || !socket_.SetReceiveBuffer(params_.receiveBufferBytes) ||
-        !socket_.SetReceiveTimeout(ReadStepMs()) || !socket_.SetSendTimeout(params_.sendTimeoutMs))
+    if (!socket_.OpenStream() || (mode_ == kTransportInterleaved && !socket_.EnableWake()) ||
+        !socket_.SetReceiveBuffer(params_.receiveBufferBytes) || !socket_.SetReceiveTimeout(ReadStepMs()) ||
+        !socket_.SetSendTimeout(params_.sendTimeoutMs))
         return false;
     const std::uint32_t address = Utils::ResolveHostAddress(params_.host);
     if (address == 0)
@@ -106,6 +107,8 @@ bool CBaseRTSPClient::WaitConnected()
 {
     for (std::uint32_t round = params_.connectTimeoutMs / kConnectStepMs; round > 0; --round)
     {
+        if (cancelEvent_ != nullptr && cancelEvent_->Wait(0))
+            return false;
         const platform::WaitResult result = socket_.WaitConnected(kConnectStepMs);
         if (result != platform::WaitResult::kTimeout)
             return result == platform::WaitResult::kSignalled;
@@ -113,9 +116,13 @@ bool CBaseRTSPClient::WaitConnected()
     return false;
 }
 
-void CBaseRTSPClient::Stop()
+void CBaseRTSPClient::Stop(std::uint32_t limitMs)
 {
-    StopThread(std::max(params_.receiveTimeoutMs, params_.sendTimeoutMs) * 2 + kStopMarginMs);
+    stopEvent_.Set();
+    socket_.Wake();
+    const std::uint32_t ownLimitMs =
+        std::max(params_.receiveTimeoutMs, params_.sendTimeoutMs) * 2 + kStopMarginMs;
+    StopThread(std::min(limitMs, ownLimitMs));
     socket_.Close();
     lastKeepAlive_ = 0;
     user_ = nullptr;
@@ -144,6 +151,7 @@ void CBaseRTSPClient::Run()
 void CBaseRTSPClient::RunSession()
 {
     playEvent_.Reset();
+    isTearingDown_ = false;
     if (!Request(kDescribe))
         return;
     if (Describe() && Request(kSetup))
@@ -151,6 +159,8 @@ void CBaseRTSPClient::RunSession()
         playEvent_.Set();
         Play();
     }
+    isTearingDown_ = true;
+    teardownMs_ = platform::Clock::Milliseconds();
     Request(kTeardown);
 }
 
@@ -227,7 +237,7 @@ bool CBaseRTSPClient::Exchange(std::string_view method)
         return false;
     if (method == kPlay && mode_ == kTransportInterleaved)
         return ReceiveStream();
-    const std::string response = ReadResponse(method);
+    const std::string response = ReadResponse();
     return !response.empty() && parser_.Parse(method, response);
 }
 
@@ -244,16 +254,16 @@ platform::ReceiveResult CBaseRTSPClient::Receive(std::span<std::uint8_t> buffer)
         const platform::ReceiveResult read = socket_.Receive(buffer);
         const bool timedOut = read.status == platform::ReceiveResult::Status::kTimeout;
         const bool isLast = params_.receiveTimeoutMs != 0 && waitedMs >= params_.receiveTimeoutMs;
-        if (!timedOut || isLast || IsStopping())
+        if (!timedOut || isLast || MustLeave())
             return read;
+        socket_.ClearWake(); // it has told of a stop, and this is the TEARDOWN that follows
     }
 }
 
 /// Reads until the response is whole or nothing more comes. Headers longer than the first 512 bytes are cut
 /// off there.
-std::string CBaseRTSPClient::ReadResponse(std::string_view method)
+std::string CBaseRTSPClient::ReadResponse()
 {
-    const std::uint32_t startMs = platform::Clock::Milliseconds();
     std::string text;
     std::size_t expected = kUnknownResponseBytes;
     std::size_t next = kFirstReadBytes;
@@ -272,18 +282,18 @@ std::string CBaseRTSPClient::ReadResponse(std::string_view method)
             if (headersEnded)
                 expected = ResponseBytes(text, end + kHeadersEnd.size());
         }
-        if (MustLeaveRead(method, startMs))
+        if (MustLeave())
             break;
         next = std::min(expected - std::min(expected, text.size()), kLargestReadBytes);
     }
     return text;
 }
 
-/// A device that sends a byte now and then must not hold up a stop.
-bool CBaseRTSPClient::MustLeaveRead(std::string_view method, std::uint32_t sinceMs)
+/// Whether a read is to end although it has not what it wants: a stop ends all but a TEARDOWN at once, and
+/// that too when its time is over, for a device that sends a byte now and then must not hold up a stop.
+bool CBaseRTSPClient::MustLeave()
 {
-    return IsStopping() &&
-           (method != kTeardown || platform::Clock::Milliseconds() - sinceMs > kStoppingResponseMs);
+    return IsStopping() && (!isTearingDown_ || platform::Clock::Milliseconds() - teardownMs_ >= kTeardownMs);
 }
 
 std::string CBaseRTSPClient::BuildRequest(std::string_view method)

@@ -39,9 +39,14 @@ public:
     bool Start(const RTSPClientParams& params, IRTSPClientUser* user, std::uint32_t mode);
     bool StartMulticast(const RTSPClientParams& params, IRTSPClientUser* user); ///< same, from a group
 
-    /// Ends the session by a TEARDOWN, within twice the larger of its send and receive time-outs and 1,000
-    /// ms; mostly within some 100 ms, whatever the device owes. From its return on there is no callback.
-    void Stop();
+    /// Ends the session by a TEARDOWN: mostly at once, within 1,600 ms whatever the device owes, and if the
+    /// user does not come back from a callback within twice the larger of the send and receive time-outs and
+    /// 1,000 ms, or within `limitMs` if that is less. From its return on there is no callback.
+    void Stop(std::uint32_t limitMs = kWaitForever);
+
+    /// An event that ends a connection in the making, when it is set; null is none. Not owned; before a
+    /// start.
+    void SetCancelEvent(CManualEvent* event) { cancelEvent_ = event; }
 
     /// Whether the last request was sent and its response understood.
     bool GetLastResult() const { return lastResult_; }
@@ -73,10 +78,10 @@ private:
     bool Request(std::string_view method);
     bool SendAndRead(std::string_view method);
     bool Exchange(std::string_view method);
-    std::string ReadResponse(std::string_view method);
+    std::string ReadResponse();
     std::uint32_t ReadStepMs() const;
     platform::ReceiveResult Receive(std::span<std::uint8_t> buffer);
-    bool MustLeaveRead(std::string_view method, std::uint32_t sinceMs);
+    bool MustLeave();
     std::string HeadersOf(std::string_view method) const;
 
     CRTSPResponseParser parser_;
@@ -88,6 +93,9 @@ private:
     std::uint32_t mode_ = kTransportUDP;
     CEvent playEvent_{false};
     bool multicast_ = false;
+    bool isTearingDown_ = false;
+    std::uint32_t teardownMs_ = 0; // tick when that began
+    CManualEvent* cancelEvent_ = nullptr;
     std::uint32_t tickMs_ = 2000;
 };
 

@@ -221,6 +221,14 @@ TEST(AudioParser, LosesAFrameWithoutLosingItsPlace)
                              "camera 127.0.0.1:8080";
     EXPECT_EQ(refused.driver.Texts(1), (std::vector<std::string>{line, line}));
 
+    Bench telephone(korvane::ipcapture::kFormatG711MuLaw, 100);
+    telephone.allocator.Throw(true);
+    telephone.Send(Of(100, 1));
+    telephone.Send(Of(100, 2));
+    telephone.allocator.Throw(false);
+    telephone.Send(Of(100, 3));
+    EXPECT_EQ(telephone.Frames(), "100:3") << "frames that were lost come back in a later one";
+
     for (const bool throws : {false, true})
     {
         Bench without(korvane::ipcapture::kFormatAac, 44100);

@@ -8,6 +8,7 @@
 #include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -34,18 +35,21 @@ std::uint32_t OrForever(std::uint32_t timeoutMs)
     return timeoutMs == 0 ? kInfinite : timeoutMs;
 }
 
-// Waits for one of `events`, or for an end or an error of the socket.
-WaitResult Poll(int handle, short events, const posix::Deadline& deadline)
+// Waits for one of `events`, or for an end or an error of the socket. A handle that wakes (below 0: none)
+// makes it a time-out.
+WaitResult Poll(int handle, short events, const posix::Deadline& deadline, int wakeHandle)
 {
     const AwayScope away;
-    pollfd entry{handle, events, 0};
+    pollfd entries[] = {{handle, events, 0}, {wakeHandle, POLLIN, 0}}; // one below 0 is passed over
     for (;;)
     {
         const std::uint32_t leftMs = deadline.LeftMs();
         const int span = static_cast<int>(std::min<std::uint32_t>(leftMs, 0x7FFFFFFF));
-        const int ready = poll(&entry, 1, leftMs == kInfinite ? -1 : span);
+        const int ready = poll(entries, wakeHandle < 0 ? 1 : 2, leftMs == kInfinite ? -1 : span);
+        if (ready > 0 && entries[0].revents == 0)
+            return WaitResult::kTimeout;
         if (ready > 0)
-            return (entry.revents & POLLNVAL) == 0 ? WaitResult::kSignalled : WaitResult::kFailed;
+            return (entries[0].revents & POLLNVAL) == 0 ? WaitResult::kSignalled : WaitResult::kFailed;
         if (ready == 0 && deadline.LeftMs() == 0)
             return WaitResult::kTimeout;
         if (ready < 0 && errno != EINTR)
@@ -57,14 +61,14 @@ WaitResult Poll(int handle, short events, const posix::Deadline& deadline)
 // -1 with EAGAIN is a time-out, 0 may be a shutdown.
 template <class Call>
 ssize_t Await(int handle, short events, std::uint32_t timeoutMs, bool waitFirst,
-              const std::atomic<bool>& shutDown, Call call)
+              const std::atomic<bool>& shutDown, Call call, int wakeHandle = -1)
 {
     const posix::Deadline deadline(timeoutMs);
     for (;;)
     {
         if (waitFirst)
         {
-            const WaitResult wait = Poll(handle, events, deadline);
+            const WaitResult wait = Poll(handle, events, deadline, wakeHandle);
             if (wait != WaitResult::kSignalled)
             {
                 errno = wait == WaitResult::kTimeout ? EAGAIN : EBADF;
@@ -152,9 +156,32 @@ bool Socket::OpenDatagram()
 
 void Socket::Close()
 {
-    if (IsOpen())
-        close(handle_);
-    handle_ = -1;
+    for (int* const handle : {&handle_, &wakeHandle_})
+    {
+        if (*handle >= 0)
+            close(*handle);
+        *handle = -1;
+    }
+}
+
+bool Socket::EnableWake()
+{
+    wakeHandle_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    return wakeHandle_ >= 0;
+}
+
+void Socket::Wake()
+{
+    const eventfd_t one = 1;
+    if (wakeHandle_ >= 0)
+        static_cast<void>(eventfd_write(wakeHandle_, one));
+}
+
+void Socket::ClearWake()
+{
+    eventfd_t count = 0;
+    if (wakeHandle_ >= 0)
+        static_cast<void>(eventfd_read(wakeHandle_, &count));
 }
 
 bool Socket::SetOption(int level, int name, const void* value, std::uint32_t size) const
@@ -241,7 +268,7 @@ Socket::ConnectResult Socket::BeginConnect(const SocketAddress& peer)
 
 WaitResult Socket::WaitConnected(std::uint32_t timeoutMs)
 {
-    const WaitResult wait = Poll(handle_, POLLOUT, posix::Deadline(timeoutMs));
+    const WaitResult wait = Poll(handle_, POLLOUT, posix::Deadline(timeoutMs), wakeHandle_);
     if (wait != WaitResult::kSignalled)
         return wait;
     int error = 0;
@@ -252,7 +279,7 @@ WaitResult Socket::WaitConnected(std::uint32_t timeoutMs)
 
 WaitResult Socket::WaitReadable(std::uint32_t timeoutMs)
 {
-    return Poll(handle_, POLLIN, posix::Deadline(timeoutMs));
+    return Poll(handle_, POLLIN, posix::Deadline(timeoutMs), wakeHandle_);
 }
 
 std::size_t Socket::Send(std::span<const std::uint8_t> data)
@@ -277,8 +304,9 @@ ReceiveResult Socket::Receive(std::span<std::uint8_t> buffer)
         SocketAddress sender;
         return ReceiveFrom(buffer, sender);
     }
-    const ssize_t got = Await(handle_, POLLIN, OrForever(receiveTimeoutMs_), likelyEmpty_, shutDown_,
-                              [&] { return recv(handle_, buffer.data(), buffer.size(), 0); });
+    const ssize_t got = Await(
+        handle_, POLLIN, OrForever(receiveTimeoutMs_), likelyEmpty_, shutDown_,
+        [&] { return recv(handle_, buffer.data(), buffer.size(), 0); }, wakeHandle_);
     likelyEmpty_ = got < static_cast<ssize_t>(buffer.size());
     if (got < 0)
         return Failure();

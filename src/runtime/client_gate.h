@@ -1,0 +1,77 @@
+#pragma once
+
+#include "runtime/host_call.h"
+
+#include <atomic>
+#include <utility>
+
+namespace korvane
+{
+
+/// What a `TClientGate` knows without the type of its client.
+class CClientGateBase
+{
+public:
+    CClientGateBase() = default;
+    CClientGateBase(const CClientGateBase&) = delete;
+    CClientGateBase& operator=(const CClientGateBase&) = delete;
+
+    /// Whether the calling thread is in a call through this gate: the host stops a channel from inside one of
+    /// the channel's own calls.
+    bool IsInside() const { return current == this; }
+
+protected:
+    /// In a call, to the end of the scope.
+    class Inside
+    {
+    public:
+        explicit Inside(const CClientGateBase* gate) : before_(std::exchange(current, gate)) {}
+        ~Inside() { current = before_; }
+        Inside(const Inside&) = delete;
+        Inside& operator=(const Inside&) = delete;
+
+    private:
+        const CClientGateBase* const before_;
+    };
+
+private:
+    static thread_local const CClientGateBase* current;
+};
+
+/// A channel's way to the host's client of it, from the threads that deliver and those that tell states. No
+/// call begins once it is shut.
+template <class Client>
+class TClientGate : public CClientGateBase
+{
+public:
+    explicit TClientGate(Client* client) : client_(client) {} ///< the host's; may be null: all calls fail
+
+    void Shut() { client_ = nullptr; }
+
+    /// What `call(client)` gives; `failure` if it throws or there is nobody to call. As `CallHost`.
+    template <class Result, class Call>
+    Result Ask(Result failure, Call&& call) const
+    {
+        Client* const client = client_;
+        if (client == nullptr)
+            return failure;
+        const Inside inside(this);
+        return CallHost(failure, [&call, client] { return std::forward<Call>(call)(*client); });
+    }
+
+    template <class Call>
+    void Tell(Call&& call) const
+    {
+        Ask(false,
+            [&call](Client& client)
+            {
+                std::forward<Call>(call)(client);
+                return true;
+            });
+    }
+
+private:
+    std::atomic<Client*> client_;
+};
+
+} // namespace korvane
