@@ -56,10 +56,15 @@ public:
     void StateChanged(std::uint32_t audioChannel, std::uint32_t state) override
     {
         EXPECT_EQ(audioChannel, 7u);
-        const std::lock_guard guard(mutex_);
-        states_ += std::to_string(state);
-        changed_.notify_all();
+        {
+            const std::lock_guard guard(mutex_);
+            states_ += std::to_string(state);
+            changed_.notify_all();
+        }
+        if (onState)
+            onState(state);
     }
+    std::function<void(std::uint32_t)> onState; ///< called for each state; before a start
     std::uint32_t GetCount() override { return static_cast<std::uint32_t>(formats.size()) + 1; }
     ipcapture::IHostCodecItem* GetItem(std::uint32_t index) override
     {
@@ -91,20 +96,24 @@ struct Device
     std::string audio; ///< the lines of the audio section behind the m= line
     Bytes payload;
     int setStatus = 200;
-    int groupPort = 0; ///< in the m= line
+    int groupPort = 0;      ///< in the m= line
+    int rtspPort = 0;       ///< that the device tells; 0 the one of its server
+    std::string unanswered; ///< RTSP method
     std::atomic<std::size_t> plays{0};
 
     HttpTestServer http{[this](test::TestHttpPeer& peer, const test::TestHttpRequest& request)
                         {
                             const bool isSet = request.target.find("setparam") != std::string::npos;
-                            const std::string port =
-                                "network_rtsp_port='" + std::to_string(rtsp.Port()) + "'\r\n";
+                            const int number = rtspPort != 0 ? rtspPort : rtsp.Port();
+                            const std::string port = "network_rtsp_port='" + std::to_string(number) + "'\r\n";
                             return peer.Send(isSet ? HttpTestServer::Response(setStatus, "OK")
                                                    : HttpTestServer::Response(200, port + parameters));
                         }};
     ScriptedRTSPServer rtsp{
         [this](const std::string& method, const std::string& request)
         {
+            if (method == unanswered)
+                return ScriptedRTSPServer::Reply{};
             if (method == "DESCRIBE")
                 return ScriptedRTSPServer::Reply{ScriptedRTSPServer::Response(
                     request, "Content-Type: application/sdp\r\n",
@@ -375,18 +384,108 @@ TEST(AudioCaptureChannel, TakesTheGroupThatTheDescriptionNames)
         GTEST_SKIP() << "this user can't make a network of its own";
 }
 
-TEST(AudioCaptureChannel, StopsWhileADeviceOwesAnAnswer)
+TEST(AudioCaptureChannel, MayBeStoppedFromInsideACallOnItsClient)
 {
-    HttpTestServer silent([](test::TestHttpPeer& peer, const test::TestHttpRequest&)
-                          { return !peer.WaitClosed(); });
     Fixture f;
-    f.driver.device.port = silent.Port();
-    const auto channel = f.Channel();
-    ASSERT_TRUE(channel->Start());
-    silent.WaitForRequests(1);
-    EXPECT_TRUE(channel->Stop());
-    EXPECT_EQ(f.host.WaitForStates("1530"), "1530");
-    EXPECT_EQ(f.driver.Messages().size(), 0u) << "neither errors nor a thread that was waited for too long";
+    f.device.audio = kPcmu;
+    struct Maker final : IAudioChannelCreator
+    {
+        explicit Maker(Fixture& fixture) : f(fixture) {}
+        IAudioInputChannel* CreateAudioInputChannel(std::uint32_t, std::uint32_t,
+                                                    ipcapture::IHostAudioClient*,
+                                                    ipcapture::IHostCodecList*) override
+        {
+            return f.Channel().release();
+        }
+        IAudioOutputChannel* CreateAudioOutputChannel(std::uint32_t, std::uint32_t, std::uint32_t,
+                                                      std::uint32_t) override
+        {
+            return nullptr;
+        }
+        Fixture& f;
+    } maker(f);
+    CIPAudioCapture capture(&maker, 1);
+    f.host.onState = [&](std::uint32_t state)
+    {
+        if (state != 2)
+            return;
+        EXPECT_TRUE(capture.StopChannel(7));
+    };
+    ASSERT_TRUE(capture.StartChannel(7, 0, &f.host, &f.host));
+    EXPECT_EQ(f.host.WaitForStates("12"), "12");
+    while (platform::SocketLibraryUse::Count() != 0)
+        std::this_thread::yield(); // the channel's own thread gives it back with the channel
+    EXPECT_EQ(f.host.WaitForStates("12"), "12") << "the client hears nothing once it has stopped the channel";
+    EXPECT_EQ(capture.GetChannelCount(), 0u);
+}
+
+TEST(AudioCaptureChannel, EndsInTimeWhateverTheDeviceOwes)
+{
+    const HttpTestServer::Script saysNothing = [](test::TestHttpPeer& peer, const test::TestHttpRequest&)
+    { return !peer.WaitClosed(); };
+    const HttpTestServer::Script drips = [](test::TestHttpPeer& peer, const test::TestHttpRequest&)
+    {
+        for (bool open = peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n"); open;)
+            open = peer.Send("y") && peer.Pause(50);
+        return false;
+    };
+    const struct
+    {
+        const char* name;
+        const char* transport;
+        HttpTestServer::Script web; ///< in place of the device's web server
+        const char* unanswered;     ///< by its RTSP server
+        bool isBlackHole;           ///< nobody takes the connection to that
+    } cases[] = {
+        {"no answer to CGI", "UDP", saysNothing, "", false},
+        {"CGI drips", "UDP", drips, "", false},
+        {"connecting", "UDP", {}, "", true},
+        {"connecting, interleaved", "RTPOVERRTSP", {}, "", true},
+        {"DESCRIBE", "UDP", {}, "DESCRIBE", false},
+        {"SETUP, interleaved", "RTPOVERRTSP", {}, "SETUP", false},
+        {"PLAY", "UDP", {}, "PLAY", false},
+        {"PLAY, interleaved", "RTPOVERRTSP", {}, "PLAY", false},
+        {"TEARDOWN", "UDP", {}, "TEARDOWN", false},
+        {"TEARDOWN, interleaved", "RTPOVERRTSP", {}, "TEARDOWN", false},
+    };
+    std::vector<std::thread> threads;
+    for (const auto& c : cases)
+    {
+        threads.emplace_back(
+            [&c]
+            {
+                SCOPED_TRACE(c.name);
+                Fixture f;
+                f.folder.Write(std::string("<Configuration><Default><RTPMode>") + c.transport +
+                               "</RTPMode></Default></Configuration>");
+                f.device.audio = kPcmu;
+                f.device.unanswered = c.unanswered;
+                test::BlackHole hole;
+                if (c.isBlackHole)
+                    f.device.rtspPort = hole.Port();
+                std::unique_ptr<HttpTestServer> web;
+                if (c.web)
+                {
+                    web = std::make_unique<HttpTestServer>(c.web);
+                    f.driver.device.port = web->Port();
+                }
+                const auto channel = f.Channel();
+                ASSERT_TRUE(channel->Start());
+                if (c.web)
+                    web->WaitForRequests(1);
+                else if (c.isBlackHole)
+                    EXPECT_TRUE(hole.WaitForConnection());
+                else // before a TEARDOWN there is nothing to wait for but the stream
+                    EXPECT_TRUE(f.device.rtsp.WaitForMethod(
+                        std::string_view(c.unanswered) == "TEARDOWN" ? "PLAY" : c.unanswered));
+                const auto begin = std::chrono::steady_clock::now();
+                EXPECT_TRUE(channel->Stop());
+                EXPECT_LT(std::chrono::steady_clock::now() - begin, test::kStopBound);
+                EXPECT_EQ(f.host.WaitForStates("1").back(), '0');
+            });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 class Creator final : public IAudioChannelCreator

@@ -9,6 +9,7 @@
 #include <memory>
 #include <semaphore>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 namespace korvane
@@ -123,6 +124,40 @@ TEST_F(CameraChannel, IsGivenUpWhenTheHostHoldsItsThread)
     held.reset();
     letGo.release(); // the host lets go of a thread whose channel is gone
     EXPECT_FALSE(cameBack.try_acquire_for(std::chrono::milliseconds(50)));
+    allocator.ReleaseFrame(frame);
+}
+
+TEST_F(CameraChannel, MayBeStoppedFromInsideACallOnItsClient)
+{
+    test::FakeAllocator allocator;
+    ipcapture::IHostFrame* const frame = allocator.AllocateVideoFrame(ipcapture::kFormatJpeg, 4, "Larkmoor");
+    bool isTakenAfterwards = true;
+    bool isOnlyOwner = false;
+    CManualEvent hasLetGo;
+    std::shared_ptr<TestChannel> stopped = std::make_shared<TestChannel>(0, &driver, &client);
+    const std::weak_ptr<TestChannel> watch = stopped;
+    client.OnDeliver(
+        [&]
+        {
+            stopped->Stop();
+            stopped.reset();
+            hasLetGo.Set();
+            return true;
+        });
+    TestChannel* const bare = stopped.get();
+    bare->body = [&, bare]
+    {
+        bare->SendFrameToHost(frame);
+        isOnlyOwner = watch.use_count() == 1; // the stop has left the channel to its thread
+        isTakenAfterwards = bare->SendFrameToHost(frame);
+    };
+    ASSERT_TRUE(stopped->Start({}));
+    ASSERT_TRUE(hasLetGo.Wait(test::kPatienceMs));
+    while (!watch.expired())
+        std::this_thread::yield();
+    EXPECT_TRUE(isOnlyOwner);
+    EXPECT_FALSE(isTakenAfterwards);
+    EXPECT_EQ(client.Frames().size(), 1u);
     allocator.ReleaseFrame(frame);
 }
 

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace korvane
@@ -28,6 +30,32 @@ TEST(LoggerInstance, DropsATextThatRepeats)
     logger.Reset();
     logger.Message(kLevelWarning, "lost %d%%", 5);
     EXPECT_EQ(driver.Messages().size(), 4u);
+}
+
+TEST(LoggerInstance, HoldsNobodyUpWhileTheLogStalls)
+{
+    struct StallingSink final : IDebugMessage
+    {
+        std::string GetDeviceName() const override { return ""; }
+        [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t, const char*, ...) override
+        {
+            if (calls.fetch_add(1) == 0)
+                release.Wait(kWaitForever);
+            else
+                release.Set(); // a second line comes through while the first one is stuck
+        }
+        std::atomic<int> calls{0};
+        CManualEvent release;
+    } sink;
+    CLoggerInstance logger(&sink);
+    std::thread stuck([&] { logger.Message(kLevelError, "first"); });
+    while (sink.calls == 0)
+        std::this_thread::yield();
+    std::thread second([&] { logger.Message(kLevelError, "second"); });
+    EXPECT_TRUE(sink.release.Wait(test::kPatienceMs));
+    sink.release.Set();
+    stuck.join();
+    second.join();
 }
 
 TEST(LoggerInstance, ThinsOutTextsThatDiffer)

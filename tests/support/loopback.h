@@ -5,11 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 
 namespace korvane::test
 {
+
+/// How long a stop may take with a host that answers, and what a busy machine under sanitizers adds.
+inline constexpr std::chrono::milliseconds kStopBound{2'000 + 3'000};
 
 inline const std::uint32_t kLoopback = *platform::ParseIPv4("127.0.0.1");
 
@@ -17,7 +21,7 @@ inline const std::uint32_t kLoopback = *platform::ParseIPv4("127.0.0.1");
 class LoopbackListener
 {
 public:
-    LoopbackListener();
+    explicit LoopbackListener(int backlog = 64); ///< connections that wait to be accepted, and one more
     ~LoopbackListener();
     LoopbackListener(const LoopbackListener&) = delete;
     LoopbackListener& operator=(const LoopbackListener&) = delete;
@@ -29,6 +33,20 @@ public:
 private:
     const int socket_;
     std::uint16_t port_ = 0;
+};
+
+/// A port to which a connection is never made and never refused, as behind a firewall.
+class BlackHole
+{
+public:
+    BlackHole();
+
+    std::uint16_t Port() const { return listener_.Port(); }
+    bool WaitForConnection() const; ///< until somebody tries one; false if nobody does
+
+private:
+    const LoopbackListener listener_{0};
+    platform::Socket filler_; ///< takes the one place
 };
 
 /// The other end of datagrams, on a free port of the loopback.

@@ -76,7 +76,7 @@ public:
             outcome_.isBusyMachine &= broken.empty();
             outcome_.seen += Compare(host->Frames(), camera_);
         }
-        Expect(outcome_.longestStop < kStopBound,
+        Expect(outcome_.longestStop < korvane::test::kStopBound,
                "a stop took " + std::to_string(outcome_.longestStop.count()));
         Expect(outcome_.seen.foreign == 0, "foreign frames: " + std::to_string(outcome_.seen.foreign));
         Expect(!row_.exact || outcome_.seen.exact == outcome_.seen.frames, "frames that aren't exact");

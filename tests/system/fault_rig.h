@@ -47,8 +47,4 @@ struct FaultRow
 void PlayRows(const std::vector<FaultRow>& rows, const camera::CameraOptions& base, host::Codec codec,
               host::Transport transport);
 
-/// How long `StopChannel` may take, whatever the camera does: twice the driver's network time-out, and what a
-/// slow machine adds.
-constexpr std::chrono::milliseconds kStopBound(20'000 + 2'000);
-
 } // namespace larkmoor::test
