@@ -30,7 +30,8 @@ void CBaseRTPDataChannel::OnRTPReceived(const platform::SocketAddress& sender, C
 
 void CBaseRTPDataChannel::TakePacket(CRTPPacket& packet)
 {
-    packetEvent_.Set();
+    if (!packetEvent_.Wait(0)) // a look costs less than a set that changes nothing
+        packetEvent_.Set();
     ports_.rtcpHandler.OnRTPSequence(packet.SequenceNumber());
     ProcessPacket(packet);
 }

@@ -38,7 +38,8 @@ void CBaseRTPChannel::TakePacket(CRTPPacket& packet)
 {
     if (IsStopping())
         return; // what was read before the stop must not hold it up, frame by frame, in a slow host
-    packetEvent_.Set();
+    if (!packetEvent_.Wait(0)) // a look costs less than a set that changes nothing
+        packetEvent_.Set();
     ports_.rtcpHandler.OnRTPSequence(packet.SequenceNumber());
     ProcessPacket(packet);
 }

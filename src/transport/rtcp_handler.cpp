@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/clock.h"
+#include "platform/held_locks.h"
 #include "platform/random_id.h"
 
 namespace korvane
@@ -45,6 +46,7 @@ CRTCPHandler::~CRTCPHandler()
 
 bool CRTCPHandler::StartUnicast(std::uint32_t peer, std::uint16_t port)
 {
+    const COneAtATime::Turn only(startOrStop_);
     if (!CanStart(peer))
         return false;
     Initialise(peer);
@@ -53,6 +55,7 @@ bool CRTCPHandler::StartUnicast(std::uint32_t peer, std::uint16_t port)
 
 bool CRTCPHandler::StartMulticast(std::uint32_t peer, const std::string& address, std::uint16_t port)
 {
+    const COneAtATime::Turn only(startOrStop_);
     if (!CanStart(peer))
         return false;
     Initialise(peer);
@@ -82,22 +85,17 @@ void CRTCPHandler::Initialise(std::uint32_t peer)
     lastReportTick_ = 0;
     sender_ = {};
     ownSsrc_ = ssrc;
-    sequence_ = SequenceCounter();
+    sequence_.Restart();
 }
 
 void CRTCPHandler::Stop()
 {
     stopEvent_.Set();
+    const COneAtATime::Turn only(startOrStop_);
     SendBye();
     // The thread goes first: it sends on the client's socket.
     StopThread(kHandlerStopMs);
     client_.Stop();
-}
-
-void CRTCPHandler::OnRTPSequence(std::uint16_t sequenceNumber)
-{
-    const CLockGuard guard(lock_);
-    sequence_.Update(sequenceNumber);
 }
 
 void CRTCPHandler::OnDatagram(IRTPClient&, const platform::SocketAddress& sender, const std::uint8_t* data,
@@ -139,6 +137,7 @@ bool CRTCPHandler::TakeBye()
 
 void CRTCPHandler::Run()
 {
+    platform::HeldLocks::ForbidHostCalls();
     CEvent* const events[] = {&stopEvent_, &reportEvent_, &restartEvent_};
     for (;;)
     {

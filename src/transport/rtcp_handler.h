@@ -8,6 +8,7 @@
 
 #include "platform/socket.h"
 #include "runtime/base_thread.h"
+#include "runtime/one_at_a_time.h"
 #include "runtime/recursive_lock.h"
 #include "transport/rtcp_handler_user.h"
 #include "transport/rtcp_packet.h"
@@ -22,8 +23,9 @@ namespace korvane
 /// BYE at the end, and tells its user when the device does. Nothing leaves before the first sender report,
 /// since that tells where to.
 ///
-/// Start, stop and `SetUser` are serialised by the caller; `OnRTPSequence` and `Restart` may come from any
-/// thread meanwhile.
+/// The starts and `SetUser` are serialised by the caller; a stop may come while another one is under way, and
+/// goes on in the place of one whose thread was given up. `Restart` may come from any thread meanwhile,
+/// `OnRTPSequence` from one. Neither thread ever calls the host.
 class CRTCPHandler : public CBaseThread, public IRTPClientUser
 {
 public:
@@ -45,8 +47,8 @@ public:
     /// Says BYE and begins afresh, with a new SSRC, on the handler's thread.
     void Restart() { restartEvent_.Set(); }
 
-    /// Counts a packet of the stream; the first one after a start begins the count.
-    void OnRTPSequence(std::uint16_t sequenceNumber);
+    /// Counts a packet of the stream; the first one after a start begins the count. Takes no lock.
+    void OnRTPSequence(std::uint16_t sequenceNumber) { sequence_.Update(sequenceNumber); }
 
     std::uint16_t GetPort() const { return client_.GetPort(); } ///< 0 when stopped
 
@@ -70,11 +72,14 @@ private:
     void SendBye();
     void Send(const platform::SocketAddress& target, std::span<const std::uint8_t> packet);
 
+    COneAtATime startOrStop_;
     CUDPClient client_;
     std::atomic<IRTCPHandlerUser*> user_{nullptr};
     CEvent reportEvent_{false};
     CEvent restartEvent_{false};
     std::uint32_t reportIntervalMs_ = 10'000;
+
+    SequenceCounter sequence_;
 
     mutable CRecursiveLock lock_; // guards all below; never held across a send or a callback
     std::uint32_t peer_ = 0;      // network byte order
@@ -83,7 +88,6 @@ private:
     std::uint32_t lastReportTick_ = 0; // ms; 0 when there was none
     RTCPSenderInfo sender_;
     std::array<std::uint8_t, 4> ownSsrc_{};
-    SequenceCounter sequence_;
 };
 
 } // namespace korvane

@@ -1,20 +1,25 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace korvane
 {
 
 /// Follows the sequence numbers of one RTP stream through wraps, losses and restarts (RFC 3550, appendix A.1,
-/// without probation). No lock.
+/// without probation). One thread counts; any may begin afresh or look meanwhile. No lock, and no atomic
+/// operation that costs more than a load or a store.
 class SequenceCounter
 {
 public:
     /// Takes the number of the next packet that arrived; the first one starts the count.
     void Update(std::uint16_t sequence)
     {
-        if (!started_)
+        if (const std::uint32_t run = run_.load(std::memory_order_acquire); run != ownRun_)
+        {
+            ownRun_ = run;
             Start(sequence);
+        }
         const auto delta = static_cast<std::uint16_t>(sequence - maximum_);
         if (delta < kMaxDropout)
         {
@@ -32,10 +37,19 @@ public:
             Start(sequence);
         }
         ++received_;
+        highest_.store(std::uint64_t{ownRun_} << 32 | (cycles_ + maximum_), std::memory_order_relaxed);
     }
 
-    /// The highest number so far, with the count of wraps in its upper half.
-    std::uint32_t ExtendedHighest() const { return cycles_ + maximum_; }
+    /// The next packet begins the count. Callers serialise it.
+    void Restart() { run_.store(run_.load(std::memory_order_relaxed) + 1, std::memory_order_release); }
+
+    /// The highest number so far, with the count of wraps in its upper half; 0 before the first packet.
+    std::uint32_t ExtendedHighest() const
+    {
+        const std::uint64_t highest = highest_.load(std::memory_order_relaxed);
+        return highest >> 32 == run_.load(std::memory_order_relaxed) ? static_cast<std::uint32_t>(highest)
+                                                                     : 0;
+    }
 
     std::uint32_t Received() const { return received_; } ///< packets that counted since the start
 
@@ -46,14 +60,16 @@ private:
 
     void Start(std::uint16_t sequence)
     {
-        started_ = true;
         maximum_ = sequence;
         cycles_ = 0;
         bad_ = kModulus + 1; // no number
         received_ = 0;
     }
 
-    bool started_ = false;
+    std::atomic<std::uint32_t> run_{1};
+    std::atomic<std::uint64_t> highest_{0}; // below the run that it belongs to
+    // The counting thread's:
+    std::uint32_t ownRun_ = 0;
     std::uint16_t maximum_ = 0;
     std::uint32_t cycles_ = 0; // in steps of 65,536
     std::uint32_t bad_ = kModulus + 1;

@@ -161,6 +161,10 @@ TEST(SequenceCounter, FollowsWrapsLossesAndRestarts)
             counter.Update(number);
         EXPECT_EQ(highest, counter.ExtendedHighest());
         EXPECT_EQ(received, counter.Received());
+        counter.Restart();
+        EXPECT_EQ(0u, counter.ExtendedHighest());
+        counter.Update(5);
+        EXPECT_EQ(5u, counter.ExtendedHighest());
     }
 }
 
