@@ -81,7 +81,7 @@ bool CRTPPacket::Parse(const std::uint8_t* data, std::uint32_t length)
         return false;
 
     const std::uint32_t bodyBytes = fields_.payloadOffset + fields_.payloadLength;
-    if (bodyBytes > capacity_)
+    if (bodyBytes > capacity_ || capacity_ > 2 * bodyBytes + kMostSpareBytes)
     {
         block_ = std::make_unique_for_overwrite<std::uint8_t[]>(bodyBytes);
         capacity_ = bodyBytes;

@@ -34,7 +34,8 @@ public:
     virtual ~CRTPPacket() = default;
 
     /// Reads `length` bytes at `data` and copies what it keeps; any bytes are acceptable input. What the
-    /// packet held before is gone, though a block that is large enough serves again. False leaves it empty.
+    /// packet held before is gone, though a block that is large enough serves again, unless most of it would
+    /// be spare: see `Capacity`. False leaves it empty.
     /// A packet of a fixed header alone is refused: cameras send such packets only to keep a path open, and
     /// the parsers above have no use for them.
     [[nodiscard]] bool Parse(const std::uint8_t* data, std::uint32_t length);
@@ -42,6 +43,10 @@ public:
     /// The same without a copy: the packet refers to the caller's bytes, which have to stay as they are for
     /// as long as the packet is looked at. No allocation.
     [[nodiscard]] bool ParseInPlace(const std::uint8_t* data, std::uint32_t length);
+
+    /// Bytes of the packet's own block: after `Parse` at most twice what it keeps and `kMostSpareBytes`.
+    std::uint32_t Capacity() const { return capacity_; }
+    static constexpr std::uint32_t kMostSpareBytes = 64;
 
     bool Marker() const { return fields_.marker; }                    ///< last packet of a frame
     bool Padding() const { return fields_.padding; }                  ///< the sender padded the packet

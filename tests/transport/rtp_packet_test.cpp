@@ -84,6 +84,19 @@ TEST(RTPPacket, ReadsEveryPartOfAPacket)
     EXPECT_EQ(kFull.data() + 24, inPlace.Payload().data());
 }
 
+// A block serves again, but a small packet never keeps a large one.
+TEST(RTPPacket, HoldsLittleMoreThanItKeeps)
+{
+    CRTPPacket packet;
+    for (const std::uint32_t payloadBytes : {1400u, 65'000u, 700u, 1400u, 1u, 1400u})
+    {
+        const Bytes received = Header(0x80, Bytes(payloadBytes, 1));
+        ASSERT_TRUE(packet.Parse(received.data(), static_cast<std::uint32_t>(received.size())));
+        EXPECT_GE(packet.Capacity(), payloadBytes);
+        EXPECT_LE(packet.Capacity(), 2 * payloadBytes + CRTPPacket::kMostSpareBytes);
+    }
+}
+
 TEST(RTPPacket, RefusesWhatItCannotTrust)
 {
     for (const auto& [name, at, value] : korvane::test::Table<const char*, std::size_t, std::uint8_t>{
