@@ -165,7 +165,9 @@ public:
     void Wake();
     void ClearWake();
 
-    /// Datagrams that the system threw away because the receive buffer was full; nothing if it can't tell.
+    /// Datagrams that the system threw away because the receive buffer was full, since the socket was opened;
+    /// wraps. Known from the next one that `ReceiveMany` takes. Nothing if the system doesn't tell. Any
+    /// thread.
     std::optional<std::uint32_t> DroppedDatagrams() const;
 
 private:
@@ -175,6 +177,8 @@ private:
     int handle_ = -1;
     int wakeHandle_ = -1;
     bool datagram_ = false;
+    bool tellsDrops_ = false;
+    std::atomic<std::uint32_t> drops_{0};
     bool likelyEmpty_ = true; // a read would find nothing, so waiting first saves a call
     std::atomic<bool> shutDown_{false};
     std::atomic<std::uint32_t> receiveTimeoutMs_{0};

@@ -5,7 +5,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -84,6 +83,23 @@ ssize_t Await(int handle, short events, std::uint32_t timeoutMs, bool waitFirst,
     }
 }
 
+// What comes with a datagram: how many were dropped before it, if any ever were (socket(7), SO_RXQ_OVFL).
+struct alignas(cmsghdr) DropNote
+{
+    std::array<std::uint8_t, CMSG_SPACE(sizeof(std::uint32_t))> bytes;
+};
+
+std::optional<std::uint32_t> DropsOf(const msghdr& message)
+{
+    std::optional<std::uint32_t> drops;
+#ifdef SO_RXQ_OVFL
+    const cmsghdr* const note = CMSG_FIRSTHDR(&message);
+    if (note != nullptr && note->cmsg_level == SOL_SOCKET && note->cmsg_type == SO_RXQ_OVFL)
+        std::memcpy(&drops.emplace(), CMSG_DATA(note), sizeof(*drops));
+#endif
+    return drops;
+}
+
 ReceiveResult Failure()
 {
     return {errno == EAGAIN ? ReceiveResult::Status::kTimeout : ReceiveResult::Status::kError, 0};
@@ -151,6 +167,11 @@ bool Socket::OpenDatagram()
     // Else a socket also gets the groups that others in this system joined on the same port.
     const int onlyOwnGroups = 0;
     SetOption(IPPROTO_IP, IP_MULTICAST_ALL, &onlyOwnGroups, sizeof(onlyOwnGroups));
+    drops_ = 0;
+#ifdef SO_RXQ_OVFL
+    const int tell = 1;
+    tellsDrops_ = SetOption(SOL_SOCKET, SO_RXQ_OVFL, &tell, sizeof(tell));
+#endif
     return true;
 }
 
@@ -354,6 +375,7 @@ Socket::ManyResult Socket::ReceiveMany(std::span<Datagram> datagrams, std::uint3
     const std::size_t count = std::min(datagrams.size(), kMostDatagrams);
     std::array<mmsghdr, kMostDatagrams> messages;
     std::array<std::array<iovec, 2>, kMostDatagrams> parts;
+    std::array<DropNote, kMostDatagrams> notes;
     for (std::size_t i = 0; i < count; ++i)
     {
         Datagram& datagram = datagrams[i];
@@ -364,6 +386,8 @@ Socket::ManyResult Socket::ReceiveMany(std::span<Datagram> datagrams, std::uint3
         messages[i].msg_hdr.msg_iovlen = datagram.overflow.empty() ? 1 : 2;
         messages[i].msg_hdr.msg_name = &datagram.sender;
         messages[i].msg_hdr.msg_namelen = sizeof(datagram.sender);
+        messages[i].msg_hdr.msg_control = notes[i].bytes.data();
+        messages[i].msg_hdr.msg_controllen = notes[i].bytes.size();
     }
     int got = 0;
     int error = 0;
@@ -386,6 +410,8 @@ Socket::ManyResult Socket::ReceiveMany(std::span<Datagram> datagrams, std::uint3
     {
         datagrams[i].length = messages[i].msg_len;
         datagrams[i].truncated = (messages[i].msg_hdr.msg_flags & MSG_TRUNC) != 0;
+        if (const std::optional<std::uint32_t> drops = DropsOf(messages[i].msg_hdr))
+            drops_.store(*drops, std::memory_order_relaxed);
     }
     return {WaitResult::kSignalled, static_cast<std::size_t>(got)};
 }
@@ -400,12 +426,7 @@ void Socket::Shutdown()
 
 std::optional<std::uint32_t> Socket::DroppedDatagrams() const
 {
-    std::array<std::uint32_t, SK_MEMINFO_VARS> info{};
-    socklen_t size = sizeof(info);
-    if (getsockopt(handle_, SOL_SOCKET, SO_MEMINFO, info.data(), &size) != 0 ||
-        size <= sizeof(info[0]) * SK_MEMINFO_DROPS)
-        return std::nullopt;
-    return info[SK_MEMINFO_DROPS];
+    return tellsDrops_ ? std::optional(drops_.load(std::memory_order_relaxed)) : std::nullopt;
 }
 
 } // namespace korvane::platform
