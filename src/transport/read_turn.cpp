@@ -1,50 +1,57 @@
 #include "transport/read_turn.h"
 
+#include <utility>
+
+#include "transport/read_watch.h"
+
 namespace korvane
 {
 
 void CReadTurn::Reset()
 {
-    state_ = kUserBusy;
-    isWantedBack_ = false;
-    wasBusy_ = false;
+    state_ = kLent;
+    taken_.Reset();
     givenBack_.Reset();
+    wasDelivering_ = false;
 }
 
 bool CReadTurn::TryBeginReading()
 {
-    std::uint32_t expected = kUserBusy;
-    if (state_.compare_exchange_strong(expected, kUserReads, std::memory_order_acq_rel))
+    std::uint32_t state = kDelivering;
+    if (state_.compare_exchange_strong(state, kLent) || state == kLent)
         return true;
-    isWantedBack_.store(true, std::memory_order_release);
+    // The socket's thread may give it back right now, which sets the event all the same.
+    state = kTaken;
+    state_.compare_exchange_strong(state, kWanted);
     return false;
 }
 
+// A watch that is about to sleep sees the new state, or is seen here: both are in one total order.
 void CReadTurn::EndReading()
 {
-    state_.store(kUserBusy, std::memory_order_release);
-}
-
-void CReadTurn::Look()
-{
-    std::uint32_t expected = kUserBusy;
-    const bool isBusy = state_.load(std::memory_order_relaxed) == kUserBusy;
-    if (!isBusy || !wasBusy_)
-    {
-        wasBusy_ = isBusy;
-        return;
-    }
-    wasBusy_ = false;
-    isWantedBack_.store(false, std::memory_order_relaxed);
-    state_.compare_exchange_strong(expected, kHelperReads, std::memory_order_acq_rel);
+    state_.store(kDelivering);
+    if (watch_ != nullptr)
+        watch_->Wake();
 }
 
 void CReadTurn::GiveBackIfWanted()
 {
-    if (!isWantedBack_.exchange(false, std::memory_order_acq_rel))
+    if (state_.load(std::memory_order_acquire) != kWanted)
         return;
-    state_.store(kUserBusy, std::memory_order_release);
+    EndReading();
     givenBack_.Set();
+}
+
+bool CReadTurn::Look()
+{
+    const std::uint32_t packets = packets_.load(std::memory_order_relaxed);
+    const bool hasMoved = std::exchange(packetsSeen_, packets) != packets;
+    std::uint32_t state = state_.load();
+    const bool isDelivering = state == kDelivering;
+    const bool wasDelivering = std::exchange(wasDelivering_, isDelivering);
+    if (isDelivering && wasDelivering && !hasMoved && state_.compare_exchange_strong(state, kTaken))
+        taken_.Set();
+    return isDelivering || hasMoved;
 }
 
 } // namespace korvane

@@ -4,8 +4,7 @@
 #include <span>
 #include <utility>
 
-#include "transport/datagram_batch.h"
-#include "transport/udp_client.h"
+#include "platform/clock.h"
 
 namespace korvane
 {
@@ -17,7 +16,8 @@ constexpr std::uint32_t kReadSize = 1536; // suits the packets that networks car
 constexpr std::uint32_t kWaitMs = 2000;
 constexpr std::uint32_t kReceiverStopMs = 2000;
 constexpr std::uint32_t kIdleMs = 1000;
-constexpr std::size_t kMostSpare = 8; // items that wait for their next packet, per side
+constexpr std::uint32_t kLossLineMs = 60'000; // from one line to the next
+constexpr std::size_t kMostSpare = 8;         // items that wait for their next packet, per side
 
 } // namespace
 
@@ -26,14 +26,14 @@ struct CRTPReceiver::Item
     platform::SocketAddress sender;
     CRTPPacket packet;
 
-    // With the two blocks' own overhead.
-    std::size_t Bytes() const
-    {
-        return sizeof(Item) + packet.Payload().size() + packet.Extension().size() + 32;
-    }
+    static constexpr std::size_t kHeapBytes = 32; // beside the two blocks
+    std::size_t Bytes() const { return sizeof(Item) + kHeapBytes + packet.Capacity(); }
 };
 
-CRTPReceiver::CRTPReceiver(IDebugMessage* debug) : CBaseThread(debug) {}
+CRTPReceiver::CRTPReceiver(IDebugMessage* debug) : CBaseThread(debug)
+{
+    static_assert(sizeof(Item) + Item::kHeapBytes + CRTPPacket::kMostSpareBytes <= 256);
+}
 
 CRTPReceiver::~CRTPReceiver()
 {
@@ -53,13 +53,12 @@ bool CRTPReceiver::StartMulticast(const std::string& address, std::uint16_t port
 template <class StartClient>
 bool CRTPReceiver::Start(bool keepClient, StartClient startClient)
 {
+    const COneAtATime::Turn only(startOrStop_);
     if (!keepClient)
     {
-        if (client_)
-            client_->Stop(); // its thread looks at the pointer, and the port may be the same
-        udpClient_ = new CUDPClient(debug_);
-        udpClient_->SetUserReads(true);
-        client_.Reset(udpClient_);
+        Stop(); // the port may be the same
+        client_.Reset(new CUDPClient(debug_));
+        client_->Lend();
     }
     if (client_)
     {
@@ -69,7 +68,6 @@ bool CRTPReceiver::Start(bool keepClient, StartClient startClient)
         {
             client_->SetWaitTime(kWaitMs);
             EmptyQueue();
-            threadsClient_ = client_;
             char name[64];
             std::snprintf(name, sizeof(name), "RTP Packet Queue (%hu)", GetPort());
             if (StartThread(name))
@@ -80,16 +78,23 @@ bool CRTPReceiver::Start(bool keepClient, StartClient startClient)
     return false;
 }
 
+// The thread goes first: it reads the client's socket. Each step may be done a second time: the thread that
+// did it first may have been given up in it.
 void CRTPReceiver::Stop()
 {
     stopEvent_.Set();
-    if (client_)
-    {
-        client_->Stop();
-        client_.Release();
-    }
-    EmptyQueue();
+    const COneAtATime::Turn only(startOrStop_);
     StopThread(kReceiverStopMs);
+    if (client_)
+        client_->Stop();
+    client_.Release();
+    EmptyQueue();
+}
+
+void CRTPReceiver::OnStopRequested()
+{
+    if (client_)
+        client_->Interrupt();
 }
 
 std::uint16_t CRTPReceiver::GetPort() const
@@ -137,29 +142,24 @@ void CRTPReceiver::OnDatagram(IRTPClient& client, const platform::SocketAddress&
 
 void CRTPReceiver::Push(std::unique_ptr<Item> item)
 {
-    std::deque<std::unique_ptr<Item>> dropped;
-    bool isFirstDrop = false;
+    std::deque<std::unique_ptr<Item>> dropped; // freed without the lock
+    const std::size_t bytes = item->Bytes();
+    const CLockGuard guard(lock_);
+    if (queuedBytes_ + bytes > kMostQueuedBytes)
     {
-        const CLockGuard guard(lock_);
-        if (queuedBytes_ + item->Bytes() > kMostQueuedBytes)
-        {
-            dropped.swap(queue_);
-            queuedBytes_ = 0;
-            isFirstDrop = !std::exchange(isDropping_, true);
-        }
-        queuedBytes_ += item->Bytes();
-        queue_.push_back(std::move(item));
+        dropped.swap(queue_);
+        queuedBytes_ = 0;
+        droppedPackets_ += dropped.size();
+        if (!std::exchange(isDropping_, true) || untoldDrops_ != 0)
+            untoldDrops_ += static_cast<std::uint32_t>(dropped.size());
     }
-    droppedPackets_ += dropped.size();
-    if (isFirstDrop && debug_ != nullptr)
-        debug_->DebugMessage(
-            kLevelWarning, "%s: The user of port %hu is slower than the network: %u packets were dropped",
-            "korvane::CRTPReceiver::OnDatagram", GetPort(), static_cast<unsigned>(dropped.size()));
+    queuedBytes_ += bytes;
+    queue_.push_back(std::move(item));
 }
 
-void CRTPReceiver::OnTimeout(IRTPClient& client)
+void CRTPReceiver::OnTimeout(IRTPClient&)
 {
-    if (&client == client_.Get() && user_ != nullptr)
+    if (user_ != nullptr && !IsStopping())
         user_->OnRTPTimeout();
 }
 
@@ -192,20 +192,21 @@ bool CRTPReceiver::IsQueueEmpty()
 
 void CRTPReceiver::Run()
 {
-    const TSmartPtr<IRTPClient> keeper(std::move(threadsClient_));
-    CUDPClient& client = *udpClient_;
     CDatagramBatch batch(kReadSize);
-    CEvent* const events[] = {&stopEvent_, &dataEvent_, &client.TurnEvent()};
+    CReadTurn& turn = client_->Turn();
+    CEvent* const events[] = {&stopEvent_, &dataEvent_, &turn.GivenBack()};
+    lossesSeen_ = 0;
     bool canRead = true;
     while (!IsStopping())
     {
         HandleQueued();
-        if (!canRead || !client.TryBeginReading())
+        TellLosses();
+        if (!canRead || !turn.TryBeginReading())
             CEvent::WaitForAny(events, 3, kIdleMs);
         else if (!IsQueueEmpty())
-            client.EndReading(); // what the client's thread queued before it gave the turn back comes first
+            turn.EndReading(); // what the client's thread queued before it gave the turn back comes first
         else
-            canRead = HandleArriving(client, batch);
+            canRead = HandleArriving(batch);
     }
     EmptyQueue();
 }
@@ -214,12 +215,15 @@ void CRTPReceiver::HandleQueued()
 {
     std::unique_ptr<Item> item;
     while ((item = Pop(std::move(item))) != nullptr && !IsStopping())
+    {
+        TellSlowUser();
         Give(item->sender, item->packet);
+    }
 }
 
-bool CRTPReceiver::HandleArriving(CUDPClient& client, CDatagramBatch& batch)
+bool CRTPReceiver::HandleArriving(CDatagramBatch& batch)
 {
-    if (!client.Read(batch))
+    if (!client_->Read(batch))
         return false;
     batch.ForEach(
         [this](const platform::SocketAddress& sender, std::span<const std::uint8_t> bytes, bool)
@@ -232,10 +236,40 @@ bool CRTPReceiver::HandleArriving(CUDPClient& client, CDatagramBatch& batch)
     return true;
 }
 
+// The host's log may stall: meanwhile the socket's thread reads, as while a packet is with the user.
+void CRTPReceiver::TellSlowUser()
+{
+    if (untoldDrops_.load(std::memory_order_relaxed) == 0)
+        return;
+    const std::uint32_t drops = untoldDrops_.exchange(0);
+    if (debug_ != nullptr && !IsStopping())
+        debug_->DebugMessage(kLevelWarning,
+                             "%s: The user of port %hu is slower than the network: %u packets were dropped",
+                             "korvane::CRTPReceiver::OnDatagram", GetPort(), drops);
+}
+
+void CRTPReceiver::TellLosses()
+{
+    const std::uint32_t losses = client_->DroppedDatagrams().value_or(0);
+    untoldLosses_ += losses - std::exchange(lossesSeen_, losses);
+    if (untoldLosses_ == 0)
+        return;
+    const std::uint32_t now = platform::Clock::Milliseconds();
+    if (lossesToldMs_ && now - *lossesToldMs_ < kLossLineMs)
+        return;
+    lossesToldMs_ = now;
+    const std::uint32_t untold = std::exchange(untoldLosses_, 0);
+    if (debug_ != nullptr && !IsStopping())
+        debug_->DebugMessage(kLevelWarning,
+                             "%s: The receive buffer of port %hu was full: %u packets were dropped",
+                             "korvane::CRTPReceiver::Run", GetPort(), untold);
+}
+
 void CRTPReceiver::Give(const platform::SocketAddress& sender, CRTPPacket& packet)
 {
     if (user_ == nullptr || IsStopping())
         return;
+    client_->Turn().BeginPacket();
     try
     {
         user_->OnRTPReceived(sender, packet);

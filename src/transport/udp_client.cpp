@@ -4,6 +4,8 @@
 #include <array>
 #include <span>
 
+#include "platform/held_locks.h"
+
 namespace korvane
 {
 
@@ -16,13 +18,6 @@ constexpr std::uint32_t kSendTimeoutMs = 1000;
 constexpr std::uint32_t kLeastJoinMs = 5000;
 constexpr int kMostDrained = 100;
 constexpr std::size_t kDrainBytes = 1500;
-
-// A user is seen to be late after two looks. What arrives until then, and the burst of a key frame on top of
-// it, has to fit into the socket: so the looks come faster when more arrives.
-constexpr std::size_t kBytesPerLook = 48 * 1024;
-constexpr std::uint32_t kFirstLookMs = 50;
-constexpr std::uint32_t kShortestLookMs = 10;
-constexpr std::uint32_t kLongestLookMs = 250;
 
 } // namespace
 
@@ -51,38 +46,38 @@ bool CUDPClient::StartUnicast(IRTPClientUser* user, std::uint16_t port)
 
 bool CUDPClient::Start(IRTPClientUser* user, const OpenParameters& parameters)
 {
-    bool isOpen = false;
+    const COneAtATime::Turn only(startOrStop_);
     if (user != nullptr)
     {
-        const CLockGuard guard(lock_);
         user_ = user;
-        isOpen = Open(parameters);
-        if (isOpen)
-            turn_.Reset();
+        if (Open(parameters) && StartThread("UDP client thread, port " + std::to_string(port_)))
+            return true;
     }
-    if (isOpen && StartThread("UDP client thread, port " + std::to_string(port_)))
-        return true;
     Stop();
     return false;
 }
 
 bool CUDPClient::Open(const OpenParameters& parameters)
 {
-    if (isOpen_ || !socket_.OpenDatagram())
+    if (!socket_.OpenDatagram())
         return false;
     if (!Prepare(parameters))
     {
         socket_.Close();
         return false;
     }
-    isOpen_ = true;
     port_ = socket_.LocalPort();
     socketTimeoutMs_ = std::max(parameters.receiveTimeoutMs, parameters.sendTimeoutMs);
-    if (!parameters.group)
-        return true;
-    if (!socket_.JoinGroup(*parameters.group))
+    if (parameters.group && !socket_.JoinGroup(*parameters.group))
         return false;
     group_ = parameters.group;
+    if (!isLent_)
+        return true;
+    turn_.Reset();
+    watch_ = CReadWatch::Get();
+    if (watch_ == nullptr)
+        return false;
+    watch_->Add(turn_);
     return true;
 }
 
@@ -96,32 +91,30 @@ bool CUDPClient::Prepare(const OpenParameters& parameters)
            socket_.Bind(parameters.port);
 }
 
+void CUDPClient::Interrupt()
+{
+    stopEvent_.Set();
+    socket_.Shutdown();
+}
+
+// Each step may be done a second time: the thread that did it first may have been given up in it.
 bool CUDPClient::Stop()
 {
     stopEvent_.Set();
-    bool wasOpen = false;
-    bool joined = false;
+    const COneAtATime::Turn only(startOrStop_);
+    if (group_)
+        socket_.LeaveGroup(*group_);
+    group_.reset();
+    Interrupt();
+    const bool joined = JoinThread(std::max(kLeastJoinMs, std::max(waitMs_.load(), socketTimeoutMs_) + 1000));
+    if (watch_ != nullptr)
+        watch_->Remove(turn_);
+    watch_.reset();
+    if (socket_.IsOpen())
     {
-        const CLockGuard guard(lock_);
-        wasOpen = isOpen_;
-        if (wasOpen)
-        {
-            if (group_)
-                socket_.LeaveGroup(*group_);
-            group_.reset();
-            socket_.Shutdown();
-            isOpen_ = false;
-            port_ = 0;
-        }
-        joined = JoinThread(std::max(kLeastJoinMs, std::max(waitMs_.load(), socketTimeoutMs_) + 1000));
-    }
-    if (wasOpen)
-    {
-        {
-            const std::lock_guard reading(readMutex_); // a user that reads has been woken by the shutdown
-            Drain();
-            socket_.Close();
-        }
+        Drain();
+        socket_.Close();
+        port_ = 0;
         TellUser([this](IRTPClientUser& user) { user.OnClosed(*this); });
     }
     return joined;
@@ -154,7 +147,7 @@ void CUDPClient::TellUser(Callback callback)
 bool CUDPClient::SendTo(const platform::SocketAddress& address, const std::uint8_t* data,
                         std::uint32_t length)
 {
-    if (!isOpen_)
+    if (!IsOpen())
         return false;
     std::span<const std::uint8_t> left(data, length);
     while (!left.empty())
@@ -169,51 +162,36 @@ bool CUDPClient::SendTo(const platform::SocketAddress& address, const std::uint8
 
 void CUDPClient::Run()
 {
+    platform::HeldLocks::ForbidHostCalls();
     CDatagramBatch batch(readSize_);
-    std::uint32_t lookMs = kFirstLookMs;
+    CEvent* const events[] = {&stopEvent_, &turn_.Taken()};
     while (!IsStopping())
     {
-        if (userReads_ && !turn_.IsHelpers())
+        if (isLent_ && !turn_.IsTaken())
         {
-            StandBy(lookMs);
+            CEvent::WaitForAny(events, 2, kWaitForever);
             continue;
         }
         if (!Receive(batch))
             return;
         Deliver(batch);
-        if (userReads_)
+        if (isLent_)
             turn_.GiveBackIfWanted();
     }
 }
 
-void CUDPClient::StandBy(std::uint32_t& lookMs)
-{
-    if (stopEvent_.Wait(lookMs))
-        return;
-    turn_.Look();
-    const std::size_t bytes = bytesRead_.exchange(0, std::memory_order_relaxed);
-    const std::size_t wanted = bytes == 0 ? kLongestLookMs : kBytesPerLook * lookMs / bytes;
-    lookMs = static_cast<std::uint32_t>(std::clamp<std::size_t>(wanted, kShortestLookMs, kLongestLookMs));
-}
-
 bool CUDPClient::Read(CDatagramBatch& batch)
 {
-    const bool canGoOn = Receive(batch);
+    if (!Receive(batch))
+        return false;
     turn_.EndReading();
-    if (canGoOn)
-        bytesRead_.fetch_add(batch.ByteCount(), std::memory_order_relaxed);
-    return canGoOn;
+    return true;
 }
 
 // False at a stop, and when the socket can be read no more.
 bool CUDPClient::Receive(CDatagramBatch& batch)
 {
-    platform::WaitResult result = platform::WaitResult::kFailed;
-    {
-        const std::lock_guard reading(readMutex_);
-        if (isOpen_)
-            result = batch.Receive(socket_, waitMs_);
-    }
+    const platform::WaitResult result = batch.Receive(socket_, waitMs_);
     if (IsStopping())
         return false;
     if (result == platform::WaitResult::kTimeout)

@@ -1,17 +1,17 @@
 #pragma once
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
-#include <mutex>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "platform/socket.h"
 #include "runtime/base_thread.h"
-#include "runtime/recursive_lock.h"
+#include "runtime/one_at_a_time.h"
 #include "transport/datagram_batch.h"
 #include "transport/read_turn.h"
+#include "transport/read_watch.h"
 #include "transport/rtp_client.h"
 
 namespace korvane
@@ -22,8 +22,9 @@ namespace korvane
 /// What has arrived is taken in one call, up to sixteen datagrams at a time. A datagram larger than the read
 /// size is lost, and the following reads are 1,024 bytes larger. May be started again after a stop.
 ///
-/// A user with a thread of its own may read there (`SetUserReads`); the client's thread then only looks now
-/// and then whether the user keeps up, and reads in its place while it does not.
+/// The socket may be lent to a user with a thread of its own (`Lend`), which then reads there (`Turn`,
+/// `Read`); the client's thread sleeps until the watch finds that the user stays with one packet, and reads
+/// in its place until the user wants the socket back. Neither thread ever calls the host from here.
 class CUDPClient : public CBaseThread, public IRTPClient
 {
 public:
@@ -38,26 +39,27 @@ public:
     std::uint16_t GetPort() const override { return port_; }
     bool HasMore() const override { return hasMore_; }
 
-    /// Before a start: the user calls `TryBeginReading` and `Read`. `OnDatagram` is called only for what the
-    /// client's thread reads in the user's place.
-    void SetUserReads(bool userReads) { userReads_ = userReads; }
+    /// Before a start. `OnDatagram` is then called only for what the client's thread reads in the user's
+    /// place; the user's thread has to end, and `Interrupt` makes it, before the client is stopped.
+    void Lend() { isLent_ = true; }
 
-    /// On the user's reading thread. False: the client's thread reads for now; `TurnEvent` is set when it no
-    /// longer does.
-    bool TryBeginReading() { return turn_.TryBeginReading(); }
-    CEvent& TurnEvent() { return turn_.Event(); }
-    /// After a true `TryBeginReading`: takes what has arrived, after waiting for it, and ends the turn. Tells
-    /// the user's `OnTimeout` and `OnClosed`. False when the socket can be read no more.
+    CReadTurn& Turn() { return turn_; }
+    /// On the user's thread, after a true `TryBeginReading`: takes what has arrived, after waiting for it,
+    /// and ends the turn. Tells the user's `OnTimeout` and `OnClosed`. False when the socket can be read no
+    /// more: then the turn stays with the user.
     bool Read(CDatagramBatch& batch);
-    void EndReading() { turn_.EndReading(); } ///< instead of `Read`
 
-    bool IsOpen() const { return isOpen_; }
+    /// Ends a read that waits, and makes all later ones fail: the first step of a stop.
+    void Interrupt();
+
+    bool IsOpen() const { return socket_.IsOpen(); } ///< not while the client starts or stops
 
     /// Sends all of `data`, on the client's own socket; false if that isn't open or refuses. `address` is as
     /// a socket gives it. Any thread, but not while the client starts or stops.
     bool SendTo(const platform::SocketAddress& address, const std::uint8_t* data, std::uint32_t length);
 
-    /// Datagrams that the system dropped because they were not read in time; for tests and measurements.
+    /// Datagrams since the start that the system dropped because they were not read in time, as far as it has
+    /// told: with each one that arrives behind them. Any thread.
     std::optional<std::uint32_t> DroppedDatagrams() const { return socket_.DroppedDatagrams(); }
 
     void Run() override;
@@ -76,25 +78,22 @@ private:
     bool Prepare(const OpenParameters& parameters);
     bool Receive(CDatagramBatch& batch);
     void Deliver(CDatagramBatch& batch);
-    void StandBy(std::uint32_t& lookMs);
     void Drain();
     template <class Callback>
     void TellUser(Callback callback);
 
-    CRecursiveLock lock_; // guards start and stop
+    COneAtATime startOrStop_;
     std::atomic<IRTPClientUser*> user_{nullptr};
     platform::Socket socket_;
-    std::atomic<bool> isOpen_{false};
     std::atomic<std::uint16_t> port_{0};
     std::atomic<std::uint32_t> readSize_{8192};
     std::atomic<std::uint32_t> waitMs_{2000};
     std::optional<std::uint32_t> group_; // joined, network byte order
     std::uint32_t socketTimeoutMs_ = 0;  // the larger of the two
     bool hasMore_ = false;               // the thread's own
-    bool userReads_ = false;
-    std::mutex readMutex_; // held by who waits in the socket: it is closed after that
+    bool isLent_ = false;
     CReadTurn turn_;
-    std::atomic<std::size_t> bytesRead_{0}; // by the user, since the last look
+    std::shared_ptr<CReadWatch> watch_; // while a lent socket is open
 };
 
 } // namespace korvane

@@ -1,5 +1,7 @@
 #include "transport/rtp_receiver.h"
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -11,9 +13,11 @@
 #include <thread>
 #include <vector>
 
+#include "platform/clock.h"
 #include "platform/thread.h"
 #include "support/fake_driver.h"
 #include "support/loopback.h"
+#include "support/table.h"
 #include "transport/udp_client.h"
 #include "transport/wire.h"
 
@@ -205,7 +209,7 @@ TEST_F(RTPReceiver, KeepsTheOrderThroughEveryChangeOfReader)
         void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override
         {
             if (packet.SequenceNumber() % 200 == 0)
-                never.Wait(40); // longer than two looks at this rate
+                never.Wait(10); // longer than two looks
             User::OnRTPReceived(sender, packet);
         }
         CEvent never{false};
@@ -223,6 +227,136 @@ TEST_F(RTPReceiver, KeepsTheOrderThroughEveryChangeOfReader)
         ASSERT_TRUE(sequence % 50 != 0 || WaitUntilTaken(port));
     }
     EXPECT_THAT(fitful.sequences.GetOnce(kMany), CountsUpTo(kMany, kMany));
+}
+
+// What arrives while the user stays with a packet is read soon, whenever that begins.
+TEST_F(RTPReceiver, ReadsWithin10MsOfTheUsersBlocking)
+{
+    constexpr std::size_t kTries = 21;
+    ASSERT_TRUE(receiver.StartUnicast(false, 0));
+    const std::uint16_t port = receiver.GetPort();
+    std::vector<std::chrono::steady_clock::duration> delays;
+    for (std::size_t i = 0; i < kTries; ++i)
+    {
+        UDPPeer(port).Send(MakePacket(static_cast<std::uint16_t>(1000 + i))); // and so there was a quick one
+        ASSERT_TRUE(user.WaitForSequence(static_cast<std::uint16_t>(1000 + i)));
+        HoldUser();
+        const auto blocked = std::chrono::steady_clock::now();
+        UDPPeer(port).Send(MakePacket(2));
+        ASSERT_TRUE(WaitUntilTaken(port));
+        delays.push_back(std::chrono::steady_clock::now() - blocked);
+        user.go.Set();
+        ASSERT_TRUE(user.WaitForSequence(2));
+        user.go.Reset();
+        std::this_thread::sleep_for(std::chrono::milliseconds(i % 7)); // another place between two looks
+    }
+    std::ranges::nth_element(delays, delays.begin() + kTries / 2); // the machine may be busy
+    EXPECT_LE(delays[kTries / 2], std::chrono::milliseconds(10));
+}
+
+TEST_F(RTPReceiver, TimeoutsComeFromTheReaderAndNotDuringAStop)
+{
+    struct TimedUser : User
+    {
+        void OnRTPTimeout() override
+        {
+            EXPECT_FALSE(isStopped);
+            came.Set();
+        }
+        std::atomic<bool> isStopped{false};
+        CEvent came{false};
+    } timed;
+    receiver.SetUser(&timed);
+    for (int run = 0; run < 20; ++run)
+    {
+        timed.isStopped = false;
+        ASSERT_TRUE(receiver.StartUnicast(false, 0));
+        receiver.Client()->SetWaitTime(1);
+        UDPPeer(receiver.GetPort()).Send(MakePacket(2)); // ends the first wait, which is longer
+        ASSERT_TRUE(timed.came.Wait(kPatienceMs));
+        receiver.Stop();
+        timed.isStopped = true;
+    }
+}
+
+TEST_F(RTPReceiver, ALogThatStallsDoesNotHoldUpTheSocket)
+{
+    struct StallingLog : IDebugMessage
+    {
+        std::string GetDeviceName() const override { return {}; }
+        void DebugMessage(std::int32_t, const char*, ...) override
+        {
+            stalls.Set();
+            go.Wait(2 * kPatienceMs);
+        }
+        CManualEvent stalls, go;
+    } log;
+    CRTPReceiver own(&log);
+    own.SetUser(&user);
+    ASSERT_TRUE(own.StartUnicast(false, 0));
+    const std::uint16_t port = own.GetPort();
+    UDPPeer sender(port);
+    sender.Send(MakePacket(1));
+    ASSERT_TRUE(user.held.Wait(kPatienceMs));
+    std::uint16_t sequence = 2;
+    for (; own.DroppedPackets() == 0; ++sequence)
+    {
+        sender.Send(MakePacket(sequence, 1400));
+        ASSERT_TRUE(sequence % 50 != 0 || WaitUntilTaken(port));
+    }
+    user.go.Set();
+    ASSERT_TRUE(log.stalls.Wait(kPatienceMs));
+    sender.Send(MakePacket(sequence));
+    EXPECT_TRUE(WaitUntilTaken(port));
+    log.go.Set();
+    EXPECT_TRUE(user.WaitForSequence(sequence));
+}
+
+// Large ones fill the system's buffer before the user is seen to be blocked.
+TEST_F(RTPReceiver, TellsOnceAMinuteWhatTheSystemDropped)
+{
+    platform::ManualClock clock(133'000'000'000'000'000);
+    ASSERT_TRUE(receiver.StartUnicast(false, 0));
+    UDPPeer sender(receiver.GetPort());
+    std::uint32_t toTell = 1; // at least
+    std::vector<std::uint32_t> told;
+    for (const auto& [name, advanceMs, lines] : test::Table<const char*, std::uint32_t, std::size_t>{
+             {"the first", 0, 1},
+             {"within the minute", 59'999, 1},
+             {"the minute is over", 1, 2},
+         })
+    {
+        SCOPED_TRACE(name);
+        clock.AdvanceMs(advanceMs);
+        HoldUser();
+        for (int i = 0; i < 200; ++i)
+            sender.Send(Bytes(60'000, 0));
+        user.go.Set();
+        for (int i = 0; i < 2; ++i) // what the first one brings is told before the second is read
+        {
+            sender.Send(MakePacket(2));
+            ASSERT_TRUE(user.WaitForSequence(2));
+            user.sequences.Set({});
+        }
+        user.go.Reset();
+        const std::vector<std::string> texts = driver.Texts(2);
+        ASSERT_EQ(texts.size(), lines);
+        unsigned port = 0, count = 0;
+        ASSERT_EQ(2, std::sscanf(texts.back().c_str(),
+                                 "korvane::CRTPReceiver::Run: The receive buffer of port %u was full: %u "
+                                 "packets were dropped",
+                                 &port, &count));
+        EXPECT_EQ(receiver.GetPort(), port);
+        const std::uint32_t dropped = receiver.Client()->DroppedDatagrams().value();
+        if (texts.size() != told.size())
+        {
+            EXPECT_GE(count, toTell);
+            told.push_back(count);
+        }
+        const std::uint32_t sum = std::accumulate(told.begin(), told.end(), 0u);
+        EXPECT_LE(sum, dropped);
+        toTell = dropped - sum;
+    }
 }
 
 TEST_F(RTPReceiver, GivesUpAUserThatNeverComesBack)

@@ -1,6 +1,8 @@
 #include "transport/udp_client.h"
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <stdexcept>
@@ -173,6 +175,30 @@ TEST(UDPClient, LosesNothingOfAKeyFrameWhileItsUserIsBusy)
     EXPECT_EQ(client.DroppedDatagrams(), 0u);
 }
 
+// Larger ones fill the buffer sooner.
+TEST(UDPClient, CountsWhatTheSystemDropped)
+{
+    constexpr std::uint32_t kSent = 200;
+    User user;
+    CUDPClient client(nullptr);
+    client.SetReadSize(65535);
+    ASSERT_TRUE(client.StartUnicast(&user, 0));
+    Sender sender(client.GetPort());
+    sender.Hold(user);
+    for (std::uint32_t i = 0; i < kSent; ++i)
+        sender.Send(60'000, 'x', 1);
+    user.go.Set();
+    ASSERT_TRUE(user.heard.WaitForCount(2));
+    do
+        sender.Send(10, 'x', 2);
+    while (!user.heard.WaitFor([](const auto& heard) { return heard.back().last == 2; },
+                               std::chrono::milliseconds(10)));
+    const auto heard = user.heard.Get();
+    const auto arrived = std::count_if(heard.begin(), heard.end(), [](auto& one) { return one.last == 1; });
+    EXPECT_GT(client.DroppedDatagrams(), 0u);
+    EXPECT_GE(*client.DroppedDatagrams(), kSent - arrived);
+}
+
 TEST(UDPClient, AStopEndsTheLongestWaitAndGivesAllBack)
 {
     const int descriptors = test::CountOpenDescriptors();
@@ -197,6 +223,32 @@ TEST(UDPClient, AStopEndsTheLongestWaitAndGivesAllBack)
     EXPECT_EQ(user.closed, 3) << "and nothing to close";
     EXPECT_EQ(test::CountOpenDescriptors(), descriptors);
     EXPECT_THAT(driver.Messages(), IsEmpty());
+}
+
+// The thread of a channel that is stopping can be given up in the middle: its owner stops once more.
+TEST(UDPClient, ASecondStopFinishesOneThatWasGivenUp)
+{
+    test::FakeDriver driver;
+    User user, next;
+    CUDPClient client(&driver);
+    ASSERT_TRUE(client.StartUnicast(&user, 0));
+    const std::uint16_t port = client.GetPort();
+    Sender(port).Hold(user); // and so the stop waits
+    platform::Thread first;
+    const auto stop = [](void* context) { return std::uint32_t{static_cast<CUDPClient*>(context)->Stop()}; };
+    ASSERT_TRUE(first.Start(stop, &client, "first"));
+    ASSERT_TRUE(client.StopEvent().Wait(kPatienceMs));
+    ASSERT_TRUE(test::WaitUntilAsleep(first.Id()));
+    platform::Thread second; // waits for the first one
+    ASSERT_TRUE(second.Start(stop, &client, "second"));
+    EXPECT_EQ(second.Wait(100), platform::WaitResult::kTimeout);
+    first.GiveUp();
+    user.go.Set();
+    EXPECT_EQ(second.Wait(kPatienceMs), platform::WaitResult::kSignalled);
+    second.GiveUp(); // had it not ended
+    EXPECT_EQ(second.ExitCode(), 1u);
+    EXPECT_EQ(user.closed, 1);
+    EXPECT_TRUE(client.StartUnicast(&next, port)) << "and the port is free";
 }
 
 TEST(UDPClient, ClientsOfOneGroupShareItsPort)
