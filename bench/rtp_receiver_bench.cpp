@@ -1,5 +1,5 @@
-// How many packets a second go from a socket's thread to the parser's, and what does that cost beside a bare
-// loop that reads the same packets from a socket and throws them away?
+// How many packets a second go from a socket to the parser, and what does that cost beside a bare loop that
+// reads the same packets from a socket and throws them away?
 
 #include <atomic>
 #include <netinet/in.h>
@@ -56,31 +56,6 @@ void Report(benchmark::State& state, std::uint64_t packets)
     state.counters["packets/s"] =
         benchmark::Counter(static_cast<double>(packets), benchmark::Counter::kIsRate);
 }
-
-// Without a socket: parse, queue, wake, take out.
-void HandOver(benchmark::State& state)
-{
-    const auto& stream = larkmoor::bench::FullHighDefinition();
-    Counter user;
-    CRTPReceiver receiver(nullptr);
-    receiver.SetUser(&user);
-    if (!receiver.StartUnicast(false, 0))
-        return state.SkipWithError("no socket");
-    const auto client = receiver.Client();
-    std::uint64_t sent = 0;
-    for (auto _ : state)
-    {
-        for (const auto& packet : stream.packets)
-        {
-            receiver.OnDatagram(*client, {}, packet.data(), static_cast<std::uint32_t>(packet.size()));
-            if (++sent % 2048 == 0)
-                user.Await(sent); // far below the bound of the queue
-        }
-    }
-    user.Await(sent);
-    Report(state, sent);
-}
-BENCHMARK(HandOver)->Name("hand-over between two threads")->UseRealTime();
 
 // Sends the stream in bursts and lets `waitFor` wait until as many packets have arrived as were sent.
 template <class Read>
