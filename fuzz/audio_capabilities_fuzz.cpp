@@ -1,4 +1,4 @@
-#include "discovery/audio_capabilities.h"
+#include "discovery/camera_properties.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "parsers/mpeg4_header_reader.h"
+#include "parsers/picture_size.h"
 #include "require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

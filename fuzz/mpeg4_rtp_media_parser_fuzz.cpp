@@ -3,8 +3,8 @@
 // picture's own frame may be missing: without its marker the next picture takes its place.
 
 #include "packet_script.h"
-#include "parsers/mpeg4_header_reader.h"
 #include "parsers/mpeg4_rtp_media_parser.h"
+#include "parsers/picture_size.h"
 #include "require.h"
 #include "support/frame_sink.h"
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "parsers/sps_reader.h"
+#include "parsers/picture_size.h"
 #include "require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

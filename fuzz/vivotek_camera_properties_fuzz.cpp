@@ -30,7 +30,7 @@ public:
         body = rest_.substr(0, end);
         rest_.remove_prefix(std::min(end + 1, rest_.size()));
         status_ = body.starts_with('\2') ? 401 : body.starts_with('\3') ? 0 : 200;
-        return status_ == 200 && !body.empty();
+        return status_ == 200;
     }
     std::uint32_t StatusCode() const override { return status_; }
 

@@ -86,7 +86,7 @@ public:
     [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t, const char*, ...) override { ++messages; }
     std::string GetDriverName() const override { return "Larkmoor"; }
     std::string GetHostDirectory() const override { return "./"; }
-    DEVICE_INFO GetDeviceInfo() const override { return {}; }
+    const DEVICE_INFO& GetDeviceInfo() const override { return device_; }
     std::pair<std::uint32_t, std::uint32_t> GetIOCounts() const override { return {}; }
     ipcapture::IHostFrameAllocator* GetFrameAllocator() const override
     {
@@ -98,6 +98,9 @@ public:
     std::string GetPropertyText(std::uint32_t) const override { return {}; }
     std::int32_t GetPropertyInt(std::uint32_t) const override { return kNoProperty; }
     ChannelSettings GetChannelSettings(std::uint32_t) const override { return {}; }
+
+private:
+    const DEVICE_INFO device_;
 };
 
 } // namespace korvane::test

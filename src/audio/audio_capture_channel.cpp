@@ -1,9 +1,9 @@
 #include "audio/audio_capture_channel.h"
 
 #include "http/param_text.h"
+#include "http/send_request.h"
 #include "runtime/device_properties.h"
 #include "runtime/host_call.h"
-#include "runtime/stream_path_table.h"
 #include "runtime/text.h"
 
 #include <algorithm>
@@ -19,7 +19,6 @@ constexpr std::uint32_t kReadBytes = 10240;
 constexpr std::size_t kMostResponseBytes = 0x10000000;
 constexpr std::uint32_t kNoFormat = 0;
 constexpr std::uint32_t kMostCodecs = 256; // that are asked of the host: there are four
-constexpr const char* kSetParameters = "/cgi-bin/admin/setparam.cgi?";
 constexpr const char* kConfigureFunction = "korvane::CAudioCaptureChannel::ConfigureAudioCodec";
 
 std::uint32_t FormatOf(const std::string& codec)
@@ -76,8 +75,7 @@ void CAudioCaptureChannel::FillSessionParameters(RTSPClientParams& params)
 {
     params.mediaSelector = kAudioSection;
     params.serverPort = rtspPort_;
-    params.url =
-        CStreamPathTable(driver_->GetPropertyText(kStreamsProperty)).RtspPath(videoChannel_, stream_);
+    params.url = CStreamPathTable::At(DeviceFacts(*driver_).streams.rtsp, videoChannel_, stream_);
 }
 
 std::string CAudioCaptureChannel::ParameterKey(const char* name) const
@@ -195,17 +193,18 @@ bool CAudioCaptureChannel::SetAudioStreamParameters()
     ConfigureAudioCodec(driver_->GetPropertyText(kSelectedAudioCodecsProperty), wanted.input);
     std::string parameters;
     std::string answer;
-    bool isDone = Request("/cgi-bin/admin/getparam.cgi?audioin&network", parameters) && !parameters.empty();
+    bool isDone =
+        Request(CameraCgi::kGetParam + std::string("audioin&network"), parameters) && !parameters.empty();
     if (isDone)
     {
         const std::string changes = Changes(parameters);
         ReadDevice(parameters);
-        isDone = changes.empty() || Request(kSetParameters + changes, answer);
+        isDone = changes.empty() || Request(CameraCgi::kSetParam + changes, answer);
         if (!isDone && !IsStopping())
             driver_->DebugMessage(kLevelError, "%s: The %s device returns status code %u for \"%s%s\" URI",
                                   "korvane::CAudioCaptureChannel::SetAudioStreamParameters",
-                                  driver_->GetDeviceName().c_str(), sender_.StatusCode(), kSetParameters,
-                                  changes.c_str());
+                                  driver_->GetDeviceName().c_str(), sender_.StatusCode(),
+                                  CameraCgi::kSetParam, changes.c_str());
     }
     parser_.SetFormat(format_);
     return isDone;

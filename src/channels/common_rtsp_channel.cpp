@@ -1,22 +1,16 @@
 #include "channels/common_rtsp_channel.h"
 
-#include "channels/encoder_rules.h"
 #include "http/param_text.h"
-#include "runtime/device_properties.h"
-#include "runtime/stream_path_table.h"
+#include "http/send_request.h"
 #include "runtime/text.h"
 
-#include <vector>
+#include <utility>
 
 namespace korvane
 {
 
 namespace
 {
-
-constexpr std::int32_t kNumericResolutions = 1; // camera types
-constexpr std::int32_t kNamedResolutions = 2;
-constexpr std::uint16_t kDefaultRtspPort = 554;
 
 bool IsRefusal(const std::string& response)
 {
@@ -26,92 +20,65 @@ bool IsRefusal(const std::string& response)
 } // namespace
 
 CCommonRTSPChannel::CCommonRTSPChannel(std::uint32_t channel, IDriver* driver,
-                                       ipcapture::IHostChannelClient* client)
-    : CBaseRTSPChannel(channel, driver, client), httpClient_(driver->GetDeviceInfo())
+                                       ipcapture::IHostChannelClient* client, const EncoderCodec& codec,
+                                       std::unique_ptr<CRTPMediaParser> parser)
+    : CBaseRTSPChannel(channel, driver, client),
+      device_(*driver),
+      httpClient_(driver->GetDeviceInfo()),
+      codec_(codec),
+      codecParser_(std::move(parser))
 {
-}
-
-void CCommonRTSPChannel::ProcessPacket(CRTPPacket& packet)
-{
-    if (codecParser_ != nullptr)
-        codecParser_->OnPacket(packet);
+    codecParser_->SetClient(this);
 }
 
 void CCommonRTSPChannel::FillSessionParameters(RTSPClientParams& params)
 {
-    const auto port = static_cast<std::uint16_t>(driver_->GetPropertyInt(kRtspPortProperty));
-    params.serverPort = port == 0 ? kDefaultRtspPort : port;
-    params.url =
-        CStreamPathTable(driver_->GetPropertyText(kStreamsProperty)).RtspPath(channel_, streamNumber_);
+    params.serverPort = device_.rtspPort;
+    params.url = CStreamPathTable::At(device_.streams.rtsp, channel_, streamNumber_);
 }
 
-std::string CCommonRTSPChannel::ParameterKey(std::uint32_t stream, const char* name) const
+RateSettings CCommonRTSPChannel::ReadRateSettings() const
 {
-    return Utils::FormatString("&videoin_c%u_s%u_%s", channel_, stream, name);
+    return CSettingsFile(*driver_).ReadRateSettings(driver_->GetDeviceInfo(), channel_);
 }
 
-std::string CCommonRTSPChannel::ResolutionPiece(std::uint32_t stream) const
+CEncoderRequest CCommonRTSPChannel::RequestFor(std::uint32_t stream) const
 {
-    std::int32_t cameraType = 0;
-    if (!Utils::IsInteger(driver_->GetPropertyText(kCameraTypeProperty), cameraType))
+    return {codec_, device_, settings_, channel_, stream};
+}
+
+std::string CCommonRTSPChannel::FillRequestParameters(std::uint32_t stream)
+{
+    const CEncoderRequest request = RequestFor(stream);
+    const std::string size = request.Size();
+    if (size.empty())
         return "";
-    if (cameraType == kNumericResolutions)
-        return ParameterKey(stream, "resolution=") +
-               Utils::FormatString("%ux%u", settings_.width, settings_.height);
-    if (cameraType == kNamedResolutions)
-        return ParameterKey(stream, "resolution=") + NamedResolution(settings_.width);
-    return "";
+    return std::string(CameraCgi::kSetParam) + "network_rtsp_authmode=disable" + request.Codec() + size +
+           request.FrameRate() +
+           (codec_.hasRateControl ? request.RateControl(ReadRateSettings()) : request.Quality());
 }
 
-std::string CCommonRTSPChannel::ChangeRequest(std::uint32_t stream, bool resolution,
-                                              const std::string& rest) const
+std::string CCommonRTSPChannel::FillRequestChangeParametersInAlarm(std::uint32_t stream, bool resolution,
+                                                                   bool frameRate)
 {
-    const std::string piece = resolution ? ResolutionPiece(stream) : "";
-    return resolution && piece.empty() ? "" : kSetParam + piece + rest;
-}
-
-std::string CCommonRTSPChannel::RateControlPieces(std::uint32_t stream, const char* codec, float upper,
-                                                  float lower) const
-{
-    const RateSettings rates = CSettingsFile(*driver_).ReadRateSettings(driver_->GetDeviceInfo(), channel_);
-    const std::string prefix = ParameterKey(stream, codec);
-    if (rates.qualityMode == QualityMode::kVbr)
-    {
-        const EncoderQuality quality = MapQuality(settings_.quality, upper, lower);
-        return prefix + "_ratecontrolmode=vbr" + prefix + Utils::FormatString("_quant=%u", quality.quant) +
-               prefix + Utils::FormatString("_qvalue=%d", quality.qvalue);
-    }
-    if (rates.qualityMode == QualityMode::kCbr)
-        return prefix + "_ratecontrolmode=cbr" + prefix +
-               Utils::FormatString("_bitrate=%u",
-                                   MapBitrate(settings_.quality, rates.minBitrate, rates.maxBitrate));
-    return "";
-}
-
-bool CCommonRTSPChannel::Request(const std::string& uri, std::string& response)
-{
-    response.clear();
-    if (!httpClient_.SendRequest("GET", uri) || httpClient_.StatusCode() / 100 != 2)
-        return false;
-    std::vector<std::uint8_t> body;
-    const std::uint32_t length = httpClient_.ReadResponse(body);
-    response.assign(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length));
-    return true;
+    const CEncoderRequest request = RequestFor(stream);
+    const std::string size = resolution ? request.Size() : "";
+    if (resolution && size.empty())
+        return "";
+    return CameraCgi::kSetParam + size + (frameRate ? request.FrameRate() : "");
 }
 
 bool CCommonRTSPChannel::ConfigureDevice()
 {
-    const std::uint32_t streams = CStreamPathTable(driver_->GetPropertyText(kStreamsProperty)).StreamCount();
-    if (codecParser_ != nullptr)
-        codecParser_->ResetParser();
+    codecParser_->ResetParser();
     if (!CheckSensorMode())
         return false;
     // Each request may take as long as the network time-out: a stop must not wait for all of them.
-    for (std::uint32_t stream = 0; stream < streams && !IsStopping(); ++stream)
+    for (std::uint32_t stream = 0; stream < device_.streams.streamCount && !IsStopping(); ++stream)
     {
         const std::string request = FillRequestParameters(stream);
         std::string response;
-        if (request.empty() || !Request(request, response) || IsRefusal(response))
+        if (request.empty() || !CameraCgi::Ask(httpClient_, request, response) || IsRefusal(response))
             continue;
         streamNumber_ = stream;
         return true;
@@ -123,7 +90,7 @@ void CCommonRTSPChannel::ReadSensorMode()
 {
     std::string response;
     const std::string key = Utils::FormatString("videoin_c%u_options", channel_);
-    if (IsStopping() || !Request("/cgi-bin/admin/getparam.cgi?" + key, response))
+    if (IsStopping() || !CameraCgi::Read(httpClient_, key, response))
         return;
     const std::string mode = Utils::ToLower(Utils::GetParamValue(response, key, "=", "&\r\n"));
     if (mode.find("framerate") != std::string::npos)
@@ -134,10 +101,9 @@ void CCommonRTSPChannel::ReadSensorMode()
 
 bool CCommonRTSPChannel::CheckSensorMode()
 {
-    if (driver_->GetPropertyInt(kCameraTypeProperty) != kNumericResolutions)
+    if (device_.cameraType != kNumericResolutions)
         return true;
-    const VideoMode wanted =
-        CSettingsFile(*driver_).ReadRateSettings(driver_->GetDeviceInfo(), channel_).videoMode;
+    const VideoMode wanted = ReadRateSettings().videoMode;
     if (wanted == VideoMode::kAuto)
         return true;
     if (sensorMode_ == SensorMode::kUnknown)
@@ -146,10 +112,9 @@ bool CCommonRTSPChannel::CheckSensorMode()
     if (mode == sensorMode_)
         return true;
     std::string response;
-    const std::string uri =
-        Utils::FormatString("/cgi-bin/admin/setparam.cgi?videoin_c%u_options=%s", channel_,
-                            mode == SensorMode::kQuality ? "quality" : "framerate");
-    if (!Request(uri, response) || response.empty())
+    const std::string change = Utils::FormatString("videoin_c%u_options=%s", channel_,
+                                                   mode == SensorMode::kQuality ? "quality" : "framerate");
+    if (!CameraCgi::Ask(httpClient_, CameraCgi::kSetParam + change, response) || response.empty())
         return false;
     sensorMode_ = mode;
     return true;
@@ -169,7 +134,8 @@ bool CCommonRTSPChannel::ApplyChange(std::uint32_t mask)
         return true;
     }
     if (frameRate)
-        driver_->DebugMessage(3, "!CRIA-CFIA! - Framerate is changed (%u fps)!", FrameRate());
+        driver_->DebugMessage(3, "!CRIA-CFIA! - Framerate is changed (%u fps)!",
+                              FrameRateFromInterval(settings_.frameIntervalMs));
     return SendChange(resolution, frameRate);
 }
 
@@ -183,7 +149,7 @@ bool CCommonRTSPChannel::SendChange(bool resolution, bool frameRate)
     }
     driver_->DebugMessage(3, "!CRIA-CFIA! - Send request... (%s)", request.c_str());
     std::string response;
-    if (!Request(request, response))
+    if (!CameraCgi::Ask(httpClient_, request, response))
     {
         driver_->DebugMessage(1, "!CRIA-CFIA! - Unable to Send HTTP request (%s)!", request.c_str());
         return false;

@@ -1,10 +1,8 @@
 #include "channels/mjpeg_channel_http.h"
 
-#include "channels/mjpeg_encoder_request.h"
+#include "channels/encoder_request.h"
 #include "http/param_text.h"
 #include "http/send_request.h"
-#include "runtime/device_properties.h"
-#include "runtime/stream_path_table.h"
 #include "runtime/text.h"
 
 #include <algorithm>
@@ -20,10 +18,20 @@ constexpr std::uint32_t kRetryMs = 1000;
 constexpr std::uint32_t kSlowRetryMs = 5000; // a device that refuses its settings is not to be hammered
 constexpr std::uint32_t kAttemptsBeforeSlow = 3;
 
-constexpr std::uint32_t kSensorModePolls = 20; // a sensor restarts in some seconds
+constexpr std::uint32_t kWidestAtFrameRate = 800; // a wider picture needs the sensor mode "quality"
+constexpr std::uint32_t kSensorModePolls = 20;    // a sensor restarts in some seconds
 constexpr std::uint32_t kSensorModePollMs = 500;
 
 constexpr std::size_t kBlockBytes = 8096;
+
+bool ReadParameter(Web::CWinINetHttpClient& client, const std::string& name, std::string& value)
+{
+    std::string text;
+    if (!CameraCgi::Read(client, name, text))
+        return false;
+    value = Utils::RemoveChars(Utils::GetParamValue(text, name), "'");
+    return true;
+}
 
 } // namespace
 
@@ -54,10 +62,7 @@ private:
 
 CMJPEGChannelHTTP::CMJPEGChannelHTTP(std::uint32_t channel, IDriver* driver,
                                      ipcapture::IHostChannelClient* client)
-    : CBaseCameraChannel(channel, driver, client),
-      cameraType_(static_cast<std::uint32_t>(driver->GetPropertyInt(kCameraTypeProperty))),
-      legacyInterface_(driver->GetPropertyText(kLegacyInterfaceProperty) == "1"),
-      parser_(driver)
+    : CBaseCameraChannel(channel, driver, client), device_(*driver), parser_(driver)
 {
 }
 
@@ -95,7 +100,7 @@ bool CMJPEGChannelHTTP::Attempt()
 {
     try
     {
-        if (!Configure())
+        if (device_.isLegacy ? !ConfigureLegacy() : !ConfigureCurrent())
             return false;
         attempts_ = 0;
         SetChannelState(kChannelRunning);
@@ -114,41 +119,34 @@ void CMJPEGChannelHTTP::OnStopRequested()
         httpClient_->CloseRequest();
 }
 
-bool CMJPEGChannelHTTP::Configure()
-{
-    return legacyInterface_ ? ConfigureLegacy() : ConfigureCurrent();
-}
-
 bool CMJPEGChannelHTTP::ConfigureCurrent()
 {
-    if (cameraType_ == MjpegRequest::kNumericResolutions && !CheckSensorMode())
+    if (device_.cameraType == kNumericResolutions && !CheckSensorMode())
         return false;
-    const std::string resolution = MjpegRequest::ResolutionText(cameraType_, settings_);
-    if (resolution.empty())
+    const CEncoderRequest request(kMjpegOverHttpEncoder, device_, settings_, channel_, 0);
+    const std::string size = request.Size();
+    if (size.empty() || size.ends_with('='))
         return false; // the device could not be told the size that the host wants
-    const bool fieldToFrame = driver_->GetPropertyText(kFieldToFrameProperty) == "1";
-    const std::string request = MjpegRequest::Encoder(channel_, settings_, resolution, fieldToFrame);
+    const std::string items = request.Codec() + size + request.FrameRate() + request.Quality();
     CurrentClient client(*this);
-    return IsStopping() || (*client).SendRequest("GET", request);
+    return IsStopping() || (*client).SendRequest("GET", CameraCgi::kSetParam + items.substr(1));
 }
 
 bool CMJPEGChannelHTTP::ConfigureLegacy()
 {
     CurrentClient client(*this);
-    std::vector<std::uint8_t> response;
-    if (!Utils::SendRequestEx(*client, "/cgi-bin/admin/getparam.cgi?video", response, true))
+    std::string parameters;
+    if (!CameraCgi::Read(*client, "video", parameters))
         return false;
-    const std::string parameters(reinterpret_cast<const char*>(response.data()));
-    const std::string request =
-        MjpegRequest::LegacyEncoder(channel_, settings_, Utils::RemoveChars(parameters, "' "));
-    return request.empty() || (*client).SendRequest("GET", request);
+    const std::string changes = LegacyMjpegChanges(channel_, settings_, Utils::RemoveChars(parameters, "' "));
+    return changes.empty() || (*client).SendRequest("GET", CameraCgi::kSetParam + changes);
 }
 
 bool CMJPEGChannelHTTP::CheckSensorMode()
 {
     const std::string optionsName = Utils::FormatString("videoin_c%u_options", channel_);
     const std::string resolutionName = Utils::FormatString("videoin_c%u_s0_resolution", channel_);
-    const std::string wanted = MjpegRequest::SensorMode(settings_.width);
+    const std::string wanted = settings_.width > kWidestAtFrameRate ? "quality" : "framerate";
 
     CurrentClient client(*this);
     std::string mode;
@@ -162,10 +160,11 @@ bool CMJPEGChannelHTTP::CheckSensorMode()
     std::string resolution;
     if (!ReadParameter(*client, resolutionName, resolution))
         return false;
-    const std::string setParameter = "/cgi-bin/admin/setparam.cgi?";
-    if (resolution == "800x600" && !SendUnlessStopping(*client, setParameter + resolutionName + "=640x480"))
+    const auto set = [&](const std::string& change)
+    { return !IsStopping() && (*client).SendRequest("GET", CameraCgi::kSetParam + change); };
+    if (resolution == "800x600" && !set(resolutionName + "=640x480"))
         return false;
-    if (!SendUnlessStopping(*client, setParameter + optionsName + "=" + wanted))
+    if (!set(optionsName + "=" + wanted))
         return false;
     for (std::uint32_t poll = 0; poll < kSensorModePolls; ++poll)
     {
@@ -177,32 +176,10 @@ bool CMJPEGChannelHTTP::CheckSensorMode()
     return false;
 }
 
-bool CMJPEGChannelHTTP::ReadParameter(Web::CWinINetHttpClient& client, const std::string& name,
-                                      std::string& value)
-{
-    std::vector<std::uint8_t> response;
-    if (!Utils::SendRequestEx(client, "/cgi-bin/admin/getparam.cgi?" + name, response, true))
-        return false;
-    const std::string_view text(reinterpret_cast<const char*>(response.data()));
-    value = Utils::RemoveChars(Utils::GetParamValue(text, name), "'");
-    return true;
-}
-
-bool CMJPEGChannelHTTP::SendUnlessStopping(Web::CWinINetHttpClient& client, const std::string& uri)
-{
-    return !IsStopping() && client.SendRequest("GET", uri);
-}
-
-std::string CMJPEGChannelHTTP::StreamPath() const
-{
-    if (legacyInterface_)
-        return MjpegRequest::LegacyStreamPath(channel_, settings_);
-    return CStreamPathTable(driver_->GetPropertyText(kStreamsProperty)).HttpPath(channel_, 0);
-}
-
 bool CMJPEGChannelHTTP::RunStream()
 {
-    const std::string path = StreamPath();
+    const std::string path = device_.isLegacy ? LegacyMjpegPath(channel_, settings_)
+                                              : CStreamPathTable::At(device_.streams.http, channel_, 0);
     if (path.empty())
         return false;
     CurrentClient client(*this);

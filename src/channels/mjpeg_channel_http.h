@@ -3,10 +3,9 @@
 #include "channels/base_camera_channel.h"
 #include "http/win_inet_http_client.h"
 #include "parsers/jpeg_media_parser.h"
-#include "parsers/media_receiver.h"
+#include "runtime/device_properties.h"
 
 #include <cstdint>
-#include <string>
 
 namespace korvane
 {
@@ -32,18 +31,13 @@ private:
     class CurrentClient;
 
     bool Attempt();
-    bool Configure();
     bool ConfigureCurrent();
     bool ConfigureLegacy();
     bool CheckSensorMode();
-    bool ReadParameter(Web::CWinINetHttpClient& client, const std::string& name, std::string& value);
-    bool SendUnlessStopping(Web::CWinINetHttpClient& client, const std::string& uri);
-    std::string StreamPath() const;
     bool RunStream();
     bool ReadStream(Web::CWinINetHttpClient& client);
 
-    const std::uint32_t cameraType_;
-    const bool legacyInterface_;
+    const DeviceFacts device_;
     std::uint32_t attempts_ = 0; // in a row that did not reach the stream
     CJpegMediaParser parser_;    // with its half-made frame it outlives a reconnection
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "discovery/camera_resolution.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -9,6 +7,50 @@
 
 namespace korvane
 {
+
+/// How many audio channels a device has in one direction. Travels through the host as a text, written by the
+/// capability query and read back when a driver is opened.
+class CAudioCapabilities
+{
+public:
+    virtual ~CAudioCapabilities() = default;
+
+    std::uint32_t count = 0; ///< audio channels; 0 means none
+    bool stereo = false;
+
+    /// Reads "Count=2; IsStereo=1"; the blank may be missing or more than one, and what follows the second
+    /// number is not looked at. `text` may be null. On failure, also for a number beyond 32 bits, count is 0
+    /// and stereo false.
+    bool Parse(const char* text);
+
+    /// The text that `Parse` reads.
+    std::string Text() const;
+};
+
+/// A picture size that a device offers, with the frame times that it can keep at that size. One thread at a
+/// time.
+class CameraResolution
+{
+public:
+    CameraResolution() = default;
+    CameraResolution(std::uint16_t pictureWidth, std::uint16_t pictureHeight)
+        : width(pictureWidth), height(pictureHeight)
+    {
+    }
+
+    void AddFrameTime(std::uint32_t milliseconds) { frameTimes_.push_back(milliseconds); }
+
+    /// Walk the frame times, in milliseconds, with one cursor per object; 0 at the end.
+    std::uint32_t GetFirstFrameTime();
+    std::uint32_t GetNextFrameTime();
+
+    std::uint16_t width = 0;  ///< pixels
+    std::uint16_t height = 0; ///< pixels
+
+private:
+    std::vector<std::uint32_t> frameTimes_;
+    std::size_t cursor_ = 0;
+};
 
 /// What a device is and can do, as far as every device family has it. One thread at a time.
 class CCameraProperties

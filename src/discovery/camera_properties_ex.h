@@ -1,6 +1,5 @@
 #pragma once
 
-#include "discovery/audio_capabilities.h"
 #include "discovery/camera_properties.h"
 #include "runtime/device_info.h"
 

@@ -1,11 +1,7 @@
 #include "discovery/vivotek_camera_properties.h"
 
-#include "discovery/audio_codecs.h"
-#include "discovery/current_device.h"
-#include "discovery/device_limits.h"
-#include "discovery/http_parameter_source.h"
-#include "discovery/legacy_device.h"
 #include "http/param_text.h"
+#include "http/send_request.h"
 #include "runtime/text.h"
 
 #include <algorithm>
@@ -23,6 +19,36 @@ constexpr std::uint32_t kLoginRefused = 1;
 constexpr std::uint32_t kOtherFailure = 3;
 constexpr std::uint32_t kListedPresets = 256; // names that are looked for when a device tells no count
 
+class CHttpParameterSource : public IParameterSource
+{
+public:
+    explicit CHttpParameterSource(const DEVICE_INFO& deviceInfo) : client_(deviceInfo) {}
+
+    bool Get(const std::string& uri, std::string& body) override
+    {
+        return CameraCgi::Ask(client_, uri, body);
+    }
+    std::uint32_t StatusCode() const override { return client_.StatusCode(); }
+
+private:
+    Web::CHttpClient client_;
+};
+
+/// The audio codecs of a device's list that the driver can take, best first. Compared without case, told as
+/// the device writes them, each once.
+std::string SelectAudioCodecs(std::string_view offered, bool isAacAllowed)
+{
+    const std::vector<std::string> entries = Utils::SplitString(offered, ',');
+    std::vector<std::string> selected;
+    for (const std::string_view codec : {"aac4", "g711", "g726"})
+    {
+        const auto entry = std::ranges::find(entries, codec, Utils::ToLower);
+        if (entry != entries.end() && (codec != "aac4" || isAacAllowed))
+            selected.push_back(*entry);
+    }
+    return Utils::JoinWithComma(selected);
+}
+
 } // namespace
 
 CVivotekCameraProperties::CVivotekCameraProperties(const DEVICE_INFO& deviceInfo,
@@ -38,9 +64,9 @@ CVivotekCameraProperties::CVivotekCameraProperties(const DEVICE_INFO& deviceInfo
                                                    CSettingsFile settings)
     : CCameraPropertiesEx(deviceInfo, hostVideoStandard),
       source_(std::move(source)),
-      settings_(std::move(settings)),
-      cameraVideoStandard_(hostVideoStandard != 0 ? 1 : 0)
+      settings_(std::move(settings))
 {
+    device_.isNtsc = hostVideoStandard != 0;
 }
 
 bool CVivotekCameraProperties::FetchProperties(std::uint32_t* errorCode)
@@ -74,13 +100,10 @@ bool CVivotekCameraProperties::ReadParameters(const std::string& query, std::str
     text.clear();
     if (IsCancelled())
         return false;
-    std::string uri = "/cgi-bin/admin/getparam.cgi";
-    if (!query.empty())
-        uri += "?" + query;
     std::string body;
-    if (!source_->Get(uri, body))
-        return source_->StatusCode() / 100 == 2;
-    body.resize(std::min({body.find('\0'), body.size(), kMaxAnswerBytes}));
+    if (!source_->Get(CameraCgi::kGetParam + query, body))
+        return false;
+    body.resize(std::min(body.size(), kMaxAnswerBytes));
     text = Utils::RemoveChars(body, "'");
     return true;
 }
@@ -114,32 +137,32 @@ bool CVivotekCameraProperties::ReadFirmware()
     std::string text;
     if (!ReadParameters("capability&status", text))
         return false;
-    if (!text.empty())
-        return ReadCurrent(text);
-    if (!ReadParameters("system&video&network", text))
-        return false;
-    return ReadLegacy(Utils::RemoveChars(text, " "));
+    isDiscontinued_ = text.empty();
+    if (!isDiscontinued_)
+    {
+        ReadAudio(text);
+        return Take(DescribeCurrent(text, device_.isNtsc));
+    }
+    return ReadParameters("system&video&network", text) &&
+           Take(DescribeLegacy(GetModel(), Utils::RemoveChars(text, " "), device_.isNtsc));
 }
 
-bool CVivotekCameraProperties::ReadCurrent(std::string_view text)
+bool CVivotekCameraProperties::Take(const std::optional<DeviceDescription>& device)
 {
-    SetInputCount(ReadSignalCount(text, "capability_ndi"));
-    SetOutputCount(ReadSignalCount(text, "capability_ndo"));
-    ReadAudio(text);
-
-    const std::optional<CurrentVideo> video = ReadCurrentVideo(text, IsNtsc());
-    if (!video)
+    if (!device)
         return false;
-    SetChannelCount(video->channelCount);
-    streams_.streamCount = video->streamCount;
-    cameraVideoStandard_ = video->isNtsc ? 1 : 0;
-    for (const std::uint32_t code : video->codecs)
+    device_ = *device;
+    SetInputCount(device_.inputCount);
+    SetOutputCount(device_.outputCount);
+    SetChannelCount(device_.channelCount);
+    for (const std::uint32_t code : device_.codecs)
         AddCodec(code);
-    for (const CameraResolution& resolution : video->resolutions.resolutions)
+    for (const CameraResolution& resolution : device_.resolutions.resolutions)
         AddResolution(resolution);
-    notation_ = video->resolutions.notation;
-    frameRates_ = video->frameRates;
-    defaultFrameRate_ = std::min(defaultFrameRate_, video->resolutions.lowestRate);
+    isJpegOverHttp_ = isJpegOverHttp_ || device_.isJpegOverHttp;
+    streams_.streamCount = device_.streamCount;
+    if (!device_.rtspName.empty())
+        streams_.rtsp = {{device_.rtspName}};
     return true;
 }
 
@@ -160,28 +183,6 @@ std::string CVivotekCameraProperties::ReadAudioCodecs(std::string_view text, con
         features_ = CBastrelSupportedFeatures(platform::ReadProductVersion(kHostCoreLibrary));
     return SelectAudioCodecs(Utils::GetParamValue(text, "capability_audio" + direction + "_codec"),
                              features_.AllowsAac4());
-}
-
-bool CVivotekCameraProperties::ReadLegacy(std::string_view text)
-{
-    SetInputCount(CountLegacyInputs(text).value_or(0));
-    const std::optional<LegacyDevice> device = ReadLegacyDevice(GetModel(), text, IsNtsc());
-    if (!device)
-        return false;
-    isDiscontinued_ = true;
-    SetChannelCount(device->channelCount);
-    SetOutputCount(device->outputCount);
-    AddCodec(device->codec);
-    for (const CameraResolution& resolution : device->resolutions)
-        AddResolution(resolution);
-    cameraVideoStandard_ = device->isNtsc ? 1 : 0;
-    isJpegOverHttp_ = isJpegOverHttp_ || device->isJpegOverHttp;
-    frameRates_ = device->frameRates;
-    defaultFrameRate_ = device->defaultFrameRate;
-    rtspPort_ = device->rtspPort;
-    if (!device->rtspName.empty())
-        streams_.rtsp = {{device->rtspName}};
-    return true;
 }
 
 bool CVivotekCameraProperties::ReadPTZ()
@@ -254,16 +255,16 @@ bool CVivotekCameraProperties::ReadNetwork()
     std::string text;
     if (!ReadParameters("network", text) || text.empty())
         return false;
-    rtspPort_ = Utils::GetParamValue(text, "network_rtsp_port");
+    device_.rtspPort = Utils::GetParamValue(text, "network_rtsp_port");
     streams_.http = ReadAccessNames(text, "http");
     streams_.rtsp = ReadAccessNames(text, "rtsp");
     return true;
 }
 
-StreamAccessNames::Table CVivotekCameraProperties::ReadAccessNames(std::string_view text,
-                                                                   const std::string& protocol) const
+CStreamPathTable::Paths CVivotekCameraProperties::ReadAccessNames(std::string_view text,
+                                                                  const std::string& protocol) const
 {
-    StreamAccessNames::Table table(GetChannelCount());
+    CStreamPathTable::Paths table(GetChannelCount());
     for (std::size_t channel = 0; channel < table.size() && !IsCancelled(); ++channel)
     {
         // A device with a single video input leaves the channel out of these keys.
@@ -284,18 +285,18 @@ bool CVivotekCameraProperties::SaveProperties(ipcapture::ICapabilityStore* store
         return false;
     if (ipcapture::IFrameTimeList* list = store->GetFrameTimeList(1))
     {
-        for (const std::uint32_t rate : frameRates_)
+        for (const std::uint32_t rate : device_.frameRates)
         {
             if (rate != 0 && rate != kNeverListed)
                 list->Add(Utils::FrameTimeFromRate(rate));
         }
-        if (defaultFrameRate_ != 0)
-            list->SetDefault(Utils::FrameTimeFromRate(defaultFrameRate_));
+        if (device_.defaultFrameRate != 0)
+            list->SetDefault(Utils::FrameTimeFromRate(device_.defaultFrameRate));
     }
     if (!CCameraPropertiesEx::SaveProperties(store))
         return false;
-    if (rtspPort_.empty())
-        rtspPort_ = "554";
+    if (device_.rtspPort.empty())
+        device_.rtspPort = "554";
     SaveParameters(*store);
     return true;
 }
@@ -313,9 +314,9 @@ void CVivotekCameraProperties::SaveParameters(ipcapture::ICapabilityStore& store
         ptzFlags += flag(isSet);
 
     number(1, "Video standard", flag(HostVideoStandard() != 0));
-    number(2, "Camera video standard", flag(IsNtsc()));
-    number(6, "Camera type", std::to_string(static_cast<std::uint32_t>(notation_)));
-    number(3, "RTSP port", rtspPort_);
+    number(2, "Camera video standard", flag(device_.isNtsc));
+    number(6, "Camera type", std::to_string(static_cast<std::uint32_t>(device_.resolutions.notation)));
+    number(3, "RTSP port", device_.rtspPort);
     text(14, "Vivotek streams", streams_.Text());
     number(4, "Preset count", std::to_string(presetCount_));
     text(5, "PTZ capability flags", ptzFlags);

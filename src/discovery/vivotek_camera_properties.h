@@ -1,21 +1,33 @@
 #pragma once
 
 #include "discovery/camera_properties_ex.h"
-#include "discovery/frame_rates.h"
-#include "discovery/parameter_source.h"
-#include "discovery/resolution_list.h"
-#include "discovery/stream_access_names.h"
+#include "discovery/device_description.h"
 #include "runtime/bastrel_supported_features.h"
+#include "runtime/device_properties.h"
 #include "runtime/settings_file.h"
 
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace korvane
 {
+
+/// Where the discovery reads a device's parameters: its web server, or whatever stands in for one.
+class IParameterSource
+{
+public:
+    virtual ~IParameterSource() = default;
+
+    /// One request. True when it was answered with a status of 2xx; `body` is then a text, and may be empty.
+    virtual bool Get(const std::string& uri, std::string& body) = 0;
+
+    /// The HTTP status of the last request; 0 when there was no answer.
+    virtual std::uint32_t StatusCode() const = 0;
+};
 
 /// Finds out what a Vivotek device is by asking it for its parameters.
 ///
@@ -44,26 +56,20 @@ private:
     bool ReadNetwork();
 
     bool ReadParameters(const std::string& query, std::string& text);
-    bool ReadCurrent(std::string_view text);
-    bool ReadLegacy(std::string_view text);
+    bool Take(const std::optional<DeviceDescription>& device);
     void ReadAudio(std::string_view text);
     std::string ReadAudioCodecs(std::string_view text, const std::string& direction);
     void ReadPTZRange(std::string_view text);
     std::uint32_t ReadPresetCount(std::string_view text);
-    StreamAccessNames::Table ReadAccessNames(std::string_view text, const std::string& protocol) const;
+    CStreamPathTable::Paths ReadAccessNames(std::string_view text, const std::string& protocol) const;
     void SaveParameters(ipcapture::ICapabilityStore& store) const;
-    bool IsNtsc() const { return cameraVideoStandard_ != 0; }
 
     const std::unique_ptr<IParameterSource> source_;
     const CSettingsFile settings_;
-    FrameRateSet frameRates_;
-    std::uint32_t defaultFrameRate_ = 25;
-    std::string rtspPort_;
-    StreamAccessNames streams_;
+    DeviceDescription device_;
+    CStreamPathTable streams_;
     std::array<bool, 8> ptzFlags_{};
     std::uint32_t presetCount_ = 0;
-    std::uint32_t cameraVideoStandard_; // 1 NTSC, 0 PAL
-    ResolutionNotation notation_ = ResolutionNotation::None;
     bool isJpegOverHttp_ = false;
     bool hasFrameModeOption_ = false;
     bool isDiscontinued_ = false;

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "discovery/capability_query_module.h"
+#include "discovery/vivotek_camera_properties.h"
+
+#include <new>
 
 namespace korvane
 {
@@ -12,7 +15,10 @@ public:
     using CCapabilityQueryModule::CCapabilityQueryModule;
     ~CVivotekCapabilityQueryModule() override { StopQuery(); }
 
-    CCameraPropertiesEx* CreateProperties() override;
+    CCameraPropertiesEx* CreateProperties() override
+    {
+        return new (std::nothrow) CVivotekCameraProperties(Device(), VideoStandardFlag());
+    }
 };
 
 } // namespace korvane

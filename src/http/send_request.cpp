@@ -2,6 +2,8 @@
 
 #include "runtime/text.h"
 
+#include <algorithm>
+
 namespace korvane::Utils
 {
 
@@ -30,8 +32,11 @@ CResultDef IncorrectResponse(const std::string& host, const std::string& uri)
                          host.c_str())};
 }
 
+} // namespace
+
 template <typename Client>
-CResultDef Send(Client& client, const std::string& uri, std::vector<std::uint8_t>& response, bool readBody)
+CResultDef SendRequestWithResult(Client& client, const std::string& uri, std::vector<std::uint8_t>& response,
+                                 bool readBody)
 {
     CResultDef result;
     const std::string host = FormatString("host %s:%u", client.Host().c_str(), unsigned{client.Port()});
@@ -53,30 +58,26 @@ CResultDef Send(Client& client, const std::string& uri, std::vector<std::uint8_t
     return result;
 }
 
-} // namespace
-
-CResultDef SendRequestWithResult(Web::CHttpClient& client, const std::string& uri,
-                                 std::vector<std::uint8_t>& response, bool readBody)
-{
-    return Send(client, uri, response, readBody);
-}
-
-CResultDef SendRequestWithResult(Web::CWinINetHttpClient& client, const std::string& uri,
-                                 std::vector<std::uint8_t>& response, bool readBody)
-{
-    return Send(client, uri, response, readBody);
-}
-
-bool SendRequestEx(Web::CHttpClient& client, const std::string& uri, std::vector<std::uint8_t>& response,
-                   bool readBody)
-{
-    return Send(client, uri, response, readBody).code == 0;
-}
-
-bool SendRequestEx(Web::CWinINetHttpClient& client, const std::string& uri,
-                   std::vector<std::uint8_t>& response, bool readBody)
-{
-    return Send(client, uri, response, readBody).code == 0;
-}
+template CResultDef SendRequestWithResult(Web::CHttpClient&, const std::string&, std::vector<std::uint8_t>&,
+                                          bool);
+template CResultDef SendRequestWithResult(Web::CWinINetHttpClient&, const std::string&,
+                                          std::vector<std::uint8_t>&, bool);
 
 } // namespace korvane::Utils
+
+namespace korvane::CameraCgi
+{
+
+template <typename Client>
+bool Ask(Client& client, const std::string& uri, std::string& text)
+{
+    std::vector<std::uint8_t> body;
+    const bool isAnswered = Utils::SendRequestEx(client, uri, body, true) || client.StatusCode() / 100 == 2;
+    text.assign(body.begin(), std::ranges::find(body, 0));
+    return isAnswered;
+}
+
+template bool Ask(Web::CHttpClient&, const std::string&, std::string&);
+template bool Ask(Web::CWinINetHttpClient&, const std::string&, std::string&);
+
+} // namespace korvane::CameraCgi

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
-#include "parsers/sps_reader.h"
+#include "parsers/picture_size.h"
 #include "runtime/byte_order.h"
 
 namespace korvane
@@ -44,11 +43,6 @@ std::uint8_t TypeOf(std::uint8_t header)
 
 } // namespace
 
-CH264RTPMediaParser::CH264RTPMediaParser(IDriver* driver, std::string driverName)
-    : CRTPMediaParser(driver, std::move(driverName))
-{
-}
-
 void CH264RTPMediaParser::ResetParser()
 {
     waitingForKey_ = true;
@@ -58,40 +52,15 @@ void CH264RTPMediaParser::ResetParser()
     converter_.Reset();
 }
 
-void CH264RTPMediaParser::OnPacket(CRTPPacket& packet)
-{
-    try
-    {
-        if (!CheckSequence(packet))
-            ResetParser();
-        if (!AddPayload(packet.Payload()) || !CheckBufferSize())
-        {
-            ResetParser();
-            return;
-        }
-        if (markerMayEnd_ && packet.Marker() && !frameBuffer_.empty())
-        {
-            CompleteFrame(packet.Timestamp());
-            frameBuffer_.clear();
-        }
-    }
-    catch (...)
-    {
-        ResetParser(); // half a frame must not open the next one
-    }
-}
-
 bool CH264RTPMediaParser::AddPayload(Bytes payload)
 {
-    markerMayEnd_ = true;
-    if (payload.empty())
-        return false;
-    const std::uint8_t kind = TypeOf(payload[0]);
-    if (kind >= 1 && kind <= kLastSingle)
-        return AddSingleUnit(payload);
-    if (kind == kFuA)
-        return AddFragment(payload);
-    return kind == kStapA && AddAggregate(payload);
+    const std::uint8_t kind = payload.empty() ? 0 : TypeOf(payload[0]);
+    const bool isAdded = kind == kFuA     ? AddFragment(payload)
+                         : kind == kStapA ? AddAggregate(payload)
+                                          : kind >= 1 && kind <= kLastSingle && AddSingleUnit(payload);
+    if (!isAdded)
+        ResetParser();
+    return isAdded;
 }
 
 bool CH264RTPMediaParser::AddSingleUnit(Bytes payload)

@@ -13,25 +13,23 @@ namespace korvane
 class CH264RTPMediaParser : public CRTPMediaParser
 {
 public:
-    CH264RTPMediaParser(IDriver* driver, std::string driverName);
+    using CRTPMediaParser::CRTPMediaParser;
 
-    void OnPacket(CRTPPacket& packet) override;
     void ResetParser() override;
 
-private:
-    using Bytes = std::span<const std::uint8_t>;
+protected:
+    bool AddPayload(Bytes payload) override;
+    void CompleteFrame(std::uint32_t timestamp) override;
 
-    bool AddPayload(Bytes payload);
+private:
     bool AddSingleUnit(Bytes payload);
     bool AddAggregate(Bytes payload);
     bool AddFragment(Bytes payload);
     void AddParameterSets();
     void AddUnit(Bytes unit);
-    void CompleteFrame(std::uint32_t timestamp);
     bool ReadKeyFrame();
 
     bool waitingForKey_ = true; // frames without a sequence parameter set are dropped
-    bool markerMayEnd_ = true;  // whether a marker bit of the packet in hand ends the frame
 };
 
 } // namespace korvane

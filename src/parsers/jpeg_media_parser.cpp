@@ -1,6 +1,6 @@
 #include "parsers/jpeg_media_parser.h"
 
-#include "parsers/jpeg_markers.h"
+#include "parsers/jpeg_tables.h"
 #include "runtime/byte_order.h"
 #include "runtime/host_frame.h"
 
@@ -19,6 +19,17 @@ constexpr std::size_t kWidthAt = 7;
 constexpr std::size_t kFrameHeaderBytes = 10;
 
 } // namespace
+
+bool CHttpMediaParser::CheckBufferSize() const
+{
+    if (frame_.size() + skippedBytes_ <= kMaximumFrameBytes)
+        return true;
+    const DEVICE_INFO& device = driver_->GetDeviceInfo();
+    driver_->DebugMessage(kLevelError, "%s: Frame buffer overflow detected, device %s:%u",
+                          "korvane::CHttpMediaParser::CheckBufferSize", device.address.c_str(),
+                          static_cast<unsigned>(device.port));
+    return false;
+}
 
 void CJpegMediaParser::ParseData(std::span<const std::uint8_t> block)
 {

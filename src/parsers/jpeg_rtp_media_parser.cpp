@@ -1,7 +1,7 @@
 #include "parsers/jpeg_rtp_media_parser.h"
 
-#include "parsers/jpeg_markers.h"
 #include "parsers/jpeg_rtp_header.h"
+#include "parsers/jpeg_tables.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,11 +18,6 @@ constexpr std::size_t kLeastPayload = 4;  // up to the fragment offset
 
 } // namespace
 
-CJpegRTPMediaParser::CJpegRTPMediaParser(IDriver* driver, std::string driverName)
-    : CRTPMediaParser(driver, std::move(driverName))
-{
-}
-
 void CJpegRTPMediaParser::ResetParser()
 {
     waitingForStart_ = true;
@@ -31,25 +26,7 @@ void CJpegRTPMediaParser::ResetParser()
     frameBuffer_.clear();
 }
 
-void CJpegRTPMediaParser::OnPacket(CRTPPacket& packet)
-{
-    try
-    {
-        if (!CheckSequence(packet))
-            ResetParser();
-        if (AddPayload(packet.Payload()) && packet.Marker() && !frameBuffer_.empty())
-        {
-            CompleteFrame(packet.Timestamp());
-            frameBuffer_.clear();
-        }
-    }
-    catch (...)
-    {
-        ResetParser(); // half a picture must not open the next one
-    }
-}
-
-bool CJpegRTPMediaParser::AddPayload(std::span<const std::uint8_t> payload)
+bool CJpegRTPMediaParser::AddPayload(Bytes payload)
 {
     if (payload.size() < kLeastPayload)
         return false;
@@ -69,10 +46,9 @@ bool CJpegRTPMediaParser::AddPayload(std::span<const std::uint8_t> payload)
     }
     else if (!waitingForStart_ && payload.size() > headerBytes_)
         Append(payload.subspan(headerBytes_));
-    if (!waitingForStart_ && CheckBufferSize())
-        return true;
-    ResetParser();
-    return false;
+    if (waitingForStart_)
+        ResetParser();
+    return !waitingForStart_;
 }
 
 void CJpegRTPMediaParser::CompleteFrame(std::uint32_t timestamp)

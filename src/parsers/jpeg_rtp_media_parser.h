@@ -12,14 +12,15 @@ namespace korvane
 class CJpegRTPMediaParser : public CRTPMediaParser
 {
 public:
-    CJpegRTPMediaParser(IDriver* driver, std::string driverName);
+    using CRTPMediaParser::CRTPMediaParser;
 
-    void OnPacket(CRTPPacket& packet) override;
     void ResetParser() override; ///< goes on with the times
 
+protected:
+    bool AddPayload(Bytes payload) override;
+    void CompleteFrame(std::uint32_t timestamp) override;
+
 private:
-    bool AddPayload(std::span<const std::uint8_t> payload);
-    void CompleteFrame(std::uint32_t timestamp);
     void EndScan();
     std::uint32_t Rebuild(std::uint8_t* file);
 

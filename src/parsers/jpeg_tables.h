@@ -1,7 +1,19 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+
+namespace korvane
+{
+
+// Marker codes of a JPEG file (ITU-T T.81, table B.1).
+inline constexpr std::uint8_t kMarker = 0xFF;       ///< before each code
+inline constexpr std::uint8_t kStartOfFrame = 0xC0; ///< SOF0, baseline: what all these cameras send
+inline constexpr std::uint8_t kStartOfImage = 0xD8;
+inline constexpr std::uint8_t kEndOfImage = 0xD9;
+
+} // namespace korvane
 
 /// The typical tables of ITU-T T.81, annex K, as RFC 2435 takes them for granted: constant data.
 namespace korvane::JpegTables

@@ -1,10 +1,9 @@
 #include "parsers/mpeg4_rtp_media_parser.h"
 
 #include <algorithm>
-#include <utility>
+#include <array>
 
-#include "parsers/mpeg4_header_reader.h"
-#include "parsers/mpeg4_start_code.h"
+#include "parsers/picture_size.h"
 
 namespace korvane
 {
@@ -12,13 +11,25 @@ namespace korvane
 namespace
 {
 
+// Start codes of ISO/IEC 14496-2, table 6-3.
+constexpr std::array<std::uint8_t, 4> kSequenceStartCode = {0, 0, 1, 0xB0}; // visual object sequence
+constexpr std::array<std::uint8_t, 4> kPictureStartCode = {0, 0, 1, 0xB6};  // VOP
+
+constexpr std::size_t kLeastConfigBytes = 8;   // two start codes
 constexpr std::uint8_t kCodingTypeBits = 0xC0; // vop_coding_type; 0 is intra
 
 } // namespace
 
-CMpeg4RTPMediaParser::CMpeg4RTPMediaParser(IDriver* driver, std::string driverName)
-    : CRTPMediaParser(driver, std::move(driverName))
+std::size_t CMP4Parser::TakeConfig(std::span<const std::uint8_t> payload)
 {
+    if (payload.size() < kLeastConfigBytes || !std::ranges::equal(payload.first(4), kSequenceStartCode))
+        return 0;
+    const auto picture =
+        std::search(payload.begin() + 4, payload.end(), kPictureStartCode.begin(), kPictureStartCode.end());
+    if (picture == payload.end())
+        return 0;
+    config_.assign(payload.begin(), picture);
+    return config_.size();
 }
 
 void CMpeg4RTPMediaParser::ResetParser()
@@ -31,30 +42,7 @@ void CMpeg4RTPMediaParser::ResetParser()
     converter_.Reset();
 }
 
-void CMpeg4RTPMediaParser::OnPacket(CRTPPacket& packet)
-{
-    try
-    {
-        if (!CheckSequence(packet))
-            ResetParser();
-        AddPayload(packet.Payload());
-        if (waitingForKey_)
-            return;
-        if (!CheckBufferSize())
-            return ResetParser();
-        if (packet.Marker())
-        {
-            CompleteFrame(packet.Timestamp());
-            frameBuffer_.clear();
-        }
-    }
-    catch (...)
-    {
-        ResetParser(); // half a frame must not open the next one
-    }
-}
-
-void CMpeg4RTPMediaParser::AddPayload(std::span<const std::uint8_t> payload)
+bool CMpeg4RTPMediaParser::AddPayload(Bytes payload)
 {
     const auto rest = payload.subspan(stream_.TakeConfig(payload));
     constexpr std::size_t kCodeBytes = kPictureStartCode.size();
@@ -70,11 +58,12 @@ void CMpeg4RTPMediaParser::AddPayload(std::span<const std::uint8_t> payload)
     }
     if (!waitingForKey_)
         Append(rest);
+    return !waitingForKey_;
 }
 
 void CMpeg4RTPMediaParser::CompleteFrame(std::uint32_t timestamp)
 {
-    if (frameBuffer_.empty() || !CanDeliver())
+    if (!CanDeliver())
         return;
     converter_.Convert(timestamp);
     if (isKey_)

@@ -1,10 +1,27 @@
 #pragma once
 
-#include "parsers/mp4_parser.h"
 #include "parsers/rtp_media_parser.h"
 
 namespace korvane
 {
+
+/// Keeps the configuration of an MPEG-4 Part 2 stream: the bytes from its visual object sequence start code
+/// up to the first picture. One thread; no lock.
+class CMP4Parser
+{
+public:
+    virtual ~CMP4Parser() = default;
+
+    /// Takes the configuration out of the start of `payload`, in place of an earlier one, and gives its
+    /// length in bytes. 0 when `payload` doesn't begin with one or no picture follows in it: then nothing is
+    /// kept.
+    std::size_t TakeConfig(std::span<const std::uint8_t> payload);
+
+    std::span<const std::uint8_t> Config() const { return config_; } ///< empty before the first
+
+private:
+    std::vector<std::uint8_t> config_;
+};
 
 /// Builds frames of an MPEG-4 Part 2 elementary stream from RTP packets of RFC 6416: one frame for each run
 /// of packets from a picture's start code up to a marker bit.
@@ -15,15 +32,15 @@ namespace korvane
 class CMpeg4RTPMediaParser : public CRTPMediaParser
 {
 public:
-    CMpeg4RTPMediaParser(IDriver* driver, std::string driverName);
+    using CRTPMediaParser::CRTPMediaParser;
 
-    void OnPacket(CRTPPacket& packet) override;
     void ResetParser() override; ///< keeps the configuration
 
-private:
-    void AddPayload(std::span<const std::uint8_t> payload);
-    void CompleteFrame(std::uint32_t timestamp);
+protected:
+    bool AddPayload(Bytes payload) override;
+    void CompleteFrame(std::uint32_t timestamp) override;
 
+private:
     bool waitingForKey_ = true;
     bool isKey_ = false; // the frame in hand began with an intra picture
     CMP4Parser stream_;

@@ -16,6 +16,29 @@ void CRTPMediaParser::SetParameterSets(const ParameterSets& parameterSets)
     parameterSets_ = parameterSets;
 }
 
+void CRTPMediaParser::OnPacket(CRTPPacket& packet)
+{
+    try
+    {
+        if (!CheckSequence(packet))
+            ResetParser();
+        markerMayEnd_ = true;
+        if (!AddPayload(packet.Payload()))
+            return;
+        if (!CheckBufferSize())
+            return ResetParser();
+        if (markerMayEnd_ && packet.Marker() && !frameBuffer_.empty())
+        {
+            CompleteFrame(packet.Timestamp());
+            frameBuffer_.clear();
+        }
+    }
+    catch (...)
+    {
+        ResetParser(); // half a frame must not open the next one
+    }
+}
+
 bool CRTPMediaParser::CheckSequence(const CRTPPacket& packet)
 {
     const auto expected = static_cast<std::uint16_t>(lastSequence_ + 1);
@@ -29,7 +52,7 @@ bool CRTPMediaParser::CheckBufferSize()
 {
     if (frameBuffer_.size() <= kMaxFrameBytes)
         return true;
-    const DEVICE_INFO device = driver_->GetDeviceInfo();
+    const DEVICE_INFO& device = driver_->GetDeviceInfo();
     driver_->DebugMessage(kLevelError, "%s: Frame buffer overflow detected, device %s:%u",
                           "korvane::CRTPMediaParser::CheckBufferSize", device.address.c_str(),
                           static_cast<unsigned>(device.port));

@@ -35,20 +35,29 @@ public:
     /// reached only by a stream that never ends a frame.
     static constexpr std::size_t kMaxFrameBytes = 10 * 1024 * 1024;
 
+    /// `driver` outlives the parser. `driverName` is what the allocator is told.
+    CRTPMediaParser(IDriver* driver, std::string driverName);
     virtual ~CRTPMediaParser() = default;
     CRTPMediaParser(const CRTPMediaParser&) = delete;
     CRTPMediaParser& operator=(const CRTPMediaParser&) = delete;
 
-    virtual void OnPacket(CRTPPacket& packet) = 0; ///< never throws; the packet is looked at in the call only
-    virtual void ResetParser() = 0;                ///< forgets the frame in hand and waits for a key frame
+    /// Never throws; the packet is looked at in the call only.
+    virtual void OnPacket(CRTPPacket& packet);
+    virtual void ResetParser() = 0; ///< forgets the frame in hand and waits for a key frame
     virtual void SetParameterSets(const ParameterSets& parameterSets); ///< copies them
 
     /// Not owned; while it is null no frames are made.
     void SetClient(IMediaParserClient* client) { client_ = client; }
 
 protected:
-    /// `driver` outlives the parser. `driverName` is what the allocator is told.
-    CRTPMediaParser(IDriver* driver, std::string driverName);
+    using Bytes = std::span<const std::uint8_t>;
+
+    /// Adds what the payload brings to the frame buffer. False, after a reset where there is something to
+    /// forget, when the packet ends here.
+    virtual bool AddPayload(Bytes payload) = 0;
+
+    /// Delivers what the frame buffer holds, which is something, and is emptied then.
+    virtual void CompleteFrame(std::uint32_t timestamp) = 0;
 
     /// Notes the packet's sequence number. True for the first packet of the parser's life and for one that
     /// follows the last.
@@ -79,6 +88,7 @@ protected:
     CTimeStampConverter converter_;
     std::vector<std::uint8_t> frameBuffer_; // the frame under construction; keeps its capacity
     ParameterSets parameterSets_;
+    bool markerMayEnd_ = true; // the frame; set for each packet, before its payload is added
     std::uint32_t width_ = 0;  // pixels, of the last key frame; 0 when unknown
     std::uint32_t height_ = 0; // as width_
 

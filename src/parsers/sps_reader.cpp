@@ -1,4 +1,4 @@
-#include "parsers/sps_reader.h"
+#include "parsers/picture_size.h"
 
 #include "parsers/bit_reader.h"
 

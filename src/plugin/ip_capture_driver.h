@@ -46,7 +46,7 @@ public:
     std::string GetDeviceName() const override;
     [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
     std::string GetHostDirectory() const override { return hostDirectory_; }
-    DEVICE_INFO GetDeviceInfo() const override { return device_; }
+    const DEVICE_INFO& GetDeviceInfo() const override { return device_; }
     std::pair<std::uint32_t, std::uint32_t> GetIOCounts() const override
     {
         return {inputCount_, outputCount_};

@@ -1,11 +1,9 @@
 #include "plugin/larkmoor_driver.h"
 
 #include "audio/audio_capture_channel.h"
-#include "channels/h264_channel_rtsp.h"
+#include "channels/codec_channels_rtsp.h"
 #include "channels/mjpeg_channel_http.h"
-#include "channels/mjpeg_channel_rtsp.h"
-#include "channels/mpeg_channel_rtsp.h"
-#include "discovery/audio_capabilities.h"
+#include "discovery/camera_properties.h"
 #include "io/vivotek_io.h"
 #include "ptz/vivotek_ptz_handler.h"
 #include "runtime/device_properties.h"

@@ -1,6 +1,11 @@
 #pragma once
 
+#include "runtime/driver.h"
+
 #include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
 
 /// The numbers of the properties that a device has in the host's store: the capability query writes them, and
 /// the driver reads them back (`IDriver::GetPropertyText`).
@@ -23,5 +28,56 @@ inline constexpr std::uint32_t kStreamsProperty = 14; ///< see CStreamPathTable
 inline constexpr std::uint32_t kPtzTypeProperty = 15;
 inline constexpr std::uint32_t kPtzSubtypeProperty = 16;
 inline constexpr std::uint32_t kSelectedAudioCodecsProperty = 17;
+
+/// The paths under which a device serves its streams, and the text in which they travel through the host:
+/// "count;http paths;rtsp paths", each list with "," between channels and "!" between the streams of one.
+class CStreamPathTable
+{
+public:
+    using Paths = std::vector<std::vector<std::string>>; ///< by channel, by stream; empty: no access
+
+    CStreamPathTable() = default;
+
+    /// Any text is acceptable. One that doesn't have exactly three parts leaves the count at 4 and both lists
+    /// empty.
+    explicit CStreamPathTable(std::string_view text);
+
+    /// The text that the constructor reads.
+    std::string Text() const;
+
+    /// Empty if there is no such entry. `channel` and `stream` from 0.
+    static std::string At(const Paths& paths, std::uint32_t channel, std::uint32_t stream);
+
+    std::uint32_t streamCount = 4; ///< of one channel
+    Paths http;
+    Paths rtsp;
+};
+
+/// What the properties say of a device's video, parsed once. Absent ones read as 0, false and empty.
+struct DeviceFacts
+{
+    explicit DeviceFacts(const IDriver& driver);
+
+    std::int32_t cameraType;
+    bool hasFieldToFrame;
+    bool isLegacy;
+    std::uint16_t rtspPort; ///< 554 for a property of 0; the low bits of any other number
+    CStreamPathTable streams;
+};
+
+/// Camera types: how a device names its picture sizes.
+inline constexpr std::int32_t kNumericResolutions = 1; ///< "640x480"
+inline constexpr std::int32_t kNamedResolutions = 2;   ///< "CIF"
+
+/// The picture sizes that have names, in pixels, the smallest first.
+struct NamedSize
+{
+    std::string_view name;
+    std::uint16_t width;
+    std::uint16_t heightNtsc;
+    std::uint16_t heightPal;
+};
+inline constexpr NamedSize kNamedSizes[] = {
+    {"QCIF", 176, 120, 144}, {"CIF", 352, 240, 288}, {"4CIF", 704, 480, 576}, {"D1", 720, 480, 576}};
 
 } // namespace korvane

@@ -21,8 +21,8 @@ class IDriver : public IDebugMessage
 public:
     virtual std::string GetDriverName() const = 0; ///< "Larkmoor"
     virtual std::string
-    GetHostDirectory() const = 0;                  ///< of the host's executable, with its closing separator
-    virtual DEVICE_INFO GetDeviceInfo() const = 0; ///< a copy, which may be held across a wait
+    GetHostDirectory() const = 0; ///< of the host's executable, with its closing separator
+    virtual const DEVICE_INFO& GetDeviceInfo() const = 0;
 
     /// Digital inputs, digital outputs.
     virtual std::pair<std::uint32_t, std::uint32_t> GetIOCounts() const = 0;

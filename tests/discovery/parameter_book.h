@@ -1,6 +1,6 @@
 #pragma once
 
-#include "discovery/parameter_source.h"
+#include "discovery/vivotek_camera_properties.h"
 
 #include <functional>
 #include <map>
@@ -35,7 +35,7 @@ public:
         const auto refusal = refusals_.find(query);
         status_ = refusal == refusals_.end() ? 200 : refusal->second;
         body = status_ == 200 ? Read(query) : "";
-        return !body.empty();
+        return status_ / 100 == 2;
     }
     std::uint32_t StatusCode() const override { return status_; }
 

@@ -1,4 +1,4 @@
-#include "parsers/mpeg4_header_reader.h"
+#include "parsers/picture_size.h"
 
 #include <memory>
 #include <string>

@@ -1,4 +1,4 @@
-#include "parsers/sps_reader.h"
+#include "parsers/picture_size.h"
 
 #include <string>
 #include <vector>

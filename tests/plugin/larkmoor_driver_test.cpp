@@ -1,6 +1,6 @@
 #include "plugin/larkmoor_driver.h"
 
-#include "channels/h264_channel_rtsp.h"
+#include "channels/codec_channels_rtsp.h"
 #include "channels/mjpeg_channel_http.h"
 #include "support/fake_host.h"
 #include "support/http_test_server.h"

@@ -33,7 +33,7 @@ public:
     [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
     std::string GetDriverName() const override { return "Larkmoor"; }
     std::string GetHostDirectory() const override { return hostDirectory; }
-    DEVICE_INFO GetDeviceInfo() const override { return device; }
+    const DEVICE_INFO& GetDeviceInfo() const override { return device; }
     std::pair<std::uint32_t, std::uint32_t> GetIOCounts() const override { return {inputCount, outputCount}; }
     ipcapture::IHostFrameAllocator* GetFrameAllocator() const override { return allocator; }
     std::uint32_t GetVideoStandard() const override { return 1; }

@@ -1,14 +1,21 @@
-#include "discovery/resolution_list.h"
+#include "discovery/picture_lists.h"
 
+#include "runtime/device_properties.h"
 #include "runtime/text.h"
 
 #include <algorithm>
+#include <optional>
+#include <string_view>
 
 namespace korvane
 {
 
 namespace
 {
+
+constexpr std::uint32_t kSteps[] = {30, 25, 20, 15, 10, 8, 5, 3, 2, 1};
+constexpr std::uint32_t kFullRateNtsc = 30;
+constexpr std::uint32_t kFullRatePal = 25;
 
 void SkipBlanks(std::string_view& text)
 {
@@ -29,39 +36,44 @@ std::uint16_t TakeDimension(std::string_view& text)
     return number > 0xFFFF ? std::uint16_t(0) : static_cast<std::uint16_t>(number);
 }
 
-} // namespace
-
 std::optional<CameraResolution> ReadNumericResolution(std::string_view text)
 {
     const std::uint16_t width = TakeDimension(text);
     SkipBlanks(text);
-    if (width == 0 || text.empty())
-        return std::nullopt;
-    text.remove_prefix(1);
+    text.remove_prefix(std::min<std::size_t>(text.size(), 1));
     const std::uint16_t height = TakeDimension(text);
-    if (height == 0)
-        return std::nullopt;
-    return CameraResolution(width, height);
+    return width == 0 || height == 0 ? std::nullopt : std::optional(CameraResolution(width, height));
 }
 
 std::optional<CameraResolution> ReadNamedResolution(std::string_view text, bool isNtsc)
 {
-    static constexpr struct
-    {
-        std::string_view name;
-        std::uint16_t width;
-        std::uint16_t heightNtsc;
-        std::uint16_t heightPal;
-    } kNames[] = {
-        {"QCIF", 176, 120, 144}, {"CIF", 352, 240, 288}, {"4CIF", 704, 480, 576}, {"D1", 720, 480, 576}};
-
     const std::string name = Utils::RemoveChars(text, " ");
-    for (const auto& known : kNames)
-    {
-        if (name == known.name)
-            return CameraResolution(known.width, isNtsc ? known.heightNtsc : known.heightPal);
-    }
+    for (const NamedSize& size : kNamedSizes)
+        if (name == size.name)
+            return CameraResolution(size.width, isNtsc ? size.heightNtsc : size.heightPal);
     return std::nullopt;
+}
+
+} // namespace
+
+std::vector<std::uint32_t> ReadFrameRates(const std::vector<std::string>& texts, std::size_t count,
+                                          bool isNtsc, FrameRateSet& rates)
+{
+    std::vector<std::uint32_t> list;
+    for (const std::string& text : texts)
+    {
+        std::int32_t value = 0;
+        if (Utils::IsInteger(text, value) && value > 0)
+            list.push_back(static_cast<std::uint32_t>(value));
+    }
+    if (list.size() < count)
+        list.resize(count, isNtsc ? kFullRateNtsc : kFullRatePal);
+    rates = FrameRateSet(list.begin(), list.end());
+    const std::uint32_t highest = rates.empty() ? 0 : *rates.rbegin();
+    for (const std::uint32_t step : kSteps)
+        if (step <= highest)
+            rates.insert(step);
+    return list;
 }
 
 ResolutionList MatchResolutions(const std::vector<std::string>& texts,
@@ -72,21 +84,18 @@ ResolutionList MatchResolutions(const std::vector<std::string>& texts,
         return list;
     for (std::size_t at = 0; at < texts.size(); ++at)
     {
+        ResolutionNotation notation = ResolutionNotation::Numeric;
         std::optional<CameraResolution> resolution;
         if (list.notation != ResolutionNotation::Named)
-        {
             resolution = ReadNumericResolution(texts[at]);
-            if (resolution)
-                list.notation = ResolutionNotation::Numeric;
-        }
         if (!resolution && list.notation != ResolutionNotation::Numeric)
         {
+            notation = ResolutionNotation::Named;
             resolution = ReadNamedResolution(texts[at], isNtsc);
-            if (resolution)
-                list.notation = ResolutionNotation::Named;
         }
         if (!resolution)
             continue;
+        list.notation = notation;
         resolution->AddFrameTime(Utils::FrameTimeFromRate(rates[at]));
         list.lowestRate = list.resolutions.empty() ? rates[at] : std::min(list.lowestRate, rates[at]);
         list.resolutions.push_back(*resolution);
