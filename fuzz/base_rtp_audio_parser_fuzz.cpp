@@ -38,8 +38,8 @@ public:
         const auto payload = packet.Payload();
         if (IsAac() || payload.size() >= 2)
             sent_.insert(sent_.end(), payload.begin(), payload.end());
-        parser_.ParseData(payload.data(), static_cast<std::uint32_t>(payload.size()),
-                          packet.SequenceNumber());
+        parser_.ParseData(payload.data(), static_cast<std::uint32_t>(payload.size()), packet.SequenceNumber(),
+                          packet.Marker());
         Require(!sink_.held);
     }
 

@@ -258,7 +258,8 @@ void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
     if (!isDescribed_ || IsStopping())
         return;
     const std::span<const std::uint8_t> payload = packet.Payload();
-    parser_.ParseData(payload.data(), static_cast<std::uint32_t>(payload.size()), packet.SequenceNumber());
+    parser_.ParseData(payload.data(), static_cast<std::uint32_t>(payload.size()), packet.SequenceNumber(),
+                      packet.Marker());
 }
 
 bool CBaseAudioRTSPChannel::AudioFrame(ipcapture::IHostFrame* frame)

@@ -22,6 +22,12 @@ constexpr const char* kFrameFunction = "korvane::CBaseRTPAudioParser::ProcessAud
 constexpr std::uint32_t kSampleRates[] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
                                           22050, 16000, 12000, 11025, 8000,  7350};
 
+/// Also true of what is too short to tell.
+bool MayBeginUnit(std::span<const std::uint8_t> bytes)
+{
+    return bytes.size() < 2 || Utils::LoadBigEndian16(bytes.data()) == kAuHeaderBits;
+}
+
 std::uint32_t MostAuBytes(std::uint32_t bitRate)
 {
     return bitRate / 16 == 0 ? kDefaultAuBytes : std::min(bitRate / 16, CBaseRTPAudioParser::kMostBytes);
@@ -45,7 +51,8 @@ void CBaseRTPAudioParser::SetParameters(const SDPAudioParameters& parameters)
 {
     parameters_ = parameters;
     auBuffer_.clear();
-    tornBytes_ = 0;
+    isTorn_ = false;
+    isMarkerTelling_ = false;
 }
 
 void CBaseRTPAudioParser::Reset()
@@ -63,17 +70,22 @@ bool CBaseRTPAudioParser::CheckSequence(std::uint16_t sequence)
     return follows;
 }
 
-void CBaseRTPAudioParser::ParseData(const std::uint8_t* data, std::uint32_t size, std::uint16_t sequence)
+void CBaseRTPAudioParser::ParseData(const std::uint8_t* data, std::uint32_t size, std::uint16_t sequence,
+                                    bool marker)
 {
     try
     {
         if (!CheckSequence(sequence))
         {
             Reset();
-            tornBytes_ = auBuffer_.size();
+            if (MayBeginUnit(auBuffer_)) // foreign bytes stay, and are told of once they fill the buffer
+            {
+                auBuffer_.clear();
+                isTorn_ = true;
+            }
         }
         if (format_.codecCode == ipcapture::kFormatAac)
-            return ParseAACData({data, data == nullptr ? 0 : size});
+            return ParseAACData({data, data == nullptr ? 0 : size}, marker);
         ProcessData(data, size);
         if (frameBuffer_.size() >= std::min(format_.sampleRate, kMostBytes))
         {
@@ -99,8 +111,13 @@ void CBaseRTPAudioParser::ProcessData(const std::uint8_t* data, std::uint32_t si
 //   AU-headers-length (16 bits, always 16) | AU-size (13) AU-Index (3) | AU-size bytes | ...
 //
 // Anything else stays until the buffer is full, and then what follows it is dropped.
-void CBaseRTPAudioParser::ParseAACData(std::span<const std::uint8_t> input)
+void CBaseRTPAudioParser::ParseAACData(std::span<const std::uint8_t> input, bool marker)
 {
+    isMarkerTelling_ |= !marker;
+    if (isTorn_)
+        LookForUnit(input);
+    if (isTorn_ && auBuffer_.empty() && (input.size() < kAuHeaderBytes || !MayBeginUnit(input)))
+        return;
     // A further fragment has the header of the first one again (section 3.2.3); it belongs to no sound.
     if (auBuffer_.size() > kAuHeaderBytes && input.size() > kAuHeaderBytes &&
         Utils::LoadBigEndian16(auBuffer_.data()) == kAuHeaderBits &&
@@ -112,11 +129,25 @@ void CBaseRTPAudioParser::ParseAACData(std::span<const std::uint8_t> input)
         {
         }
         if (input.empty() || !HasRoom())
-            return;
+            break;
         const std::size_t taken = std::min(input.size(), mostAuBytes_ - auBuffer_.size());
         auBuffer_.insert(auBuffer_.end(), input.begin(), input.begin() + static_cast<std::ptrdiff_t>(taken));
         input = input.subspan(taken);
     }
+    // The marker ends a unit (section 3.1): what is not whole by then began before the gap.
+    if (isTorn_ && (!MayBeginUnit(auBuffer_) || (marker && isMarkerTelling_)))
+        auBuffer_.clear();
+}
+
+// Behind a gap a packet that begins with another unit's header than the one in hand shows that this one will
+// never be whole.
+void CBaseRTPAudioParser::LookForUnit(std::span<const std::uint8_t> input)
+{
+    const std::size_t compared = std::min(auBuffer_.size(), kAuHeaderBytes);
+    if (input.size() >= kAuHeaderBytes && MayBeginUnit(input) &&
+        !std::equal(auBuffer_.begin(), auBuffer_.begin() + static_cast<std::ptrdiff_t>(compared),
+                    input.begin()))
+        auBuffer_.clear();
 }
 
 // False if the buffer doesn't begin with a whole access unit.
@@ -129,9 +160,13 @@ bool CBaseRTPAudioParser::TakeAccessUnit()
     if (auBuffer_.size() < whole)
         return false;
     const auto begin = auBuffer_.begin();
-    const bool isTorn = tornBytes_ != 0 && tornBytes_ < whole;
-    tornBytes_ -= std::min(tornBytes_, whole);
-    if (isTorn || size == 0) // sound from both sides of a gap, or nothing
+    if (isTorn_ && !MayBeginUnit(std::span(auBuffer_).subspan(whole)))
+    {
+        auBuffer_.clear(); // its pieces are of two units
+        return false;
+    }
+    isTorn_ = false;
+    if (size == 0)
     {
         auBuffer_.erase(begin, begin + static_cast<std::ptrdiff_t>(whole));
         return true;

@@ -43,10 +43,12 @@ public:
 
     virtual ~CBaseRTPAudioParser() = default;
 
-    /// The payload of the packet with that sequence number; any bytes are acceptable input. Never throws.
-    virtual void ParseData(const std::uint8_t* data, std::uint32_t size, std::uint16_t sequence);
+    /// The payload of the packet with that sequence number and marker bit; any bytes are acceptable input.
+    /// Never throws.
+    virtual void ParseData(const std::uint8_t* data, std::uint32_t size, std::uint16_t sequence, bool marker);
 
-    /// Forgets the frame in hand and the last sequence number. What was gathered of AAC stays.
+    /// Forgets the frame in hand and the last sequence number. What was gathered of AAC stays; only a gap
+    /// ends it.
     virtual void Reset();
 
     void SetFormat(const SDPAudioFormat& format);
@@ -57,7 +59,8 @@ public:
 
 private:
     bool CheckSequence(std::uint16_t sequence);
-    void ParseAACData(std::span<const std::uint8_t> input);
+    void ParseAACData(std::span<const std::uint8_t> input, bool marker);
+    void LookForUnit(std::span<const std::uint8_t> input);
     bool TakeAccessUnit();
     bool HasRoom();
     std::vector<std::uint8_t> Config() const;
@@ -72,7 +75,8 @@ private:
     SDPAudioParameters parameters_;
     std::vector<std::uint8_t> frameBuffer_; // G.711 and G.726
     std::vector<std::uint8_t> auBuffer_;    // AU headers and access units, as they came
-    std::size_t tornBytes_ = 0;             // at the front of the AU buffer, from before a gap
+    bool isTorn_ = false;                   // no whole access unit since a gap
+    bool isMarkerTelling_ = false;          // the device does not set it on every packet
     std::uint32_t mostAuBytes_;             // in the AU buffer
     CTime overflowStamp_;                   // of the last message
 };

@@ -27,11 +27,11 @@ public:
         parser.SetFormat({code, sampleRate, bitRate, 16, 1});
     }
 
-    void Send(const Bytes& payload, int skipped = 0)
+    void Send(const Bytes& payload, int skipped = 0, bool marker = false)
     {
         sequence = static_cast<std::uint16_t>(sequence + 1 + skipped);
         const Bytes exact(payload); // lets the address sanitizer see one byte too far
-        parser.ParseData(exact.data(), static_cast<std::uint32_t>(exact.size()), sequence);
+        parser.ParseData(exact.data(), static_cast<std::uint32_t>(exact.size()), sequence, marker);
     }
 
     /// "size:first byte" of each frame, with blanks between.
@@ -158,6 +158,74 @@ TEST(AudioParser, TakesAccessUnitsOutOfPackets)
     for (const std::uint8_t byte : Unit(20, 5) + Unit(3, 6))
         bytewise.Send({byte});
     EXPECT_EQ(bytewise.Frames(), "20:5 3:6");
+}
+
+/// The packets of a unit in three fragments; with `headed` each has the unit's header again (RFC 3640,
+/// section 3.2.3).
+std::vector<Bytes> Fragments(std::size_t count, std::uint8_t value, bool headed)
+{
+    const Bytes unit = Unit(count, value);
+    const Bytes header(unit.begin(), unit.begin() + 4);
+    std::vector<Bytes> packets;
+    for (std::size_t at = 4; at < unit.size(); at += count / 3)
+    {
+        const auto from = unit.begin() + static_cast<std::ptrdiff_t>(at);
+        const Bytes piece(from, from + static_cast<std::ptrdiff_t>(count / 3));
+        packets.push_back(at == 4 || headed ? header + piece : piece);
+    }
+    return packets;
+}
+
+TEST(AudioParser, ResumesWithTheNextWholeUnitBehindAGap)
+{
+    enum class Marker
+    {
+        AtTheEnd,
+        Never,
+        Always
+    };
+    struct Case
+    {
+        const char* name;
+        std::vector<std::size_t> sizes;
+        bool headed;
+        Marker marker;
+    };
+    const std::vector<std::size_t> sizes = {300, 330, 360, 300};
+    const std::vector<std::size_t> equal = {300, 300, 300, 300};
+    const Case cases[] = {
+        {"RFC 3640", sizes, true, Marker::AtTheEnd},
+        {"of one size", equal, true, Marker::AtTheEnd},
+        {"no markers", sizes, true, Marker::Never},
+        {"a marker on all", sizes, true, Marker::Always},
+        {"one header", equal, false, Marker::AtTheEnd},
+        {"one header, no markers", equal, false, Marker::Never},
+        {"one header, a marker on all", equal, false, Marker::Always},
+    };
+    for (const Case& c : cases)
+    {
+        for (std::size_t lost = 0; lost < 12; ++lost)
+        {
+            SCOPED_TRACE(std::string(c.name) + ", lost " + std::to_string(lost));
+            Bench bench(korvane::ipcapture::kFormatAac, 44100, 128000);
+            bench.Send(Unit(9, 9), 0, true);
+            std::string expected = "9:9";
+            for (std::size_t i = 0; i < 12; ++i)
+            {
+                const auto value = static_cast<std::uint8_t>(i / 3 + 1);
+                if (i % 3 == 0 && lost / 3 != i / 3)
+                    expected += " " + std::to_string(c.sizes[i / 3]) + ":" + std::to_string(value);
+                if (i == lost)
+                    continue;
+                const bool marker =
+                    c.marker == Marker::Always || (c.marker == Marker::AtTheEnd && i % 3 == 2);
+                bench.Send(Fragments(c.sizes[i / 3], value, c.headed)[i % 3], lost + 1 == i ? 1 : 0, marker);
+            }
+            EXPECT_EQ(bench.Frames(), expected);
+            for (const FrameRecord& frame : bench.frames)
+                EXPECT_EQ(frame.data, Of(frame.data.size(), frame.data[0]));
+        }
+    }
 }
 
 TEST(AudioParser, StallsOnForeignBytesAndSaysSoNowAndThen)
