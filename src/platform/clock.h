@@ -17,8 +17,11 @@ public:
     /// UTC in 100 ns ticks since 1 January 1601; 0 when the system can't tell.
     static std::uint64_t UtcTicks();
 
-    /// Milliseconds since some moment in the past; never steps back, wraps after 49.7 days.
-    static std::uint32_t Milliseconds();
+    /// 100 ns ticks since some moment in the past, for durations: nobody can set them back.
+    static std::uint64_t MonotonicTicks();
+
+    /// The same in milliseconds; wraps after 49.7 days.
+    static std::uint32_t Milliseconds() { return static_cast<std::uint32_t>(MonotonicTicks() / kTicksPerMs); }
 };
 
 /// Calendar fields of `ticks` (100 ns since 1601). False, with all zero in `out`, from 2^63 ticks on (in the
@@ -38,12 +41,9 @@ public:
     ManualClock(const ManualClock&) = delete;
     ManualClock& operator=(const ManualClock&) = delete;
 
-    void AdvanceTicks(std::uint64_t ticks); ///< both clocks, the second one by whole milliseconds
+    void AdvanceTicks(std::uint64_t ticks); ///< both clocks
     void AdvanceMs(std::uint32_t ms) { AdvanceTicks(ms * kTicksPerMs); }
     void SetUtcTicks(std::uint64_t utcTicks); ///< as when somebody sets the system's clock: the other runs on
-
-private:
-    std::uint64_t spareTicks_ = 0; // below one millisecond
 };
 
 } // namespace korvane::platform

@@ -20,7 +20,7 @@ std::int32_t CVivotekPTZControl::StartMove(std::uint32_t direction, std::uint32_
         return ipcapture::kPTZDone;
     lastDirection_ = direction;
     lastSpeed_ = speed;
-    lastTime_ = platform::Clock::UtcTicks();
+    lastTime_ = platform::Clock::MonotonicTicks();
     return CBasePTZControl::StartMove(direction, speed);
 }
 

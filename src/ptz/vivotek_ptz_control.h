@@ -24,7 +24,7 @@ public:
 private:
     std::uint32_t lastDirection_ = ipcapture::kPTZNoDirection;
     std::uint32_t lastSpeed_ = 0;
-    std::uint64_t lastTime_ = 0; // UTC, 100 ns since 1601
+    std::uint64_t lastTime_ = 0; // monotonic, in 100 ns
 };
 
 } // namespace korvane

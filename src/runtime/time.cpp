@@ -5,11 +5,11 @@
 namespace korvane
 {
 
-CTime::CTime() : value_(platform::Clock::UtcTicks()) {}
+CTime::CTime() : value_(platform::Clock::MonotonicTicks()) {}
 
 void CTime::Update()
 {
-    const std::uint64_t now = platform::Clock::UtcTicks();
+    const std::uint64_t now = platform::Clock::MonotonicTicks();
     const CLockGuard guard(lock_);
     value_ = now;
 }
@@ -27,7 +27,7 @@ std::uint32_t CTime::GetElapsedMs() const
 
 std::uint32_t CTime::ElapsedMsSince(std::uint64_t value)
 {
-    const std::uint64_t now = platform::Clock::UtcTicks();
+    const std::uint64_t now = platform::Clock::MonotonicTicks();
     return value >= now ? 0 : static_cast<std::uint32_t>((now - value) / platform::kTicksPerMs);
 }
 

@@ -7,8 +7,9 @@
 namespace korvane
 {
 
-/// A stamp of the wall clock that one thread may renew while another reads it: UTC in 100 ns ticks since
-/// 1601, or 0 if the system could not tell. A new one holds the present time.
+/// A stamp, to measure durations from, that one thread may renew while another reads it: a monotonic tick in
+/// 100 ns, so that nothing is early or late when somebody sets the system's clock. A new one holds the
+/// present moment.
 class CTime
 {
 public:
@@ -17,7 +18,7 @@ public:
     CTime(const CTime&) = delete;
     CTime& operator=(const CTime&) = delete;
 
-    void Update(); ///< to the present time
+    void Update(); ///< to the present moment
     std::uint64_t Get() const;
 
     /// Milliseconds from the stamp to now, cut to 32 bits; 0 if the stamp lies at or after now.

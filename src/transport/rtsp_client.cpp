@@ -195,9 +195,9 @@ void CBaseRTSPClient::KeepAlive()
 {
     const std::uint32_t timeoutS = parser_.Response().sessionTimeout;
     const std::uint64_t periodS = timeoutS != 0 ? timeoutS : params_.keepAliveDefaultS;
-    const std::uint64_t now = platform::Clock::UtcTicks();
-    const std::uint64_t sinceMs = now > lastKeepAlive_ ? (now - lastKeepAlive_) / platform::kTicksPerMs : 0;
-    if (sinceMs <= periodS * 1000 / 2)
+    const std::uint64_t now = platform::Clock::MonotonicTicks();
+    const std::uint64_t sinceMs = (now - lastKeepAlive_) / platform::kTicksPerMs;
+    if (lastKeepAlive_ != 0 && sinceMs <= periodS * 1000 / 2)
         return;
     lastKeepAlive_ = now;
     Request(kOptions);

@@ -86,7 +86,7 @@ private:
 
     CRTSPResponseParser parser_;
     platform::Socket socket_;
-    std::uint64_t lastKeepAlive_ = 0; // UTC ticks; 0 before the first one
+    std::uint64_t lastKeepAlive_ = 0; // monotonic ticks; 0 before the first one
     IRTSPClientUser* user_ = nullptr;
     std::atomic<bool> lastResult_{false};
     RTSPClientParams params_;

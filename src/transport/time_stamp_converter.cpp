@@ -16,6 +16,7 @@ constexpr std::size_t kMeasuredAfter = 100;   // frames
 constexpr std::uint64_t kUnitsPerTick = 111;  // of a 90 kHz clock, in 100 ns
 constexpr std::uint64_t kMillisecond = 10000; // in 100 ns
 constexpr std::uint64_t kLongestAssumedStep = 1000 * kMillisecond;
+constexpr std::uint64_t kClockWasSetBack = 1000 * kMillisecond; // from the last arrival
 constexpr std::uint64_t kNotableLead = 250 * kMillisecond;
 constexpr std::uint64_t kLeastLeadToPay = kMillisecond;
 constexpr std::uint64_t kLeastStepToPayFrom = 4 * kMillisecond;
@@ -43,13 +44,14 @@ void CTimeStampConverter::TakeLocalClock(std::uint32_t timestamp, std::uint64_t 
     current_ = now;
     lead_ = 0;
     lastArrival_ = now;
+    lastArrivalTick_ = platform::Clock::MonotonicTicks();
     lastTimestamp_ = timestamp;
 }
 
 void CTimeStampConverter::Convert(std::uint32_t timestamp)
 {
     const std::uint64_t now = platform::Clock::UtcTicks();
-    if (now == 0 || current_ == 0 || lastTimestamp_ == 0)
+    if (now == 0 || current_ == 0 || lastTimestamp_ == 0 || now + kClockWasSetBack < lastArrival_)
     {
         TakeLocalClock(timestamp, now);
         return;
@@ -57,7 +59,7 @@ void CTimeStampConverter::Convert(std::uint32_t timestamp)
 
     Step step = Step::NoteLead;
     if (timestamp > lastTimestamp_)
-        step = Advance(timestamp - lastTimestamp_, now);
+        step = Advance(timestamp - lastTimestamp_);
     else // a wrap, a leap back, or a second frame of one timestamp
         current_ = std::max(current_ + kMillisecond, now);
 
@@ -69,14 +71,14 @@ void CTimeStampConverter::Convert(std::uint32_t timestamp)
     if (step == Step::NoteLead || current_ - now > kNotableLead)
         lead_ = current_ - now;
     lastArrival_ = now;
+    lastArrivalTick_ = platform::Clock::MonotonicTicks();
     lastTimestamp_ = timestamp;
 }
 
-CTimeStampConverter::Step CTimeStampConverter::Advance(std::uint32_t ticks, std::uint64_t now)
+CTimeStampConverter::Step CTimeStampConverter::Advance(std::uint32_t ticks)
 {
     timestampDeltas_.Add(ticks);
-    if (now >= lastArrival_)
-        arrivalDeltas_.Add(static_cast<std::uint32_t>(now - lastArrival_));
+    arrivalDeltas_.Add(static_cast<std::uint32_t>(platform::Clock::MonotonicTicks() - lastArrivalTick_));
 
     if (timestampDeltas_.Count() > kMeasuredAfter)
     {

@@ -12,7 +12,9 @@ namespace korvane
 /// Turns the RTP timestamp of each frame into wall-clock time: the clock of this machine at arrival, steered
 /// by the spacing of the timestamps. The times run smoothly along the RTP clock while that keeps ahead of
 /// arrival, take the local clock when a late frame finds them behind, and pay back a lead that a burst built
-/// up by at most a tenth of each later step. The clock rate is measured after 100 frames, not assumed.
+/// up by at most a tenth of each later step. The clock rate is measured after 100 frames, not assumed; a
+/// local clock that was set does not disturb it. One that was set back by more than a second is taken at
+/// once.
 ///
 /// All times are 100 ns units of UTC. Belongs to the thread that builds the frames; no lock.
 class CTimeStampConverter
@@ -40,7 +42,7 @@ private:
         TakeLocalClock
     };
 
-    Step Advance(std::uint32_t ticks, std::uint64_t now);
+    Step Advance(std::uint32_t ticks);
     std::uint64_t MeasuredStep(std::uint32_t ticks);
     void TakeLocalClock(std::uint32_t timestamp, std::uint64_t now);
 
@@ -49,7 +51,8 @@ private:
     std::uint64_t lead_ = 0; // how far current_ had run ahead of the local clock when last noted
     TStatisticsHelper<std::uint32_t> timestampDeltas_;
     TStatisticsHelper<std::uint32_t> arrivalDeltas_;
-    std::uint64_t lastArrival_ = 0;
+    std::uint64_t lastArrival_ = 0;     // of the last frame
+    std::uint64_t lastArrivalTick_ = 0; // the same moment, monotonic
 };
 
 } // namespace korvane

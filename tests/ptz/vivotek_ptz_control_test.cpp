@@ -94,6 +94,7 @@ TEST_F(PTZ, SendsAHeldMoveOncePerHalfSecond)
     clock.AdvanceMs(500);
     control.StartMove(0, 5); // a repeat
     clock.AdvanceMs(1);
+    clock.SetUtcTicks(120'000'000'000'000'000); // set back
     control.StartMove(0, 5);
     control.StartMove(0, 6);
     control.StartMove(0, 0); // stops, and the next one is no repeat

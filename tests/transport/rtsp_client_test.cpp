@@ -208,6 +208,7 @@ TEST(RTSPClient, StaysInItsSessionWhenPlayOrOptionsFail)
     for (int i = 1; i <= 3; ++i) // the first one at the first tick, then each after half of 30 s
     {
         clock.AdvanceMs(i == 1 ? 0 : 15'001);
+        clock.SetUtcTicks(133'000'000'000'000'000 - 36'000'000'000u * static_cast<unsigned>(i)); // set back
         ASSERT_TRUE(rig.client.WaitForOptions(i));
         ASSERT_TRUE(rig.server.WaitForRequests(3 + static_cast<std::size_t>(i)));
     }

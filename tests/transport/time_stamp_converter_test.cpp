@@ -85,6 +85,28 @@ TEST(TimeStampConverter, MeasuresTheClockRateAfterAHundredFrames)
     }
 }
 
+TEST(TimeStampConverter, TakesALocalClockThatWasSet)
+{
+    constexpr std::int64_t kHour = 3'600'000 * kMs;
+    for (const std::int64_t by : {-kHour, kHour})
+    {
+        SCOPED_TRACE(by);
+        ManualClock clock(kStart);
+        CTimeStampConverter converter;
+        std::int64_t distance = 0; // from the local clock
+        for (std::uint32_t frame = 0; frame < 400; ++frame)
+        {
+            clock.AdvanceTicks(400'000);
+            if (frame == 200)
+                clock.SetUtcTicks(korvane::platform::Clock::UtcTicks() + static_cast<std::uint64_t>(by));
+            converter.Convert(3600 * (frame + 1));
+            distance = std::max(distance, std::abs(static_cast<std::int64_t>(
+                                              converter.Current() - korvane::platform::Clock::UtcTicks())));
+        }
+        EXPECT_LE(distance, 250 * kMs);
+    }
+}
+
 TEST(TimeStampConverter, NeverStepsBackInAnHourAndStaysNear)
 {
     const struct

@@ -17,7 +17,7 @@ constexpr std::uint64_t kTicksEnd = std::uint64_t{1} << 63;
 
 std::atomic<bool> isManual{false};
 std::atomic<std::uint64_t> manualUtcTicks{0};
-std::atomic<std::uint32_t> manualMilliseconds{0};
+std::atomic<std::uint64_t> manualMonotonicTicks{0};
 
 } // namespace
 
@@ -32,13 +32,14 @@ std::uint64_t Clock::UtcTicks()
            static_cast<std::uint64_t>(now.tv_nsec) / 100;
 }
 
-std::uint32_t Clock::Milliseconds()
+std::uint64_t Clock::MonotonicTicks()
 {
     if (isManual.load(std::memory_order_acquire))
-        return manualMilliseconds.load(std::memory_order_relaxed);
+        return manualMonotonicTicks.load(std::memory_order_relaxed);
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::uint32_t>(now.tv_sec * 1000 + now.tv_nsec / 1000000);
+    return static_cast<std::uint64_t>(now.tv_sec) * kTicksPerSecond +
+           static_cast<std::uint64_t>(now.tv_nsec) / 100;
 }
 
 bool ToSystemTime(std::uint64_t ticks, SYSTEMTIME& out)
@@ -80,7 +81,7 @@ bool FromSystemTime(const SYSTEMTIME& fields, std::uint64_t& out)
 ManualClock::ManualClock(std::uint64_t utcTicks, std::uint32_t milliseconds)
 {
     manualUtcTicks = utcTicks;
-    manualMilliseconds = milliseconds;
+    manualMonotonicTicks = milliseconds * kTicksPerMs;
     isManual.store(true, std::memory_order_release);
 }
 
@@ -91,10 +92,8 @@ ManualClock::~ManualClock()
 
 void ManualClock::AdvanceTicks(std::uint64_t ticks)
 {
-    spareTicks_ += ticks;
     manualUtcTicks += ticks;
-    manualMilliseconds += static_cast<std::uint32_t>(spareTicks_ / kTicksPerMs);
-    spareTicks_ %= kTicksPerMs;
+    manualMonotonicTicks += ticks;
 }
 
 void ManualClock::SetUtcTicks(std::uint64_t utcTicks)
