@@ -31,6 +31,14 @@ CCommonRTSPChannel::CCommonRTSPChannel(std::uint32_t channel, IDriver* driver,
     codecParser_->SetClient(this);
 }
 
+// Here no packet of the new stream has come, and the client that brought those of the old one is gone.
+bool CCommonRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
+{
+    if (codecParser_ != nullptr)
+        codecParser_->StartTimesAnew();
+    return CBaseRTSPChannel::SdpInfoReceived(response);
+}
+
 void CCommonRTSPChannel::FillSessionParameters(RTSPClientParams& params)
 {
     params.serverPort = device_.rtspPort;

@@ -23,6 +23,8 @@ public:
     CCommonRTSPChannel(std::uint32_t channel, IDriver* driver, ipcapture::IHostChannelClient* client,
                        const EncoderCodec& codec, std::unique_ptr<CRTPMediaParser> parser);
 
+    bool SdpInfoReceived(const RTSPResponse& response) override;
+
 protected:
     void OnStopRequested() override { httpClient_.CloseRequest(); }
     bool ConfigureDevice() override;

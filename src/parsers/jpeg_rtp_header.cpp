@@ -150,7 +150,7 @@ std::size_t WriteJpegHeader(const JpegRtpHeader& header, std::span<std::uint8_t>
     out.Put16(header.width);
     const std::uint8_t sampling = header.isHalfHeight ? 0x22 : 0x21;
     const std::uint8_t colourTable = hasTwoTables ? 1 : 0;
-    out.Put({3, 1, sampling, 0, 2, 0x11, colourTable, 3, 0x11, 1});
+    out.Put({3, 1, sampling, 0, 2, 0x11, colourTable, 3, 0x11, colourTable});
 
     out.PutTable(kHuffmanMarker, 0x00, JpegTables::kDcLuminance);
     out.PutTable(kHuffmanMarker, 0x10, JpegTables::kAcLuminance);

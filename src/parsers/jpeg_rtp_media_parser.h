@@ -14,7 +14,7 @@ class CJpegRTPMediaParser : public CRTPMediaParser
 public:
     using CRTPMediaParser::CRTPMediaParser;
 
-    void ResetParser() override; ///< goes on with the times
+    void ResetParser() override; ///< a loss does not disturb the times
 
 protected:
     bool AddPayload(Bytes payload) override;

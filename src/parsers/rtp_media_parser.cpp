@@ -41,6 +41,8 @@ void CRTPMediaParser::OnPacket(CRTPPacket& packet)
 
 bool CRTPMediaParser::CheckSequence(const CRTPPacket& packet)
 {
+    if (timesStartAnew_ && timesStartAnew_.exchange(false))
+        converter_.Reset();
     const auto expected = static_cast<std::uint16_t>(lastSequence_ + 1);
     const bool follows = firstPacket_ || packet.SequenceNumber() == expected;
     firstPacket_ = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -46,6 +47,10 @@ public:
     virtual void ResetParser() = 0; ///< forgets the frame in hand and waits for a key frame
     virtual void SetParameterSets(const ParameterSets& parameterSets); ///< copies them
 
+    /// The packets from now on are those of a new stream, whose timestamps have nothing to do with the last
+    /// ones: the next packet starts the times anew. Any thread.
+    void StartTimesAnew() { timesStartAnew_ = true; }
+
     /// Not owned; while it is null no frames are made.
     void SetClient(IMediaParserClient* client) { client_ = client; }
 
@@ -59,8 +64,8 @@ protected:
     /// Delivers what the frame buffer holds, which is something, and is emptied then.
     virtual void CompleteFrame(std::uint32_t timestamp) = 0;
 
-    /// Notes the packet's sequence number. True for the first packet of the parser's life and for one that
-    /// follows the last.
+    /// Takes a new stream's mark, and notes the packet's sequence number. True for the first packet of the
+    /// parser's life and for one that follows the last.
     bool CheckSequence(const CRTPPacket& packet);
 
     /// False, with a message, when the frame buffer holds more than `kMaxFrameBytes`.
@@ -95,6 +100,7 @@ protected:
 private:
     std::uint16_t lastSequence_ = 0;
     bool firstPacket_ = true;
+    std::atomic<bool> timesStartAnew_{false};
 };
 
 } // namespace korvane

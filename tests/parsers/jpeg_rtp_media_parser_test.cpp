@@ -5,6 +5,7 @@
 
 #include <jpeglib.h>
 
+#include "platform/clock.h"
 #include "support/parser_bench.h"
 
 namespace korvane
@@ -22,6 +23,7 @@ struct JpegPicture
     int quality = 50;
     bool halfHeight = true; // 4:2:0
     unsigned restart = 0;   // MCUs
+    int tables = 2;         // of quantisation
 };
 
 /// A JPEG file by the library that cameras and players use, of a scene that has something of everything.
@@ -42,6 +44,8 @@ Bytes Encode(const JpegPicture& picture)
     jpeg_set_quality(&jpeg, picture.quality, TRUE);
     jpeg.comp_info[0].v_samp_factor = picture.halfHeight ? 2 : 1;
     jpeg.restart_interval = picture.restart;
+    if (picture.tables == 1)
+        jpeg.comp_info[1].quant_tbl_no = jpeg.comp_info[2].quant_tbl_no = 0;
     jpeg_start_compress(&jpeg, TRUE);
     Bytes row(std::size_t{3} * picture.width);
     while (jpeg.next_scanline < jpeg.image_height)
@@ -114,7 +118,7 @@ void SendFile(JpegBench& bench, const Bytes& file, const JpegPicture& picture, i
     std::size_t at = 2;
     Bytes tables;
     if (q >= 128)
-        for (int i = 0; i < 2; ++i)
+        for (int i = 0; i < picture.tables; ++i)
         {
             const Bytes table = Segment(file, 0xDB, at);
             tables.insert(tables.end(), table.begin() + 1, table.end());
@@ -167,6 +171,7 @@ TEST(JpegRTPMediaParser, RebuildsTheEncodersPicture)
         {"Q 50, 4:2:2", {64, 48, 50, false}, 50},
         {"Q 128 with tables", {64, 48, 37}, 128},
         {"Q 255 with tables, 4:2:2", {64, 48, 93, false}, 255},
+        {"one table for all components", {64, 48, 60, true, 0, 1}, 255},
         {"restart markers", {64, 48, 80, true, 3}, 80},
         {"restart markers, 4:2:2, tables", {64, 48, 90, false, 2}, 200},
         {"in small packets", {320, 240, 60, true, 20}, 60, 10},
@@ -216,6 +221,28 @@ TEST(JpegRTPMediaParser, TakesTheChannelsSizeWhereTheFieldsCannotHoldIt)
         std::size_t at = 2;
         EXPECT_EQ(Segment(file, 0xC0, at)[4], c.width & 0xFF);
     }
+}
+
+TEST(JpegRTPMediaParser, StartsTheTimesAnewWithANewStream)
+{
+    platform::ManualClock clock(133'000'000'000'000'000);
+    JpegBench bench;
+    const auto picture = [&]
+    {
+        clock.AdvanceMs(40);
+        bench.timestamp += 3600;
+        bench.Send({0, 0, 0, 0, 1, 50, 8, 6, 0x11, 0x22, 0x33, 0x44}, true);
+    };
+    for (int i = 0; i < 200; ++i) // by then the rate of the timestamps is measured
+        picture();
+    clock.AdvanceMs(14'000);
+    bench.timestamp += 0x40000000; // the new stream's base has nothing to do with the old one
+    bench.parser.StartTimesAnew();
+    for (int i = 0; i < 3; ++i)
+        picture();
+    std::uint64_t time = 0;
+    ASSERT_TRUE(platform::FromSystemTime(bench.frames.back().time, time));
+    EXPECT_LE(time - platform::Clock::UtcTicks(), 100 * platform::kTicksPerMs);
 }
 
 TEST(JpegRTPMediaParser, LosesOnePictureForALossAndNoneForLies)

@@ -29,7 +29,9 @@ public:
         sequence = static_cast<std::uint16_t>(sequence + 1 + skipped);
         Bytes bytes = {0x80, static_cast<std::uint8_t>(marker ? 0xE1 : 0x61),
                        static_cast<std::uint8_t>(sequence >> 8), static_cast<std::uint8_t>(sequence)};
-        bytes.insert(bytes.end(), {0, 0, 14, 16, 0, 0, 0, 1});
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes.push_back(static_cast<std::uint8_t>(timestamp >> shift));
+        bytes.insert(bytes.end(), {0, 0, 0, 1});
         bytes.insert(bytes.end(), payload.begin(), payload.end());
         CRTPPacket packet;
         ASSERT_TRUE(packet.ParseInPlace(bytes.data(), static_cast<std::uint32_t>(bytes.size())));
@@ -53,6 +55,7 @@ public:
     FakeAllocator allocator;
     Parser parser;
     std::uint16_t sequence = 65533; // wraps within the first frames
+    std::uint32_t timestamp = 3600;
     std::vector<FrameRecord> frames;
     std::pair<std::uint32_t, std::uint32_t> resolution{640, 480};
     bool takes = true;
