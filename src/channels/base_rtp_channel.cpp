@@ -98,13 +98,18 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
     const std::uint32_t settleMs = std::max(device.networkTimeoutMs, device.signalLossTimeoutMs / 2);
     CEvent* const events[] = {&stopEvent_, &changeEvent_};
     bool changed = false;
+    bool isOpen = false; // only then are there ports to keep
     for (;;)
     {
         std::uint32_t waitMs = 1000;
-        if ((GetChannelState() != kChannelRunning || changed) && Reconnect(changed))
+        if (GetChannelState() != kChannelRunning || changed)
         {
-            if (!AwaitFirstFrame(settleMs))
+            const bool keep = isOpen && changed;
+            isOpen = Reconnect(keep);
+            if (isOpen && !AwaitFirstFrame(settleMs))
                 waitMs = 10;
+            else if (!isOpen && keep)
+                SetChannelState(kChannelConnecting);
             changed = false;
         }
         switch (CEvent::WaitForAny(events, 2, waitMs))

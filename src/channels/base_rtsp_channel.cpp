@@ -50,12 +50,20 @@ void CBaseRTSPChannel::ProcessPacket(CRTPPacket& packet)
 
 bool CBaseRTSPChannel::IsStreamAlive()
 {
-    return CBaseRTPChannel::IsStreamAlive() && client_.GetLastResult();
+    return CBaseRTPChannel::IsStreamAlive() && client_.GetLastResult() && !HasTakenLeave();
+}
+
+// A stream whose first frame is awaited is left alone; over UDP the media count.
+bool CBaseRTSPChannel::HasTakenLeave()
+{
+    return transportSettings_.rtpMode != RtpMode::kUdp && GetChannelState() == kChannelRunning &&
+           (byeEvent_.Wait(0) || sessionEndedEvent_.Wait(0));
 }
 
 void CBaseRTSPChannel::CloseStream(bool keep)
 {
     client_.Stop();
+    sessionEndedEvent_.Reset();
     CBaseRTPChannel::CloseStream(keep);
 }
 

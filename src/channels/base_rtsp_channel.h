@@ -43,6 +43,7 @@ protected:
     TSmartPtr<CRTPMediaParser> parser_; ///< what the last description asked for
 
 private:
+    bool HasTakenLeave(); ///< an interleaved stream that runs: by a BYE or the end of its session
     bool IsMulticastUsable(const SDPMediaSection& section);
     bool ChooseParser(const RTSPResponse& response);
     RTSPClientParams SessionParameters();
