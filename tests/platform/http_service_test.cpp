@@ -167,6 +167,55 @@ TEST_F(HttpService, AnswersUnderneathWhateverIsAsked)
     server_.reset(); // before what its script uses
 }
 
+TEST_F(HttpService, BoundsWhatItSendsToADeviceThatTakesNoNonce)
+{
+    // Each refusal gives a new nonce. What the refusals say of "stale" from the first one on: "s" true, "-"
+    // nothing; the last one counts on. `right` is the number of the nonce that is taken, 0 for none.
+    for (const auto& [name, isRemembered, stale, right, requests, status] :
+         Table<const char*, bool, std::string, std::size_t, std::size_t, std::uint32_t>{
+             {"a wrong password", false, "-", 0, 2, 401u},
+             {"stale for ever", false, "s", 0, 3, 401u},
+             {"the nonce was too old at once", false, "s", 2, 3, 200u},
+             {"a nonce for one request", true, "-", 2, 3, 200u},
+             {"the same, and it says so", true, "s", 1, 2, 200u},
+             {"one more nonce", true, "s", 2, 3, 200u},
+             {"remembered, stale for ever", true, "s", 0, 3, 401u},
+             {"remembered, stale later", true, "-s", 0, 4, 401u},
+             {"remembered, another password", true, "-", 0, 3, 401u},
+             {"remembered, stale once", true, "s-", 0, 4, 401u},
+         })
+    {
+        SCOPED_TRACE(name);
+        std::atomic<bool> takesAll{isRemembered};
+        std::size_t refusals = 0;
+        const auto nonce = [&] { return "n" + std::to_string(refusals); };
+        Serve(
+            [&, says = stale, taken = right](TestHttpPeer& peer, const TestHttpRequest& request)
+            {
+                const bool isRight = request.HasDigest("root", "secret", nonce());
+                if (isRight && (takesAll || (taken != 0 && refusals == taken)))
+                    return peer.Send(HttpTestServer::Response(200, "in"));
+                const bool isStale = says[std::min(refusals, says.size() - 1)] == 's' && !takesAll;
+                if (!takesAll)
+                    ++refusals;
+                return peer.Send(HttpTestServer::Response(401, "out",
+                                                          "WWW-Authenticate: Digest realm=\"x\", nonce=\"" +
+                                                              nonce() + "\", qop=\"auth\"" +
+                                                              (isStale ? ", stale=true\r\n" : "\r\n")));
+            });
+        connection_ = session_->Connect("127.0.0.1", server_->Port(), "root", "secret");
+        if (isRemembered)
+        {
+            EXPECT_EQ(Get().status, 200u);
+        }
+        takesAll = false;
+        const std::size_t before = server_->Requests().size();
+        EXPECT_EQ(Get().status, status);
+        EXPECT_EQ(server_->Requests().size() - before, requests);
+        server_.reset(); // before what its script uses
+    }
+}
+
 TEST_F(HttpService, FollowsRedirectsOnTheDeviceOnly)
 {
     // A "*" stands for the server's own port.

@@ -59,7 +59,7 @@ HttpExchange::~HttpExchange()
     Close();
 }
 
-HttpError HttpExchange::Start(const HttpPlan& plan, bool fresh)
+HttpError HttpExchange::Start(const HttpPlan& plan, bool fresh, std::uint32_t mostAnswers)
 {
     const std::lock_guard lock(handles_->Mutex());
     Stop();
@@ -76,7 +76,11 @@ HttpError HttpExchange::Start(const HttpPlan& plan, bool fresh)
 
     easy_ = handles_->Take(reusedHandle_);
     multi_ = easy_ != nullptr ? curl_multi_init() : nullptr;
-    if (multi_ == nullptr || !Configure(plan) || curl_multi_add_handle(multi_, easy_) != CURLM_OK)
+    if (multi_ == nullptr || !Configure(plan) ||
+        // libcurl counts an answer to a challenge as a redirect; without a bound it answers for ever a device
+        // that takes no nonce and calls each too old.
+        curl_easy_setopt(easy_, CURLOPT_MAXREDIRS, static_cast<long>(mostAnswers)) != CURLE_OK ||
+        curl_multi_add_handle(multi_, easy_) != CURLM_OK)
     {
         Stop();
         isFinished_ = true;
@@ -205,6 +209,8 @@ void HttpExchange::Perform()
 void HttpExchange::Finish(CURLcode result)
 {
     isFinished_ = true;
+    if (result == CURLE_TOO_MANY_REDIRECTS)
+        result = CURLE_OK; // one more challenge than are answered
     if (head_.IsComplete() && result == CURLE_OK)
         hasHead_ = true;
     error_ = ErrorOf(result);

@@ -28,8 +28,9 @@ public:
     HttpExchange& operator=(const HttpExchange&) = delete;
 
     /// Begins anew with `plan`, which must outlive the exchange. `fresh` forgets first what earlier exchanges
-    /// learnt about authentication.
-    HttpError Start(const HttpPlan& plan, bool fresh);
+    /// learnt about authentication. Challenges are answered underneath, `mostAnswers` of them; the one behind
+    /// is the response.
+    HttpError Start(const HttpPlan& plan, bool fresh, std::uint32_t mostAnswers);
 
     HttpError WaitSent();
     HttpError WaitHead();

@@ -89,6 +89,8 @@ void HttpHead::Begin(std::string_view statusLine)
     complete_ = false;
     contentLength_ = 0;
     location_.clear();
+    if (status_ == 401)
+        ++refusals_;
     if (status_ == 401 || status_ == 407)
         offered_ = {};
 }

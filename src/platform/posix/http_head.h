@@ -24,6 +24,7 @@ public:
     std::uint32_t Status() const { return status_; }
     std::uint32_t ContentLength() const { return contentLength_; } ///< 0 when unknown or beyond 32 bits
     const std::string& Location() const { return location_; }
+    std::uint32_t Refusals() const { return refusals_; } ///< heads with status 401
     const HttpOfferedSchemes& Offered() const { return offered_; }
     bool IsRedirect() const;
 
@@ -36,6 +37,7 @@ private:
     bool complete_ = false;
     std::uint32_t status_ = 0;
     std::uint32_t contentLength_ = 0;
+    std::uint32_t refusals_ = 0;
     std::string location_;
     HttpOfferedSchemes offered_;
 };

@@ -16,6 +16,9 @@ namespace
 {
 
 constexpr int kMaxRedirects = 10;
+// Of one request to one place, the remembered credentials and the fresh ones together.
+constexpr std::uint32_t kMaxSent = 4;
+constexpr std::uint32_t kMaxAnswers = 2; // a challenge, and one more nonce when that one was too old
 // With a user and a password in hand; a Kerberos login of the process is nothing that a camera knows.
 constexpr unsigned long kAnyScheme = CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM;
 
@@ -112,22 +115,24 @@ public:
     {
         plan_.body = body;
         plan_.announcedBytes = std::max(announcedBytes, static_cast<std::uint32_t>(body.size()));
-        const HttpError error = Start(false);
+        const HttpError error = Start(false, kMaxAnswers);
         return error == HttpError::kNone ? exchange_.WaitSent() : error;
     }
 
     HttpError ReceiveResponse() override
     {
         HttpError error = exchange_.WaitHead();
-        if (error == HttpError::kNone && exchange_.Head().Status() == 401 && usedMemory_)
+        const std::uint32_t sent = exchange_.Head().Refusals();
+        if (error == HttpError::kNone && exchange_.Head().Status() == 401 && usedMemory_ &&
+            sent + 2 <= kMaxSent)
         {
             // What answered the last challenge need not answer this one: cameras are set to another scheme,
             // and some give a nonce for one request without saying so. Nothing remembered, once more.
             device_->learntScheme = 0;
-            error = Resend(true);
+            error = Resend(true, std::min(kMaxAnswers, kMaxSent - sent - 1));
         }
         for (int i = 0; error == HttpError::kNone && i < kMaxRedirects && FollowRedirect(); ++i)
-            error = Resend(false);
+            error = Resend(false, kMaxAnswers);
         if (error != HttpError::kNone)
             return error;
         statusCode_ = exchange_.Head().Status();
@@ -165,7 +170,7 @@ public:
     void Close() override { exchange_.Close(); }
 
 private:
-    HttpError Start(bool fresh)
+    HttpError Start(bool fresh, std::uint32_t mostAnswers)
     {
         if (device_->answersChallenges && !device_->user.empty())
         {
@@ -173,15 +178,15 @@ private:
             plan_.user = device_->user;
             plan_.password = device_->password;
         }
-        const HttpError error = exchange_.Start(plan_, fresh);
+        const HttpError error = exchange_.Start(plan_, fresh, mostAnswers);
         usedMemory_ = !fresh && ((device_->answersChallenges && device_->learntScheme != 0) ||
                                  (plan_.authentication == CURLAUTH_DIGEST && exchange_.ReusedHandle()));
         return error;
     }
 
-    HttpError Resend(bool fresh)
+    HttpError Resend(bool fresh, std::uint32_t mostAnswers)
     {
-        const HttpError error = Start(fresh);
+        const HttpError error = Start(fresh, mostAnswers);
         return error == HttpError::kNone ? exchange_.WaitHead() : error;
     }
 
