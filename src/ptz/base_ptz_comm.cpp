@@ -1,17 +1,21 @@
 #include "ptz/base_ptz_comm.h"
 
+#include "platform/clock.h"
 #include "runtime/text.h"
 
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace korvane
 {
 
 namespace
 {
+
+using platform::Clock;
 
 std::int32_t Result(bool queued)
 {
@@ -35,6 +39,7 @@ bool CBasePTZComm::Open()
 {
     if (opened_)
         return true;
+    closing_ = stopsBegun_ = false;
     opened_ = StartWorker(Utils::FormatString("BaseIPPTZThread_Ch%u", channel_ + 1));
     if (!opened_)
         driver_->DebugMessage(1, "%s: unable to start thread for PTZ channel %u",
@@ -46,8 +51,37 @@ void CBasePTZComm::Close()
 {
     if (!opened_)
         return;
+    deadlineMs_ = Clock::Milliseconds() + kInHandMs;
+    closing_ = true;
     StopWorker();
     opened_ = false;
+}
+
+void CBasePTZComm::OnStopRequested()
+{
+    if (closing_ && IsLate())
+        EndRequest();
+}
+
+bool CBasePTZComm::IsLate() const
+{
+    return static_cast<std::int32_t>(Clock::Milliseconds() - deadlineMs_) >= 0;
+}
+
+bool CBasePTZComm::OutlivesStop(const IWorkItem& item) const
+{
+    return static_cast<const CWorkItem&>(item).command == Command::kStop;
+}
+
+bool CBasePTZComm::MayExecute(const CWorkItem& item)
+{
+    if (!closing_)
+        return true;
+    if (!OutlivesStop(item))
+        return false;
+    if (!std::exchange(stopsBegun_, true))
+        deadlineMs_ = Clock::Milliseconds() + kStopMs;
+    return true;
 }
 
 bool CBasePTZComm::Post(const CWorkItem& item, const char* operation)

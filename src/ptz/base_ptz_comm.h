@@ -7,6 +7,7 @@
 #include <larkmoor/ip_ptz.h>
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -68,7 +69,13 @@ public:
     virtual bool Open();                                                   ///< starts the worker thread
     virtual std::int32_t IsPTZAvailable(ipcapture::IIPParams* params) = 0; ///< 1 or 0
 
-    void Close(); ///< waits for the command in hand, without limit
+    /// Takes no more commands. The one in hand, and the request of another thread that it may wait for, has
+    /// `kInHandMs` to end. Then stops that are queued have `kStopMs` together, so that a moving head stops.
+    /// What is not done by then is ended, and nothing else is begun. Waits for that.
+    void Close();
+
+    /// While a close goes on: ends the request in progress once its time is up. To be called again and again.
+    void OnStopRequested() override;
 
     /// Each queues one command: 1, or -18 if the worker doesn't run.
     std::int32_t StartMove(ipcapture::IIPParams* params, std::uint32_t direction, std::uint32_t speed);
@@ -85,10 +92,23 @@ public:
 
     std::uint32_t PresetCount() const { return presetCount_; }
 
+    static constexpr std::uint32_t kInHandMs = 2000;
+    static constexpr std::uint32_t kStopMs = 1500;
+
     std::string GetDeviceName() const override { return driver_->GetDeviceName(); }
     [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
 
 protected:
+    bool OutlivesStop(const IWorkItem& item) const override;
+
+    /// Whether the worker is to execute `item`: not when it is none that a close lets through. Just before.
+    bool MayExecute(const CWorkItem& item);
+    bool IsClosing() const { return closing_; }
+    bool MayRequest() const { return !closing_ || !IsLate(); } ///< begin another request to the device
+
+    /// Ends the request in progress, if there is one. Any thread.
+    virtual void EndRequest() = 0;
+
     const std::uint32_t channel_; ///< from 0
     IDriver* const driver_;
     std::uint32_t presetCount_ = 0; ///< places for presets of the device
@@ -96,8 +116,12 @@ protected:
 private:
     bool Post(const CWorkItem& item, const char* operation);
     bool PostStop(ipcapture::IIPParams* params, Subcommand subcommand, const char* operation);
+    bool IsLate() const;
 
     bool opened_ = false;
+    std::atomic<bool> closing_{false};
+    std::atomic<std::uint32_t> deadlineMs_{0}; // of the requests during a close, on the clock of milliseconds
+    bool stopsBegun_ = false;                  // the worker's: of the stops that outlive a close
 };
 
 } // namespace korvane

@@ -12,6 +12,8 @@ using namespace ipcapture;
 namespace
 {
 
+constexpr std::uint32_t kLeaveMs = 1000; // for a caller to come back once its request has been ended
+
 // Copies a name with its final zero, if it fits.
 std::int32_t CopyName(const std::string& name, char* buffer, std::uint32_t size)
 {
@@ -35,6 +37,7 @@ CBasePTZControl::~CBasePTZControl()
 
 bool CBasePTZControl::Open()
 {
+    calls_ = std::make_shared<COpenCalls>();
     comm_ = CreateComm();
     if (comm_ == nullptr || !comm_->Open())
     {
@@ -47,42 +50,55 @@ bool CBasePTZControl::Open()
 
 void CBasePTZControl::Close()
 {
+    const COneAtATime::Turn turn(closing_);
     if (comm_ == nullptr)
         return;
+    calls_->Shut();
     comm_->Close();
+    calls_->Wait(CBasePTZComm::kInHandMs + kLeaveMs, [this] { comm_->OnStopRequested(); });
     comm_.reset();
+}
+
+// Runs one call of the host, which a close waits for.
+template <class Result, class Operation>
+Result CBasePTZControl::Call(Result failure, Operation operation)
+{
+    const std::shared_ptr<COpenCalls> calls = calls_;
+    if (!calls->Enter())
+        return failure;
+    const Result result = comm_ == nullptr ? failure : Guarded(failure, [&] { return operation(*comm_); });
+    calls->Leave();
+    return result;
 }
 
 // Queues a command, and notes that `activity` has begun; whatever is queued takes the head off its preset.
 template <class Queue>
 std::int32_t CBasePTZControl::Command(bool* activity, Queue queue)
 {
-    if (comm_ == nullptr)
-        return kPTZNotQueued;
-    const std::int32_t result = Guarded(kPTZNotQueued, [&] { return queue(*comm_); });
-    if (result != kPTZDone)
-        return result;
-    presets_.ClearCurrent();
-    if (activity != nullptr)
-        *activity = true;
-    return kPTZDone;
+    return Call(kPTZNotQueued,
+                [&](CBasePTZComm& comm)
+                {
+                    const std::int32_t result = queue(comm);
+                    if (result != kPTZDone)
+                        return result;
+                    presets_.ClearCurrent();
+                    if (activity != nullptr)
+                        *activity = true;
+                    return kPTZDone;
+                });
 }
 
 std::int32_t CBasePTZControl::IsAvailable()
 {
-    return comm_ == nullptr ? kPTZNotQueued
-                            : Guarded(kPTZNotQueued, [this] { return comm_->IsPTZAvailable(this); });
+    return Call(kPTZNotQueued, [this](CBasePTZComm& comm) { return comm.IsPTZAvailable(this); });
 }
 
 std::int32_t CBasePTZControl::StartMove(std::uint32_t direction, std::uint32_t speed)
 {
-    if (comm_ == nullptr)
-        return kPTZNotQueued;
-    if (direction == kPTZNoDirection)
-        return kPTZBadArgument;
     const bool zoom = direction == kPTZZoomIn || direction == kPTZZoomOut;
-    return Command(zoom ? &zooming_ : &moving_,
-                   [&](CBasePTZComm& comm) { return comm.StartMove(this, direction, speed); });
+    return Command(
+        zoom ? &zooming_ : &moving_, [&](CBasePTZComm& comm)
+        { return direction == kPTZNoDirection ? kPTZBadArgument : comm.StartMove(this, direction, speed); });
 }
 
 std::int32_t CBasePTZControl::ZoomIn(std::uint32_t speed)
@@ -131,11 +147,11 @@ std::int32_t CBasePTZControl::Unzoom(std::uint32_t speed)
     return Command(nullptr, [&](CBasePTZComm& comm) { return comm.Unzoom(this, speed); });
 }
 
-bool CBasePTZControl::StopIf(bool& activity, StopOperation stop)
+bool CBasePTZControl::StopIf(CBasePTZComm& comm, bool& activity, StopOperation stop)
 {
     if (!activity)
         return true;
-    if (!Guarded(false, [&] { return (comm_.get()->*stop)(this); }))
+    if (!Guarded(false, [&] { return (comm.*stop)(this); }))
         return false;
     activity = false;
     presets_.ClearCurrent();
@@ -144,72 +160,85 @@ bool CBasePTZControl::StopIf(bool& activity, StopOperation stop)
 
 std::int32_t CBasePTZControl::Stop()
 {
-    if (comm_ == nullptr)
-        return kPTZNotQueued;
-    const bool moving = StopIf(moving_, &CBasePTZComm::StopMoving);
-    const bool zooming = StopIf(zooming_, &CBasePTZComm::StopZooming);
-    const bool iris = StopIf(irisChanging_, &CBasePTZComm::StopIrisChanging);
-    const bool focusing = StopIf(focusing_, &CBasePTZComm::StopFocusing);
-    return moving && zooming && iris && focusing ? kPTZDone : kPTZNotQueued;
+    return Call(kPTZNotQueued,
+                [this](CBasePTZComm& comm)
+                {
+                    const bool moving = StopIf(comm, moving_, &CBasePTZComm::StopMoving);
+                    const bool zooming = StopIf(comm, zooming_, &CBasePTZComm::StopZooming);
+                    const bool iris = StopIf(comm, irisChanging_, &CBasePTZComm::StopIrisChanging);
+                    const bool focusing = StopIf(comm, focusing_, &CBasePTZComm::StopFocusing);
+                    return moving && zooming && iris && focusing ? kPTZDone : kPTZNotQueued;
+                });
 }
 
 std::int32_t CBasePTZControl::GetCapabilities(PTZCapabilityRecord* record)
 {
-    if (comm_ == nullptr)
-        return kPTZNotQueued;
-    if (record == nullptr)
-        return kPTZBadArgument;
-    PTZFlags flags{};
-    comm_->GetCapabilityFlags(flags);
-    const std::uint32_t hostWord = record->hostWord;
-    *record = {};
-    record->hostWord = hostWord;
-    for (std::size_t i = 0; i < 5; ++i)
-        record->capabilities0to4[i] = flags[i];
-    for (std::size_t i = 0; i < 3; ++i)
-        record->capabilities5to7[i] = flags[5 + i];
-    record->maximumPresets = presets_.Maximum();
-    record->namedPresets = GetPresetCount();
-    return kPTZDone;
+    return Call(kPTZNotQueued,
+                [&](CBasePTZComm& comm)
+                {
+                    if (record == nullptr)
+                        return kPTZBadArgument;
+                    PTZFlags flags{};
+                    comm.GetCapabilityFlags(flags);
+                    const std::uint32_t hostWord = record->hostWord;
+                    *record = {};
+                    record->hostWord = hostWord;
+                    for (std::size_t i = 0; i < 5; ++i)
+                        record->capabilities0to4[i] = flags[i];
+                    for (std::size_t i = 0; i < 3; ++i)
+                        record->capabilities5to7[i] = flags[5 + i];
+                    record->maximumPresets = presets_.Maximum();
+                    record->namedPresets = presets_.GetCount();
+                    return kPTZDone;
+                });
 }
 
 std::uint32_t CBasePTZControl::GetPresetCount()
 {
-    return presets_.GetCount();
+    return Call(0u, [this](CBasePTZComm&) { return presets_.GetCount(); });
 }
 
 std::int32_t CBasePTZControl::GetPresetName(std::uint32_t index, char* buffer, std::uint32_t size)
 {
-    std::string name;
-    return presets_.GetName(index, name) ? CopyName(name, buffer, size) : kPTZPresetFailed;
+    return Call(kPTZPresetFailed,
+                [&](CBasePTZComm&)
+                {
+                    std::string name;
+                    return presets_.GetName(index, name) ? CopyName(name, buffer, size) : kPTZPresetFailed;
+                });
 }
 
 std::int32_t CBasePTZControl::GetCurrentPreset(char* buffer, std::uint32_t size)
 {
-    std::string name;
-    return presets_.GetCurrentName(name) ? CopyName(name, buffer, size) : kPTZPresetFailed;
+    return Call(kPTZPresetFailed,
+                [&](CBasePTZComm&)
+                {
+                    std::string name;
+                    return presets_.GetCurrentName(name) ? CopyName(name, buffer, size) : kPTZPresetFailed;
+                });
 }
 
 std::int32_t CBasePTZControl::RecallPreset(std::uint32_t speed, const char* name)
 {
     if (name == nullptr)
         return kPTZBadArgument;
-    return Guarded(kPTZPresetFailed,
-                   [&] { return presets_.RecallPreposition(name, speed) ? kPTZDone : kPTZPresetFailed; });
+    return Call(kPTZPresetFailed, [&](CBasePTZComm&)
+                { return presets_.RecallPreposition(name, speed) ? kPTZDone : kPTZPresetFailed; });
 }
 
 std::int32_t CBasePTZControl::AddPreset(const char* name)
 {
-    return name == nullptr ? kPTZBadArgument
-                           : Guarded(kPTZNotQueued, [&] { return presets_.AddPreposition(name); });
+    if (name == nullptr)
+        return kPTZBadArgument;
+    return Call(kPTZNotQueued, [&](CBasePTZComm&) { return presets_.AddPreposition(name); });
 }
 
 std::int32_t CBasePTZControl::DeletePreset(const char* name)
 {
     if (name == nullptr)
         return kPTZBadArgument;
-    return Guarded(kPTZPresetFailed,
-                   [&] { return presets_.DeletePreposition(name) ? kPTZDone : kPTZPresetFailed; });
+    return Call(kPTZPresetFailed, [&](CBasePTZComm&)
+                { return presets_.DeletePreposition(name) ? kPTZDone : kPTZPresetFailed; });
 }
 
 } // namespace korvane

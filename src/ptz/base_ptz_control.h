@@ -1,8 +1,10 @@
 #pragma once
 
 #include "ptz/base_ptz_comm.h"
+#include "ptz/open_calls.h"
 #include "ptz/preposition_list.h"
 #include "runtime/driver.h"
+#include "runtime/one_at_a_time.h"
 
 #include <larkmoor/ip_ptz.h>
 
@@ -46,7 +48,9 @@ public:
     std::int32_t GetCurrentPreset(char* buffer, std::uint32_t size) override;
     std::uint32_t ReservedEcho(std::uint32_t value) override { return value; }
 
-    virtual void Close(); ///< stops the command thread and lets go of it
+    /// Stops the command thread and lets go of it; see `CBasePTZComm::Close`. A call that another thread has
+    /// in here is ended as the command in hand is; the calls that come later are refused.
+    virtual void Close();
     virtual std::unique_ptr<CBasePTZComm> CreateComm() = 0;
     virtual bool Open(); ///< starts the command thread and reads the presets
 
@@ -65,10 +69,14 @@ protected:
 private:
     using StopOperation = bool (CBasePTZComm::*)(ipcapture::IIPParams*);
 
+    template <class Result, class Operation>
+    Result Call(Result failure, Operation operation);
     template <class Queue>
     std::int32_t Command(bool* activity, Queue queue);
-    bool StopIf(bool& activity, StopOperation stop);
+    bool StopIf(CBasePTZComm& comm, bool& activity, StopOperation stop);
 
+    std::shared_ptr<COpenCalls> calls_ = std::make_shared<COpenCalls>();
+    COneAtATime closing_;
     std::unique_ptr<CBasePTZComm> comm_;
     CPrepositionList presets_;
     std::uint8_t flag1_ = 0; // the host's

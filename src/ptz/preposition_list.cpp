@@ -32,10 +32,10 @@ bool CPrepositionList::Attach(IPrepositionComm* comm, std::uint32_t maximum)
 
 void CPrepositionList::Clear()
 {
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
     places_.clear();
     named_.clear();
-    current_.reset();
+    current_ = kNone;
     loaded_ = false;
 }
 
@@ -53,7 +53,8 @@ bool CPrepositionList::Fill()
     std::vector<PrepositionRecord> records;
     if (comm_ == nullptr || !comm_->GetPrepositions(records))
         return false;
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
+    Clear(); // another caller may have filled it meanwhile
     for (const PrepositionRecord& record : records)
     {
         places_[record.position] = record.name;
@@ -68,24 +69,17 @@ void CPrepositionList::LoadOnce()
 {
     bool loaded = false;
     {
-        const CLockGuard guard(lock_);
+        const COneAtATime::Turn turn(turn_);
         loaded = loaded_;
     }
     if (!loaded)
         Load();
 }
 
-void CPrepositionList::ClearCurrent()
-{
-    LoadOnce();
-    const CLockGuard guard(lock_);
-    current_.reset();
-}
-
 std::uint32_t CPrepositionList::GetCount()
 {
     LoadOnce();
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
     return static_cast<std::uint32_t>(named_.size());
 }
 
@@ -104,7 +98,7 @@ bool CPrepositionList::GetName(std::uint32_t index, std::string& name)
 {
     name.clear();
     LoadOnce();
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
     return Guarded(false, [&] { return NameAt(index, name); });
 }
 
@@ -112,21 +106,19 @@ bool CPrepositionList::GetCurrentName(std::string& name)
 {
     name.clear();
     LoadOnce();
-    const CLockGuard guard(lock_);
-    return Guarded(false, [&] { return current_ && NameAt(*current_, name); });
+    const COneAtATime::Turn turn(turn_);
+    return Guarded(false, [&] { return NameAt(current_, name); });
 }
 
-std::optional<std::size_t> CPrepositionList::IndexOf(const std::string& name)
+std::size_t CPrepositionList::IndexOf(const std::string& name)
 {
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
     const auto place =
         std::find_if(places_.begin(), places_.end(), [&](const auto& entry) { return entry.second == name; });
     if (place == places_.end())
-        return std::nullopt;
+        return kNone;
     const auto found = std::find(named_.begin(), named_.end(), place->first);
-    if (found == named_.end())
-        return std::nullopt;
-    return static_cast<std::size_t>(found - named_.begin());
+    return found == named_.end() ? kNone : static_cast<std::size_t>(found - named_.begin());
 }
 
 bool CPrepositionList::RecallPreposition(const std::string& name, std::uint32_t speed)
@@ -136,10 +128,10 @@ bool CPrepositionList::RecallPreposition(const std::string& name, std::uint32_t 
         return false;
     try
     {
-        const std::optional<std::size_t> index = IndexOf(name);
-        if (!index || comm_ == nullptr || !comm_->RecallPreposition(name, speed))
+        const std::size_t index = IndexOf(name);
+        if (index == kNone || comm_ == nullptr || !comm_->RecallPreposition(name, speed))
             return false;
-        const CLockGuard guard(lock_);
+        const COneAtATime::Turn turn(turn_);
         current_ = index;
         return true;
     }
@@ -160,19 +152,23 @@ std::int32_t CPrepositionList::AddPreposition(const std::string& name)
                             kAddFunction, name.c_str());
         return ipcapture::kPTZBadArgument;
     }
-    const std::uint32_t count = GetCount();
-    const CLockGuard guard(lock_);
-    if (count >= maximum_)
-    {
+    const std::int32_t result = Add(name);
+    if (result == ipcapture::kPTZPresetListFull)
         comm_->DebugMessage(
             1,
             "%s: A preposition \"%s\" cannot be added. Camera supports saving not more than %u prepositions.",
             kAddFunction, name.c_str(), maximum_);
+    return result;
+}
+
+std::int32_t CPrepositionList::Add(const std::string& name)
+{
+    const std::uint32_t count = GetCount();
+    const COneAtATime::Turn turn(turn_);
+    if (count >= maximum_)
         return ipcapture::kPTZPresetListFull;
-    }
-    if (!comm_->AddPreposition(name) || !NotePreposition(name))
-        return ipcapture::kPTZNotQueued;
-    return ipcapture::kPTZDone;
+    return comm_->AddPreposition(name) && NotePreposition(name) ? ipcapture::kPTZDone
+                                                                : ipcapture::kPTZNotQueued;
 }
 
 // The device is told only the name; the first free place stands for it until the list is read again.
@@ -205,7 +201,7 @@ bool CPrepositionList::DeletePreposition(const std::string& name)
 
 bool CPrepositionList::Forget(const std::string& name)
 {
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
     for (auto& [position, placeName] : places_)
     {
         if (placeName != name)
@@ -215,7 +211,7 @@ bool CPrepositionList::Forget(const std::string& name)
         if (found == named_.end())
             continue;
         named_.erase(found);
-        current_.reset();
+        current_ = kNone;
         return true;
     }
     return false;

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "ptz/preposition_comm.h"
-#include "runtime/recursive_lock.h"
+#include "runtime/one_at_a_time.h"
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,8 @@ namespace korvane
 /// mirrors its table and remembers which preset the head stands on. A list that could not be read is read
 /// again at its next use.
 ///
-/// Any thread. The lock comes before that of the comm; `AddPreposition` holds it across its request.
+/// Any thread, one at a time in here; `AddPreposition` stays for its request. `ClearCurrent` waits for
+/// nobody.
 class CPrepositionList
 {
 public:
@@ -36,16 +38,19 @@ public:
     /// the list. Nothing happens, with false, when either is null or 0.
     bool Attach(IPrepositionComm* comm, std::uint32_t maximum);
 
-    bool Load(); ///< reads the list anew; false leaves it empty
-    void ClearCurrent();
+    bool Load();                              ///< reads the list anew; false leaves it empty
+    void ClearCurrent() { current_ = kNone; } ///< reads no list
     std::uint32_t Maximum() const { return maximum_; }
     std::uint32_t Channel() const { return channel_; }
 
 private:
+    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
     bool Fill();
     void LoadOnce();
     void Clear();
-    std::optional<std::size_t> IndexOf(const std::string& name);
+    std::int32_t Add(const std::string& name);
+    std::size_t IndexOf(const std::string& name);
     bool NameAt(std::size_t index, std::string& name);
     bool NotePreposition(const std::string& name);
     bool Forget(const std::string& name);
@@ -53,10 +58,10 @@ private:
     const std::uint32_t channel_;
     IPrepositionComm* comm_ = nullptr;
     std::uint32_t maximum_ = 0;
-    CRecursiveLock lock_{platform::LockPlace::kPresetList}; // guards what follows
-    std::map<std::uint32_t, std::string> places_;           // by position; free ones with an empty name
-    std::vector<std::uint32_t> named_;                      // positions with a name, in the host's order
-    std::optional<std::size_t> current_;                    // index into named_
+    COneAtATime turn_;                            // to use what follows; comes before that of the comm
+    std::map<std::uint32_t, std::string> places_; // by position; free ones with an empty name
+    std::vector<std::uint32_t> named_;            // positions with a name, in the host's order
+    std::atomic<std::size_t> current_{kNone};     // index into named_
     bool loaded_ = false;
 };
 

@@ -58,13 +58,13 @@ bool CVivotekPTZComm::Open()
 bool CVivotekPTZComm::Send(const std::string& uri)
 {
     std::vector<std::uint8_t> response;
-    return Utils::SendRequestEx(client_, uri, response, false);
+    return MayRequest() && Utils::SendRequestEx(client_, uri, response, false);
 }
 
 bool CVivotekPTZComm::Read(const std::string& query, std::string& text)
 {
     std::vector<std::uint8_t> response;
-    const bool read = Utils::SendRequestEx(client_, kGetParam + query, response, true);
+    const bool read = MayRequest() && Utils::SendRequestEx(client_, kGetParam + query, response, true);
     text = response.empty() ? "" : reinterpret_cast<const char*>(response.data());
     return read && !text.empty();
 }
@@ -87,7 +87,7 @@ std::int32_t CVivotekPTZComm::IsPTZAvailable(ipcapture::IIPParams*)
         return 1;
     const std::string key = Utils::FormatString("camctrl_c%u_isptz", channel_);
     std::string text;
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
     if (!Read(key, text))
         return client_.StatusCode() == 0 ? 1 : 0; // a device that did not answer may have a head all the same
     const std::string value = Utils::GetParamValue(text, key);
@@ -119,7 +119,9 @@ void CVivotekPTZComm::Control(const std::string& arguments)
 void CVivotekPTZComm::ExecuteItem(IWorkItem* item)
 {
     const auto& work = static_cast<const CWorkItem&>(*item);
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
+    if (!MayExecute(work))
+        return;
     switch (work.command)
     {
     case Command::kMove:
@@ -221,15 +223,20 @@ void CVivotekPTZComm::CenterOn(std::uint32_t x, std::uint32_t y)
         settings.width, settings.height));
 }
 
+// On the thread of the host, after a command in hand. A close begins none.
+template <class Request>
+bool CVivotekPTZComm::PresetRequest(Request request)
+{
+    const COneAtATime::Turn turn(turn_);
+    return !IsClosing() && request();
+}
+
 bool CVivotekPTZComm::GetPrepositions(std::vector<PrepositionRecord>& records)
 {
     records.clear();
     std::string text;
-    {
-        const CLockGuard guard(lock_);
-        if (!Read(Utils::FormatString("camctrl_c%u_preset", channel_), text))
-            return false;
-    }
+    if (!PresetRequest([&] { return Read(Utils::FormatString("camctrl_c%u_preset", channel_), text); }))
+        return false;
     text = Utils::RemoveChars(text, "'");
     for (std::uint32_t place = 0; place < presetCount_; ++place)
     {
@@ -239,25 +246,26 @@ bool CVivotekPTZComm::GetPrepositions(std::vector<PrepositionRecord>& records)
     return true;
 }
 
+bool CVivotekPTZComm::SendPreset(const char* program, const char* verb, const std::string& name)
+{
+    const std::string uri =
+        Utils::FormatString("/cgi-bin/%s.cgi?channel=%u&%s=%s", program, channel_, verb, name.c_str());
+    return PresetRequest([&] { return Send(uri); });
+}
+
 bool CVivotekPTZComm::AddPreposition(const std::string& name)
 {
-    const CLockGuard guard(lock_);
-    return Send(
-        Utils::FormatString("/cgi-bin/operator/preset.cgi?channel=%u&addpos=%s", channel_, name.c_str()));
+    return SendPreset("operator/preset", "addpos", name);
 }
 
 bool CVivotekPTZComm::DeletePreposition(const std::string& name)
 {
-    const CLockGuard guard(lock_);
-    return Send(
-        Utils::FormatString("/cgi-bin/operator/preset.cgi?channel=%u&delpos=%s", channel_, name.c_str()));
+    return SendPreset("operator/preset", "delpos", name);
 }
 
 bool CVivotekPTZComm::RecallPreposition(const std::string& name, std::uint32_t)
 {
-    const CLockGuard guard(lock_);
-    return Send(
-        Utils::FormatString("/cgi-bin/camctrl/recall.cgi?channel=%u&recall=%s", channel_, name.c_str()));
+    return SendPreset("camctrl/recall", "recall", name);
 }
 
 } // namespace korvane

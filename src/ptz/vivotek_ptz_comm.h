@@ -2,7 +2,7 @@
 
 #include "http/win_inet_http_client.h"
 #include "ptz/base_ptz_comm.h"
-#include "runtime/recursive_lock.h"
+#include "runtime/one_at_a_time.h"
 
 #include <cstdint>
 #include <optional>
@@ -32,7 +32,13 @@ public:
     bool RecallPreposition(const std::string& name, std::uint32_t speed) override;
     bool DeletePreposition(const std::string& name) override;
 
+protected:
+    void EndRequest() override { client_.CloseRequest(); }
+
 private:
+    template <class Request>
+    bool PresetRequest(Request request);
+    bool SendPreset(const char* program, const char* verb, const std::string& name);
     void Move(std::uint32_t direction, std::uint32_t speed);
     void MoveWithSpeed(std::uint32_t direction, std::uint32_t speed);
     void MoveWithoutSpeed(std::uint32_t direction);
@@ -45,8 +51,7 @@ private:
     std::int32_t Scale(std::uint32_t speed, std::uint32_t minimumProperty,
                        std::uint32_t maximumProperty) const;
 
-    CRecursiveLock lock_{platform::LockPlace::kHead}; // guards what follows and the requests; comes after the
-                                                      // lock of the preset list
+    COneAtATime turn_; // to send requests and use what follows; comes after that of the preset list
     Web::CWinINetHttpClient client_;
     std::optional<std::int32_t> cameraId_; // asked for once
 };

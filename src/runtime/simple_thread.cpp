@@ -1,5 +1,7 @@
 #include "runtime/simple_thread.h"
 
+#include "runtime/thread_stop.h"
+
 namespace korvane::thread
 {
 
@@ -23,7 +25,7 @@ bool CSimpleThread::JoinThread()
     if (!thread_.HasHandle())
         return false;
     if (thread_.Id() != platform::Thread::CurrentId())
-        thread_.Wait(platform::kInfinite);
+        EndThread(thread_, platform::kInfinite, [this] { OnStopRequested(); });
     thread_.Close();
     return true;
 }

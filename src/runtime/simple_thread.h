@@ -26,6 +26,10 @@ protected:
     /// Waits for the thread's end, unless called on it, and lets go of it. False if there was none.
     bool JoinThread();
 
+    /// Ends what the thread may be waiting in. Comes from the thread that joins it, again and again until the
+    /// thread has ended; does nothing here.
+    virtual void OnStopRequested() {}
+
     const std::string& ThreadName() const { return name_; }
 
 private:

@@ -1,6 +1,7 @@
 #include "runtime/work_item_thread_ex.h"
 
 #include <cstdint>
+#include <iterator>
 #include <utility>
 
 namespace korvane::thread
@@ -27,7 +28,10 @@ bool CWorkItemThreadEx::StartWorker(const std::string& name)
 
 bool CWorkItemThreadEx::StopWorker()
 {
-    running_ = false;
+    {
+        const CLockGuard guard(lock_); // what comes from here on is refused
+        running_ = false;
+    }
     ClearQueue();
     workEvent_.Set();
     return JoinThread();
@@ -36,11 +40,11 @@ bool CWorkItemThreadEx::StopWorker()
 bool CWorkItemThreadEx::PostWorkItem(IWorkItem* item, std::size_t maxQueued)
 {
     std::unique_ptr<IWorkItem> owner(item);
-    if (!running_)
-        return false;
     std::list<std::unique_ptr<IWorkItem>> dropped; // deleted without the lock
     {
         const CLockGuard guard(lock_);
+        if (!running_)
+            return false;
         while (maxQueued != 0 && queue_.size() > maxQueued - 1)
             dropped.splice(dropped.end(), queue_, queue_.begin());
         queue_.push_back(std::move(owner));
@@ -51,8 +55,14 @@ bool CWorkItemThreadEx::PostWorkItem(IWorkItem* item, std::size_t maxQueued)
 
 void CWorkItemThreadEx::ClearQueue()
 {
-    while (TakeItem() != nullptr)
+    std::list<std::unique_ptr<IWorkItem>> dropped; // deleted without the lock
+    const CLockGuard guard(lock_);
+    for (auto item = queue_.begin(); item != queue_.end();)
     {
+        const auto next = std::next(item);
+        if (!OutlivesStop(**item))
+            dropped.splice(dropped.end(), queue_, item);
+        item = next;
     }
 }
 
@@ -68,10 +78,11 @@ std::unique_ptr<CWorkItemThreadEx::IWorkItem> CWorkItemThreadEx::TakeItem()
 
 void CWorkItemThreadEx::Run()
 {
-    while (running_)
+    for (bool last = false; !last;)
     {
-        if (!workEvent_.Wait(kWaitMs))
-            continue;
+        last = !running_; // then the queue holds only what outlives the stop
+        if (!last)
+            workEvent_.Wait(kWaitMs);
         while (const std::unique_ptr<IWorkItem> item = TakeItem())
         {
             try
@@ -82,8 +93,6 @@ void CWorkItemThreadEx::Run()
             {
                 // one item that fails is no reason to lose those behind it
             }
-            if (!running_)
-                return;
         }
     }
 }

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <future>
 #include <map>
 #include <mutex>
@@ -49,7 +50,7 @@ protected:
         const std::size_t query = request.target.find("getparam.cgi?");
         const auto found = query == std::string::npos ? parameters_.end()
                                                       : parameters_.find(request.target.substr(query + 13));
-        if (const auto hold = Hold(); hold.valid() && request.target.find("camctrl.cgi") != std::string::npos)
+        if (const auto hold = Hold(); hold.valid() && request.target.find(held_) != std::string::npos)
             hold.wait();
         return peer.Send(HttpTestServer::Response(
             status_, found == parameters_.end() ? "" : std::string_view(found->second)));
@@ -59,6 +60,14 @@ protected:
     {
         const std::lock_guard guard(lock_);
         return hold_;
+    }
+
+    /// From now on requests that hold `part` are answered when `gate` is set.
+    void HoldUntil(std::promise<void>& gate, const std::string& part = "camctrl.cgi")
+    {
+        const std::lock_guard guard(lock_);
+        hold_ = gate.get_future().share();
+        held_ = part;
     }
 
     /// The targets of what came for the head, without the requests for parameters, once there are `count`.
@@ -79,7 +88,8 @@ protected:
     std::map<std::string, std::string> parameters_;
     std::atomic<int> status_{200};
     std::mutex lock_;               // guards what follows
-    std::shared_future<void> hold_; // while it is not ready, commands are not answered
+    std::shared_future<void> hold_; // while it is not ready, requests with the next in them are not answered
+    std::string held_;
     test::FakeDriver driver_;
     HttpTestServer server_;
 };
@@ -104,13 +114,8 @@ TEST_F(PTZ, SendsAHeldMoveOncePerHalfSecond)
 
 TEST_F(PTZ, KeepsTheEightNewestCommands)
 {
-    const auto hold = [this](std::promise<void>& gate)
-    {
-        const std::lock_guard guard(lock_);
-        hold_ = gate.get_future().share();
-    };
     std::promise<void> release;
-    hold(release);
+    HoldUntil(release);
     driver_.properties[16] = "";
     CVivotekPTZControl control(&driver_, 0);
     ASSERT_TRUE(control.Open());
@@ -136,7 +141,7 @@ TEST_F(PTZ, KeepsTheEightNewestCommands)
     EXPECT_EQ(Commands(wanted.size()), wanted);
 
     std::promise<void> again;
-    hold(again);
+    HoldUntil(again);
     control.FocusFar(1);
     control.ZoomIn(1);
     std::thread closing([&control] { control.Close(); });
@@ -144,6 +149,49 @@ TEST_F(PTZ, KeepsTheEightNewestCommands)
     closing.join(); // ends with the one in hand
     EXPECT_LE(Commands(0).size(), wanted.size() + 2);
     EXPECT_EQ(control.Stop(), -18);
+}
+
+TEST_F(PTZ, StopsAMovingHeadWhenItCloses)
+{
+    driver_.properties[16] = "";
+    CVivotekPTZControl control(&driver_, 0);
+    ASSERT_TRUE(control.Open());
+    std::promise<void> release;
+    HoldUntil(release, "&vx=-1");
+    control.StartMove(0, 5);
+    EXPECT_EQ(Commands(1), Lines{kControl + "&vx=-1&vy=0&vs=1"}); // in hand, and never answered
+    control.FocusFar(1);
+    control.Stop();
+    control.ZoomIn(1);
+    control.Close();
+    EXPECT_EQ(Commands(4),
+              (Lines{kControl + "&vx=-1&vy=0&vs=1", kControl + "&vx=0&vy=0&vs=0", kControl + "&focus=auto",
+                     kControl + "&iris=auto", kControl + "&focus=auto", kControl + "&iris=auto"}));
+    release.set_value();
+}
+
+TEST_F(PTZ, MovesAndStopsWithoutTheListOfPresets)
+{
+    const auto reads = [this]
+    {
+        return std::ranges::count_if(server_.Requests(), [](const TestHttpRequest& request)
+                                     { return request.target.ends_with("_preset"); });
+    };
+    status_ = 500;
+    CVivotekPTZControl control(&driver_, 0);
+    ASSERT_TRUE(control.Open());
+    EXPECT_EQ(control.StartMove(0, 5), 1);
+    EXPECT_EQ(control.Stop(), 1);
+    EXPECT_EQ(reads(), 1); // when it was opened
+
+    status_ = 200;
+    std::promise<void> release;
+    HoldUntil(release, "preset.cgi");
+    std::thread adding([&control] { EXPECT_EQ(control.AddPreset("roof"), 1); });
+    EXPECT_EQ(Commands(5).back(), "/cgi-bin/operator/preset.cgi?channel=0&addpos=roof");
+    EXPECT_EQ(control.StartMove(1, 5), 1); // does not wait for that answer
+    release.set_value();
+    adding.join();
 }
 
 TEST_F(PTZ, TellsWhetherThereIsAHead)
