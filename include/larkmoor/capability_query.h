@@ -36,7 +36,7 @@ public:
     virtual std::uint32_t StartQuery(const char* address, std::uint16_t port, const char* user,
                                      const char* password, ICapabilityStore* store) = 0;
 
-    virtual void TerminateQuery() = 0; ///< asks a running query to stop and returns at once; any thread
+    virtual void TerminateQuery() = 0; ///< ends a running query; returns at once; any thread
 };
 
 } // namespace korvane::ipcapture

@@ -26,55 +26,43 @@ enum StoreValue : std::uint32_t
 constexpr std::uint32_t kAudioInputParameter = 101;
 constexpr std::uint32_t kAudioOutputParameter = 102;
 
-void SetField(ipcapture::ICapabilityStore& store, std::uint32_t index, const std::string& text)
-{
-    if (ipcapture::ICapabilityField* field = store.GetConnectionField(index))
-        field->SetText(text.c_str());
-}
-
 } // namespace
 
 bool CCameraPropertiesEx::SaveProperties(ipcapture::ICapabilityStore* store)
 {
     if (store == nullptr)
         return false;
-    store->SetModel(GetModel().c_str());
-    SaveValues(*store);
-    SaveCodecs(*store);
-    SaveResolutions(*store);
-    SaveConnection(*store);
-    SaveAudio(*store);
-    return true;
+    CStoreWriter writer(*store);
+    Save(writer);
+    return !writer.HasRefused();
 }
 
-void CCameraPropertiesEx::AddParameter(ipcapture::ICapabilityStore& store, std::uint32_t id, const char* name,
-                                       ParameterType type, const std::string& value)
+void CCameraPropertiesEx::Save(CStoreWriter& writer)
 {
-    ipcapture::ICapabilityParameter* parameter = store.AddParameter(id);
-    if (parameter == nullptr)
-        return;
-    parameter->SetName(name);
-    parameter->SetReserved(0);
-    parameter->SetIsText(type == ParameterType::Text);
-    parameter->SetValue(value.empty() ? "(none)" : value.c_str());
+    writer.SetModel(GetModel());
+    SaveValues(writer);
+    SaveCodecs(writer);
+    SaveResolutions(writer);
+    SaveConnection(writer);
+    SaveAudio(writer);
 }
 
-void CCameraPropertiesEx::SaveValues(ipcapture::ICapabilityStore& store)
+void CCameraPropertiesEx::SaveValues(CStoreWriter& writer)
 {
-    store.SetValue(kChannelCount, GetChannelCount());
+    writer.SetValue(kChannelCount, GetChannelCount());
     if (GetInputCount() != 0)
-        store.SetValue(kInputCount, GetInputCount());
+        writer.SetValue(kInputCount, GetInputCount());
     if (GetOutputCount() != 0)
-        store.SetValue(kOutputCount, GetOutputCount());
+        writer.SetValue(kOutputCount, GetOutputCount());
     if (HasAudio())
-        store.SetValue(kAudio, 1);
+        writer.SetValue(kAudio, 1);
     if (HasPTZ())
-        store.SetValue(kHasPTZ, 1);
-    store.SetValue(kModernStream1, IsModernStream1() ? 1 : 0);
-    store.SetValue(kModernStream2, IsModernStream2() ? 1 : 0);
+        writer.SetValue(kHasPTZ, 1);
+    writer.SetValue(kModernStream1, IsModernStream1() ? 1 : 0);
+    writer.SetValue(kModernStream2, IsModernStream2() ? 1 : 0);
 }
 
-void CCameraPropertiesEx::SaveCodecs(ipcapture::ICapabilityStore& store)
+void CCameraPropertiesEx::SaveCodecs(CStoreWriter& writer)
 {
     const struct
     {
@@ -86,42 +74,43 @@ void CCameraPropertiesEx::SaveCodecs(ipcapture::ICapabilityStore& store)
         for (std::uint32_t code = GetFirstCodec(); code != 0; code = GetNextCodec())
         {
             if (code == kind.code)
-                store.SetValue(kind.value, 1);
+                writer.SetValue(kind.value, 1);
         }
     }
 }
 
-void CCameraPropertiesEx::SaveResolutions(ipcapture::ICapabilityStore& store)
+void CCameraPropertiesEx::SaveResolutions(CStoreWriter& writer)
 {
-    ipcapture::IResolutionList* list = store.GetResolutionList();
+    auto* const list = writer.ResolutionList();
     if (list == nullptr)
         return;
     for (CameraResolution* size = GetFirstResolution(); size != nullptr; size = GetNextResolution())
     {
         const std::string text = Utils::FormatString("%ux%u", unsigned(size->width), unsigned(size->height));
-        list->Add(text.c_str(), size->width, size->height, size->GetFirstFrameTime());
+        const std::uint32_t width = size->width, height = size->height, time = size->GetFirstFrameTime();
+        writer.Tell([=, &text] { list->Add(text.c_str(), width, height, time); });
     }
 }
 
-void CCameraPropertiesEx::SaveConnection(ipcapture::ICapabilityStore& store)
+void CCameraPropertiesEx::SaveConnection(CStoreWriter& writer)
 {
-    SetField(store, 1, deviceInfo_.address);
-    SetField(store, 2, Utils::FormatString("%hu", deviceInfo_.port));
-    SetField(store, 3, deviceInfo_.user);
-    SetField(store, 4, deviceInfo_.password);
+    writer.SetConnectionField(1, deviceInfo_.address);
+    writer.SetConnectionField(2, Utils::FormatString("%hu", deviceInfo_.port));
+    writer.SetConnectionField(3, deviceInfo_.user);
+    writer.SetConnectionField(4, deviceInfo_.password);
 }
 
-void CCameraPropertiesEx::SaveAudio(ipcapture::ICapabilityStore& store)
+void CCameraPropertiesEx::SaveAudio(CStoreWriter& writer)
 {
     if (audioInput_.count != 0)
     {
-        store.SetValue(kAudio, audioInput_.count);
-        AddParameter(store, kAudioInputParameter, "Audio Input Parameters", ParameterType::Text,
-                     audioInput_.Text());
+        writer.SetValue(kAudio, audioInput_.count);
+        writer.AddParameter(kAudioInputParameter, "Audio Input Parameters", CStoreWriter::ParameterType::Text,
+                            audioInput_.Text());
     }
     if (audioOutput_.count != 0)
-        AddParameter(store, kAudioOutputParameter, "Audio Output Parameters", ParameterType::Text,
-                     audioOutput_.Text());
+        writer.AddParameter(kAudioOutputParameter, "Audio Output Parameters",
+                            CStoreWriter::ParameterType::Text, audioOutput_.Text());
 }
 
 } // namespace korvane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "discovery/camera_properties.h"
+#include "discovery/store_writer.h"
 #include "runtime/device_info.h"
 
 #include <larkmoor/capability_store.h>
@@ -31,10 +32,10 @@ public:
     /// 1 for a refused login and 3 for anything else, unless the fetch was cancelled.
     virtual bool FetchProperties(std::uint32_t* errorCode) = 0;
 
-    /// Writes all into `store`. False for a null store only.
+    /// Writes all into `store`. False for a null store, and for one that throws.
     virtual bool SaveProperties(ipcapture::ICapabilityStore* store);
 
-    /// Asks a running fetch to end. It ends at its next step, or when the request under way is over.
+    /// Ends a running fetch: at its next step, or in the request under way if the device family can end that.
     virtual void CancelFetch() { cancelled_ = true; }
 
 protected:
@@ -44,21 +45,15 @@ protected:
     CAudioCapabilities& AudioInput() { return audioInput_; }
     CAudioCapabilities& AudioOutput() { return audioOutput_; }
 
-    /// What parameters of a store are: an empty value is written as "(none)".
-    enum class ParameterType
-    {
-        Number,
-        Text
-    };
-    static void AddParameter(ipcapture::ICapabilityStore& store, std::uint32_t id, const char* name,
-                             ParameterType type, const std::string& value);
+    /// Writes what the base has; a device family adds its own before and behind it.
+    virtual void Save(CStoreWriter& writer);
 
 private:
-    void SaveValues(ipcapture::ICapabilityStore& store);
-    void SaveCodecs(ipcapture::ICapabilityStore& store);
-    void SaveResolutions(ipcapture::ICapabilityStore& store);
-    void SaveConnection(ipcapture::ICapabilityStore& store);
-    void SaveAudio(ipcapture::ICapabilityStore& store);
+    void SaveValues(CStoreWriter& writer);
+    void SaveCodecs(CStoreWriter& writer);
+    void SaveResolutions(CStoreWriter& writer);
+    void SaveConnection(CStoreWriter& writer);
+    void SaveAudio(CStoreWriter& writer);
 
     std::atomic<bool> cancelled_ = false;
     const DEVICE_INFO deviceInfo_;

@@ -1,5 +1,8 @@
 #include "discovery/capability_query_module.h"
 
+#include "runtime/host_call.h"
+#include "runtime/thread_stop.h"
+
 #include <exception>
 #include <string>
 
@@ -38,7 +41,6 @@ Outcome Fetch(CCameraPropertiesEx& properties, ipcapture::ICapabilityStore* stor
             outcome.text += ", device is offline or is located in unaccessible subnet";
         return outcome;
     }
-    const platform::AwayScope away; // the host's store may take its time
     outcome.isDone = properties.SaveProperties(store);
     if (!outcome.isDone)
         outcome.text = "Failed to save capability query results";
@@ -65,7 +67,7 @@ std::uint32_t CCapabilityQueryModule::StartQuery(const char* address, std::uint1
 {
     try
     {
-        const CLockGuard guard(lock_);
+        const COneAtATime::Turn turn(turn_);
         if (thread_.HasHandle())
             return 0;
         store_ = store;
@@ -142,31 +144,23 @@ void CCapabilityQueryModule::RunQuery()
     }
     if (sink == nullptr)
         return;
-    const platform::AwayScope away;
     if (outcome.isDone)
-        sink->OnQueryDone();
+        CallHost([sink] { sink->OnQueryDone(); });
     else
-        sink->OnQueryFailed(outcome.code, outcome.text.c_str());
+        CallHost([sink, &outcome] { sink->OnQueryFailed(outcome.code, outcome.text.c_str()); });
 }
 
 void CCapabilityQueryModule::StopQuery()
 {
     TerminateQuery();
-    const CLockGuard guard(lock_);
+    const COneAtATime::Turn turn(turn_);
     const bool isOwnThread = thread_.Id() == platform::Thread::CurrentId();
     if (thread_.HasHandle() && !isOwnThread &&
-        thread_.Wait(2 * device_.networkTimeoutMs) == platform::WaitResult::kTimeout)
+        !EndThread(thread_, 2 * device_.networkTimeoutMs, [this] { TerminateQuery(); }))
     {
         thread_.GiveUp();
-        try
-        {
-            if (sink_ != nullptr)
-                sink_->OnQueryKilled();
-        }
-        catch (...)
-        {
-            // A host that throws here must not keep the module from going away.
-        }
+        if (ipcapture::ICapabilitySink* const sink = sink_)
+            CallHost([sink] { sink->OnQueryKilled(); });
     }
     thread_.Close();
     const CLockGuard propertiesGuard(propertiesLock_);

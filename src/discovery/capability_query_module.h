@@ -3,7 +3,7 @@
 #include "discovery/camera_properties_ex.h"
 #include "platform/thread.h"
 #include "runtime/device_info.h"
-#include "runtime/recursive_lock.h"
+#include "runtime/one_at_a_time.h"
 #include "runtime/smart_ptr.h"
 
 #include <larkmoor/capability_query.h>
@@ -24,9 +24,9 @@ public:
     /// `sink` is the host's and is kept; `videoStandardFlag`: 0 PAL, anything else NTSC.
     CCapabilityQueryModule(ipcapture::ICapabilitySink* sink, std::uint8_t videoStandardFlag);
 
-    /// Waits for a running query for at most twice the network time-out, 20 s, and then gives its thread up
-    /// and tells the sink so. A query that was given up calls neither store nor sink any more, and what it
-    /// holds of the properties is never freed.
+    /// Ends the request in progress, and waits for a running query for at most twice the network time-out,
+    /// 20 s; then gives its thread up and tells the sink so. A query that was given up calls neither store
+    /// nor sink any more, and what it holds of the properties is never freed.
     ~CCapabilityQueryModule() override;
     CCapabilityQueryModule(const CCapabilityQueryModule&) = delete;
     CCapabilityQueryModule& operator=(const CCapabilityQueryModule&) = delete;
@@ -65,7 +65,7 @@ private:
     ipcapture::ICapabilitySink* const sink_;
     ipcapture::ICapabilityStore* store_ = nullptr;
     Properties properties_;
-    CRecursiveLock lock_;           // serialises start and stop; taken before propertiesLock_
+    COneAtATime turn_;              // to start or stop
     CRecursiveLock propertiesLock_; // guards the pointer properties_, for a few instructions
     platform::Thread thread_;       // keeps its handle when the query has ended
 };

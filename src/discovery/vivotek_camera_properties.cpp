@@ -28,6 +28,7 @@ public:
     {
         return CameraCgi::Ask(client_, uri, body);
     }
+    void Cancel() override { client_.EndRequests(); }
     std::uint32_t StatusCode() const override { return client_.StatusCode(); }
 
 private:
@@ -92,6 +93,12 @@ bool CVivotekCameraProperties::FetchProperties(std::uint32_t* errorCode)
     SetModernStream1(isModern);
     SetModernStream2(isModern);
     return true;
+}
+
+void CVivotekCameraProperties::CancelFetch()
+{
+    CCameraPropertiesEx::CancelFetch();
+    source_->Cancel();
 }
 
 /// One request, with the quotes taken out of the answer. An answer without a body is an answer too.
@@ -278,35 +285,33 @@ CStreamPathTable::Paths CVivotekCameraProperties::ReadAccessNames(std::string_vi
     return table;
 }
 
-bool CVivotekCameraProperties::SaveProperties(ipcapture::ICapabilityStore* store)
+void CVivotekCameraProperties::Save(CStoreWriter& writer)
 {
     constexpr std::uint32_t kNeverListed = 60; // field rate of NTSC, no frame rate
-    if (store == nullptr)
-        return false;
-    if (ipcapture::IFrameTimeList* list = store->GetFrameTimeList(1))
+    if (auto* const list = writer.FrameTimeList())
     {
         for (const std::uint32_t rate : device_.frameRates)
         {
             if (rate != 0 && rate != kNeverListed)
-                list->Add(Utils::FrameTimeFromRate(rate));
+                writer.Tell([list, time = Utils::FrameTimeFromRate(rate)] { list->Add(time); });
         }
         if (device_.defaultFrameRate != 0)
-            list->SetDefault(Utils::FrameTimeFromRate(device_.defaultFrameRate));
+            writer.Tell([list, time = Utils::FrameTimeFromRate(device_.defaultFrameRate)]
+                        { list->SetDefault(time); });
     }
-    if (!CCameraPropertiesEx::SaveProperties(store))
-        return false;
+    CCameraPropertiesEx::Save(writer);
     if (device_.rtspPort.empty())
         device_.rtspPort = "554";
-    SaveParameters(*store);
-    return true;
+    SaveParameters(writer);
 }
 
-void CVivotekCameraProperties::SaveParameters(ipcapture::ICapabilityStore& store) const
+void CVivotekCameraProperties::SaveParameters(CStoreWriter& writer) const
 {
+    using Type = CStoreWriter::ParameterType;
     const auto number = [&](std::uint32_t id, const char* name, const std::string& value)
-    { AddParameter(store, id, name, ParameterType::Number, value); };
+    { writer.AddParameter(id, name, Type::Number, value); };
     const auto text = [&](std::uint32_t id, const char* name, const std::string& value)
-    { AddParameter(store, id, name, ParameterType::Text, value); };
+    { writer.AddParameter(id, name, Type::Text, value); };
     const auto flag = [](bool isSet) { return std::string(isSet ? "1" : "0"); };
 
     std::string ptzFlags;

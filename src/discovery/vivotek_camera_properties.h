@@ -25,6 +25,9 @@ public:
     /// One request. True when it was answered with a status of 2xx; `body` is then a text, and may be empty.
     virtual bool Get(const std::string& uri, std::string& body) = 0;
 
+    /// Ends a request in progress, and fails each later one. Any thread.
+    virtual void Cancel() {}
+
     /// The HTTP status of the last request; 0 when there was no answer.
     virtual std::uint32_t StatusCode() const = 0;
 };
@@ -45,7 +48,10 @@ public:
                              std::unique_ptr<IParameterSource> source, CSettingsFile settings);
 
     bool FetchProperties(std::uint32_t* errorCode) override;
-    bool SaveProperties(ipcapture::ICapabilityStore* store) override;
+    void CancelFetch() override;
+
+protected:
+    void Save(CStoreWriter& writer) override;
 
 private:
     // The steps of a fetch; false ends it.
@@ -62,7 +68,7 @@ private:
     void ReadPTZRange(std::string_view text);
     std::uint32_t ReadPresetCount(std::string_view text);
     CStreamPathTable::Paths ReadAccessNames(std::string_view text, const std::string& protocol) const;
-    void SaveParameters(ipcapture::ICapabilityStore& store) const;
+    void SaveParameters(CStoreWriter& writer) const;
 
     const std::unique_ptr<IParameterSource> source_;
     const CSettingsFile settings_;

@@ -159,4 +159,10 @@ void CHttpClient::CloseRequest()
     request_.Close();
 }
 
+void CHttpClient::EndRequests()
+{
+    inFlight_.End();
+    request_.End();
+}
+
 } // namespace Web

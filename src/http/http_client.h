@@ -54,6 +54,9 @@ public:
     /// read. The next request works as usual. Any thread.
     void CloseRequest();
 
+    /// The same, and each later request fails. Any thread.
+    void EndRequests();
+
     std::uint32_t StatusCode() const { return statusCode_; }       ///< of the last exchange; 0 when none
     std::uint32_t ContentLength() const { return contentLength_; } ///< 0 when unknown
     const std::string& Host() const { return host_; }

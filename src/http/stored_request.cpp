@@ -26,12 +26,27 @@ std::shared_ptr<HttpRequest> CStoredRequest::Get() const
 
 void CStoredRequest::Store(std::shared_ptr<HttpRequest> request)
 {
+    std::shared_ptr<HttpRequest> refused;
     {
         const korvane::CLockGuard guard(lock_);
         std::swap(request_, request);
+        if (hasEnded_)
+            refused = request_;
     }
-    if (request)
-        request->Close();
+    for (const auto& closing : {request, refused})
+    {
+        if (closing)
+            closing->Close();
+    }
+}
+
+void CStoredRequest::End()
+{
+    {
+        const korvane::CLockGuard guard(lock_);
+        hasEnded_ = true;
+    }
+    Close();
 }
 
 void CStoredRequest::Release()

@@ -32,6 +32,9 @@ public:
 
     void Close() { Store(nullptr); }
 
+    /// Closes this one and every one that is stored from now on.
+    void End();
+
     /// Lets go of it as it is: another holder has it.
     void Release();
 
@@ -49,6 +52,7 @@ public:
 private:
     mutable korvane::CRecursiveLock lock_;
     std::shared_ptr<korvane::platform::HttpRequest> request_;
+    bool hasEnded_ = false;
 };
 
 } // namespace Web

@@ -4,6 +4,7 @@
 #include "support/fake_capability_sink.h"
 #include "support/fake_capability_store.h"
 #include "support/fake_host.h"
+#include "support/thread_watch.h"
 
 #include <gtest/gtest.h>
 
@@ -194,6 +195,46 @@ TEST(CapabilityQueryModule, GivesUpAQueryThatHangs)
     f.script.wakeUp.Set(); // whatever it does now, neither sink nor store hear of it
     EXPECT_EQ(f.sink.Heard(), "killed");
     EXPECT_TRUE(f.store.Lines().empty());
+}
+
+TEST(CapabilityQueryModule, TakesAStoreThatThrowsForARefusal)
+{
+    for (std::size_t last = 1; last < 8; ++last)
+    {
+        Fixture f;
+        f.store.OnLine(
+            [&]
+            {
+                if (f.store.Lines().size() == last)
+                    throw std::runtime_error("the host's own trouble");
+            });
+        EXPECT_EQ(f.Start(), 1u);
+        EXPECT_EQ(f.sink.WaitForEnd(), "failed 3 Failed to save capability query results");
+        EXPECT_EQ(f.store.Lines().size(), last);
+    }
+}
+
+TEST(CapabilityQueryModule, CallsNoStoreThatItWasGivenUpIn)
+{
+    static Fixture& f = *new Fixture; // the thread is halted with what it holds
+    static std::atomic<std::uint32_t> thread;
+    static CManualEvent stalls;
+    f.module->SetNetworkTimeout(10);
+    f.store.OnLine(
+        []
+        {
+            thread = platform::Thread::CurrentId();
+            stalls.Set();
+            f.script.wakeUp.Wait(kPatienceMs);
+        });
+    EXPECT_EQ(f.Start(), 1u);
+    EXPECT_TRUE(stalls.Wait(kPatienceMs));
+    f.module.reset();
+    EXPECT_EQ(f.sink.Heard(), "killed");
+    f.script.wakeUp.Set(); // the store goes on
+    EXPECT_TRUE(test::WaitUntilHalted(thread));
+    EXPECT_EQ(f.store.Lines().size(), 1u);
+    EXPECT_EQ(f.sink.Heard(), "killed");
 }
 
 TEST(CapabilityQueryModule, CanBeDeletedByItsSink)

@@ -7,9 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace korvane::test
@@ -40,6 +42,8 @@ public:
         }
         return values;
     }
+
+    void OnLine(std::function<void()> action) { action_ = std::move(action); } ///< runs behind each line
 
     void SetValue(std::uint32_t id, std::uint32_t value) override { Write("value ", id, " = ", value); }
     void SetModel(const char* text) override { Write("model = ", text); }
@@ -109,9 +113,11 @@ private:
         std::ostringstream line;
         (line << ... << pieces);
         lines_.Add(line.str());
+        action_();
     }
 
     WatchedList<std::string> lines_;
+    std::function<void()> action_ = [] {};
     std::list<Field> fields_;
     std::list<Parameter> parameters_;
     Resolutions resolutions_{*this};
