@@ -22,6 +22,7 @@ bool CIOBase::SetClient(ipcapture::IHostIOClient* client)
     if (client == nullptr)
         return false;
     client_ = client;
+    gate_.Set(client);
     return true;
 }
 
@@ -36,6 +37,8 @@ bool CIOBase::StartIO()
     return Guarded(false,
                    [this]
                    {
+                       const COneAtATime::Turn turn(turn_);
+                       gate_.Set(client_);
                        ResetStates();
                        PrepareIO();
                        const auto [inputs, outputs] = driver_->GetIOCounts();
@@ -70,17 +73,41 @@ bool CIOBase::StartInputs()
 
 void CIOBase::StopIO()
 {
-    const std::uint32_t timeoutMs = driver_->GetDeviceInfo().networkTimeoutMs;
     outputThread_.StopEvent().Set();
     inputThread_.StopEvent().Set();
+    if (gate_.IsInside())
+        return StopFromInside();
+    const COneAtATime::Turn turn(turn_);
+    const std::uint32_t timeoutMs = driver_->GetDeviceInfo().networkTimeoutMs;
     InterruptRequests();
     if (!outputThread_.StopQueue(timeoutMs))
-        driver_->DebugMessage(1, "korvane::CIOBase::StopIO: Stopping of %s failed!",
-                              ThreadName("Output").c_str());
+        TellStopFailed("Output");
     if (!inputThread_.JoinThread(timeoutMs))
-        driver_->DebugMessage(1, "korvane::CIOBase::StopIO: Stopping of %s failed!",
-                              ThreadName("Input").c_str());
+        TellStopFailed("Input");
     ResetStates();
+}
+
+// Both threads may be here at once, and another one may wait for them.
+void CIOBase::StopFromInside()
+{
+    gate_.Shut();
+    InterruptRequests();
+    TellStopFailed(platform::Thread::CurrentId() == inputThreadId_ ? "Input" : "Output");
+    ResetStates();
+    const CLockGuard guard(lock_);
+    untilThreadEnds_ = weak_from_this().lock();
+}
+
+void CIOBase::TellStopFailed(const char* kind)
+{
+    driver_->DebugMessage(1, "korvane::CIOBase::StopIO: Stopping of %s failed!", ThreadName(kind).c_str());
+}
+
+void CIOBase::LetGo()
+{
+    std::shared_ptr<CIOBase> last; // goes without the lock
+    const CLockGuard guard(lock_);
+    last.swap(untilThreadEnds_);
 }
 
 void CIOBase::ResetStates()
@@ -97,21 +124,13 @@ void CIOBase::ResetStates()
 
 void CIOBase::TellConnectionLost()
 {
-    ipcapture::IHostIOClient* const client = client_;
-    if (client == nullptr)
-        return;
-    const platform::AwayScope away;
-    Guarded(false,
-            [client]
-            {
-                client->ConnectionLost();
-                return true;
-            });
+    gate_.Tell([](ipcapture::IHostIOClient& client) { client.ConnectionLost(); });
 }
 
 // What a poll throws for want of memory is gone with it: the next one comes in 2 s.
 void CIOBase::PollTick()
 {
+    inputThreadId_ = platform::Thread::CurrentId();
     Guarded(false, [this] { return Poll(); });
 }
 
@@ -161,16 +180,8 @@ bool CIOBase::Store(States& states, std::uint32_t number, std::uint32_t state)
 
 void CIOBase::SetInputState(std::uint32_t number, std::uint32_t state)
 {
-    ipcapture::IHostIOClient* const client = client_;
-    if (!Store(inputStates_, number, state) || client == nullptr)
-        return;
-    const platform::AwayScope away;
-    Guarded(false,
-            [client, number, state]
-            {
-                client->InputChanged(number, state);
-                return true;
-            });
+    if (Store(inputStates_, number, state))
+        gate_.Tell([number, state](ipcapture::IHostIOClient& client) { client.InputChanged(number, state); });
 }
 
 bool CIOBase::SetOutput(std::uint32_t number, std::uint32_t state)

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "runtime/client_gate.h"
 #include "runtime/driver.h"
+#include "runtime/one_at_a_time.h"
 #include "runtime/output_handler.h"
 #include "runtime/recursive_lock.h"
 #include "runtime/tick_thread.h"
@@ -10,6 +12,7 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 
 namespace korvane
@@ -20,9 +23,11 @@ namespace korvane
 /// subclass's.
 ///
 /// The host's calls come on its threads; `InputChanged` is called on the input thread, `ConnectionLost` on
-/// both. No lock is held over a request to the device or a call of the host. The host calls `StopIO` before
-/// the object goes.
-class CIOBase : public ipcapture::ICaptureIOApi
+/// both. No lock is held over a request to the device or a call of the host.
+///
+/// A stop waits for both threads, and so for a call that the host has in hand. From inside such a call it
+/// waits for nothing, and no other call follows; an object that is shared then lives until the thread ends.
+class CIOBase : public ipcapture::ICaptureIOApi, public std::enable_shared_from_this<CIOBase>
 {
 public:
     static constexpr std::uint32_t kPollIntervalMs = 2000; ///< from the end of one poll to the next
@@ -46,7 +51,7 @@ public:
     /// nothing.
     virtual bool PollInputs(std::uint32_t inputCount) = 0;
 
-    virtual void PrepareIO() {} ///< before the threads start
+    virtual void PrepareIO() {} ///< before the threads start; may come again while they run
 
     /// Ends what the two threads may be waiting for; on the thread that stops, again and again until both
     /// have ended: one may just have looked at its stop event and then begun another request.
@@ -70,6 +75,12 @@ private:
         {
         }
 
+        void Run() override
+        {
+            Thread::Run();
+            io_->LetGo(); // this thread may be gone with it
+        }
+
     protected:
         void OnStopRequested() override { io_->InterruptRequests(); }
 
@@ -88,13 +99,20 @@ private:
     bool StartOutputs(std::uint32_t count);
     bool StartInputs();
     std::string ThreadName(const char* kind) const;
+    void StopFromInside();
+    void TellStopFailed(const char* kind);
+    void LetGo();
 
     TInterruptedThread<TTickThread<CIOBase>> inputThread_;
     TInterruptedThread<TOutputHandler<CIOBase>> outputThread_;
     std::atomic<ipcapture::IHostIOClient*> client_{nullptr};
-    CRecursiveLock lock_; // guards the two tables
+    TClientGate<ipcapture::IHostIOClient> gate_{nullptr}; // to the client, from a start to a stop from inside
+    COneAtATime turn_;                                    // to start or stop
+    std::atomic<std::uint32_t> inputThreadId_{0};
+    CRecursiveLock lock_; // guards the next three
     States inputStates_;
     States outputStates_;
+    std::shared_ptr<CIOBase> untilThreadEnds_; // itself, after a stop from inside a call
     std::atomic<bool> inputsConnected_{true};
     std::atomic<bool> outputsWorking_{true};
 };

@@ -27,10 +27,7 @@ std::uint32_t ReadSignal(const std::string& value)
 } // namespace
 
 CVivotekIO::CVivotekIO(IDriver* driver)
-    : CIOBase(driver),
-      legacy_(driver->GetPropertyText(kLegacyInterfaceProperty) == "1"),
-      outputClient_(driver->GetDeviceInfo()),
-      inputClient_(driver->GetDeviceInfo())
+    : CIOBase(driver), legacy_(driver->GetPropertyText(kLegacyInterfaceProperty) == "1")
 {
 }
 
@@ -40,16 +37,24 @@ CVivotekIO::~CVivotekIO()
     StopIO();
 }
 
+void CVivotekIO::PrepareIO()
+{
+    if (clients_ == nullptr)
+        clients_ = std::make_unique<Clients>(driver_->GetDeviceInfo());
+}
+
 void CVivotekIO::InterruptRequests()
 {
-    outputClient_.CloseRequest();
-    inputClient_.CloseRequest();
+    if (clients_ == nullptr)
+        return;
+    clients_->output.CloseRequest();
+    clients_->input.CloseRequest();
 }
 
 bool CVivotekIO::PollInputs(std::uint32_t inputCount)
 {
     std::vector<std::uint8_t> response;
-    if (!Utils::SendRequestEx(inputClient_,
+    if (!Utils::SendRequestEx(clients_->input,
                               legacy_ ? "/cgi-bin/admin/getparam.cgi?system" : "/cgi-bin/dido/getdi.cgi",
                               response, true))
         return false;
@@ -68,7 +73,7 @@ bool CVivotekIO::SetOutputState(std::uint32_t number, std::uint32_t state)
     std::vector<std::uint8_t> response;
     const std::string uri = Utils::FormatString("/cgi-bin/dido/setdo.cgi?do%u=%u", number,
                                                 state == ipcapture::kSignalHigh ? 1u : 0u);
-    return Utils::SendRequestEx(outputClient_, uri, response, false);
+    return Utils::SendRequestEx(clients_->output, uri, response, false);
 }
 
 } // namespace korvane

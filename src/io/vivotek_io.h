@@ -4,6 +4,7 @@
 #include "io/io_base.h"
 
 #include <cstdint>
+#include <memory>
 
 namespace korvane
 {
@@ -17,12 +18,18 @@ public:
 
     bool SetOutputState(std::uint32_t number, std::uint32_t state) override;
     bool PollInputs(std::uint32_t inputCount) override;
+    void PrepareIO() override;
     void InterruptRequests() override;
 
 private:
     const bool legacy_;
-    Web::CHttpClient outputClient_; // used by the output thread
-    Web::CHttpClient inputClient_;  // used by the input thread
+    struct Clients
+    {
+        explicit Clients(const DEVICE_INFO& device) : output(device), input(device) {}
+        Web::CHttpClient output; // used by the output thread
+        Web::CHttpClient input;  // used by the input thread
+    };
+    std::unique_ptr<Clients> clients_; // made by the first start: only then the device's time-outs are known
 };
 
 } // namespace korvane

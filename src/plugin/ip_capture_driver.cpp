@@ -109,6 +109,8 @@ void CIPCaptureDriver::DeleteObjects()
         videoCapture.swap(videoCapture_);
     }
     videoCapture.reset();
+    if (io_ != nullptr)
+        io_->StopIO(); // also from inside a call of its own, which it then outlives
     io_.reset();
     ptz_.reset();
 }

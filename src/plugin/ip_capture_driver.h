@@ -75,8 +75,8 @@ protected:
     void DeleteObjects(); ///< video capture, I/O and PTZ, in this order
 
     DEVICE_INFO device_;
-    std::uint32_t videoStandard_ = 0; ///< 1 NTSC, 0 PAL
-    std::unique_ptr<ipcapture::ICaptureIOApi> io_;
+    std::uint32_t videoStandard_ = 0;              ///< 1 NTSC, 0 PAL
+    std::shared_ptr<ipcapture::ICaptureIOApi> io_; // shared with its threads after a stop from inside
     std::unique_ptr<ipcapture::IIPPTZDriverEx> ptz_;
 
 private:

@@ -116,7 +116,7 @@ void CLarkmoorDriver::DestructAudio()
 bool CLarkmoorDriver::ConstructIO()
 {
     if (io_ == nullptr)
-        io_ = std::make_unique<CVivotekIO>(this);
+        io_ = std::make_shared<CVivotekIO>(this);
     return true;
 }
 

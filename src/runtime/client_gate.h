@@ -39,13 +39,14 @@ private:
 };
 
 /// A channel's way to the host's client of it, from the threads that deliver and those that tell states. No
-/// call begins once it is shut.
+/// call begins once it is shut, until a client is set again.
 template <class Client>
 class TClientGate : public CClientGateBase
 {
 public:
     explicit TClientGate(Client* client) : client_(client) {} ///< the host's; may be null: all calls fail
 
+    void Set(Client* client) { client_ = client; }
     void Shut() { client_ = nullptr; }
 
     /// What `call(client)` gives; `failure` if it throws or there is nobody to call. As `CallHost`.

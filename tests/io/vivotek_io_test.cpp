@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -39,6 +40,20 @@ public:
     }
     void ConnectionLost() override { Add("lost"); }
 
+    std::function<void()> inEachCall = [] {};
+
+    std::size_t Count()
+    {
+        const std::lock_guard guard(mutex_);
+        return lines_.size();
+    }
+
+    bool WaitForMore(std::size_t count)
+    {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, test::kPatience, [&] { return lines_.size() > count; });
+    }
+
     /// Waits until the last lines are these.
     bool WaitForEnd(const Lines& wanted)
     {
@@ -53,9 +68,12 @@ public:
 private:
     void Add(std::string line)
     {
-        const std::lock_guard guard(mutex_);
-        lines_.push_back(std::move(line));
-        changed_.notify_all();
+        {
+            const std::lock_guard guard(mutex_);
+            lines_.push_back(std::move(line));
+            changed_.notify_all();
+        }
+        inEachCall();
         throw std::runtime_error("the host's own trouble");
     }
 
@@ -205,6 +223,40 @@ TEST_F(DigitalIO, StopsInTheMiddleOfAPollWithoutANewsOfIt)
     ASSERT_TRUE(io.StartIO()); // afresh, on the same object
     EXPECT_TRUE(client_.WaitForEnd({"0=2"}));
     io.StopIO();
+}
+
+TEST_F(DigitalIO, WaitsAsLongForADeviceAsIsSetWhenItStarts)
+{
+    driver_.inputCount = 1;
+    driver_.device.networkTimeoutMs = 2 * test::kPatienceMs;
+    silent_ = true;
+    QuickIO io(&driver_);
+    driver_.device.networkTimeoutMs = 50;
+    io.SetClient(&client_);
+    ASSERT_TRUE(io.StartIO());
+    EXPECT_TRUE(client_.WaitForEnd({"lost"}));
+    io.StopIO();
+}
+
+TEST_F(DigitalIO, StopsFromInsideItsCalls)
+{
+    driver_.inputCount = driver_.outputCount = 2;
+    outputStatus_ = 500;
+    flips_ = true;
+    QuickIO io(&driver_);
+    io.SetClient(&client_);
+    client_.inEachCall = [&io] { io.StopIO(); }; // on both threads, and on a third one besides
+    for (int round = 0; round < 30; ++round)
+    {
+        const std::size_t before = client_.Count();
+        ASSERT_TRUE(io.StartIO());
+        io.SetOutput(1, 2);
+        EXPECT_TRUE(client_.WaitForMore(before));
+        io.StopIO();
+        const std::size_t told = client_.Count();
+        EXPECT_FALSE(io.SetOutput(1, 2));
+        EXPECT_EQ(client_.Count(), told);
+    }
 }
 
 TEST_F(DigitalIO, StartsAndStopsAHundredTimes)

@@ -2,6 +2,7 @@
 
 #include "channels/codec_channels_rtsp.h"
 #include "channels/mjpeg_channel_http.h"
+#include "runtime/event.h"
 #include "support/fake_host.h"
 #include "support/http_test_server.h"
 
@@ -67,6 +68,42 @@ TEST_F(Driver, MayBeDeletedWhileItWorks)
     silent.WaitForRequests(1);
     own.reset(); // and not closed: the output's thread asks for the driver's name once more
     EXPECT_TRUE(sink.WaitForMessage("Unable to switch state of digital output #0"));
+}
+
+/// Closes its driver as soon as it hears of anything.
+class ClosingClient final : public ipcapture::IHostIOClient
+{
+public:
+    explicit ClosingClient(CLarkmoorDriver& driver) : driver_(driver) {}
+    void InputChanged(std::uint32_t, std::uint32_t) override { Close(); }
+    void ConnectionLost() override { Close(); }
+    CManualEvent closed;
+
+private:
+    void Close()
+    {
+        driver_.Close();
+        closed.Set();
+    }
+
+    CLarkmoorDriver& driver_;
+};
+
+TEST_F(Driver, MayBeClosedFromInsideACallOfItsInputs)
+{
+    const test::HttpTestServer device([](test::TestHttpPeer& peer, const test::TestHttpRequest&)
+                                      { return peer.Send(test::HttpTestServer::Response(200, "di0=1")); });
+    settings.port = device.Port();
+    settings.inputCount = settings.outputCount = 1;
+    ClosingClient client(driver);
+    for (int round = 0; round < 20; ++round)
+    {
+        ASSERT_TRUE(Open());
+        EXPECT_TRUE(driver.GetIO()->SetClient(&client));
+        EXPECT_TRUE(driver.GetIO()->StartIO());
+        EXPECT_TRUE(client.closed.Wait(test::kPatienceMs));
+        client.closed.Reset();
+    }
 }
 
 TEST_F(Driver, RefusesADeviceWithoutVideoStandard)
