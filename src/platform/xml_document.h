@@ -7,16 +7,16 @@
 namespace korvane::platform
 {
 
-/// An XML file in memory, asked by XPath 1.0 expressions. One thread at a time. No operation throws: an
-/// expression that is broken, or that gives no nodes, finds nothing.
+/// An XML file in memory, asked by XPath 1.0 expressions, by several threads at once when it is loaded. No
+/// operation throws: an expression that is broken, or that gives no nodes, finds nothing.
 ///
 /// White space in texts and attributes is kept; comments and processing instructions don't count; entities
 /// beyond the five of XML are not expanded. Texts are UTF-8, whatever the file's encoding.
 class XmlDocument
 {
 public:
-    static constexpr std::size_t kMaxBytes = 1024 * 1024; ///< of a file; a hundred devices take some 100 KiB
-    static constexpr std::size_t kMaxDepth = 64;          ///< of elements in each other
+    static constexpr std::size_t kMaxBytes = 16 * 1024 * 1024; ///< of a file; 1500 devices take some 1 MiB
+    static constexpr std::size_t kMaxDepth = 64;               ///< of elements in each other
 
     XmlDocument();
     ~XmlDocument();
@@ -26,6 +26,8 @@ public:
     /// False, and nothing is there, for a file that can't be read, isn't well-formed, or is too large or too
     /// deep.
     bool Load(const std::string& path);
+
+    static bool IsTooLarge(const std::string& path); ///< false also for what is not a file
 
     bool HasNode(const std::string& xpath) const;
 

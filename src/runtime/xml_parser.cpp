@@ -1,5 +1,13 @@
 #include "runtime/xml_parser.h"
 
+#include "platform/host_process.h"
+#include "runtime/one_at_a_time.h"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <utility>
+
 namespace korvane
 {
 
@@ -24,6 +32,57 @@ auto ReadEither(const std::string& primary, const std::string& fallback, const s
     return result;
 }
 
+using Document = std::shared_ptr<const platform::XmlDocument>;
+
+/// The readers of one file that are there at the same time.
+struct Readers
+{
+    COneAtATime turn; // to use all but the first
+    std::atomic<std::uint64_t> arrivals{0};
+    std::uint64_t arrivalsAtRead = 0; // when the document began to be read
+    Document document;                // null when it can't be read
+};
+
+std::shared_ptr<Readers> ReadersOf(const std::string& path)
+{
+    static CRecursiveLock& lock =
+        *new CRecursiveLock; // as long as the process, whose end threads may outlive
+    static auto& files = *new std::map<std::string, std::weak_ptr<Readers>>;
+    const CLockGuard guard(lock);
+    std::erase_if(files, [](const auto& file) { return file.second.expired(); });
+    std::shared_ptr<Readers> readers = files[path].lock();
+    if (readers == nullptr)
+        files[path] = readers = std::make_shared<Readers>();
+    return readers;
+}
+
+Document Read(const std::string& path)
+{
+    auto document = std::make_shared<platform::XmlDocument>();
+    if (document->Load(path))
+        return document;
+    if (platform::XmlDocument::IsTooLarge(path))
+        platform::WriteDebugText("korvane::CXMLParser::Open: " + path +
+                                 " is larger than 16 MiB and not read\r\n");
+    return nullptr;
+}
+
+// A file of thousands of devices takes some hundred megabytes when it is parsed, and all channels of a server
+// start at once. Whoever comes while it is read waits, and then one of them reads it anew for all of them.
+Document ReadShared(const std::string& path)
+{
+    const std::shared_ptr<Readers> readers = ReadersOf(path);
+    const std::uint64_t arrival = ++readers->arrivals;
+    const COneAtATime::Turn turn(readers->turn);
+    if (readers->arrivalsAtRead < arrival)
+    {
+        readers->arrivalsAtRead = readers->arrivals;
+        readers->document = nullptr;
+        readers->document = Read(path);
+    }
+    return readers->document;
+}
+
 } // namespace
 
 CXMLParser::~CXMLParser()
@@ -33,11 +92,9 @@ CXMLParser::~CXMLParser()
 
 bool CXMLParser::Open(const std::string& path)
 {
+    Document document = path.empty() ? nullptr : ReadShared(path);
     const CLockGuard guard(lock_);
-    if (path.empty() || isOpen_)
-        return false;
-    auto document = std::make_unique<platform::XmlDocument>();
-    if (!document->Load(path))
+    if (document == nullptr || isOpen_)
         return false;
     document_ = std::move(document);
     path_ = path;

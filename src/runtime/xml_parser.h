@@ -12,6 +12,7 @@ namespace korvane
 
 /// Reads one XML file by XPath 1.0 expressions. Any thread; the lock is held for one operation. Nothing
 /// throws: without an open file, and for an expression that finds nothing, the results are empty or false.
+/// Parsers that open a file at the same time share what is read, which is never older than their own call.
 class CXMLParser
 {
 public:
@@ -20,7 +21,8 @@ public:
     CXMLParser(const CXMLParser&) = delete;
     CXMLParser& operator=(const CXMLParser&) = delete;
 
-    /// False when the file is missing or broken, or a file is open already.
+    /// False when the file is missing or broken, or a file is open already. The debug channel is told of one
+    /// that is too large.
     bool Open(const std::string& path);
     void Close();
 
@@ -46,7 +48,7 @@ public:
 
 private:
     mutable CRecursiveLock lock_; // guards what follows
-    std::unique_ptr<platform::XmlDocument> document_;
+    std::shared_ptr<const platform::XmlDocument> document_;
     std::string path_;
     bool isOpen_ = false;
 };

@@ -5,6 +5,12 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <ctime>
+#include <latch>
+#include <thread>
+#include <vector>
+
 using namespace korvane;
 using ::testing::SizeIs;
 
@@ -58,7 +64,7 @@ TEST_F(SettingsFile, IsOptional)
              {"another root", "<Settings>" + mode + "</Settings>"},
              {"no XML", "StreamingMode=multicast"},
              {"binary", {"\0\xFF\xFE<\0", 5}},
-             {"too large", whole + std::string(1024 * 1024, ' ')},
+             {"too large", whole + std::string(16 * 1024 * 1024, ' ')},
              {"too deep", "<Configuration>" + deep + ends + mode + "</Configuration>"},
          })
     {
@@ -81,6 +87,52 @@ TEST_F(SettingsFile, IsOptional)
     EXPECT_EQ(transport.defaultPTZ.maxZoom, 6u);
     EXPECT_EQ(missing.ReadAudioCodecs(kDevice).input, "");
     EXPECT_EQ(CSettingsFile("", "").ReadStreamingMode(), StreamingMode::kUnicast);
+}
+
+TEST_F(SettingsFile, SharesOneParseAmongReadersAtTheSameTime)
+{
+    std::string devices;
+    for (int i = 0; i < 30000; ++i)
+        devices += Device("<RTPMode>UDP</RTPMode><VideoChannel/>", "10.0.0." + std::to_string(i));
+    const CSettingsFile file = With("<StreamingMode>multicast</StreamingMode>" + devices); // over 2 MiB
+    const auto read = [&file] { EXPECT_EQ(file.ReadStreamingMode(), StreamingMode::kMulticast); };
+    const std::clock_t start = std::clock();
+    read();
+    const std::clock_t one = std::clock() - start;
+    {
+        std::latch ready(32);
+        std::vector<std::jthread> readers;
+        for (int i = 0; i < 32; ++i)
+            readers.emplace_back(
+                [&]
+                {
+                    ready.arrive_and_wait();
+                    read();
+                });
+    }
+    EXPECT_LT(std::clock() - start - one, 24 * one); // of the processor; each for itself takes 32
+}
+
+TEST_F(SettingsFile, ReadsWhatTheFileHoldsWhenItIsAsked)
+{
+    const CSettingsFile file(folder_.Path(), "Larkmoor");
+    std::atomic<bool> isDone{false};
+    std::vector<std::jthread> others;
+    for (int i = 0; i < 3; ++i)
+        others.emplace_back(
+            [&]
+            {
+                while (!isDone)
+                    file.ReadStreamingMode(); // also of a file that is half written
+            });
+    for (int round = 0; round < 200; ++round)
+    {
+        const bool isMulticast = round % 2 == 0;
+        With(std::string("<StreamingMode>") + (isMulticast ? "multicast" : "unicast") + "</StreamingMode>");
+        EXPECT_EQ(file.ReadStreamingMode(),
+                  isMulticast ? StreamingMode::kMulticast : StreamingMode::kUnicast);
+    }
+    isDone = true;
 }
 
 TEST_F(SettingsFile, ChoosesOneNodeForTheRates)

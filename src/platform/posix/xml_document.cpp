@@ -86,6 +86,7 @@ pugi::xpath_node Select(const pugi::xml_document& document, const std::string& x
 
 struct XmlDocument::Tree
 {
+    std::string bytes; // which the document refers to
     pugi::xml_document document;
 };
 
@@ -95,13 +96,20 @@ XmlDocument::~XmlDocument() = default;
 
 bool XmlDocument::Load(const std::string& path)
 {
-    std::string bytes;
+    std::string& bytes = tree_->bytes;
     const bool isLoaded = ReadFile(path, bytes) &&
-                          tree_->document.load_buffer(bytes.data(), bytes.size(), kParseOptions) &&
+                          tree_->document.load_buffer_inplace(bytes.data(), bytes.size(), kParseOptions) &&
                           !IsTooDeep(tree_->document) && HasOneRootElement(tree_->document);
     if (!isLoaded)
         tree_->document.reset(); // a broken file leaves a part of its tree
     return isLoaded;
+}
+
+bool XmlDocument::IsTooLarge(const std::string& path)
+{
+    std::error_code error;
+    return std::filesystem::is_regular_file(path, error) &&
+           std::filesystem::file_size(path, error) > kMaxBytes && !error;
 }
 
 bool XmlDocument::HasNode(const std::string& xpath) const
