@@ -98,6 +98,7 @@ CHttpSender::Outcome CHttpSender::Receive(Exchange& exchange, HttpScheme used)
         const bool isFinal = error == HttpError::kInvalidResponse || error == HttpError::kTimeout;
         return Fail(error, isFinal ? Outcome::kFailure : Outcome::kOtherTransport);
     }
+    responseMs_ = Clock::Milliseconds();
     statusCode_ = exchange.StatusCode();
     if (statusCode_ != 204)
         contentLength_ = exchange.ContentLength();
@@ -170,7 +171,12 @@ std::uint32_t CHttpSender::QueryDataAvailable()
 {
     std::uint32_t count = 0;
     const std::shared_ptr<Exchange> exchange = exchange_.Get();
-    lastError_ = exchange ? exchange->BytesAvailable(count) : HttpError::kIncorrectState;
+    if (!exchange)
+        lastError_ = HttpError::kIncorrectState;
+    else if (Clock::Milliseconds() - responseMs_ > kMostWholeMs)
+        lastError_ = HttpError::kTimeout;
+    else
+        lastError_ = exchange->BytesAvailable(count);
     return count;
 }
 

@@ -63,8 +63,8 @@ public:
     /// Ends what is going on, and keeps a second attempt of `Send` from running. Any thread.
     virtual void Abort() = 0;
 
-    /// Waits for bytes of the body, and gives how many are there; 0 at its end, on failure, and without a
-    /// request.
+    /// Waits for bytes of the body, and gives how many are there; 0 at its end, on failure, without a
+    /// request, and 90 s after the response began: see `kMostWholeMs`.
     virtual std::uint32_t QueryDataAvailable() = 0;
 
     /// Reads the body, up to its announced length, or 1 MiB when there is none, and gives its size. When the
@@ -123,6 +123,7 @@ private:
     std::unique_ptr<korvane::platform::HttpConnection> connection_;
     std::uint32_t statusCode_ = 0;
     std::uint32_t contentLength_ = 0;
+    std::uint32_t responseMs_ = 0; // when the response began, on the clock of milliseconds
     korvane::platform::HttpError lastError_ = korvane::platform::HttpError::kNone;
     korvane::platform::HttpScheme learntScheme_ = korvane::platform::HttpScheme::kNone;
     bool secure_;
