@@ -24,7 +24,8 @@ using test::ScriptedRTSPServer;
 using Texts = std::vector<std::string>;
 
 /// The host's side of an audio channel: takes some formats, and remembers.
-class AudioHost final : public ipcapture::IHostAudioClient,
+class AudioHost final : public test::HostObject,
+                        public ipcapture::IHostAudioClient,
                         public ipcapture::IHostCodecList,
                         public ipcapture::IHostCodecItem
 {
@@ -48,6 +49,7 @@ public:
 
     bool AudioFrame(ipcapture::IHostFrame* frame) override
     {
+        Called();
         const std::lock_guard guard(mutex_);
         frames_.push_back(static_cast<test::FakeFrame*>(frame)->Record());
         changed_.notify_all();
@@ -55,7 +57,7 @@ public:
     }
     void StateChanged(std::uint32_t audioChannel, std::uint32_t state) override
     {
-        EXPECT_EQ(audioChannel, 7u);
+        EXPECT_EQ(Answer(audioChannel), 7u);
         {
             const std::lock_guard guard(mutex_);
             states_ += std::to_string(state);
@@ -65,10 +67,10 @@ public:
             onState(state);
     }
     std::function<void(std::uint32_t)> onState; ///< called for each state; before a start
-    std::uint32_t GetCount() override { return static_cast<std::uint32_t>(formats.size()) + 1; }
+    std::uint32_t GetCount() override { return Answer(static_cast<std::uint32_t>(formats.size()) + 1); }
     ipcapture::IHostCodecItem* GetItem(std::uint32_t index) override
     {
-        at_ = index;
+        at_ = Answer(index);
         return index < formats.size() ? this : nullptr;
     }
     std::uint32_t GetCode() override
@@ -77,7 +79,7 @@ public:
         return ipcapture::FourCharacterCode(text[0], text[1], text[2], text[3]);
     }
     void ReservedSlot1() override { ADD_FAILURE() << "not for the driver"; }
-    bool IsUsable() override { return formats[at_][0] != '-'; }
+    bool IsUsable() override { return Answer(formats[at_][0] != '-'); }
 
 private:
     std::uint32_t at_ = 0;
@@ -88,6 +90,29 @@ private:
 };
 
 const std::string kLost = "korvane::CBaseAudioRTSPChannel::SetDeviceState: Audio signal was lost for ";
+
+class HostedChannel final : public CAudioCaptureChannel
+{
+public:
+    HostedChannel(IDriver* driver, AudioHost* host)
+        : CAudioCaptureChannel(driver, 7, 0, host, host), host_(host)
+    {
+    }
+    bool Start() override
+    {
+        host_->ExpectCalls();
+        return CAudioCaptureChannel::Start();
+    }
+    bool Stop() override
+    {
+        const bool isStopped = CAudioCaptureChannel::Stop();
+        host_->EndCalls();
+        return isStopped;
+    }
+
+private:
+    AudioHost* const host_;
+};
 
 /// A device on loopback: its CGI parameters, its description, and what it sends behind the answer to PLAY.
 struct Device
@@ -146,10 +171,7 @@ struct Fixture
         driver.device.port = device.http.Port();
         driver.properties[14] = "1;video;live.sdp";
     }
-    std::unique_ptr<CAudioCaptureChannel> Channel()
-    {
-        return std::make_unique<CAudioCaptureChannel>(&driver, 7, 0, &host, &host);
-    }
+    std::unique_ptr<HostedChannel> Channel() { return std::make_unique<HostedChannel>(&driver, &host); }
     std::string Requests() const ///< the targets, without what all have in front
     {
         std::string text;

@@ -21,7 +21,10 @@ namespace
 class TestChannel final : public CBaseCameraChannel
 {
 public:
-    using CBaseCameraChannel::CBaseCameraChannel;
+    TestChannel(std::uint32_t number, IDriver* driver, test::FakeChannelClient* client)
+        : CBaseCameraChannel(number, driver, client), client_(client)
+    {
+    }
     using CBaseCameraChannel::GetPendingChange;
     using CBaseCameraChannel::NotifySignalLost;
     using CBaseCameraChannel::SendFrameToHost;
@@ -32,6 +35,17 @@ public:
     std::binary_semaphore runs{0};
     int stopsRequested = 0;
 
+    bool Start(const ChannelSettings& settings) override
+    {
+        client_->ExpectCalls();
+        return CBaseCameraChannel::Start(settings);
+    }
+    void Stop() override
+    {
+        CBaseCameraChannel::Stop();
+        client_->EndCalls();
+    }
+
 protected:
     std::uint32_t Run() override
     {
@@ -40,6 +54,9 @@ protected:
         return 0;
     }
     void OnStopRequested() override { ++stopsRequested; }
+
+private:
+    test::FakeChannelClient* const client_;
 };
 
 struct CameraChannel : testing::Test

@@ -109,6 +109,7 @@ TEST_F(HttpChannel, DeliversPicturesAndComesBackWhenTheStreamDrops)
     ASSERT_TRUE(driver.WaitForMessage("Signal was lost"));
     EXPECT_EQ(channel.GetChannelState(), kChannelConnecting);
     channel.Stop();
+    client.EndCalls();
     EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
 
     EXPECT_EQ(Delivered(),
@@ -175,6 +176,7 @@ TEST_F(HttpChannel, BringsTheSensorIntoTheModeForTheSize)
     ASSERT_TRUE(channel.Start(settings));
     ASSERT_TRUE(client.WaitForFrames(1));
     channel.Stop();
+    client.EndCalls();
     const std::string get = "/cgi-bin/admin/getparam.cgi?";
     const std::string set = "/cgi-bin/admin/setparam.cgi?";
     const std::vector<std::string> expected = {
@@ -207,6 +209,7 @@ TEST_F(HttpChannel, SendsNothingThatItCannotSayInFull)
     EXPECT_EQ(mute.GetChannelState(), kChannelConnecting);
     failing.Stop();
     mute.Stop();
+    client.EndCalls();
     for (const std::string& target : Targets(server))
         EXPECT_EQ(target, "/cgi-bin/admin/getparam.cgi?videoin_c0_options");
 }
@@ -234,6 +237,7 @@ TEST_F(HttpChannel, SetsALegacyDeviceUpOnlyWhereItDiffers)
     ASSERT_TRUE(channel.Start(settings));
     ASSERT_TRUE(client.WaitForFrames(2));
     channel.Stop();
+    client.EndCalls();
     const std::string get = "/cgi-bin/admin/getparam.cgi?video";
     const std::string stream = "/cgi-bin/video.jpg?cam=1&quality=5&size=2";
     const std::vector<std::string> expected = {get, "/cgi-bin/admin/setparam.cgi?video.quality.0=5", stream,

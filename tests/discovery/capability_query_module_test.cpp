@@ -100,6 +100,12 @@ struct Fixture
     {
         return module->StartQuery(address, 80, "root", "", &store);
     }
+    void Delete()
+    {
+        module.reset();
+        sink.EndCalls();
+        store.EndCalls();
+    }
 
     Script script;
     FakeCapabilitySink sink;
@@ -140,7 +146,7 @@ TEST(CapabilityQueryModule, TellsTheSinkHowItEnded)
         EXPECT_EQ(f.sink.WaitForEnd(), c.heard);
         EXPECT_EQ(f.Start(), 0u) << "a module runs one query in its life";
         EXPECT_EQ(f.store.Lines().empty(), std::string(c.heard) != "done");
-        f.module.reset();
+        f.Delete();
         EXPECT_EQ(f.script.alive, 0);
         EXPECT_EQ(f.sink.Heard(), c.heard);
     }
@@ -178,7 +184,7 @@ TEST(CapabilityQueryModule, DeletionCancelsAndWaits)
     Fixture f;
     f.script.waitsForCancel = true;
     EXPECT_EQ(f.Start(), 1u);
-    f.module.reset();
+    f.Delete();
     EXPECT_EQ(f.sink.Heard(), "failed 3 Failed to get camera properties");
     EXPECT_EQ(f.script.alive, 0);
 }
@@ -190,7 +196,7 @@ TEST(CapabilityQueryModule, GivesUpAQueryThatHangs)
     f.module->SetNetworkTimeout(10);
     EXPECT_EQ(f.Start(), 1u);
     EXPECT_TRUE(f.script.fetching.Wait(kPatienceMs));
-    f.module.reset();
+    f.Delete();
     EXPECT_EQ(f.sink.Heard(), "killed");
     f.script.wakeUp.Set(); // whatever it does now, neither sink nor store hear of it
     EXPECT_EQ(f.sink.Heard(), "killed");
@@ -245,7 +251,7 @@ TEST(CapabilityQueryModule, CanBeDeletedByItsSink)
         [&]
         {
             started.Wait(kPatienceMs);
-            f.module.reset();
+            f.Delete();
         });
     EXPECT_EQ(f.Start(), 1u);
     started.Set();
@@ -268,7 +274,7 @@ TEST(CapabilityQueryModule, MayBeTerminatedFromAnyThreadWhileItEnds)
             const std::jthread one(terminate);
             const std::jthread other(terminate);
         }
-        f.module.reset();
+        f.Delete();
         EXPECT_EQ(f.script.alive, 0);
         EXPECT_EQ(f.sink.Heard(), "done");
     }

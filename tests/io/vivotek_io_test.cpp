@@ -24,14 +24,8 @@ using test::TestHttpPeer;
 using test::TestHttpRequest;
 using Lines = std::vector<std::string>;
 
-class QuickIO : public CVivotekIO
-{
-public:
-    explicit QuickIO(IDriver* driver) : CVivotekIO(driver) { SetPollInterval(5); }
-};
-
 /// Writes down what the driver tells of the inputs, and throws each time, which is nothing to the driver.
-class Client : public ipcapture::IHostIOClient
+class Client : public ipcapture::IHostIOClient, public test::HostObject
 {
 public:
     void InputChanged(std::uint32_t number, std::uint32_t state) override
@@ -68,6 +62,7 @@ public:
 private:
     void Add(std::string line)
     {
+        Called();
         {
             const std::lock_guard guard(mutex_);
             lines_.push_back(std::move(line));
@@ -80,6 +75,31 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     Lines lines_;
+};
+
+class QuickIO : public CVivotekIO
+{
+public:
+    explicit QuickIO(IDriver* driver) : CVivotekIO(driver) { SetPollInterval(5); }
+
+    bool SetClient(ipcapture::IHostIOClient* client) override
+    {
+        client_ = static_cast<Client*>(client);
+        return CVivotekIO::SetClient(client);
+    }
+    bool StartIO() override
+    {
+        client_->ExpectCalls();
+        return CVivotekIO::StartIO();
+    }
+    void StopIO() override
+    {
+        CVivotekIO::StopIO();
+        client_->EndCalls();
+    }
+
+private:
+    Client* client_ = nullptr;
 };
 
 class DigitalIO : public ::testing::Test

@@ -67,6 +67,7 @@ TEST_F(Driver, MayBeDeletedWhileItWorks)
     EXPECT_TRUE(own->GetIO()->StartIO());
     silent.WaitForRequests(1);
     own.reset(); // and not closed: the output's thread asks for the driver's name once more
+    sink.EndCalls();
     EXPECT_TRUE(sink.WaitForMessage("Unable to switch state of digital output #0"));
 }
 
@@ -132,6 +133,7 @@ TEST_F(Driver, SendsMessagesToTheHostUntilClose)
     ASSERT_EQ(sink.Messages().size(), before + 1);
     EXPECT_EQ(sink.Messages().back(), (test::MessageRecord{1, lengthy + ": 7"}));
     driver.Close();
+    sink.EndCalls();
     driver.DebugMessage(kLevelError, "too late");
     EXPECT_EQ(sink.Messages().size(), before + 1);
 }

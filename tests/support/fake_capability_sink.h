@@ -13,7 +13,7 @@ namespace korvane::test
 {
 
 /// What a host hears of a query: "done", "failed CODE TEXT" and "killed", with ", " between.
-class FakeCapabilitySink final : public ipcapture::ICapabilitySink
+class FakeCapabilitySink final : public ipcapture::ICapabilitySink, public HostObject
 {
 public:
     std::string Heard() const { return heard_.Get(); }
@@ -35,6 +35,7 @@ public:
 private:
     void Note(const std::string& text)
     {
+        Called();
         action_();
         heard_.Add(text);
     }

@@ -21,7 +21,7 @@ namespace korvane::test
 ///   value ID = NUMBER                   model = TEXT              field INDEX = TEXT
 ///   parameter ID "NAME" number = TEXT   parameter ID "NAME" text = TEXT
 ///   size TEXT = WIDTH HEIGHT FRAMETIME  frame-time = NUMBER       default-frame-time = NUMBER
-class FakeCapabilityStore final : public ipcapture::ICapabilityStore
+class FakeCapabilityStore final : public ipcapture::ICapabilityStore, public HostObject
 {
 public:
     std::vector<std::string> Lines() const { return lines_.Get(); }
@@ -49,19 +49,19 @@ public:
     void SetModel(const char* text) override { Write("model = ", text); }
     ipcapture::ICapabilityField* GetConnectionField(std::uint32_t index) override
     {
-        return &fields_.emplace_back(*this, index);
+        return Answer(&fields_.emplace_back(*this, index));
     }
     void ReservedSlot1() override { FailReserved(); }
     ipcapture::ICapabilityParameter* AddParameter(std::uint32_t id) override
     {
-        return &parameters_.emplace_back(*this, id);
+        return Answer(&parameters_.emplace_back(*this, id));
     }
-    ipcapture::IResolutionList* GetResolutionList() override { return &resolutions_; }
+    ipcapture::IResolutionList* GetResolutionList() override { return Answer(&resolutions_); }
     void ReservedSlot2() override { FailReserved(); }
     ipcapture::IFrameTimeList* GetFrameTimeList(std::uint32_t number) override
     {
         EXPECT_EQ(number, 1u);
-        return &frameTimes_;
+        return Answer(&frameTimes_);
     }
 
 private:
@@ -86,9 +86,9 @@ private:
         }
         void ReservedSlot1() override { FailReserved(); }
         void ReservedSlot2() override { FailReserved(); }
-        void SetIsText(bool is) override { isText = is; }
-        void SetName(const char* text) override { name = text; }
-        void SetReserved(std::uint32_t value) override { EXPECT_EQ(value, 0u); }
+        void SetIsText(bool is) override { isText = store.Answer(is); }
+        void SetName(const char* text) override { name = store.Answer(text); }
+        void SetReserved(std::uint32_t value) override { EXPECT_EQ(store.Answer(value), 0u); }
         std::string name;
         bool isText = false;
     };
@@ -110,6 +110,7 @@ private:
 
     void Write(const auto&... pieces)
     {
+        Called();
         std::ostringstream line;
         (line << ... << pieces);
         lines_.Add(line.str());

@@ -20,6 +20,8 @@ std::vector<std::string> FakeDriver::Texts(std::uint32_t level) const
 
 void FakeDriver::DebugMessage(std::int32_t level, const char* format, ...)
 {
+    if (level != kLevelDebugTrace)
+        Called();
     char text[1024];
     va_list arguments;
     va_start(arguments, format);

@@ -11,8 +11,8 @@ namespace korvane::test
 {
 
 /// A driver for tests of what stands below it: the fields are set before anything runs; messages are kept at
-/// the level at which they were written.
-class FakeDriver final : public IDriver
+/// the level at which they were written. For what would go to the host's log it is the host.
+class FakeDriver final : public IDriver, public HostObject
 {
 public:
     DEVICE_INFO device{"127.0.0.1", 80, "root", "secret", "IP7135"};

@@ -30,8 +30,16 @@ FakeFrame::FakeFrame(std::uint32_t format, std::uint32_t sizeBytes, const char* 
     record_.driverName = driverName;
 }
 
+void FakeFrame::Released()
+{
+    EndCalls();
+    buffer_ = Bytes(); // so that a sanitizer sees a later use of it
+    dataSize_ = 0;
+}
+
 void FakeFrame::SetData(const std::uint8_t* data, std::uint32_t sizeBytes)
 {
+    Called();
     ASSERT_LE(sizeBytes, buffer_.size()) << "more bytes than were allocated";
     if (sizeBytes != 0)
         std::memcpy(buffer_.data(), data, sizeBytes);
@@ -40,12 +48,14 @@ void FakeFrame::SetData(const std::uint8_t* data, std::uint32_t sizeBytes)
 
 void FakeFrame::SetDataSize(std::uint32_t sizeBytes)
 {
+    Called();
     ASSERT_LE(sizeBytes, buffer_.size()) << "more bytes than were allocated";
     dataSize_ = sizeBytes;
 }
 
 void FakeFrame::SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, bool stereo)
 {
+    Called();
     record_.sampleRate = sampleRate;
     record_.audioReserved = reserved;
     record_.stereo = stereo;
@@ -54,32 +64,33 @@ void FakeFrame::SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, 
 FakeAllocator::~FakeAllocator()
 {
     EXPECT_EQ(outstanding_.size(), 0u) << "frames that the driver never released";
-    for (const auto& [frame, audio] : outstanding_)
-        delete frame;
 }
 
 ipcapture::IHostFrame* FakeAllocator::Allocate(std::uint32_t formatCode, std::uint32_t sizeBytes,
                                                const char* driverName, bool audio)
 {
+    Called();
     const std::lock_guard lock(mutex_);
     if (throw_)
         throw std::runtime_error("the host's allocator throws");
     if (refuse_)
         return nullptr;
-    auto frame = std::make_unique<FakeFrame>(formatCode, sizeBytes, driverName);
-    outstanding_[frame.get()] = audio;
+    FakeFrame* const frame =
+        frames_.emplace_back(std::make_unique<FakeFrame>(formatCode, sizeBytes, driverName)).get();
+    outstanding_[frame] = audio;
     ++allocated_;
-    return frame.release();
+    return frame;
 }
 
 void FakeAllocator::Release(ipcapture::IHostFrame* frame, bool audio)
 {
+    Called();
     const std::lock_guard lock(mutex_);
     const auto found = outstanding_.find(frame);
     ASSERT_NE(found, outstanding_.end()) << "released twice, or never allocated";
     EXPECT_EQ(found->second, audio) << "released by the other kind's operation";
     outstanding_.erase(found);
-    delete frame;
+    static_cast<FakeFrame*>(frame)->Released();
 }
 
 } // namespace korvane::test

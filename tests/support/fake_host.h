@@ -7,19 +7,22 @@
 #include <larkmoor/host_sink.h>
 
 #include "support/bytes.h"
+#include "support/host_object.h"
 #include "support/watched.h"
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-/// The host's side of the contract, made for tests: each object records what the driver does to it. A slot
-/// that the driver must never call fails the test. All are safe to call from several threads.
+/// The host's side of the contract, made for tests: each object records what the driver does to it, and fails
+/// the test when the driver breaks a rule (support/host_object.h) or calls a slot that it must never call.
+/// All are safe to call from several threads.
 namespace korvane::test
 {
 
@@ -41,7 +44,9 @@ struct FrameRecord
     Bytes codecConfig;
 };
 
-class FakeFrame final : public ipcapture::IHostFrame
+/// A frame that has been released stays, empty, for as long as its allocator: a later call on it is one too
+/// many.
+class FakeFrame final : public ipcapture::IHostFrame, public HostObject
 {
 public:
     FakeFrame(std::uint32_t format, std::uint32_t sizeBytes, const char* driverName);
@@ -53,25 +58,30 @@ public:
         return record;
     }
 
+    void Released(); ///< by the driver
+
     void SetData(const std::uint8_t* data, std::uint32_t sizeBytes) override;
-    std::uint8_t* GetData() override { return buffer_.data(); }
+    std::uint8_t* GetData() override { return Change().buffer_.data(); }
     void ReservedSlot1() override { FailReserved(); }
     void SetDataSize(std::uint32_t sizeBytes) override;
-    void SetTimeNow() override { record_.timeNow = true; }
-    void SetTime(const SYSTEMTIME* captureTime) override { record_.time = *captureTime; }
+    void SetTimeNow() override { Change().record_.timeNow = true; }
+    void SetTime(const SYSTEMTIME* captureTime) override { Change().record_.time = *captureTime; }
     void ReservedSlot2() override { FailReserved(); }
     void ReservedSlot3() override { FailReserved(); }
     void ReservedSlot4() override { FailReserved(); }
-    void SetFormat(std::uint32_t formatCode) override { record_.formatSet = formatCode; }
+    void SetFormat(std::uint32_t formatCode) override { Change().record_.formatSet = formatCode; }
     void SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config) override
     {
-        record_.codecConfig.assign(config, config + sizeBytes);
+        Change().record_.codecConfig.assign(config, config + sizeBytes);
     }
-    void SetHeight(std::uint32_t pixels) override { record_.height = pixels; }
-    void SetAudioBitRate(std::uint32_t bitsPerSecond) override { record_.audioBitRate = bitsPerSecond; }
-    void SetWidth(std::uint32_t pixels) override { record_.width = pixels; }
-    void SetAudioInput(std::uint8_t audioInput) override { record_.audioInput = audioInput; }
-    void SetSizeClass(std::uint32_t sizeClass) override { record_.sizeClass = sizeClass; }
+    void SetHeight(std::uint32_t pixels) override { Change().record_.height = pixels; }
+    void SetAudioBitRate(std::uint32_t bitsPerSecond) override
+    {
+        Change().record_.audioBitRate = bitsPerSecond;
+    }
+    void SetWidth(std::uint32_t pixels) override { Change().record_.width = pixels; }
+    void SetAudioInput(std::uint8_t audioInput) override { Change().record_.audioInput = audioInput; }
+    void SetSizeClass(std::uint32_t sizeClass) override { Change().record_.sizeClass = sizeClass; }
     void ReservedSlot5() override { FailReserved(); }
     void ReservedSlot6() override { FailReserved(); }
     void ReservedSlot7() override { FailReserved(); }
@@ -79,12 +89,18 @@ public:
     void SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, bool stereo) override;
 
 private:
+    FakeFrame& Change() // by a call of the driver
+    {
+        Called();
+        return *this;
+    }
+
     FrameRecord record_;
     Bytes buffer_;
     std::uint32_t dataSize_ = 0;
 };
 
-class FakeAllocator final : public ipcapture::IHostFrameAllocator
+class FakeAllocator final : public ipcapture::IHostFrameAllocator, public HostObject
 {
 public:
     ~FakeAllocator() override; ///< fails the test if the driver still holds a frame
@@ -120,11 +136,12 @@ private:
 
     mutable std::mutex mutex_;
     std::map<ipcapture::IHostFrame*, bool> outstanding_; // true: audio
+    std::vector<std::unique_ptr<FakeFrame>> frames_;     // all that were ever given
     std::atomic<int> allocated_{0};
     std::atomic<bool> refuse_{false}, throw_{false};
 };
 
-class FakeChannelClient final : public ipcapture::IHostChannelClient
+class FakeChannelClient final : public ipcapture::IHostChannelClient, public HostObject
 {
 public:
     std::vector<FrameRecord> Frames() const { return frames_.Get(); }
@@ -137,12 +154,13 @@ public:
 
     bool DeliverFrame(ipcapture::IHostFrame* frame) override
     {
+        Called();
         const std::function<bool()> action = action_.Get();
         frames_.Add(static_cast<FakeFrame*>(frame)->Record());
         return !action || action();
     }
     void ReservedSlot1() override { FailReserved(); }
-    void SignalLost() override {}
+    void SignalLost() override { Called(); }
 
 private:
     WatchedList<FrameRecord> frames_;
@@ -163,13 +181,14 @@ public:
     bool WaitForPart(const std::string& part) const; ///< in one of them; false if it doesn't come
 };
 
-class FakeSink final : public ipcapture::IHostSink
+class FakeSink final : public ipcapture::IHostSink, public HostObject
 {
 public:
     std::vector<MessageRecord> Messages() const { return messages_.Get(); }
     bool WaitForMessage(const std::string& part) const { return messages_.WaitForPart(part); }
     void WriteMessage(ipcapture::CDebugInfoIf* message) override
     {
+        Called();
         const char* const text = message->GetMessage();
         messages_.Add({message->GetLevel(), text == nullptr ? "" : text});
     }
@@ -179,7 +198,8 @@ private:
 };
 
 /// Device settings, description and connection in one.
-class FakeDeviceSettings final : public ipcapture::IHostDeviceSettings,
+class FakeDeviceSettings final : public HostObject,
+                                 public ipcapture::IHostDeviceSettings,
                                  public ipcapture::IHostDeviceDescription,
                                  public ipcapture::IHostConnection
 {
@@ -195,27 +215,28 @@ public:
     std::string password = "secret";
     std::map<std::uint32_t, std::string> parameters = {{1, "1"}};
 
-    ipcapture::IHostDeviceDescription* GetDescription() override { return this; }
-    ipcapture::IHostConnection* GetConnection() override { return this; }
+    ipcapture::IHostDeviceDescription* GetDescription() override { return Answer(this); }
+    ipcapture::IHostConnection* GetConnection() override { return Answer(this); }
     const char* GetParameter(std::uint32_t number) override
     {
-        return parameters.contains(number) ? parameters[number].c_str() : nullptr;
+        return Answer(parameters.contains(number) ? parameters[number].c_str() : nullptr);
     }
-    const char* GetModel() override { return model.c_str(); }
-    std::uint32_t GetChannelCount() override { return channelCount; }
-    std::uint32_t GetInputCount() override { return inputCount; }
-    std::uint32_t GetOutputCount() override { return outputCount; }
-    const char* GetAddress() override { return address.c_str(); }
-    std::uint16_t GetPort() override { return port; }
-    std::uint32_t GetCodec() override { return codec; }
-    const char* GetUser() override { return user.c_str(); }
-    const char* GetPassword() override { return password.c_str(); }
+    const char* GetModel() override { return Answer(model.c_str()); }
+    std::uint32_t GetChannelCount() override { return Answer(channelCount); }
+    std::uint32_t GetInputCount() override { return Answer(inputCount); }
+    std::uint32_t GetOutputCount() override { return Answer(outputCount); }
+    const char* GetAddress() override { return Answer(address.c_str()); }
+    std::uint16_t GetPort() override { return Answer(port); }
+    std::uint32_t GetCodec() override { return Answer(codec); }
+    const char* GetUser() override { return Answer(user.c_str()); }
+    const char* GetPassword() override { return Answer(password.c_str()); }
     void ReservedSlot1() override { FailReserved(); }
     void ReservedSlot2() override { FailReserved(); }
 };
 
 /// Channel settings with all that hangs on them in one.
-class FakeChannelSettings final : public ipcapture::IHostChannelSettings,
+class FakeChannelSettings final : public HostObject,
+                                  public ipcapture::IHostChannelSettings,
                                   public ipcapture::IHostVideoFormat,
                                   public ipcapture::IHostStreamSettings,
                                   public ipcapture::IHostResolution
@@ -226,13 +247,13 @@ public:
     std::uint16_t frameInterval = 40;
     std::uint16_t quality = 80;
 
-    ipcapture::IHostVideoFormat* GetVideoFormat() override { return this; }
-    ipcapture::IHostStreamSettings* GetStreamSettings() override { return this; }
-    ipcapture::IHostResolution* GetPictureSize() override { return this; }
-    std::uint16_t GetFrameInterval() override { return frameInterval; }
-    std::uint16_t GetQuality() override { return quality; }
-    std::uint16_t GetWidth() override { return width; }
-    std::uint16_t GetHeight() override { return height; }
+    ipcapture::IHostVideoFormat* GetVideoFormat() override { return Answer(this); }
+    ipcapture::IHostStreamSettings* GetStreamSettings() override { return Answer(this); }
+    ipcapture::IHostResolution* GetPictureSize() override { return Answer(this); }
+    std::uint16_t GetFrameInterval() override { return Answer(frameInterval); }
+    std::uint16_t GetQuality() override { return Answer(quality); }
+    std::uint16_t GetWidth() override { return Answer(width); }
+    std::uint16_t GetHeight() override { return Answer(height); }
     void ReservedSlot1() override { FailReserved(); }
     void ReservedSlot2() override { FailReserved(); }
 };

@@ -167,6 +167,7 @@ TestHost::~TestHost()
 bool TestHost::Start(host::PictureSize size, std::uint16_t frameIntervalMs)
 {
     host::ChannelSettings settings(size, frameIntervalMs, 60, faults_);
+    ExpectCalls();
     return video_->StartChannel(0, &client_, &settings);
 }
 
@@ -185,6 +186,7 @@ std::uint32_t TestHost::State()
 
 bool TestHost::TakeFrame(host::FrameHold frame)
 {
+    Called();
     const host::FrameInfo& info = frame->Info();
     SeenFrame seen{camera::Md5Hex(frame->Data()), {}, info.format, info.width, info.height};
     if (info.format == kH264Key || info.format == kH264Other)
@@ -229,6 +231,7 @@ std::chrono::milliseconds TestHost::Stop()
 {
     const auto begin = std::chrono::steady_clock::now();
     video_->StopChannel(0);
+    EndCalls();
     return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
 }
 
@@ -237,6 +240,8 @@ std::string TestHost::Close()
     if (driver_ == nullptr)
         return "";
     driver_->Close();
+    EndCalls();
+    sink_.EndCalls();
     Rig::Library().deleteIPCaptureEx4(std::exchange(driver_, nullptr));
     std::string broken;
     for (const std::string& text : faults_.Texts())

@@ -89,7 +89,7 @@ struct SeenFrame
 
 /// A host with one opened driver and one channel of it. The host's side is that of the bench host, which
 /// checks the driver's use of frames.
-class TestHost final : private host::IFrameReceiver
+class TestHost final : private host::IFrameReceiver, private korvane::test::HostObject
 {
 public:
     explicit TestHost(host::Device device);
