@@ -5,6 +5,7 @@
 #include "host/device/private_folder.h"
 #include "host/verbs/audio.h"
 #include "host/verbs/command_line.h"
+#include "host/verbs/hostile.h"
 #include "host/verbs/io.h"
 #include "host/verbs/load.h"
 #include "host/verbs/preset.h"
@@ -59,6 +60,11 @@ ExitStatus Do(const PrivateFolder& folder, const PresetOptions& options)
 ExitStatus Do(const PrivateFolder& folder, const IoOptions& options)
 {
     return Io(folder, options);
+}
+
+ExitStatus Do(const PrivateFolder& folder, const HostileOptions& options)
+{
+    return Hostile(folder, options);
 }
 
 } // namespace

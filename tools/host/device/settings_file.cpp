@@ -27,4 +27,20 @@ std::string SettingsText(Transport transport, std::optional<std::uint32_t> bitRa
     return text;
 }
 
+std::string SettingsText(const std::vector<std::pair<std::uint16_t, Transport>>& devices)
+{
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Configuration>\n";
+    for (const auto& [port, transport] : devices)
+        if (transport == Transport::Multicast)
+        {
+            text += "  <StreamingMode>multicast</StreamingMode>\n";
+            break;
+        }
+    for (const auto& [port, transport] : devices)
+        if (transport == Transport::Tcp)
+            text += "  <Device address=\"127.0.0.1\" port=\"" + std::to_string(port) +
+                    "\"><RTPMode>RTPOVERRTSP</RTPMode></Device>\n";
+    return text + "</Configuration>\n";
+}
+
 } // namespace larkmoor::host

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace larkmoor::host
 {
@@ -17,5 +19,9 @@ constexpr const char* kSettingsFileName = "Larkmoor.xml";
 /// `audioCodec` that codec is asked for, if device and host have it.
 std::string SettingsText(Transport transport, std::optional<std::uint32_t> bitRate,
                          const std::string& audioCodec = "");
+
+/// The settings for devices at 127.0.0.1, by HTTP port: RTP as its transport has it. Multicast counts for all
+/// if one of them has it.
+std::string SettingsText(const std::vector<std::pair<std::uint16_t, Transport>>& devices);
 
 } // namespace larkmoor::host

@@ -2,6 +2,7 @@
 
 #include "host/base/failure.h"
 #include "host/verbs/hardware_command_line.h"
+#include "host/verbs/hostile_command_line.h"
 
 #include <larkmoor/host_frame.h>
 
@@ -359,6 +360,7 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
     PtzOptions ptz;
     PresetOptions preset;
     IoOptions io;
+    HostileOptions hostile;
     DeviceArguments device;
 
     CLI::App& queryApp = *app.add_subcommand("query", "find out what a device is and can do");
@@ -409,6 +411,9 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
     CLI::App& ioApp = *app.add_subcommand("io", "watch digital inputs and switch outputs");
     AddCommon(ioApp, io.common, device);
     AddIo(ioApp, io);
+    CLI::App& hostileApp =
+        *app.add_subcommand("hostile", "be a host that stalls, throws and refuses, and judge the driver");
+    AddHostile(hostileApp, hostile);
 
     try
     {
@@ -419,6 +424,8 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
         return NoCommand{app.exit(error) == 0 ? 0 : static_cast<int>(ExitStatus::Usage)};
     }
 
+    if (hostileApp.parsed())
+        return Command(hostile);
     if (queryApp.parsed())
     {
         query.common.device = BuildDevice(device, 1, Transport::Udp);

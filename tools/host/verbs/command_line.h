@@ -8,7 +8,7 @@ namespace larkmoor::host
 {
 
 using Command = std::variant<QueryOptions, RecordOptions, WatchOptions, AudioOptions, LoadOptions, PtzOptions,
-                             PresetOptions, IoOptions>;
+                             PresetOptions, IoOptions, HostileOptions>;
 
 /// A command line that needs no work: help was asked for, or it can't be understood. The text has been
 /// printed.

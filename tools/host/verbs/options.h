@@ -103,6 +103,26 @@ struct LoadOptions
     std::uint32_t rounds = 1;             ///< how often all is opened and closed
 };
 
+struct HostileOptions
+{
+    struct Stream
+    {
+        Codec codec = Codec::H264;
+        Transport transport = Transport::Udp;
+        std::uint16_t port = 80;
+        std::uint16_t rtspPort = 554;
+    };
+
+    std::filesystem::path library; ///< empty: liblarkmoor.so beside the bench host
+    std::filesystem::path json;    ///< empty: no report
+    std::vector<Stream> streams;   ///< at least one; multicast for all or for none
+    std::uint32_t cycles = 2000;
+    std::uint32_t atOnce = 32;
+    std::uint64_t seed = 1;
+    std::chrono::milliseconds longestStall{8000};
+    std::chrono::milliseconds longestUse{40'000}; ///< of a driver, now and then
+};
+
 /// One word of a `ptz` command line.
 struct PtzAction
 {
