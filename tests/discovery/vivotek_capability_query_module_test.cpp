@@ -82,9 +82,9 @@ private:
                            { return Answer(peer, request); }};
 };
 
-struct Query
+struct ModuleQuery
 {
-    explicit Query(const Camera& camera, std::uint32_t timeoutMs = 10000) : port(camera.Port())
+    explicit ModuleQuery(const Camera& camera, std::uint32_t timeoutMs = 10000) : port(camera.Port())
     {
         module = std::make_unique<Module>(&sink, timeoutMs);
     }
@@ -162,7 +162,7 @@ TEST(VivotekCapabilityQueryModule, TakesEachAnswerAsItIsWritten)
         {
             SCOPED_TRACE(std::string(c.name) + " for " + kQueries[at]);
             const Camera camera(kQueries[at], c.fault);
-            Query query(camera);
+            ModuleQuery query(camera);
             EXPECT_EQ(query.Result(), c.heard[at]);
             EXPECT_EQ(query.store.Lines().empty(), c.heard[at] != done);
         }
@@ -181,7 +181,7 @@ TEST(VivotekCapabilityQueryModule, IsCancelledInTheMiddleOfEachRequest)
                                 module->TerminateQuery();
                                 return peer.Send(answer);
                             });
-        Query query(camera);
+        ModuleQuery query(camera);
         module = query.module.get();
         EXPECT_EQ(query.Result(), kFailed);
         EXPECT_EQ(camera.RequestCount(), at + 1);

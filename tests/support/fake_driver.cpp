@@ -1,8 +1,9 @@
 #include "support/fake_driver.h"
 
+#include "runtime/text.h"
+
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 
 namespace korvane::test
 {
@@ -38,8 +39,8 @@ std::string FakeDriver::GetPropertyText(std::uint32_t number) const
 
 std::int32_t FakeDriver::GetPropertyInt(std::uint32_t number) const
 {
-    const std::string text = GetPropertyText(number);
-    return text.empty() ? kNoProperty : static_cast<std::int32_t>(std::strtol(text.c_str(), nullptr, 10));
+    std::int32_t value = 0;
+    return Utils::IsInteger(GetPropertyText(number), value) ? value : kNoProperty;
 }
 
 } // namespace korvane::test
