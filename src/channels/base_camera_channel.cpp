@@ -102,13 +102,11 @@ bool CBaseCameraChannel::ChangeSettings(const ChannelChange& change)
 
 std::uint32_t CBaseCameraChannel::GetChannelState() const
 {
-    const CLockGuard guard(stateLock_);
     return state_;
 }
 
 void CBaseCameraChannel::SetChannelState(std::uint32_t state)
 {
-    const CLockGuard guard(stateLock_);
     state_ = state;
 }
 

@@ -90,8 +90,7 @@ private:
     static std::uint32_t Entry(void* context);
     std::string DeviceText() const;
 
-    mutable CRecursiveLock stateLock_; // guards the state
-    std::uint32_t state_ = kChannelStopped;
+    std::atomic<std::uint32_t> state_{kChannelStopped};
     std::atomic<bool> online_{false};
     TClientGate<ipcapture::IHostChannelClient> gate_;
     CTime lastFrame_;

@@ -18,13 +18,6 @@ enum class WaitResult
     kFailed, ///< the wait could not be made; waiting again would not help
 };
 
-/// What a wait for several events found; `index` counts only with `kSignalled`.
-struct AnyWaitResult
-{
-    WaitResult result = WaitResult::kFailed;
-    std::size_t index = 0;
-};
-
 /// An event as Windows has it, of manual or auto reset, made not signalled.
 ///
 /// Costs no file descriptor. `Set` with nobody waiting and a look (`Wait` with 0) make no system call. Any
@@ -37,27 +30,24 @@ struct AnyWaitResult
 class Event
 {
 public:
-    enum class Kind
-    {
-        kManualReset,
-        kAutoReset,
-    };
     static constexpr std::size_t kMostEvents = 64; ///< in one `WaitForAny`
 
-    explicit Event(Kind kind) : manual_(kind == Kind::kManualReset) {}
+    explicit Event(bool manualReset) : manual_(manualReset) {}
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
     ~Event() = default;
 
-    void Set();
-    void Reset();
+    bool Set();   ///< true: this system knows no failure of it
+    bool Reset(); ///< same
 
-    /// Waits up to `timeoutMs` milliseconds; 0 only looks. Taking an auto-reset event resets it.
-    WaitResult Wait(std::uint32_t timeoutMs);
+    /// True if the event was signalled within `timeoutMs` milliseconds, which resets an auto-reset event. 0
+    /// only looks.
+    bool Wait(std::uint32_t timeoutMs);
 
-    /// Waits for any of 1 to `kMostEvents` events, no two of them the same; names the first signalled one in
-    /// array order, and takes no other. Fails on a null array, a null entry, and a count out of range.
-    static AnyWaitResult WaitForAny(Event* const* events, std::size_t count, std::uint32_t timeoutMs);
+    /// Waits for any of 1 to `kMostEvents` events, no two of them the same; gives the index of the first
+    /// signalled one in array order, and takes no other. -1 on a time-out, and for a null array, a null entry
+    /// and a count out of range.
+    static int WaitForAny(Event* const* events, std::size_t count, std::uint32_t timeoutMs);
 
 private:
     class Waiter;

@@ -8,53 +8,42 @@ namespace korvane
 namespace
 {
 
-constexpr std::uint32_t kSpinCount = 4000; // where another processor may free the lock meanwhile
-
 std::uint32_t SpinCount()
 {
-    static const std::uint32_t count = platform::Thread::ProcessorCount() > 1 ? kSpinCount : 0;
+    // Where another processor may free the lock meanwhile.
+    static const std::uint32_t count = platform::Thread::ProcessorCount() > 1 ? 4000 : 0;
     return count;
 }
 
 } // namespace
 
-CRecursiveLock::CRecursiveLock(platform::LockPlace place) : place_(place), state_(std::make_unique<State>())
-{
-    state_->spinCount = SpinCount();
-}
-
-CRecursiveLock::~CRecursiveLock() = default;
-
 void CRecursiveLock::Take(std::uint32_t thread)
 {
-    state_->ownerThread.store(thread, std::memory_order_relaxed);
-    state_->recursionCount = 1;
+    owner_.store(thread, std::memory_order_relaxed);
+    depth_ = 1;
     platform::HeldLocks::Take(place_);
 }
 
 bool CRecursiveLock::TryEnter()
 {
-    State& state = *state_;
     const std::uint32_t self = platform::Thread::CurrentId();
-    const std::uint32_t spinCount = state.spinCount;
+    if (owner_.load(std::memory_order_relaxed) == self)
+    {
+        ++depth_;
+        return true;
+    }
     for (std::uint32_t round = 0;; ++round)
     {
         // Looking before each further try leaves the cache line with the owner, who needs it to leave.
         std::uint32_t expected = 0;
-        if ((round == 0 || state.lockCount.load(std::memory_order_relaxed) == 0) &&
-            state.lockCount.compare_exchange_strong(expected, 1, std::memory_order_acquire,
-                                                    std::memory_order_relaxed))
+        if ((round == 0 || threads_.load(std::memory_order_relaxed) == 0) &&
+            threads_.compare_exchange_strong(expected, 1, std::memory_order_acquire,
+                                             std::memory_order_relaxed))
         {
             Take(self);
             return true;
         }
-        if (state.ownerThread.load(std::memory_order_relaxed) == self)
-        {
-            state.lockCount.fetch_add(1, std::memory_order_relaxed);
-            ++state.recursionCount;
-            return true;
-        }
-        if (round == spinCount)
+        if (round == SpinCount())
             return false;
     }
 }
@@ -63,32 +52,21 @@ void CRecursiveLock::Enter()
 {
     if (TryEnter())
         return;
-    State& state = *state_;
-    const std::uint32_t self = platform::Thread::CurrentId();
-    if (state.lockCount.fetch_add(1, std::memory_order_acquire) == 0)
-    {
-        Take(self);
-        return;
-    }
-    // Not the owner, or the tries above had told. The one who leaves sets the event for one waiter.
+    if (threads_.fetch_add(1, std::memory_order_acquire) != 0)
     {
         const platform::HeldLocks::WaitForLock allowed;
-        wakeUp_.Wait(kWaitForever);
+        wakeUp_.Wait(kWaitForever); // the one who leaves sets it for one waiter, who is the owner then
     }
-    Take(self);
+    Take(platform::Thread::CurrentId());
 }
 
 void CRecursiveLock::Leave()
 {
-    State& state = *state_;
-    if (--state.recursionCount > 0)
-    {
-        state.lockCount.fetch_sub(1, std::memory_order_relaxed);
+    if (--depth_ > 0)
         return;
-    }
     platform::HeldLocks::Release(place_);
-    state.ownerThread.store(0, std::memory_order_relaxed);
-    if (state.lockCount.fetch_sub(1, std::memory_order_release) > 1)
+    owner_.store(0, std::memory_order_relaxed);
+    if (threads_.fetch_sub(1, std::memory_order_release) > 1)
         wakeUp_.Set();
 }
 

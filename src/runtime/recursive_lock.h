@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
 
 #include "platform/held_locks.h"
 #include "runtime/event.h"
@@ -15,8 +14,7 @@ namespace korvane
 class CRecursiveLock
 {
 public:
-    explicit CRecursiveLock(platform::LockPlace place = platform::LockPlace::kObject);
-    ~CRecursiveLock();
+    explicit CRecursiveLock(platform::LockPlace place = platform::LockPlace::kObject) : place_(place) {}
     CRecursiveLock(const CRecursiveLock&) = delete;
     CRecursiveLock& operator=(const CRecursiveLock&) = delete;
 
@@ -25,19 +23,13 @@ public:
     void Leave();    ///< by the owner only
 
 private:
-    struct State
-    {
-        std::uint32_t spinCount = 0;               // further tries before a thread sleeps
-        std::atomic<std::uint32_t> lockCount{0};   // entries and waiters
-        std::atomic<std::uint32_t> ownerThread{0}; // id, 0 when free; only its owner finds itself in it
-        std::uint32_t recursionCount = 0;          // the owner's alone
-    };
-
     void Take(std::uint32_t thread);
 
     const platform::LockPlace place_;
+    std::atomic<std::uint32_t> threads_{0}; // the owner and those that sleep until it leaves
+    std::atomic<std::uint32_t> owner_{0};   // its id, 0 when free; only the owner finds itself in it
+    std::uint32_t depth_ = 0;               // the owner's alone: entries that want a `Leave`
     CEvent wakeUp_{false};
-    const std::unique_ptr<State> state_;
 };
 
 /// Holds a lock for a scope.

@@ -1,5 +1,7 @@
 #include "platform/event.h"
 
+#include <algorithm>
+
 #include "platform/posix/futex.h"
 #include "platform/posix/thread_state.h"
 
@@ -49,14 +51,14 @@ struct Event::Link
     Link* next;
 };
 
-void Event::Set()
+bool Event::Set()
 {
     std::uint32_t state = state_.load(std::memory_order_relaxed);
     // Also when it is set already: whoever takes it must see what was written before this call.
     while ((state & kHasWaiters) == 0)
     {
         if (state_.compare_exchange_weak(state, state | kSignalled, std::memory_order_acq_rel))
-            return;
+            return true;
     }
     const std::atomic<std::uint32_t>* wake = nullptr;
     {
@@ -66,6 +68,7 @@ void Event::Set()
     // Outside the lock, which the woken thread needs next. Its wait may have ended meanwhile: an address.
     if (wake != nullptr)
         posix::FutexWakeAll(wake);
+    return true;
 }
 
 const std::atomic<std::uint32_t>* Event::HandOver()
@@ -88,9 +91,10 @@ const std::atomic<std::uint32_t>* Event::HandOver()
     return wake;
 }
 
-void Event::Reset()
+bool Event::Reset()
 {
     state_.fetch_and(~kSignalled, std::memory_order_acq_rel);
+    return true;
 }
 
 bool Event::TryTake()
@@ -137,32 +141,24 @@ void Event::Leave(Link& link)
         state_.fetch_and(~kHasWaiters, std::memory_order_acq_rel);
 }
 
-WaitResult Event::Wait(std::uint32_t timeoutMs)
+bool Event::Wait(std::uint32_t timeoutMs)
 {
-    if (TryTake())
-        return WaitResult::kSignalled;
-    if (timeoutMs == 0)
-        return WaitResult::kTimeout;
     Event* const self = this;
-    return WaitForAny(&self, 1, timeoutMs).result;
+    return TryTake() || (timeoutMs != 0 && WaitForAny(&self, 1, timeoutMs) == 0);
 }
 
-AnyWaitResult Event::WaitForAny(Event* const* events, std::size_t count, std::uint32_t timeoutMs)
+int Event::WaitForAny(Event* const* events, std::size_t count, std::uint32_t timeoutMs)
 {
-    if (events == nullptr || count == 0 || count > kMostEvents)
-        return {};
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        if (events[i] == nullptr)
-            return {};
-    }
+    if (events == nullptr || count == 0 || count > kMostEvents ||
+        std::find(events, events + count, nullptr) != events + count)
+        return -1;
     for (std::size_t i = 0; i < count; ++i)
     {
         if (events[i]->TryTake())
-            return {WaitResult::kSignalled, i};
+            return static_cast<int>(i);
     }
     if (timeoutMs == 0)
-        return {WaitResult::kTimeout, 0};
+        return -1;
 
     Waiter waiter;
     Link links[kMostEvents]; // filled as far as they are used
@@ -183,9 +179,7 @@ AnyWaitResult Event::WaitForAny(Event* const* events, std::size_t count, std::ui
         events[i]->Leave(links[i]);
 
     const std::uint32_t decision = waiter.Decision();
-    if (decision == Waiter::kTimedOut)
-        return {WaitResult::kTimeout, 0};
-    return {WaitResult::kSignalled, decision - 1};
+    return decision == Waiter::kTimedOut ? -1 : static_cast<int>(decision) - 1;
 }
 
 } // namespace korvane::platform

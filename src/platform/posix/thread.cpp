@@ -216,7 +216,7 @@ WaitResult Thread::Wait(std::uint32_t timeoutMs)
         return WaitResult::kFailed;
     if (state_->IsGivenUp())
         return WaitResult::kSignalled;
-    return state_->ended.Wait(timeoutMs);
+    return state_->ended.Wait(timeoutMs) ? WaitResult::kSignalled : WaitResult::kTimeout;
 }
 
 std::uint32_t Thread::ExitCode() const
@@ -237,7 +237,7 @@ void Thread::Close()
     if (state_ == nullptr)
         return;
     // Joining one that has ended gives its stack back at once; the others let go of it when they end.
-    if (state_->ended.Wait(0) == WaitResult::kSignalled)
+    if (state_->ended.Wait(0))
         pthread_join(state_->handle, nullptr);
     else
         pthread_detach(state_->handle);

@@ -35,7 +35,7 @@ public:
     void* context = nullptr;
     std::atomic<std::uint32_t> id{0}; ///< 0 until the thread runs
     std::atomic<std::uint32_t> exitCode{0};
-    Event ended{Event::Kind::kManualReset};
+    Event ended{true};
     pthread_t handle{};
 
     static void* Run(void* statePointer);
