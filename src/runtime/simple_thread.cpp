@@ -5,29 +5,32 @@
 namespace korvane::thread
 {
 
-std::uint32_t CSimpleThread::Entry(void* context)
-{
-    static_cast<CSimpleThread*>(context)->Run();
-    return 0;
-}
-
 bool CSimpleThread::StartThread(const std::string& name)
 {
     if (thread_.Wait(0) == platform::WaitResult::kTimeout)
         return false;
     thread_.Close();
     name_ = name;
-    return thread_.Start(&CSimpleThread::Entry, this, name_.c_str());
+    const auto run = [](void* self)
+    {
+        static_cast<CSimpleThread*>(self)->Run();
+        return 0u;
+    };
+    return thread_.Start(run, this, name_.c_str());
+}
+
+bool CSimpleThread::EndsWithin(std::uint32_t timeoutMs)
+{
+    return !thread_.HasHandle() || EndThread(thread_, timeoutMs, [this] { OnStopRequested(); });
 }
 
 bool CSimpleThread::JoinThread()
 {
-    if (!thread_.HasHandle())
-        return false;
-    if (thread_.Id() != platform::Thread::CurrentId())
-        EndThread(thread_, platform::kInfinite, [this] { OnStopRequested(); });
+    const bool hadThread = thread_.HasHandle();
+    if (!IsOwnThread())
+        EndsWithin(platform::kInfinite);
     thread_.Close();
-    return true;
+    return hadThread;
 }
 
 } // namespace korvane::thread

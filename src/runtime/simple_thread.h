@@ -20,20 +20,18 @@ public:
     virtual ~CSimpleThread() = default;
 
 protected:
-    /// False if the thread still runs or can't be made. `name` is for debuggers.
+    /// False if the thread still runs or can't be made. `name` is for debuggers and messages.
     bool StartThread(const std::string& name);
 
     /// Waits for the thread's end, unless called on it, and lets go of it. False if there was none.
     bool JoinThread();
 
-    /// Ends what the thread may be waiting in. Comes from the thread that joins it, again and again until the
-    /// thread has ended; does nothing here.
+    /// Ends what the thread may be waiting in. Comes from the thread that stops it, again and again until it
+    /// has ended or was given up; does nothing here.
     virtual void OnStopRequested() {}
 
-    const std::string& ThreadName() const { return name_; }
-
-private:
-    static std::uint32_t Entry(void* context);
+    bool IsOwnThread() const { return thread_.Id() == platform::Thread::CurrentId(); }
+    bool EndsWithin(std::uint32_t timeoutMs); ///< also true without a thread
 
     std::string name_;
     platform::Thread thread_;

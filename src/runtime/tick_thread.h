@@ -15,12 +15,22 @@ public:
     explicit CTickThread(IDebugMessage* debug) : CBaseThread(debug) {}
 
     /// As `StartThread`, but the first tick comes at once; also after each later start.
-    bool StartThreadWithFirstTick(const std::string& name);
+    bool StartThreadWithFirstTick(const std::string& name)
+    {
+        firstTick_ = true;
+        return StartThread(name);
+    }
 
     /// 2000 ms unless set. Between runs of the thread only.
     void SetTickInterval(std::uint32_t intervalMs) { intervalMs_ = intervalMs; }
 
-    void Run() override;
+    void Run() override
+    {
+        if (firstTick_)
+            OnTick();
+        while (!stopEvent_.Wait(intervalMs_))
+            OnTick();
+    }
 
     virtual void OnTick() = 0;
 
