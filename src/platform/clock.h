@@ -28,10 +28,6 @@ public:
 /// year 30828).
 bool ToSystemTime(std::uint64_t ticks, SYSTEMTIME& out);
 
-/// The ticks of calendar fields, of which the day of the week is not looked at. False, with 0 in `out`, for a
-/// date or time that does not exist.
-bool FromSystemTime(const SYSTEMTIME& fields, std::uint64_t& out);
-
 /// While one exists, `Clock` tells the time that it is told: for tests. One at a time.
 class ManualClock
 {

@@ -27,10 +27,8 @@ struct ProductVersion
 /// There is no version block to read here, so the version stands in a text file `name.version` in the host's
 /// directory: four numbers of 0 to 65535 with dots between, as in "7.4.4.0", and at most white space behind.
 /// Nothing if the file is missing or holds anything else. Read anew at each call. Any thread.
-std::optional<ProductVersion> ReadProductVersion(const std::string& name);
-
-/// Same, from a directory (with its closing separator) of the caller's choice.
-std::optional<ProductVersion> ReadProductVersion(const std::string& directory, const std::string& name);
+std::optional<ProductVersion> ReadProductVersion(const std::string& name,
+                                                 const std::string& directory = HostDirectory());
 
 /// Writes `text` as it stands to the debug channel: standard error, and only if the environment variable
 /// LARKMOOR_DEBUG was set when the first text came. Any thread; texts of several threads don't mix.

@@ -15,20 +15,19 @@ class CBastrelSupportedFeatures
 {
 public:
     /// `version` as `platform::ReadProductVersion` gives it; without one nothing is supported.
-    explicit CBastrelSupportedFeatures(const std::optional<platform::ProductVersion>& version);
+    explicit CBastrelSupportedFeatures(const std::optional<platform::ProductVersion>& version)
+        : version_(version)
+    {
+    }
 
-    bool IsVersionKnown() const { return versionKnown_; } ///< if not, a later reader tries again
-    const platform::ProductVersion& Version() const { return version_; }
-    bool SupportsFirst() const { return first_; }   ///< 6.4.0.0; nothing in the driver asks
-    bool SupportsSecond() const { return second_; } ///< 7.4.3.71; nothing in the driver asks
-    bool AllowsAac4() const { return allowsAac4_; } ///< 7.4.4.0: "aac4" audio may be offered
+    bool IsVersionKnown() const { return version_.has_value(); } ///< if not, a later reader tries again
+    platform::ProductVersion Version() const { return version_.value_or(platform::ProductVersion()); }
+    bool SupportsFirst() const { return Version() >= platform::ProductVersion{6, 4, 0, 0}; }   ///< not asked
+    bool SupportsSecond() const { return Version() >= platform::ProductVersion{7, 4, 3, 71}; } ///< not asked
+    bool AllowsAac4() const { return Version() >= platform::ProductVersion{7, 4, 4, 0}; } ///< to offer "aac4"
 
 private:
-    bool versionKnown_;
-    platform::ProductVersion version_;
-    bool first_;
-    bool second_;
-    bool allowsAac4_;
+    std::optional<platform::ProductVersion> version_;
 };
 
 } // namespace korvane

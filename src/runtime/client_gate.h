@@ -35,7 +35,7 @@ protected:
     };
 
 private:
-    static thread_local const CClientGateBase* current;
+    static inline thread_local const CClientGateBase* current = nullptr;
 };
 
 /// A channel's way to the host's client of it, from the threads that deliver and those that tell states. No

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/host_process.h"
+#include "runtime/debug_message.h"
 
 #include <larkmoor/debug_info.h>
 
@@ -15,7 +16,7 @@ class CDebugInfo final : public ipcapture::CDebugInfoIf
 {
 public:
     /// Copies `text`, which may be null.
-    CDebugInfo(std::uint8_t level, const char* text);
+    CDebugInfo(std::uint8_t level, const char* text) : level_(level), text_(text == nullptr ? "" : text) {}
 
     std::uint8_t GetLevel() override { return level_; }
 
@@ -30,6 +31,13 @@ private:
 /// The level under which a message of `level` is told to a host whose core library has `version`. Older hosts
 /// don't know the higher levels: before 5.12 nothing stands above warnings, before 6.3 nothing above
 /// information.
-std::uint8_t HostMessageLevel(std::int32_t level, const platform::ProductVersion& version);
+inline std::uint8_t HostMessageLevel(std::int32_t level, const platform::ProductVersion& version)
+{
+    if (level == kLevelExtended && version < platform::ProductVersion{6, 3, 0, 0})
+        level = kLevelInformation;
+    if (level == kLevelInformation && version < platform::ProductVersion{5, 12, 0, 0})
+        level = kLevelWarning;
+    return static_cast<std::uint8_t>(level);
+}
 
 } // namespace korvane

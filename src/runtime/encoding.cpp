@@ -17,18 +17,6 @@ constexpr std::string_view kHexDigits = "0123456789abcdef";
 constexpr std::uint32_t kLineBytes = 57; // fill a line of 76 characters
 constexpr std::uint64_t kLineCharacters = 76;
 constexpr std::size_t kMaxCredentialsBytes = 100;
-constexpr std::uint8_t kNoDigit = 0xFF;
-
-constexpr std::array<std::uint8_t, 256> MakeBase64Values()
-{
-    std::array<std::uint8_t, 256> values{};
-    values.fill(kNoDigit);
-    for (std::size_t i = 0; i < kBase64Alphabet.size(); ++i)
-        values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<std::uint8_t>(i);
-    return values;
-}
-
-constexpr std::array<std::uint8_t, 256> kBase64Values = MakeBase64Values();
 
 std::uint64_t Base64Room(std::uint64_t size)
 {
@@ -41,13 +29,10 @@ std::uint64_t Base64Room(std::uint64_t size)
 
 std::uint8_t HexValue(char digit)
 {
-    if (digit >= '0' && digit <= '9')
-        return static_cast<std::uint8_t>(digit - '0');
-    if (digit >= 'a' && digit <= 'f')
-        return static_cast<std::uint8_t>(digit - 'a' + 10);
-    if (digit >= 'A' && digit <= 'F')
-        return static_cast<std::uint8_t>(digit - 'A' + 10);
-    return 0;
+    const std::size_t value = std::string_view("0123456789abcdefABCDEF").find(digit);
+    if (value == std::string_view::npos)
+        return 0;
+    return static_cast<std::uint8_t>(value < 16 ? value : value - 6);
 }
 
 } // namespace
@@ -115,10 +100,10 @@ bool Base64Decode(const char* text, std::uint32_t size, std::uint8_t* out, std::
     {
         if (text[at] == '\0' && digits == 0)
             break;
-        const std::uint8_t value = kBase64Values[static_cast<unsigned char>(text[at])];
-        if (value == kNoDigit)
+        const std::size_t value = kBase64Alphabet.find(text[at]);
+        if (value == std::string_view::npos)
             continue;
-        group = group << 6 | value;
+        group = group << 6 | static_cast<std::uint32_t>(value);
         if (++digits == 4 && !flush())
             return false;
     }

@@ -16,20 +16,12 @@ bool IsDigit(char character)
     return character >= '0' && character <= '9';
 }
 
-char UpperOf(char c)
-{
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
-char LowerOf(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-std::string Mapped(std::string_view text, char (*map)(char))
+/// The other case of a letter differs in one bit.
+std::string WithOtherCase(std::string_view text, char first, char last)
 {
     std::string result(text);
-    std::ranges::transform(result, result.begin(), map);
+    for (char& c : result)
+        c = c >= first && c <= last ? static_cast<char>(c ^ 0x20) : c;
     return result;
 }
 
@@ -69,26 +61,21 @@ std::string Trim(std::string_view text)
 
 std::string ToUpper(std::string_view text)
 {
-    return Mapped(text, UpperOf);
+    return WithOtherCase(text, 'a', 'z');
 }
 
 std::string ToLower(std::string_view text)
 {
-    return Mapped(text, LowerOf);
+    return WithOtherCase(text, 'A', 'Z');
 }
 
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to)
 {
-    if (from.empty() || from == to)
-        return std::string(text);
-    std::string result;
-    std::size_t at = 0;
-    for (std::size_t hit = text.find(from); hit != std::string_view::npos; hit = text.find(from, at))
-    {
-        result.append(text.substr(at, hit - at)).append(to);
-        at = hit + from.size();
-    }
-    return result.append(text.substr(at));
+    std::string result(text);
+    for (std::size_t at = 0; !from.empty() && (at = result.find(from, at)) != std::string::npos;
+         at += to.size())
+        result.replace(at, from.size(), to);
+    return result;
 }
 
 std::string RemoveChars(std::string_view text, std::string_view chars)
@@ -143,16 +130,6 @@ std::uint32_t ToUInt32(std::string_view text)
         value = value * 10 + static_cast<std::uint32_t>(character - '0');
     }
     return value;
-}
-
-std::uint16_t ToUInt16(std::string_view text)
-{
-    return static_cast<std::uint16_t>(ToUInt32(text));
-}
-
-std::uint8_t ToUInt8(std::string_view text)
-{
-    return static_cast<std::uint8_t>(ToUInt32(text));
 }
 
 std::uint32_t FrameTimeFromRate(std::uint32_t rate)

@@ -24,7 +24,7 @@ std::string ToUpper(std::string_view text);
 std::string ToLower(std::string_view text);
 
 /// `text` with each occurrence of `from` replaced by `to`; what was put in is not searched again. An empty
-/// `from` leaves the text as it is.
+/// `from` leaves the text as it is. For readers of parameters; none needs it yet.
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to);
 
 /// `text` without any character that occurs in `chars`.
@@ -44,8 +44,14 @@ bool IsInteger(std::string_view text, std::int32_t& value);
 /// The strict reading of a number in camera text: decimal digits only. Any other character makes the whole
 /// number 0, and so does an empty text. The value wraps at the width of the result.
 std::uint32_t ToUInt32(std::string_view text);
-std::uint16_t ToUInt16(std::string_view text);
-std::uint8_t ToUInt8(std::string_view text);
+inline std::uint16_t ToUInt16(std::string_view text)
+{
+    return static_cast<std::uint16_t>(ToUInt32(text));
+}
+inline std::uint8_t ToUInt8(std::string_view text)
+{
+    return static_cast<std::uint8_t>(ToUInt32(text));
+}
 
 /// Milliseconds of one frame at `rate` frames per second, rounded to the nearest; 1 for a rate of 0.
 std::uint32_t FrameTimeFromRate(std::uint32_t rate);

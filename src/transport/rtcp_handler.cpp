@@ -1,12 +1,12 @@
 #include "transport/rtcp_handler.h"
 
-#include <algorithm>
+#include <bit>
 #include <random>
 #include <utility>
 
 #include "platform/clock.h"
 #include "platform/held_locks.h"
-#include "platform/random_id.h"
+#include "runtime/guarded.h"
 
 namespace korvane
 {
@@ -22,13 +22,12 @@ constexpr std::uint32_t kLeastDatagramBytes = 4;
 
 std::array<std::uint8_t, 4> NewSsrc()
 {
-    std::array<std::uint8_t, 16> id{};
-    if (!platform::MakeRandomId(id) || std::all_of(id.begin(), id.end(), [](auto byte) { return byte == 0; }))
-    {
-        std::mt19937 generator(static_cast<std::mt19937::result_type>(platform::Clock::UtcTicks()));
-        std::generate(id.begin(), id.end(), [&] { return static_cast<std::uint8_t>(generator()); });
-    }
-    return {id[0], id[1], id[2], id[3]};
+    std::uint32_t id = 0;
+    Guarded(false, [&] { return (id = std::random_device()()) != 0; });
+    if (id == 0) // the system gives none
+        id = static_cast<std::uint32_t>(
+            std::minstd_rand(static_cast<unsigned>(platform::Clock::UtcTicks()))());
+    return std::bit_cast<std::array<std::uint8_t, 4>>(id);
 }
 
 } // namespace

@@ -19,7 +19,7 @@ auto Fields(const SYSTEMTIME& t)
 
 } // namespace
 
-TEST(Clock, TurnsTicksIntoCalendarTimeAndBack)
+TEST(Clock, TurnsTicksIntoCalendarTime)
 {
     // Seconds since 1970 by date(1), plus the 11,644,473,600 from 1601 on, in ticks; the day of the week too.
     // SYSTEMTIME has year, month, day of week, day, hour, minute, second and milliseconds.
@@ -36,9 +36,6 @@ TEST(Clock, TurnsTicksIntoCalendarTimeAndBack)
         SYSTEMTIME fields{};
         ASSERT_TRUE(ToSystemTime(ticks + 9999, fields)); // less than a millisecond is cut off
         EXPECT_EQ(Fields(fields), Fields(calendar));
-        std::uint64_t back = 1;
-        ASSERT_TRUE(FromSystemTime(calendar, back));
-        EXPECT_EQ(back, ticks);
     }
     SYSTEMTIME fields{1, 1, 1, 1, 1, 1, 1, 1};
     EXPECT_FALSE(ToSystemTime(std::uint64_t{1} << 63, fields));

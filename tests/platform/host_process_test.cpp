@@ -37,11 +37,11 @@ TEST(HostProcess, ReadsTheVersionBesideAModule)
     {
         SCOPED_TRACE(text);
         std::ofstream(directory + "bastrel.dll.version", std::ios::binary) << text;
-        EXPECT_EQ(ReadProductVersion(directory, "bastrel.dll"), version);
+        EXPECT_EQ(ReadProductVersion("bastrel.dll", directory), version);
     }
-    EXPECT_EQ(ReadProductVersion(directory, "other.dll"), std::nullopt);
+    EXPECT_EQ(ReadProductVersion("other.dll", directory), std::nullopt);
     std::filesystem::remove_all(directory);
-    EXPECT_EQ(ReadProductVersion(directory, "bastrel.dll"), std::nullopt);
+    EXPECT_EQ(ReadProductVersion("bastrel.dll", directory), std::nullopt);
 }
 
 } // namespace korvane::platform

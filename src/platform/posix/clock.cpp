@@ -63,21 +63,6 @@ bool ToSystemTime(std::uint64_t ticks, SYSTEMTIME& out)
     return true;
 }
 
-bool FromSystemTime(const SYSTEMTIME& fields, std::uint64_t& out)
-{
-    out = 0;
-    using namespace std::chrono;
-    const year_month_day date{year{fields.year}, month{fields.month}, day{fields.day}};
-    if (fields.year < 1601 || fields.year > 30827 || !date.ok() || fields.hour > 23 || fields.minute > 59 ||
-        fields.second > 59 || fields.milliseconds > 999)
-        return false;
-    const auto dayNumber =
-        static_cast<std::uint64_t>(sys_days{date}.time_since_epoch().count() + kDaysTo1970);
-    const std::uint64_t seconds = (fields.hour * 60ULL + fields.minute) * 60 + fields.second;
-    out = dayNumber * kTicksPerDay + seconds * kTicksPerSecond + fields.milliseconds * kTicksPerMs;
-    return true;
-}
-
 ManualClock::ManualClock(std::uint64_t utcTicks, std::uint32_t milliseconds)
 {
     manualUtcTicks = utcTicks;

@@ -60,12 +60,7 @@ std::string HostDirectory()
     return {};
 }
 
-std::optional<ProductVersion> ReadProductVersion(const std::string& name)
-{
-    return ReadProductVersion(HostDirectory(), name);
-}
-
-std::optional<ProductVersion> ReadProductVersion(const std::string& directory, const std::string& name)
+std::optional<ProductVersion> ReadProductVersion(const std::string& name, const std::string& directory)
 {
     std::ifstream file(directory + name + ".version", std::ios::binary);
     std::array<char, kLongestVersionText> text{};
