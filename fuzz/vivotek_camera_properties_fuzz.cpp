@@ -27,7 +27,7 @@ public:
         Require(uri.starts_with("/cgi-bin/admin/getparam.cgi?"));
         ++requests_;
         const std::size_t end = std::min(rest_.find('\1'), rest_.size());
-        body = rest_.substr(0, end);
+        body = rest_.substr(0, std::min(end, rest_.find('\0'))); // as far as it is text
         rest_.remove_prefix(std::min(end + 1, rest_.size()));
         status_ = body.starts_with('\2') ? 401 : body.starts_with('\3') ? 0 : 200;
         return status_ == 200;
