@@ -240,9 +240,14 @@ TEST(JpegRTPMediaParser, StartsTheTimesAnewWithANewStream)
     bench.parser.StartTimesAnew();
     for (int i = 0; i < 3; ++i)
         picture();
-    std::uint64_t time = 0;
-    ASSERT_TRUE(platform::FromSystemTime(bench.frames.back().time, time));
-    EXPECT_LE(time - platform::Clock::UtcTicks(), 100 * platform::kTicksPerMs);
+    const auto msOfMonth = [](const SYSTEMTIME& time)
+    {
+        return ((time.day * 24u + time.hour) * 60 + time.minute) * 60'000 + time.second * 1000u +
+               time.milliseconds;
+    };
+    SYSTEMTIME now{};
+    ASSERT_TRUE(platform::ToSystemTime(platform::Clock::UtcTicks(), now));
+    EXPECT_LE(msOfMonth(bench.frames.back().time) - msOfMonth(now), 100u);
 }
 
 TEST(JpegRTPMediaParser, LosesOnePictureForALossAndNoneForLies)
