@@ -25,6 +25,7 @@ public:
 protected:
     bool SetAudioStreamParameters() override;
     void FillSessionParameters(RTSPClientParams& params) override;
+    void LeaveDevice() override { sender_.Disconnect(); }
     void OnStopRequested() override { sender_.Abort(); }
 
     /// Chooses among the codecs of `selectedText` (names with "," between them, best first) that the host

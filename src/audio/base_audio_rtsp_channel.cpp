@@ -62,8 +62,9 @@ bool CBaseAudioRTSPChannel::Start()
     const COneAtATime::Turn turn(life_);
     JoinThread(2 * NetworkTimeoutMs());
     socketLibrary_.Start();
-    if (StartThread("Audio RTSP Channel"))
+    if (setUp_.StartThread([this] { return StartThread("Audio RTSP Channel"); }))
         return true;
+    JoinThread(kWaitForever);
     socketLibrary_.Stop();
     return false;
 }
@@ -81,6 +82,7 @@ bool CBaseAudioRTSPChannel::Stop()
     JoinThread(2 * NetworkTimeoutMs());
     client_.Stop();
     ports_.Close();
+    setUp_.Close();
     socketLibrary_.Stop();
     return true;
 }
@@ -214,17 +216,17 @@ void CBaseAudioRTSPChannel::StopStream()
 
 void CBaseAudioRTSPChannel::RunMulticast()
 {
-    StopStream();
     std::uint32_t waitMs = OpenMulticastSession();
-    while (!stopEvent_.Wait(waitMs))
+    while (!setUp_.WaitForStop(stopEvent_, waitMs))
     {
         if (lastFrame_.GetElapsedMs() <= NetworkTimeoutMs() && !byeEvent_.Wait(0))
         {
             OnIdle();
             continue;
         }
+        if (!setUp_.IsDue())
+            continue;
         OnSignalLost();
-        StopStream();
         waitMs = OpenMulticastSession();
     }
     StopStream();
@@ -235,20 +237,20 @@ void CBaseAudioRTSPChannel::RunMulticast()
 // any other.
 std::uint32_t CBaseAudioRTSPChannel::OpenMulticastSession()
 {
-    frameEvent_.Reset();
-    if (!Connect())
-    {
-        StopStream();
-        return kRoundMs;
-    }
-    if (!StartSession(true))
-    {
-        MoveTo(AudioState::kSignalLost);
-        StopStream();
-        return kRoundMs;
-    }
     CEvent* const events[] = {&stopEvent_, &frameEvent_, &sessionFailedEvent_};
-    return CEvent::WaitForAny(events, 3, NetworkTimeoutMs()) > 0 ? kRoundMs : kShortRoundMs;
+    int woken = 0;
+    // The group is joined on the client's thread: the set-up lasts until the first frame, or the time is up.
+    const auto start = [&]
+    {
+        const bool isStarted = StartSession(true);
+        if (isStarted)
+            woken = CEvent::WaitForAny(events, 3, NetworkTimeoutMs());
+        if (isStarted && platform::Reserve::Noted() == platform::Shortage::kNone)
+            return true;
+        MoveTo(AudioState::kSignalLost);
+        return false;
+    };
+    return !TrySession(start) || woken > 0 ? kRoundMs : kShortRoundMs;
 }
 
 void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
@@ -298,6 +300,7 @@ bool CBaseAudioRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
     parser_.SetParameters(response.description.audioParameters);
     // As with video, a group that can't be joined doesn't end the session: no frames come, and the loop acts
     // on that.
+    const platform::Reserve::Use use(setUp_.GetReserve());
     if (IsMulticast())
         OpenMulticastReceiver(section.address, section.port);
     return true;

@@ -18,6 +18,7 @@ CBaseRTPDataChannel::CBaseRTPDataChannel(IDriver* driver, std::uint32_t videoCha
       driver_(driver),
       videoChannel_(videoChannel),
       deviceAddress_(Utils::ResolveHostAddress(driver->GetDeviceInfo().address)),
+      setUp_(driver),
       ports_(driver, deviceAddress_, stopEvent_, packetEvent_)
 {
 }
@@ -58,9 +59,15 @@ void CBaseRTPDataChannel::StopStream()
 
 void CBaseRTPDataChannel::Run()
 {
-    const CSettingsFile settings(*driver_);
-    transportSettings_ = settings.ReadTransportSettings(driver_->GetDeviceInfo());
-    streamingMode_ = settings.ReadStreamingMode();
+    const auto prepare = [this]
+    {
+        const CSettingsFile settings(*driver_);
+        transportSettings_ = settings.ReadTransportSettings(driver_->GetDeviceInfo());
+        streamingMode_ = settings.ReadStreamingMode();
+        return StreamNeeds(IsMulticast() || transportSettings_.rtpMode == RtpMode::kUdp);
+    };
+    if (!setUp_.Prepare(prepare))
+        return;
     if (IsMulticast())
         RunMulticast();
     else
@@ -69,17 +76,17 @@ void CBaseRTPDataChannel::Run()
 
 void CBaseRTPDataChannel::RunUnicast()
 {
-    StopStream();
     OpenSession();
-    while (!stopEvent_.Wait(kLookMs))
+    while (!setUp_.WaitForStop(stopEvent_, kLookMs))
     {
         if (lastFrame_.GetElapsedMs() < NetworkTimeoutMs())
         {
             OnIdle();
             continue;
         }
+        if (!setUp_.IsDue())
+            continue;
         OnSignalLost();
-        StopStream();
         OpenSession();
     }
     StopStream();
@@ -89,11 +96,26 @@ void CBaseRTPDataChannel::RunUnicast()
 // Leaves time for the first frame of a session before it is judged.
 void CBaseRTPDataChannel::OpenSession()
 {
-    frameEvent_.Reset();
-    if (!Connect() || !StartStream())
-        return StopStream();
     CEvent* const events[] = {&stopEvent_, &frameEvent_};
-    CEvent::WaitForAny(events, 2, NetworkTimeoutMs());
+    if (TrySession([this] { return StartStream(); }))
+        CEvent::WaitForAny(events, 2, NetworkTimeoutMs());
+}
+
+bool CBaseRTPDataChannel::TrySession(const std::function<bool()>& start)
+{
+    const bool isOpen = setUp_.Try(
+        [&]
+        {
+            StopStream();
+            frameEvent_.Reset();
+            if (Connect() && setUp_.TakeThreads() && start())
+                return true;
+            StopStream();
+            return false;
+        });
+    if (!setUp_.IsDue())
+        LeaveDevice();
+    return isOpen;
 }
 
 } // namespace korvane

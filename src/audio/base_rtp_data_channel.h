@@ -8,6 +8,7 @@
 #include "transport/rtp_port_pair.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace korvane
@@ -25,7 +26,7 @@ public:
     /// data belongs to. Looks the device's address up, which may block for as long as the resolver does.
     CBaseRTPDataChannel(IDriver* driver, std::uint32_t videoChannel);
 
-    void Run() override;
+    void Run() override; ///< begins with `Prepare` of the set-up
 
     void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override;
     void OnRTPTimeout() override {}
@@ -46,6 +47,9 @@ protected:
     /// Sets the device up; before each session.
     virtual bool Connect() = 0;
 
+    /// Lets go of what is kept for the next time.
+    virtual void LeaveDevice() {}
+
     /// One packet of the stream. On a transport thread.
     virtual void ProcessPacket(CRTPPacket& packet) = 0;
 
@@ -58,6 +62,10 @@ protected:
     /// What every packet does, whatever carried it.
     void TakePacket(CRTPPacket& packet);
 
+    /// Ends the session in hand, sets the device up, and makes a session by `start`; true if that did. Else
+    /// all is closed.
+    bool TrySession(const std::function<bool()>& start);
+
     std::uint32_t NetworkTimeoutMs() const { return driver_->GetDeviceInfo().networkTimeoutMs; }
     bool IsMulticast() const { return streamingMode_ != StreamingMode::kUnicast; }
 
@@ -67,6 +75,7 @@ protected:
     CEvent frameEvent_{false};          ///< a frame has come out of the parser
     CManualEvent packetEvent_;          ///< a packet of the device has come
     CManualEvent byeEvent_;             ///< the device has said BYE
+    CSetUp setUp_;
     CRTPPortPair ports_;
     CTime lastFrame_;
     TransportSettings transportSettings_;

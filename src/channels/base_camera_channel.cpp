@@ -17,7 +17,7 @@ constexpr std::uint32_t kExitFailed = 0x123456; // of a thread that had nothing 
 
 CBaseCameraChannel::CBaseCameraChannel(std::uint32_t channel, IDriver* driver,
                                        ipcapture::IHostChannelClient* client)
-    : channel_(channel), driver_(driver), gate_(client)
+    : channel_(channel), driver_(driver), setUp_(driver), gate_(client)
 {
 }
 
@@ -30,8 +30,10 @@ bool CBaseCameraChannel::Start(const ChannelSettings& settings)
     }
     socketLibrary_.Start(); // without it no connection comes about, and the channel goes on trying
     stopEvent_.Reset();
-    if (thread_.Start(&CBaseCameraChannel::Entry, this, "Channel"))
+    if (setUp_.StartThread([this] { return thread_.Start(&CBaseCameraChannel::Entry, this, "Channel"); }))
         return true;
+    thread_.Wait(kWaitForever);
+    thread_.Close();
     socketLibrary_.Stop();
     return false;
 }
@@ -53,6 +55,7 @@ void CBaseCameraChannel::Stop()
         thread_.Close();
     }
     EndDelivery(isGivenUp);
+    setUp_.Close();
     SetChannelState(kChannelStopped);
     SetCameraState(false);
     socketLibrary_.Stop();
@@ -82,7 +85,8 @@ std::uint32_t CBaseCameraChannel::Entry(void* context)
     std::uint32_t exitCode = kExitFailed;
     try
     {
-        exitCode = channel->Run();
+        if (channel->setUp_.Prepare([channel] { return channel->Prepare(); }))
+            exitCode = channel->Run();
     }
     catch (...) // nothing of a channel throws but for want of memory
     {

@@ -7,6 +7,7 @@
 #include "runtime/driver.h"
 #include "runtime/event.h"
 #include "runtime/recursive_lock.h"
+#include "runtime/set_up.h"
 #include "runtime/time.h"
 
 #include <larkmoor/host_channel_client.h>
@@ -47,6 +48,9 @@ public:
     ChannelSettings GetSettings() const override;
 
 protected:
+    /// What the stream needs; reads what that depends on. First of all on the channel's thread.
+    virtual CSetUp::Needs Prepare() { return {}; }
+
     /// The thread's body; ends soon after the stop event is set. What it gives is the thread's exit code.
     virtual std::uint32_t Run() = 0;
 
@@ -83,6 +87,7 @@ protected:
 
     CManualEvent stopEvent_;
     CEvent changeEvent_{false}; ///< set when a change is pending
+    CSetUp setUp_;
 
 private:
     void StopFromInside();

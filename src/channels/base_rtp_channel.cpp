@@ -84,11 +84,16 @@ bool CBaseRTPChannel::OpenMulticastReceiver(const std::string& address, std::uin
     return ports_.OpenGroup(this, this, address, port);
 }
 
-std::uint32_t CBaseRTPChannel::Run()
+CSetUp::Needs CBaseRTPChannel::Prepare()
 {
     const CSettingsFile settings(*driver_);
     transportSettings_ = settings.ReadTransportSettings(driver_->GetDeviceInfo());
     streamingMode_ = settings.ReadStreamingMode();
+    return StreamNeeds(IsMulticast() || transportSettings_.rtpMode == RtpMode::kUdp);
+}
+
+std::uint32_t CBaseRTPChannel::Run()
+{
     return IsMulticast() ? RunMulticast() : RunUnicast();
 }
 
@@ -96,13 +101,13 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
 {
     const DEVICE_INFO device = driver_->GetDeviceInfo();
     const std::uint32_t settleMs = std::max(device.networkTimeoutMs, device.signalLossTimeoutMs / 2);
-    CEvent* const events[] = {&stopEvent_, &changeEvent_};
+    CEvent* const events[] = {&stopEvent_, &changeEvent_, &setUp_.DueEvent()};
     bool changed = false;
     bool isOpen = false; // only then are there ports to keep
     for (;;)
     {
         std::uint32_t waitMs = 1000;
-        if (GetChannelState() != kChannelRunning || changed)
+        if ((GetChannelState() != kChannelRunning || changed) && setUp_.IsDue())
         {
             const bool keep = isOpen && changed;
             isOpen = Reconnect(keep);
@@ -112,7 +117,7 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
                 SetChannelState(kChannelConnecting);
             changed = false;
         }
-        switch (CEvent::WaitForAny(events, 2, waitMs))
+        switch (CEvent::WaitForAny(events, 3, waitMs))
         {
         case 0:
             ports_.rtcpHandler.Restart();
@@ -121,6 +126,10 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
             return 0;
         case 1:
             changed = ApplyChange(GetPendingChange());
+            setUp_.MakeDue();
+            break;
+        case 2:
+            setUp_.MakeDue();
             break;
         default:
             CheckStream();
@@ -152,6 +161,14 @@ void CBaseRTPChannel::CheckStream()
 
 bool CBaseRTPChannel::Reconnect(bool keep)
 {
+    const bool isOpen = setUp_.Try([this, keep] { return Open(keep); });
+    if (!isOpen && !setUp_.IsDue())
+        LeaveDevice();
+    return isOpen;
+}
+
+bool CBaseRTPChannel::Open(bool keep)
+{
     ports_.rtcpHandler.Restart();
     CloseStream(keep);
     converter_.Reset();
@@ -159,7 +176,7 @@ bool CBaseRTPChannel::Reconnect(bool keep)
     {
         byeEvent_.Reset();
         frameEvent_.Reset();
-        if (OpenStream(keep))
+        if (setUp_.TakeThreads(keep) && OpenStream(keep))
             return true;
     }
     ports_.rtcpHandler.Restart();

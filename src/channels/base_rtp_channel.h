@@ -45,6 +45,7 @@ public:
     void GetResolution(std::pair<std::uint32_t, std::uint32_t>& resolution) override;
 
 protected:
+    CSetUp::Needs Prepare() override;
     std::uint32_t Run() override;
 
     /// The thread's body when the settings file asks for multicast.
@@ -60,6 +61,9 @@ protected:
 
     /// Sets the device up for the channel's settings; before each full reconnect.
     virtual bool ConfigureDevice() = 0;
+
+    /// Lets go of what is kept for the next configuration.
+    virtual void LeaveDevice() {}
 
     /// One packet of the stream. On a transport thread.
     virtual void ProcessPacket(CRTPPacket& packet) = 0;
@@ -87,6 +91,7 @@ protected:
 private:
     std::uint32_t RunUnicast();
     bool Reconnect(bool keep);
+    bool Open(bool keep);
     bool AwaitFirstFrame(std::uint32_t settleMs);
     void CheckStream();
 };

@@ -131,6 +131,7 @@ bool CBaseRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
         return false;
     // A group that can't be joined doesn't end the session: no frames come, and the channel's loop acts on
     // that.
+    const platform::Reserve::Use use(setUp_.GetReserve());
     if (IsMulticast() && OpenMulticastReceiver(section.address, section.port))
         CLoggerInstance::Reset();
     return true;
@@ -144,10 +145,9 @@ void CBaseRTSPChannel::EndDelivery(bool isGivenUp)
 
 std::uint32_t CBaseRTSPChannel::RunMulticast()
 {
-    CEvent* const events[] = {&stopEvent_, &frameEvent_, &sessionEndedEvent_};
     bool slow = false; // the longer pause before the next round
     TouchLastFrame();
-    while (!stopEvent_.Wait(slow ? 1000 : 10))
+    while (!setUp_.WaitForStop(stopEvent_, slow ? 1000 : 10))
     {
         slow = true;
         if (GetChannelState() == kChannelRunning)
@@ -164,12 +164,9 @@ std::uint32_t CBaseRTSPChannel::RunMulticast()
             NotifySignalLost();
             SetCameraState(false);
         }
-        if (!OpenMulticastSession())
-        {
-            EndDelivery(false);
+        int woken = 0;
+        if (!setUp_.IsDue() || !OpenMulticastSession(woken))
             continue;
-        }
-        const int woken = CEvent::WaitForAny(events, 3, SignalLossTimeoutMs() / 2);
         if (woken == 1)
             SetChannelState(kChannelRunning);
         slow = woken != -1;
@@ -180,7 +177,26 @@ std::uint32_t CBaseRTSPChannel::RunMulticast()
     return 0;
 }
 
-bool CBaseRTSPChannel::OpenMulticastSession()
+// The group is joined on the client's thread: the set-up lasts until the first frame, or the time is up.
+bool CBaseRTSPChannel::OpenMulticastSession(int& woken)
+{
+    CEvent* const events[] = {&stopEvent_, &frameEvent_, &sessionEndedEvent_};
+    const bool isOpen = setUp_.Try(
+        [&]
+        {
+            if (!StartMulticastSession())
+                return false;
+            woken = CEvent::WaitForAny(events, 3, SignalLossTimeoutMs() / 2);
+            return platform::Reserve::Noted() == platform::Shortage::kNone;
+        });
+    if (!isOpen)
+        EndDelivery(false);
+    if (!setUp_.IsDue())
+        LeaveDevice();
+    return isOpen;
+}
+
+bool CBaseRTSPChannel::StartMulticastSession()
 {
     client_.Stop();
     ports_.receiver.StopEvent().Set();
@@ -193,7 +209,7 @@ bool CBaseRTSPChannel::OpenMulticastSession()
     RTSPClientParams params = SessionParameters();
     FillSessionParameters(params);
     sessionEndedEvent_.Reset();
-    return !IsStopping() && client_.StartMulticast(params, this);
+    return !IsStopping() && setUp_.TakeThreads() && client_.StartMulticast(params, this);
 }
 
 } // namespace korvane

@@ -47,7 +47,8 @@ private:
     bool IsMulticastUsable(const SDPMediaSection& section);
     bool ChooseParser(const RTSPResponse& response);
     RTSPClientParams SessionParameters();
-    bool OpenMulticastSession();
+    bool OpenMulticastSession(int& woken);
+    bool StartMulticastSession();
 };
 
 } // namespace korvane

@@ -28,6 +28,7 @@ public:
 protected:
     void OnStopRequested() override { httpClient_.CloseRequest(); }
     bool ConfigureDevice() override;
+    void LeaveDevice() override { httpClient_.Disconnect(); }
     void ProcessPacket(CRTPPacket& packet) override { codecParser_->OnPacket(packet); }
     bool ApplyChange(std::uint32_t mask) override;
     void FillSessionParameters(RTSPClientParams& params) override;

@@ -82,10 +82,9 @@ std::uint32_t CMJPEGChannelHTTP::Run()
     attempts_ = 0;
     parser_.SetReceiver(this);
     SetChannelState(kChannelConnecting);
-    while (!stopEvent_.Wait(attempts_ < kAttemptsBeforeSlow ? kRetryMs : kSlowRetryMs))
+    while (!setUp_.WaitForStop(stopEvent_, attempts_ < kAttemptsBeforeSlow ? kRetryMs : kSlowRetryMs))
     {
-        ++attempts_;
-        if (Attempt())
+        if (setUp_.IsDue() && Attempt())
             continue; // ended by the stop event
         SetChannelState(kChannelConnecting);
         if (GetLastFrameAgeMs() > driver_->GetDeviceInfo().signalLossTimeoutMs / 2)
@@ -98,18 +97,16 @@ std::uint32_t CMJPEGChannelHTTP::Run()
 
 bool CMJPEGChannelHTTP::Attempt()
 {
-    try
-    {
-        if (device_.isLegacy ? !ConfigureLegacy() : !ConfigureCurrent())
-            return false;
-        attempts_ = 0;
-        SetChannelState(kChannelRunning);
-        return RunStream();
-    }
-    catch (...) // no memory for a frame or a text: as good as a lost connection, and tried again
-    {
-        return false;
-    }
+    ++attempts_;
+    return setUp_.Try(
+        [this]
+        {
+            if (device_.isLegacy ? !ConfigureLegacy() : !ConfigureCurrent())
+                return false;
+            attempts_ = 0;
+            SetChannelState(kChannelRunning);
+            return RunStream();
+        });
 }
 
 void CMJPEGChannelHTTP::OnStopRequested()
@@ -183,7 +180,10 @@ bool CMJPEGChannelHTTP::RunStream()
     if (path.empty())
         return false;
     CurrentClient client(*this);
-    return !IsStopping() && (*client).SendRequest("GET", path) && ReadStream(*client);
+    if (IsStopping() || !(*client).SendRequest("GET", path))
+        return false;
+    setUp_.Succeed();
+    return ReadStream(*client);
 }
 
 bool CMJPEGChannelHTTP::ReadStream(Web::CWinINetHttpClient& client)

@@ -22,6 +22,7 @@ public:
     bool OnMediaFrame(ipcapture::IHostFrame* frame) override;
 
 protected:
+    CSetUp::Needs Prepare() override { return {.descriptors = 3}; } // an HTTP exchange
     std::uint32_t Run() override;
 
     /// Ends the response that is being read, so that a silent device doesn't hold up the stop.

@@ -49,9 +49,13 @@ CHttpClient::CHttpClient(const korvane::DEVICE_INFO& deviceInfo, const char* use
 
 CHttpClient::~CHttpClient()
 {
+    Disconnect();
+}
+
+void CHttpClient::Disconnect()
+{
     CloseRequest();
     connection_.reset();
-    session_.reset();
 }
 
 std::uint32_t CHttpClient::OpenSession()

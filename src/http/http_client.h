@@ -57,6 +57,9 @@ public:
     /// The same, and each later request fails. Any thread.
     void EndRequests();
 
+    /// Lets go of the connection that is kept for the next request, and of the response in hand.
+    void Disconnect();
+
     std::uint32_t StatusCode() const { return statusCode_; }       ///< of the last exchange; 0 when none
     std::uint32_t ContentLength() const { return contentLength_; } ///< 0 when unknown
     const std::string& Host() const { return host_; }

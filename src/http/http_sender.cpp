@@ -35,9 +35,13 @@ CHttpSender::CHttpSender(const korvane::DEVICE_INFO& deviceInfo)
 
 CHttpSender::~CHttpSender()
 {
+    Disconnect();
+}
+
+void CHttpSender::Disconnect()
+{
     exchange_.Close();
     connection_.reset();
-    session_.reset();
 }
 
 bool CHttpSender::Send(const HttpRequest& request)

@@ -97,6 +97,9 @@ public:
     std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer) override;
     std::uint32_t ReadData(std::vector<std::uint8_t>& buffer, std::uint32_t size, bool clearFirst) override;
 
+    /// Lets go of the connection that is kept for the next request, and of the response in hand.
+    void Disconnect();
+
     std::uint32_t StatusCode() const { return statusCode_; }       ///< of the last exchange; 0 when none
     std::uint32_t ContentLength() const { return contentLength_; } ///< 0 when unknown
     korvane::platform::HttpError LastError() const { return lastError_; }

@@ -1,5 +1,7 @@
 #include "transport/rtp_port_pair.h"
 
+#include "platform/reserve.h"
+
 namespace korvane
 {
 
@@ -24,7 +26,10 @@ bool CRTPPortPair::OpenFree(IRTPReceiverUser* user, std::uint32_t quietMs)
             return false;
         if (TryPort(port, quietMs))
             return true;
+        if (platform::Reserve::Noted() != platform::Shortage::kNone)
+            return false; // the next port would fare no better
     }
+    platform::Reserve::Note(platform::Shortage::kPorts);
     return false;
 }
 

@@ -4,11 +4,18 @@
 #include <string>
 
 #include "runtime/event.h"
+#include "runtime/set_up.h"
 #include "transport/rtcp_handler.h"
 #include "transport/rtp_receiver.h"
 
 namespace korvane
 {
+
+/// What a stream by RTSP needs: its connection, over UDP a port pair, and what an HTTP client keeps.
+inline CSetUp::Needs StreamNeeds(bool isOverUdp)
+{
+    return isOverUdp ? CSetUp::Needs{4, 5} : CSetUp::Needs{3, 1};
+}
 
 /// The two sockets of one RTP stream over UDP, opened and closed together: RTP on an even port, RTCP on the
 /// next one. One thread; only the events may be set from others.
@@ -24,7 +31,8 @@ public:
                  CManualEvent& packetEvent);
 
     /// Opens the first pair on which nothing arrives for `quietMs`. `user` gets what arrives from then on.
-    /// False, with both closed, when there is none or the stop event is set.
+    /// False, with both closed, when there is none or the stop event is set, and at once when the process has
+    /// no more descriptors or threads.
     bool OpenFree(IRTPReceiverUser* user, std::uint32_t quietMs);
 
     /// Opens both on a group (dotted text). False, with both closed, for an empty address, port 0, a failure,

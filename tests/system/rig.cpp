@@ -235,6 +235,13 @@ std::chrono::milliseconds TestHost::Stop()
     return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
 }
 
+std::size_t TestHost::CountMessages(const std::string& part) const
+{
+    return static_cast<std::size_t>(
+        std::ranges::count_if(sink_.Messages(), [&part](const auto& message)
+                              { return message.text.find(part) != std::string::npos; }));
+}
+
 std::string TestHost::Close()
 {
     if (driver_ == nullptr)

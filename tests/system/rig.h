@@ -116,6 +116,7 @@ public:
     std::string Close();
 
     bool WaitForMessage(const std::string& part) const { return sink_.WaitForMessage(part); }
+    std::size_t CountMessages(const std::string& part) const;
     host::StreamCounts Counts() const { return client_.Counts(); }
 
 private:

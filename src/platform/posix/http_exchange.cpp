@@ -1,5 +1,6 @@
 #include "platform/posix/http_exchange.h"
 
+#include "platform/reserve.h"
 #include "platform/thread.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ HttpError HttpExchange::Start(const HttpPlan& plan, bool fresh, std::uint32_t mo
         return HttpError::kCancelled;
 
     easy_ = handles_->Take(reusedHandle_);
-    multi_ = easy_ != nullptr ? curl_multi_init() : nullptr;
+    multi_ = easy_ != nullptr ? CurlHandles::NewMulti() : nullptr;
     if (multi_ == nullptr || !Configure(plan) ||
         // libcurl counts an answer to a challenge as a redirect; without a bound it answers for ever a device
         // that takes no nonce and calls each too old.
@@ -214,6 +215,8 @@ void HttpExchange::Finish(CURLcode result)
     if (head_.IsComplete() && result == CURLE_OK)
         hasHead_ = true;
     error_ = ErrorOf(result);
+    if (error_ == HttpError::kOutOfMemory)
+        Reserve::Note(Shortage::kMemory);
     Stop();
 }
 

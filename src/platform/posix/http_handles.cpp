@@ -1,7 +1,12 @@
 #include "platform/posix/http_handles.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <utility>
+
+#include "platform/reserve.h"
 
 namespace korvane::platform
 {
@@ -18,7 +23,22 @@ std::mutex& SignalMutex()
     return mutex;
 }
 
+constexpr std::uint32_t kMultiDescriptors = 2;
 constexpr long kReceiveBufferBytes = 32 * 1024; // one read of the network; a picture takes a few of them
+
+curl_socket_t OpenSocket(void*, curlsocktype, curl_sockaddr* address)
+{
+    return Reserve::OpenDescriptors(
+        1,
+        [address] { return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol); });
+}
+
+int CloseSocket(void*, curl_socket_t handle)
+{
+    const int result = close(handle);
+    Reserve::DescriptorsClosed(1);
+    return result;
+}
 
 } // namespace
 
@@ -59,10 +79,26 @@ void CurlHandles::GiveBack(CURL* easy, bool worthKeeping)
         curl_easy_cleanup(easy);
 }
 
+CURLM* CurlHandles::NewMulti()
+{
+    CURLM* multi = nullptr;
+    Reserve::OpenDescriptors(kMultiDescriptors,
+                             [&multi]
+                             {
+                                 multi = curl_multi_init();
+                                 errno = ENOMEM; // the one reason
+                                 return multi == nullptr ? -1 : 0;
+                             });
+    return multi;
+}
+
 void CurlHandles::EndMulti(CURLM* multi)
 {
-    const std::lock_guard lock(SignalMutex());
-    curl_multi_cleanup(multi);
+    {
+        const std::lock_guard lock(SignalMutex());
+        curl_multi_cleanup(multi);
+    }
+    Reserve::DescriptorsClosed(kMultiDescriptors);
 }
 
 void CurlHandles::Forget()
@@ -86,6 +122,8 @@ CURL* CurlHandles::NewEasy() const
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L); // a redirect is looked at before it is followed
     curl_easy_setopt(easy, CURLOPT_USERAGENT, userAgent_.c_str());
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBufferBytes);
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, CloseSocket);
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // a close never waits for a name look-up
     // libcurl takes 0 for five minutes.
     const std::uint32_t connectMs = timeouts_.connectMs == 0 ? kNoLimitMs : timeouts_.connectMs;

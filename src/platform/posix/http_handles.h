@@ -37,6 +37,8 @@ public:
     /// refused is worth keeping. Mutex held.
     void GiveBack(CURL* easy, bool worthKeeping);
 
+    /// A multi handle; null when out of memory. Mutex held.
+    static CURLM* NewMulti();
     /// Ends a multi handle with nothing in it. Mutex held.
     static void EndMulti(CURLM* multi);
 

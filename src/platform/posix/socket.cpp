@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "platform/posix/futex.h"
+#include "platform/reserve.h"
 #include "platform/thread.h"
 
 namespace korvane::platform
@@ -144,7 +145,7 @@ bool Socket::Open(int type)
 {
     if (IsOpen())
         return false;
-    handle_ = socket(AF_INET, type | SOCK_CLOEXEC, 0);
+    handle_ = Reserve::OpenDescriptors(1, [type] { return socket(AF_INET, type | SOCK_CLOEXEC, 0); });
     blockingTimeoutMs_ = 0;
     likelyEmpty_ = true;
     shutDown_ = false;
@@ -180,14 +181,17 @@ void Socket::Close()
     for (int* const handle : {&handle_, &wakeHandle_})
     {
         if (*handle >= 0)
+        {
             close(*handle);
+            Reserve::DescriptorsClosed(1);
+        }
         *handle = -1;
     }
 }
 
 bool Socket::EnableWake()
 {
-    wakeHandle_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    wakeHandle_ = Reserve::OpenDescriptors(1, [] { return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); });
     return wakeHandle_ >= 0;
 }
 

@@ -11,6 +11,7 @@
 #include "platform/held_locks.h"
 #include "platform/posix/futex.h"
 #include "platform/posix/thread_state.h"
+#include "platform/reserve.h"
 
 namespace korvane::platform
 {
@@ -162,7 +163,9 @@ void* ThreadState::Run(void* statePointer)
     std::uint32_t exitCode = 0;
     try
     {
-        exitCode = state.entry(state.context);
+        state.begin_.Wait(kInfinite);
+        if (state.entry_ != nullptr)
+            exitCode = state.entry_(state.context_);
     }
     catch (...)
     {
@@ -176,29 +179,50 @@ void* ThreadState::Run(void* statePointer)
     return nullptr;
 }
 
+std::shared_ptr<ThreadState> ThreadState::Launch()
+{
+    auto state = std::make_shared<ThreadState>(); // before the thread runs: it may ask for itself
+    auto holder = std::make_unique<std::shared_ptr<ThreadState>>(state);
+    const sigset_t blocked = SignalsToBlock();
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    const bool started = pthread_create(&state->handle, nullptr, &ThreadState::Run, holder.get()) == 0;
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (!started)
+    {
+        Reserve::Note(Shortage::kThreads);
+        return nullptr;
+    }
+    static_cast<void>(holder.release()); // the thread's now
+    return state;
+}
+
+void ThreadState::Begin(Thread::Entry entry, void* context, const char* name)
+{
+    char shortName[kNameBytes] = {};
+    std::strncpy(shortName, name == nullptr ? "" : name, kNameBytes - 1);
+    pthread_setname_np(handle, shortName);
+    entry_ = entry;
+    context_ = context;
+    begin_.Set();
+}
+
+void ThreadState::Dismiss()
+{
+    begin_.Set();
+    pthread_join(handle, nullptr);
+}
+
 bool Thread::Start(Entry entry, void* context, const char* name)
 {
     if (state_ != nullptr || entry == nullptr)
         return false;
-    state_ = std::make_shared<ThreadState>(); // before the thread runs: it may ask for itself
-    state_->entry = entry;
-    state_->context = context;
-    auto holder = std::make_unique<std::shared_ptr<ThreadState>>(state_);
-
-    const sigset_t blocked = SignalsToBlock();
-    sigset_t before;
-    pthread_sigmask(SIG_BLOCK, &blocked, &before);
-    const bool started = pthread_create(&state_->handle, nullptr, &ThreadState::Run, holder.get()) == 0;
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (!started)
-    {
-        state_.reset();
+    state_ = Reserve::TakeThread();
+    if (state_ == nullptr)
+        state_ = ThreadState::Launch();
+    if (state_ == nullptr)
         return false;
-    }
-    static_cast<void>(holder.release()); // the thread's now
-    char shortName[kNameBytes] = {};
-    std::strncpy(shortName, name == nullptr ? "" : name, kNameBytes - 1);
-    pthread_setname_np(state_->handle, shortName);
+    state_->Begin(entry, context, name);
     return true;
 }
 

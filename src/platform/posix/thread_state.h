@@ -31,14 +31,15 @@ public:
     }
     void GiveUp();
 
-    Thread::Entry entry = nullptr;
-    void* context = nullptr;
+    /// A new thread that waits for its work; null if none can be made.
+    static std::shared_ptr<ThreadState> Launch();
+    void Begin(Thread::Entry entry, void* context, const char* name);
+    void Dismiss(); ///< instead of `Begin`: waits until the thread has gone
+
     std::atomic<std::uint32_t> id{0}; ///< 0 until the thread runs
     std::atomic<std::uint32_t> exitCode{0};
     Event ended{true};
     pthread_t handle{};
-
-    static void* Run(void* statePointer);
 
 private:
     enum Phase : std::uint32_t
@@ -50,12 +51,16 @@ private:
         kEnded,   // left the entry by itself
     };
 
+    static void* Run(void* statePointer);
     [[noreturn]] static void SleepForGood();
     static void OnHaltSignal(int signal);
     void HaltBySignal();
 
     std::atomic<std::uint32_t> phase_{kInside};
     std::uint32_t awayDepth_ = 0; // the thread's own
+    Thread::Entry entry_ = nullptr;
+    void* context_ = nullptr;
+    Event begin_{Event::Kind::kManualReset};
 };
 
 } // namespace korvane::platform
