@@ -1,5 +1,7 @@
 #include "system/fault_rig.h"
 
+#include "support/loopback.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>

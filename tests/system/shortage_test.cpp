@@ -161,7 +161,7 @@ void RunOutOfDescriptors(host::Codec codec, host::Transport transport, std::size
             EXPECT_TRUE(hosts[i]->WaitForMessage("next attempt in 10 s")) << i;
     }
     const double used = host::MeasureProcess().processorSeconds - usedBefore;
-    const double seconds = std::chrono::duration<double>(Clock::now() - began).count();
+    const double runningS = std::chrono::duration<double>(Clock::now() - began).count();
 
     const auto running = std::ranges::find_if(hosts, [](auto& each) { return each->WaitForFrames(2, 0ms); });
     (*running)->Stop();
@@ -175,7 +175,7 @@ void RunOutOfDescriptors(host::Codec codec, host::Transport transport, std::size
         lines += each->CountMessages("No file descriptors left");
     }
     std::printf("%zu of %zu deliver (room for %zu), %.1f %% of a processor, %zu lines, woken after %lld ms\n",
-                delivering, count, room, 100 * used / seconds, lines, static_cast<long long>(woken.count()));
+                delivering, count, room, 100 * used / runningS, lines, static_cast<long long>(woken.count()));
     EXPECT_LE(lines, 3 * (count - delivering) + 1);
 }
 

@@ -60,7 +60,7 @@ private:
     std::uint32_t awayDepth_ = 0; // the thread's own
     Thread::Entry entry_ = nullptr;
     void* context_ = nullptr;
-    Event begin_{Event::Kind::kManualReset};
+    Event begin_{true};
 };
 
 } // namespace korvane::platform
