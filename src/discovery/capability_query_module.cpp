@@ -1,5 +1,6 @@
 #include "discovery/capability_query_module.h"
 
+#include "platform/host_process.h"
 #include "runtime/host_call.h"
 #include "runtime/thread_stop.h"
 
@@ -158,6 +159,7 @@ void CCapabilityQueryModule::StopQuery()
     if (thread_.HasHandle() && !isOwnThread &&
         !EndThread(thread_, 2 * device_.networkTimeoutMs, [this] { TerminateQuery(); }))
     {
+        platform::WriteDebugText("korvane::CCapabilityQueryModule::StopQuery: The thread of the query was given up\r\n");
         thread_.GiveUp();
         if (ipcapture::ICapabilitySink* const sink = sink_)
             CallHost([sink] { sink->OnQueryKilled(); });

@@ -1,0 +1,204 @@
+#include "host/hostile/hostile_host.h"
+#include "support/loopback.h"
+#include "system/rig.h"
+
+#include <gtest/gtest.h>
+
+#include <list>
+#include <thread>
+
+namespace larkmoor::test
+{
+namespace
+{
+
+using host::Deed;
+using host::HostSide;
+using host::Operation;
+using host::Party;
+using host::Transport;
+using std::chrono::milliseconds;
+using namespace std::chrono_literals;
+
+constexpr auto kH264 = host::Codec::H264;
+constexpr auto kMjpeg = host::Codec::Mjpeg;
+
+/// A driver of one device with a host that does what its plan says, and what the driver may still call when
+/// it was closed: threads that were given up come back from the host later.
+class StalledHost
+{
+public:
+    StalledHost(const host::Device& device, std::vector<Deed> plan)
+        : objects_(Kept().emplace_back("", std::move(plan))), device_(device)
+    {
+        HostSide& side = objects_.side;
+        for (const Party party : {Party::Driver, Party::Device, Party::Channel, Party::Client, Party::Audio})
+            side.Expect(party);
+        host::FaultList unread;
+        host::HostileDeviceSettings settings(side, device_, unread);
+        EXPECT_TRUE(driver_->Open(&objects_.sink, &objects_.allocator, &settings));
+    }
+    ~StalledHost() { Rig::Library().deleteIPCaptureEx4(driver_); }
+    StalledHost(const StalledHost&) = delete;
+    StalledHost& operator=(const StalledHost&) = delete;
+
+    HostSide& Side() { return objects_.side; }
+
+    bool StartVideo()
+    {
+        host::HostileChannelSettings settings(objects_.side, {320, 240});
+        return driver_->GetVideoCaptureEx()->StartChannel(0, &objects_.client, &settings);
+    }
+    bool StartAudio()
+    {
+        return driver_->GetAudioCapture()->StartChannel(0, 0, &objects_.audio, &objects_.audio);
+    }
+    milliseconds StopVideo()
+    {
+        return Timed([this] { driver_->GetVideoCaptureEx()->StopChannel(0); }, Party::Client);
+    }
+    milliseconds StopAudio()
+    {
+        return Timed([this] { driver_->GetAudioCapture()->StopChannel(0); }, Party::Audio);
+    }
+    milliseconds Close()
+    {
+        return Timed([this] { driver_->Close(); }, Party::Driver);
+    }
+
+private:
+    static std::list<host::HostileHost>& Kept()
+    {
+        static std::list<host::HostileHost> kept;
+        return kept;
+    }
+    template <class Call>
+    milliseconds Timed(Call call, Party ended)
+    {
+        const auto begin = std::chrono::steady_clock::now();
+        call();
+        const auto took = std::chrono::steady_clock::now() - begin;
+        objects_.side.Forbid(ended);
+        return std::chrono::ceil<milliseconds>(took);
+    }
+
+    host::HostileHost& objects_;
+    const host::Device device_;
+    korvane::ipcapture::IIPCaptureDriverEx4* const driver_ = Rig::Library().createIPCaptureEx4();
+};
+
+Deed Stall(Operation operation, unsigned first, milliseconds span)
+{
+    return {operation, first, 1'000'000, span};
+}
+
+TEST(StalledHost, IsLeftInTimeWithItsOwnLocksFree)
+{
+    const struct
+    {
+        const char* name;
+        host::Codec codec;
+        Transport transport;
+        Deed deed;
+        milliseconds most; ///< that the stop may take beyond what a busy machine adds
+    } cases[] = {
+        {"the pool stalls, UDP", kH264, Transport::Udp, Stall(Operation::AllocateVideoFrame, 5, 6s), 4s},
+        {"the pool stalls, interleaved", kH264, Transport::Tcp, Stall(Operation::AllocateVideoFrame, 5, 6s),
+         8s},
+        {"the pool stalls, HTTP", kMjpeg, Transport::Http, Stall(Operation::AllocateVideoFrame, 5, 6s), 8s},
+        {"each picture takes 5 s, UDP", kH264, Transport::Udp, Stall(Operation::DeliverFrame, 5, 5s), 4s},
+        {"each picture takes 5 s, interleaved", kH264, Transport::Tcp, Stall(Operation::DeliverFrame, 5, 5s),
+         7s},
+        {"each picture takes 5 s, HTTP", kMjpeg, Transport::Http, Stall(Operation::DeliverFrame, 5, 5s), 7s},
+        {"each picture takes 1 s, interleaved", kH264, Transport::Tcp, Stall(Operation::DeliverFrame, 5, 1s),
+         3s},
+        {"each picture takes 1 s, HTTP", kMjpeg, Transport::Http, Stall(Operation::DeliverFrame, 5, 1s), 3s},
+    };
+    for (const Transport transport : {Transport::Udp, Transport::Tcp})
+    {
+        Rig::Use(transport);
+        std::vector<std::thread> threads;
+        for (const auto& c : cases)
+        {
+            if ((c.transport == Transport::Tcp) != (transport == Transport::Tcp))
+                continue;
+            threads.emplace_back(
+                [&c]
+                {
+                    SCOPED_TRACE(c.name);
+                    TestCamera camera({});
+                    StalledHost recorder(camera.Device(c.codec, c.transport), {c.deed});
+                    ASSERT_TRUE(recorder.StartVideo());
+                    ASSERT_TRUE(recorder.Side().WaitForStall(kPatience));
+                    EXPECT_LE(recorder.StopVideo(), c.most + (korvane::test::kStopBound - 2s));
+                    recorder.Close();
+                    while (!recorder.Side().IsLeft())
+                        std::this_thread::sleep_for(10ms); // the call that is under way ends by itself
+                    EXPECT_TRUE(recorder.Side().LocksHeld().empty());
+                    EXPECT_TRUE(recorder.Side().Faults().empty()) << recorder.Side().Faults().front();
+                });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+}
+
+TEST(StalledHost, OfAudioIsLeftInTimeWithItsOwnLocksFree)
+{
+    Rig::Use(Transport::Udp);
+    const struct
+    {
+        const char* name;
+        Deed deed;
+        milliseconds most;
+    } cases[] = {
+        {"the client stalls", Stall(Operation::AudioFrame, 1, 6s), 4s},
+        {"the pool stalls", Stall(Operation::AllocateAudioFrame, 1, 6s), 4s},
+        {"the states stall", Stall(Operation::StateChanged, 2, 3s), 14s}, // each of the last states does
+    };
+    std::vector<std::thread> threads;
+    for (const auto& c : cases)
+    {
+        threads.emplace_back(
+            [&c]
+            {
+                SCOPED_TRACE(c.name);
+                camera::CameraOptions options;
+                options.profile = "audio";
+                TestCamera camera(options);
+                host::Device device = camera.Device(kH264, Transport::Udp);
+                device.properties[101] = "Count=1; IsStereo=0";
+                StalledHost recorder(device, {c.deed});
+                ASSERT_TRUE(recorder.StartAudio());
+                ASSERT_TRUE(recorder.Side().WaitForStall(kPatience));
+                EXPECT_LE(recorder.StopAudio(), c.most + (korvane::test::kStopBound - 2s));
+                recorder.Close();
+                while (!recorder.Side().IsLeft())
+                    std::this_thread::sleep_for(10ms);
+                EXPECT_TRUE(recorder.Side().LocksHeld().empty());
+                EXPECT_TRUE(recorder.Side().Faults().empty()) << recorder.Side().Faults().front();
+            });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST(StalledHost, MayThrowWhereverItIsCalled)
+{
+    Rig::Use(Transport::Udp);
+    TestCamera camera({});
+    std::vector<Deed> plan;
+    for (const Operation operation : {Operation::ReleaseFrame, Operation::WriteMessage, Operation::SetFormat,
+                                      Operation::DeliverFrame, Operation::AllocateVideoFrame})
+        plan.push_back({operation, 2, 4, 0ms, true});
+    StalledHost recorder(camera.Device(kH264, Transport::Udp), plan);
+    ASSERT_TRUE(recorder.StartVideo());
+    while (recorder.Side().Calls(Operation::DeliverFrame) < 10)
+        std::this_thread::sleep_for(10ms); // goes on to deliver, or the test runs out of time
+    recorder.StopVideo();
+    recorder.Close();
+    EXPECT_TRUE(recorder.Side().LocksHeld().empty());
+}
+
+} // namespace
+} // namespace larkmoor::test
