@@ -56,8 +56,9 @@ public:
     virtual bool StartChannel(std::uint32_t audioChannel, std::uint32_t videoChannel,
                               IHostAudioClient* client, IHostCodecList* codecList) = 0;
 
-    /// From its return on the channel's client is called no more. Within 2 s after the last call into the host
-    /// has returned; from inside a call on the client it does not wait. False if the channel did not run.
+    /// From its return on the channel's client is called no more. Within 2 s after the last call into the
+    /// host has returned; from inside a call on the client it does not wait. False if the channel did not
+    /// run.
     virtual bool StopChannel(std::uint32_t audioChannel) = 0;
     virtual std::uint32_t
     GetChannelState(std::uint32_t audioChannel) = 0; ///< as `StateChanged`; 0 if unknown

@@ -47,7 +47,7 @@ static_assert(sizeof(PTZCapabilityRecord) == 56, "the host reads this layout");
 /// zero-ended.
 ///
 /// Moves and stops are queued and sent one by one; 1 says that a command waits, not that the device took it.
-/// Eight may wait: the ninth drops the oldest, and `Close` drops them all but the one in hand. A device that
+/// Eight may wait: the ninth drops the oldest, and `Close` drops the moves and sends the stops. A device that
 /// refuses or does not answer loses that command, and nobody is told. Preset operations reach the device on
 /// the calling thread, at most behind the command in hand.
 ///

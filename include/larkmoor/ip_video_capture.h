@@ -23,9 +23,9 @@ public:
     virtual bool StartChannel(std::uint32_t channel, IHostChannelClient* channelClient,
                               IHostChannelSettings* channelSettings) = 0;
 
-    /// From its return on the channel's client is called no more. Within 2 s, and within 24 s when a call into
-    /// the host does not return: its thread is then given up. From inside a call on the client it does not
-    /// wait. False if nothing was started in this place.
+    /// From its return on the channel's client is called no more. Within 2 s, and within 24 s when a call
+    /// into the host does not return: its thread is then given up. From inside a call on the client it does
+    /// not wait. False if nothing was started in this place.
     virtual bool StopChannel(std::uint32_t channel) = 0;
 
     /// Hands a new picture size and frame interval (milliseconds) to a channel, which takes them over by

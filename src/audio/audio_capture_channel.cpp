@@ -150,6 +150,8 @@ bool CAudioCaptureChannel::Request(const std::string& uri, std::string& response
         if (available == 0 || sender_.ReadData(body, std::min(available, kReadBytes), false) == 0)
             break;
     }
+    if (sender_.LastError() == platform::HttpError::kTimeout)
+        return false; // what has come is not whole
     response.assign(body.begin(), body.end());
     return true;
 }

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace korvane
 {
@@ -31,8 +32,9 @@ public:
         for (const auto& entry : channels)
         {
             if (entry.second.channel != nullptr)
-                entry.second.channel->Stop();
+                End(entry.second.channel);
         }
+        EndLeaving();
     }
     TAudioChannelTable(const TAudioChannelTable&) = delete;
     TAudioChannelTable& operator=(const TAudioChannelTable&) = delete;
@@ -49,6 +51,7 @@ public:
     template <class Make>
     bool Start(std::uint32_t number, Make&& make)
     {
+        EndLeaving();
         {
             const CLockGuard guard(lock_);
             if (channels_.contains(number))
@@ -61,7 +64,7 @@ public:
         if (made != nullptr && Guarded(false, [&] { return made->Start(); }) && Occupy(number, made))
             return true;
         if (made != nullptr)
-            Guarded(false, [&] { return made->Stop(); });
+            End(made);
         Occupy(number, nullptr);
         return false;
     }
@@ -74,7 +77,10 @@ public:
             if (auto node = channels_.extract(number))
                 channel = std::move(node.mapped().channel);
         }
-        return channel != nullptr && Guarded(true, [&] { return channel->Stop(); });
+        if (channel == nullptr)
+            return false;
+        End(channel);
+        return true;
     }
 
     /// What `ask` gives for the channel with that number; `none` if there is no such channel.
@@ -98,6 +104,31 @@ private:
     };
     using Channels = std::map<std::uint32_t, Place>;
 
+    // What was stopped from inside one of its own calls has a thread that still uses the driver.
+    void End(const std::shared_ptr<Channel>& channel)
+    {
+        const auto stopAndKeep = [&]
+        {
+            if (channel->Stop())
+                return true;
+            const CLockGuard guard(lock_);
+            leaving_.push_back(channel);
+            return true;
+        };
+        Guarded(false, stopAndKeep);
+    }
+
+    void EndLeaving()
+    {
+        std::vector<std::shared_ptr<Channel>> leaving;
+        {
+            const CLockGuard guard(lock_);
+            leaving.swap(leaving_);
+        }
+        for (const auto& channel : leaving)
+            End(channel);
+    }
+
     bool Reserve(std::uint32_t number) { return channels_.try_emplace(number).second; }
 
     // Puts the channel into the place that this thread holds, or gives that back for null. False if it was
@@ -115,7 +146,8 @@ private:
         return true;
     }
 
-    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the map
+    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the next two
+    std::vector<std::shared_ptr<Channel>> leaving_;    // stopped from inside, and to be stopped once more
     Channels channels_;
     const std::uint32_t maximum_;
 };

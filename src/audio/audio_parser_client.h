@@ -13,6 +13,9 @@ public:
 
     /// One frame, valid during the call only. False makes the parser begin afresh with the next packet.
     virtual bool AudioFrame(ipcapture::IHostFrame* frame) = 0;
+
+    /// Whether frames are wanted: at a stop none is made of what has been read already.
+    virtual bool WantsFrames() { return true; }
 };
 
 } // namespace korvane

@@ -76,7 +76,7 @@ bool CBaseAudioRTSPChannel::Stop()
         gate_.Shut();
         untilThreadEnds_ = weak_from_this().lock();
         stopEvent_.Set();
-        return true;
+        return false;
     }
     const COneAtATime::Turn turn(life_);
     JoinThread(2 * NetworkTimeoutMs());
@@ -84,12 +84,21 @@ bool CBaseAudioRTSPChannel::Stop()
     ports_.Close();
     setUp_.Close();
     socketLibrary_.Stop();
+    untilThreadEnds_.reset(); // the caller has a hold of its own
     return true;
 }
 
 void CBaseAudioRTSPChannel::Run()
 {
-    CBaseRTPDataChannel::Run();
+    try
+    {
+        CBaseRTPDataChannel::Run();
+    }
+    catch (...) // nothing throws but for want of memory: the sound ends, and a stop finds that
+    {
+        StopStream();
+        OnStopped();
+    }
     const std::shared_ptr<IAudioInputChannel> last = std::move(untilThreadEnds_);
 }
 
@@ -219,7 +228,7 @@ void CBaseAudioRTSPChannel::RunMulticast()
     std::uint32_t waitMs = OpenMulticastSession();
     while (!setUp_.WaitForStop(stopEvent_, waitMs))
     {
-        if (lastFrame_.GetElapsedMs() <= NetworkTimeoutMs() && !byeEvent_.Wait(0))
+        if (!isShort_ && lastFrame_.GetElapsedMs() <= NetworkTimeoutMs() && !byeEvent_.Wait(0))
         {
             OnIdle();
             continue;

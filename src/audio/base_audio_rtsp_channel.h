@@ -56,6 +56,7 @@ public:
     void OnRTCPBye() override { CBaseRTPDataChannel::OnRTCPBye(); }
 
     bool AudioFrame(ipcapture::IHostFrame* frame) override;
+    bool WantsFrames() override { return !IsStopping(); }
 
 protected:
     bool StartStream() override;

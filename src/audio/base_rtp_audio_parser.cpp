@@ -202,7 +202,7 @@ bool CBaseRTPAudioParser::HasRoom()
 
 void CBaseRTPAudioParser::ProcessAudioFrame(const std::vector<std::uint8_t>& buffer, std::uint32_t size)
 {
-    if (driver_->GetFrameAllocator() == nullptr || buffer.empty())
+    if (driver_->GetFrameAllocator() == nullptr || buffer.empty() || !client_->WantsFrames())
         return;
     const std::size_t count = size == 0 ? buffer.size() : std::min<std::size_t>(buffer.size(), size);
     const CHostFrame frame(CHostFrame::Kind::kAudio, *driver_, driver_->GetDriverName(), format_.codecCode,

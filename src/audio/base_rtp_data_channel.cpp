@@ -79,7 +79,7 @@ void CBaseRTPDataChannel::RunUnicast()
     OpenSession();
     while (!setUp_.WaitForStop(stopEvent_, kLookMs))
     {
-        if (lastFrame_.GetElapsedMs() < NetworkTimeoutMs())
+        if (!isShort_ && lastFrame_.GetElapsedMs() < NetworkTimeoutMs())
         {
             OnIdle();
             continue;
@@ -113,7 +113,8 @@ bool CBaseRTPDataChannel::TrySession(const std::function<bool()>& start)
             StopStream();
             return false;
         });
-    if (!setUp_.IsDue())
+    isShort_ = !setUp_.IsDue();
+    if (isShort_)
         LeaveDevice();
     return isOpen;
 }

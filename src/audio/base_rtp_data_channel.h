@@ -76,6 +76,7 @@ protected:
     CManualEvent packetEvent_;          ///< a packet of the device has come
     CManualEvent byeEvent_;             ///< the device has said BYE
     CSetUp setUp_;
+    bool isShort_ = false; ///< the last session failed for want of what the process has not
     CRTPPortPair ports_;
     CTime lastFrame_;
     TransportSettings transportSettings_;

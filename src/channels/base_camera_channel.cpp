@@ -38,7 +38,7 @@ bool CBaseCameraChannel::Start(const ChannelSettings& settings)
     return false;
 }
 
-void CBaseCameraChannel::Stop()
+bool CBaseCameraChannel::Stop()
 {
     if (gate_.IsInside())
         return StopFromInside();
@@ -59,22 +59,25 @@ void CBaseCameraChannel::Stop()
     SetChannelState(kChannelStopped);
     SetCameraState(false);
     socketLibrary_.Stop();
+    untilThreadEnds_.reset(); // the caller has a hold of its own
+    return true;
 }
 
 // The caller is a thread of this channel, or one that it waits for.
-void CBaseCameraChannel::StopFromInside()
+bool CBaseCameraChannel::StopFromInside()
 {
     gate_.Shut();
     untilThreadEnds_ = weak_from_this().lock();
     SetChannelState(kChannelStopped);
     stopEvent_.Set();
+    return false;
 }
 
 void CBaseCameraChannel::GiveUpThread()
 {
-    driver_->DebugMessage(kLevelDebugTrace, "%s: The thread of %s was given up",
-                          "korvane::CBaseCameraChannel::Stop", DeviceText().c_str());
-    thread_.GiveUp();
+    if (thread_.GiveUp())
+        driver_->DebugMessage(kLevelDebugTrace, "%s: The thread of %s was given up",
+                              "korvane::CBaseCameraChannel::Stop", DeviceText().c_str());
 }
 
 std::uint32_t CBaseCameraChannel::Entry(void* context)
@@ -91,6 +94,7 @@ std::uint32_t CBaseCameraChannel::Entry(void* context)
     catch (...) // nothing of a channel throws but for want of memory
     {
         channel->SetChannelState(kChannelStopped);
+        channel->EndDelivery(false);
     }
     const std::shared_ptr<ICameraChannel> last = std::move(channel->untilThreadEnds_);
     return exitCode;

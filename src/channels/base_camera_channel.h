@@ -41,7 +41,7 @@ public:
     CBaseCameraChannel& operator=(const CBaseCameraChannel&) = delete;
 
     bool Start(const ChannelSettings& settings) override;
-    void Stop() override;
+    bool Stop() override;
     bool ChangeSettings(const ChannelChange& change) override;
     std::uint32_t GetChannelState() const override;
     void SetChannelState(std::uint32_t state) override;
@@ -90,7 +90,7 @@ protected:
     CSetUp setUp_;
 
 private:
-    void StopFromInside();
+    bool StopFromInside();
     void GiveUpThread();
     static std::uint32_t Entry(void* context);
     std::string DeviceText() const;

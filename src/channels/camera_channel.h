@@ -26,7 +26,8 @@ public:
     /// twice the network time-out with the thread given up; threads that deliver are then given 2 s. From
     /// inside a call on the client it does not wait: the channel then lives until its thread has ended, if a
     /// `shared_ptr` owns it.
-    virtual void Stop() = 0;
+    /// False then: it is to be stopped once more, from elsewhere, before what it uses goes.
+    virtual bool Stop() = 0;
 
     /// Leaves a change for the channel's thread to pick up. Always true.
     virtual bool ChangeSettings(const ChannelChange& change) = 0;

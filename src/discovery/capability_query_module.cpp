@@ -159,8 +159,9 @@ void CCapabilityQueryModule::StopQuery()
     if (thread_.HasHandle() && !isOwnThread &&
         !EndThread(thread_, 2 * device_.networkTimeoutMs, [this] { TerminateQuery(); }))
     {
-        platform::WriteDebugText("korvane::CCapabilityQueryModule::StopQuery: The thread of the query was given up\r\n");
-        thread_.GiveUp();
+        if (thread_.GiveUp())
+            platform::WriteDebugText(
+                "korvane::CCapabilityQueryModule::StopQuery: The thread of the query was given up\r\n");
         if (ipcapture::ICapabilitySink* const sink = sink_)
             CallHost([sink] { sink->OnQueryKilled(); });
     }

@@ -50,7 +50,7 @@ public:
     std::uint32_t ReadWhole(std::vector<std::uint8_t>& buffer) const;
 
 private:
-    mutable korvane::CRecursiveLock lock_;
+    mutable korvane::CRecursiveLock lock_{korvane::platform::LockPlace::kClient};
     std::shared_ptr<korvane::platform::HttpRequest> request_;
     bool hasEnded_ = false;
 };

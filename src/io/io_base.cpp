@@ -34,6 +34,8 @@ std::string CIOBase::ThreadName(const char* kind) const
 
 bool CIOBase::StartIO()
 {
+    if (gate_.IsInside())
+        return false; // the threads that would be started have not ended
     return Guarded(false,
                    [this]
                    {

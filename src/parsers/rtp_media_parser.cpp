@@ -41,8 +41,18 @@ void CRTPMediaParser::OnPacket(CRTPPacket& packet)
 
 bool CRTPMediaParser::CheckSequence(const CRTPPacket& packet)
 {
+    // A packet of the stream before may still be queued: the times start anew at the other source too.
     if (timesStartAnew_ && timesStartAnew_.exchange(false))
+    {
         converter_.Reset();
+        awaitsSource_ = true;
+        lastSource_ = packet.SSRC();
+    }
+    else if (awaitsSource_ && packet.SSRC() != lastSource_)
+    {
+        converter_.Reset();
+        awaitsSource_ = false;
+    }
     const auto expected = static_cast<std::uint16_t>(lastSequence_ + 1);
     const bool follows = firstPacket_ || packet.SequenceNumber() == expected;
     firstPacket_ = false;

@@ -101,6 +101,8 @@ private:
     std::uint16_t lastSequence_ = 0;
     bool firstPacket_ = true;
     std::atomic<bool> timesStartAnew_{false};
+    bool awaitsSource_ = false; // since the times started anew, all packets are of the source below
+    std::uint32_t lastSource_ = 0;
 };
 
 } // namespace korvane

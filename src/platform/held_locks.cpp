@@ -13,7 +13,7 @@ namespace korvane::platform::HeldLocks
 namespace
 {
 
-constexpr std::size_t kPlaces = static_cast<std::size_t>(LockPlace::kObject) + 1;
+constexpr std::size_t kPlaces = static_cast<std::size_t>(LockPlace::kClient) + 1;
 
 struct Books
 {
@@ -42,6 +42,11 @@ void Require(bool holds, const char* rule)
 
 } // namespace
 
+std::uint32_t Count()
+{
+    return books.From(LockPlace::kDriver);
+}
+
 void Take(LockPlace place)
 {
     Require(books.From(place) == 0, "a lock is taken under one of the same or a higher place");
@@ -55,23 +60,18 @@ void Release(LockPlace place)
 
 void CheckWait()
 {
-    Require(books.waitsForLock || books.From(LockPlace::kDriver) == 0, "a wait begins under a lock");
+    Require(books.waitsForLock || Count() == 0, "a wait begins under a lock");
 }
 
 void CheckHostCall()
 {
-    Require(books.From(LockPlace::kPresetList) == 0, "the host is called under a lock");
+    Require(Count() == 0, "the host is called under a lock");
     Require(books.mayCallHost, "the host is called on a socket's thread");
 }
 
 void ForbidHostCalls()
 {
     books.mayCallHost = false;
-}
-
-std::uint32_t Count()
-{
-    return books.From(LockPlace::kPresetList);
 }
 
 WaitForLock::WaitForLock()

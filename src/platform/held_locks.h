@@ -5,16 +5,15 @@
 namespace korvane::platform
 {
 
-/// Where a lock is in the one order in which a thread may take several. A thread that holds a lock takes only
-/// locks of a higher place. Those up to `kHead` may be held across the holder's own request to a device; all
-/// others are held for a few lines, never across a wait, and none is held in a call into the host.
+/// Where a lock is in the one order in which a thread may take several: under a lock it takes only those of a
+/// later place. Each is held for a few lines, never across a wait or a call into the host. What lasts longer,
+/// such as a stop or a request to a device, has a `COneAtATime` in place of a lock.
 enum class LockPlace : std::uint8_t
 {
-    kPresetList, ///< the presets of a head, across a request for them
-    kHead,       ///< what is sent to a head, one request at a time
-    kDriver,     ///< a driver's pointer to its video capture object
-    kTable,      ///< the channels by number
-    kObject,     ///< one object's own state: all others
+    kDriver, ///< a driver's pointer to its video capture object
+    kTable,  ///< the channels by number
+    kObject, ///< one object's own state: all others
+    kClient, ///< the request in hand of an HTTP client
 };
 
 /// The books on the locks that the calling thread holds. Debug builds keep them, and end the process with a

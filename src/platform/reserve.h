@@ -42,6 +42,7 @@ public:
     {
     public:
         explicit Use(Reserve& reserve);
+        Use(); ///< it works for none: what it opens is nobody's, as in the host's own calls
         ~Use();
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;

@@ -55,7 +55,8 @@ public:
 
     /// See above. Returns within `kGiveUpMs` and a little; the handle stays, and counts as ended. Not to be
     /// called by the thread itself.
-    void GiveUp();
+    /// False if the thread had ended by itself.
+    bool GiveUp();
 
     /// Lets go of the handle; a thread that still runs is left running on its own.
     void Close();
@@ -73,8 +74,10 @@ class ThreadMark
 public:
     ThreadMark() = default; ///< no thread
     static ThreadMark Current();
-    bool IsGivenUp() const; ///< never, of a thread that no `Thread` started
-    bool operator==(const ThreadMark&) const = default;
+    /// Never of a thread that no `Thread` started, nor of a mark that was made in an away scope: there the
+    /// host calls, and goes on with its call also when the thread was given up.
+    bool IsGivenUp() const;
+    bool operator==(const ThreadMark& other) const { return id_ == other.id_; }
 
 private:
     std::uint32_t id_ = 0;

@@ -44,13 +44,16 @@ public:
 private:
     bool Start(std::uint32_t channel, ipcapture::IHostChannelClient* channelClient,
                ipcapture::IHostChannelSettings& channelSettings);
+    void End(const std::shared_ptr<ICameraChannel>& channel);
+    void EndLeaving();
     std::shared_ptr<ICameraChannel> Find(std::uint32_t channel);
 
     /// Puts `next` (or nothing) into a place and gives what stood there.
     std::shared_ptr<ICameraChannel> Replace(std::uint32_t channel, std::shared_ptr<ICameraChannel> next);
 
     ICustomCreator* const creator_;
-    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the table; no other lock is taken under it
+    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the next two; no other lock is taken under it
+    std::vector<std::shared_ptr<ICameraChannel>> leaving_; // stopped from inside, and to be stopped once more
 
     /// Shared, so that whoever asks a channel for something holds it until it has its answer.
     std::vector<std::shared_ptr<ICameraChannel>> channels_;

@@ -59,6 +59,7 @@ void CBasePTZComm::Close()
 
 void CBasePTZComm::OnStopRequested()
 {
+    const CLockGuard guard(deadlineLock_); // the stops that get a new deadline begin after this
     if (closing_ && IsLate())
         EndRequest();
 }
@@ -79,6 +80,7 @@ bool CBasePTZComm::MayExecute(const CWorkItem& item)
         return true;
     if (!OutlivesStop(item))
         return false;
+    const CLockGuard guard(deadlineLock_);
     if (!std::exchange(stopsBegun_, true))
         deadlineMs_ = Clock::Milliseconds() + kStopMs;
     return true;

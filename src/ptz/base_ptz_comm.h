@@ -2,6 +2,7 @@
 
 #include "ptz/preposition_comm.h"
 #include "runtime/driver.h"
+#include "runtime/recursive_lock.h"
 #include "runtime/work_item_thread_ex.h"
 
 #include <larkmoor/ip_ptz.h>
@@ -120,6 +121,7 @@ private:
 
     bool opened_ = false;
     std::atomic<bool> closing_{false};
+    CRecursiveLock deadlineLock_; // held while a request is ended, so that none with a later deadline is
     std::atomic<std::uint32_t> deadlineMs_{0}; // of the requests during a close, on the clock of milliseconds
     bool stopsBegun_ = false;                  // the worker's: of the stops that outlive a close
 };

@@ -46,13 +46,13 @@ bool CBaseThread::StopThread(std::uint32_t timeoutMs)
         return false;
     if (!EndsWithin(timeoutMs))
     {
-        if (debug_ != nullptr)
+        const std::uint32_t id = thread_.Id();
+        if (thread_.GiveUp() && debug_ != nullptr) // first: the line may take the host's log its time
             debug_->DebugMessage(kLevelWarning,
                                  "%s: Thread (id=%u, name=\"%s\") for device %s was not stopped during %lu "
                                  "milliseconds and will be terminated!",
-                                 "korvane::CBaseThread::StopThread", thread_.Id(), name_.c_str(),
+                                 "korvane::CBaseThread::StopThread", id, name_.c_str(),
                                  debug_->GetDeviceName().c_str(), static_cast<unsigned long>(timeoutMs));
-        thread_.GiveUp();
     }
     thread_.Close();
     return true;

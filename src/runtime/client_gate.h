@@ -3,6 +3,7 @@
 #include "runtime/host_call.h"
 
 #include <atomic>
+#include <cstdint>
 #include <utility>
 
 namespace korvane
@@ -18,24 +19,27 @@ public:
 
     /// Whether the calling thread is in a call through this gate: the host stops a channel from inside one of
     /// the channel's own calls.
-    bool IsInside() const { return current == this; }
+    bool IsInside() const { return current == serial_; }
 
 protected:
     /// In a call, to the end of the scope.
     class Inside
     {
     public:
-        explicit Inside(const CClientGateBase* gate) : before_(std::exchange(current, gate)) {}
+        explicit Inside(const CClientGateBase& gate) : before_(std::exchange(current, gate.serial_)) {}
         ~Inside() { current = before_; }
         Inside(const Inside&) = delete;
         Inside& operator=(const Inside&) = delete;
 
     private:
-        const CClientGateBase* const before_;
+        const std::uint64_t before_;
     };
 
 private:
-    static inline thread_local const CClientGateBase* current = nullptr;
+    static inline std::atomic<std::uint64_t> lastSerial{0};
+    static inline thread_local std::uint64_t current = 0; // of a gate: a later one may lie where it lay
+
+    const std::uint64_t serial_ = ++lastSerial;
 };
 
 /// A channel's way to the host's client of it, from the threads that deliver and those that tell states. No
@@ -56,7 +60,7 @@ public:
         Client* const client = client_;
         if (client == nullptr)
             return failure;
-        const Inside inside(this);
+        const Inside inside(*this);
         return CallHost(failure, [&call, client] { return std::forward<Call>(call)(*client); });
     }
 

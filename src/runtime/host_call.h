@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/held_locks.h"
+#include "platform/reserve.h"
 #include "platform/thread.h"
 
 #include <optional>
@@ -24,6 +25,7 @@ Result CallHost(Result failure, Call&& call) noexcept
     platform::HeldLocks::CheckHostCall();
     try
     {
+        const platform::Reserve::Use none; // before the scope, from which a thread may not come back
         const platform::AwayScope away;
         return std::forward<Call>(call)();
     }

@@ -26,20 +26,18 @@ bool COneAtATime::TryEnter()
             return false;
         depth_ = 0;
     }
-    inside_ = self;
-    ++depth_;
+    if (depth_++ == 0)
+        inside_ = self;
     return true;
 }
 
 void COneAtATime::Leave()
 {
-    {
-        const CLockGuard guard(lock_);
-        if (--depth_ != 0)
-            return;
-        inside_ = {};
-    }
-    left_.Set(); // not touched after that by the one who waits, but by the next who leaves
+    const CLockGuard guard(lock_);
+    if (inside_ != platform::ThreadMark::Current() || --depth_ != 0)
+        return;
+    inside_ = {};
+    left_.Set();
 }
 
 } // namespace korvane

@@ -1,6 +1,7 @@
 #include "runtime/set_up.h"
 
 #include "platform/clock.h"
+#include "runtime/forever.h"
 #include "runtime/recursive_lock.h"
 #include "runtime/text.h"
 
@@ -27,8 +28,8 @@ struct Queue
 
 Queue& TheQueue()
 {
-    static Queue& queue = *new Queue; // for threads that run until the process ends
-    return queue;
+    static TForever<Queue> queue;
+    return queue.value;
 }
 
 const char* NameOf(Shortage shortage)
@@ -74,7 +75,7 @@ void CSetUp::Begin()
     Leave();
     dueEvent_.Reset();
     delayMs_ = 0;
-    isOpen_ = false;
+    wasOpen_ = std::exchange(isOpen_, false);
     isTrying_ = true;
     reserve_.Begin();
 }
@@ -86,9 +87,13 @@ void CSetUp::End(bool isDone)
     isTrying_ = false;
     isOpen_ = isDone;
     reserve_.GiveBack(!isDone);
+    const bool isShort = !isDone && reserve_.Missing() != Shortage::kNone;
+    const bool wasWoken = isWoken_.exchange(false);
     if (isDone)
         lastDelayMs_ = 0;
-    if (isDone || reserve_.Missing() == Shortage::kNone)
+    else if (wasOpen_ || (wasWoken && !isShort))
+        PassOn(); // what it held, or did not need, serves another
+    if (!isShort)
         return;
     lastDelayMs_ = std::clamp(2 * lastDelayMs_, kFirstDelayMs, kLongestDelayMs);
     delayMs_ = lastDelayMs_;
@@ -127,12 +132,20 @@ void CSetUp::Close()
     Leave();
     isTrying_ = false;
     reserve_.GiveBack(true);
+    if (std::exchange(isOpen_, false) || isWoken_.exchange(false))
+        PassOn();
+}
+
+// What has become free makes the set-up due that has waited longest.
+void CSetUp::PassOn()
+{
     const CLockGuard guard(TheQueue().lock);
     std::list<CSetUp*>& waiting = TheQueue().waiting;
-    if (!std::exchange(isOpen_, false) || waiting.empty())
+    if (waiting.empty())
         return;
     CSetUp& next = *waiting.front();
     next.place_.splice(next.place_.end(), waiting, waiting.begin());
+    next.isWoken_ = true;
     next.dueEvent_.Set();
 }
 

@@ -6,6 +6,7 @@
 #include "runtime/guarded.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <list>
 #include <utility>
@@ -65,6 +66,7 @@ public:
         const platform::Reserve::Use use(reserve_);
         Begin();
         isPrepared_ = false;
+        preparedEvent_.Reset();
         if (Guarded(false, std::forward<Start>(start)))
             preparedEvent_.Wait(kWaitForever);
         else
@@ -125,12 +127,15 @@ private:
     void End(bool isDone);
     void TellShortage() const;
     void Leave();
+    void PassOn();
 
     IDebugMessage* const debug_;
     platform::Reserve reserve_;
     Needs needs_;
     bool isTrying_ = false;
-    bool isOpen_ = false; // the last set-up has succeeded
+    bool isOpen_ = false;              // the last set-up has succeeded
+    bool wasOpen_ = false;             // and the one before it
+    std::atomic<bool> isWoken_{false}; // by a stream that ended
     bool isPrepared_ = false;
     CEvent preparedEvent_{false};
     CEvent dueEvent_{false};

@@ -1,6 +1,7 @@
 #include "runtime/xml_parser.h"
 
 #include "platform/host_process.h"
+#include "runtime/forever.h"
 #include "runtime/one_at_a_time.h"
 
 #include <atomic>
@@ -43,16 +44,32 @@ struct Readers
     Document document;                // null when it can't be read
 };
 
+/// By path, for as long as somebody reads it.
+struct OpenFiles
+{
+    CRecursiveLock lock;
+    std::map<std::string, std::weak_ptr<Readers>> byPath;
+};
+
+OpenFiles& TheOpenFiles()
+{
+    static TForever<OpenFiles> files;
+    return files.value;
+}
+
+void ForgetUnread(OpenFiles& files)
+{
+    std::erase_if(files.byPath, [](const auto& file) { return file.second.expired(); });
+}
+
 std::shared_ptr<Readers> ReadersOf(const std::string& path)
 {
-    static CRecursiveLock& lock =
-        *new CRecursiveLock; // as long as the process, whose end threads may outlive
-    static auto& files = *new std::map<std::string, std::weak_ptr<Readers>>;
-    const CLockGuard guard(lock);
-    std::erase_if(files, [](const auto& file) { return file.second.expired(); });
-    std::shared_ptr<Readers> readers = files[path].lock();
+    OpenFiles& files = TheOpenFiles();
+    const CLockGuard guard(files.lock);
+    ForgetUnread(files);
+    std::shared_ptr<Readers> readers = files.byPath[path].lock();
     if (readers == nullptr)
-        files[path] = readers = std::make_shared<Readers>();
+        files.byPath[path] = readers = std::make_shared<Readers>();
     return readers;
 }
 
@@ -71,16 +88,23 @@ Document Read(const std::string& path)
 // start at once. Whoever comes while it is read waits, and then one of them reads it anew for all of them.
 Document ReadShared(const std::string& path)
 {
-    const std::shared_ptr<Readers> readers = ReadersOf(path);
-    const std::uint64_t arrival = ++readers->arrivals;
-    const COneAtATime::Turn turn(readers->turn);
-    if (readers->arrivalsAtRead < arrival)
+    std::shared_ptr<Readers> readers = ReadersOf(path);
+    Document document;
     {
-        readers->arrivalsAtRead = readers->arrivals;
-        readers->document = nullptr;
-        readers->document = Read(path);
+        const std::uint64_t arrival = ++readers->arrivals;
+        const COneAtATime::Turn turn(readers->turn);
+        if (readers->arrivalsAtRead < arrival)
+        {
+            readers->arrivalsAtRead = readers->arrivals;
+            readers->document = nullptr;
+            readers->document = Read(path);
+        }
+        document = readers->document;
     }
-    return readers->document;
+    readers.reset();
+    const CLockGuard guard(TheOpenFiles().lock);
+    ForgetUnread(TheOpenFiles());
+    return document;
 }
 
 } // namespace

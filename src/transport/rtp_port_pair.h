@@ -11,10 +11,11 @@
 namespace korvane
 {
 
-/// What a stream by RTSP needs: its connection, over UDP a port pair, and what an HTTP client keeps.
+/// What a stream by RTSP needs: its connection, over UDP a port pair with four threads and the process's
+/// watch, and what an HTTP client keeps.
 inline CSetUp::Needs StreamNeeds(bool isOverUdp)
 {
-    return isOverUdp ? CSetUp::Needs{4, 5} : CSetUp::Needs{3, 1};
+    return isOverUdp ? CSetUp::Needs{4, 6} : CSetUp::Needs{3, 1};
 }
 
 /// The two sockets of one RTP stream over UDP, opened and closed together: RTP on an even port, RTCP on the

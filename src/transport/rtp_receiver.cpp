@@ -196,6 +196,7 @@ void CRTPReceiver::Run()
     CReadTurn& turn = client_->Turn();
     CEvent* const events[] = {&stopEvent_, &dataEvent_, &turn.GivenBack()};
     lossesSeen_ = 0;
+    untoldLosses_ = 0;
     bool canRead = true;
     while (!IsStopping())
     {

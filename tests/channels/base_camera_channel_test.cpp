@@ -35,10 +35,11 @@ public:
     std::binary_semaphore runs{0};
     int stopsRequested = 0;
 
-    void Stop() override
+    bool Stop() override
     {
-        CBaseCameraChannel::Stop();
+        const bool hasEnded = CBaseCameraChannel::Stop();
         client_->EndCalls();
+        return hasEnded;
     }
 
 protected:

@@ -36,11 +36,12 @@ public:
             onStart();
         return starts_;
     }
-    void Stop() override
+    bool Stop() override
     {
         events_.push_back(name_ + " stopped");
         if (onStop)
             onStop();
+        return true;
     }
     bool ChangeSettings(const ChannelChange& change) override
     {

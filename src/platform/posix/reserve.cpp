@@ -35,6 +35,8 @@ Shortage ShortageOf(int error)
 
 Reserve::Use::Use(Reserve& reserve) : before_(std::exchange(current, &reserve)) {}
 
+Reserve::Use::Use() : before_(std::exchange(current, nullptr)) {}
+
 Reserve::Use::~Use()
 {
     current = before_;

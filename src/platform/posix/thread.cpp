@@ -129,26 +129,30 @@ void ThreadState::HaltBySignal()
     }
 }
 
-void ThreadState::GiveUp()
+bool ThreadState::GiveUp()
 {
     std::uint32_t phase = phase_.load(std::memory_order_acquire);
     for (;;)
     {
         if (phase >= kGivenUp)
-            return;
+            return phase != kEnded;
         // A thread that is away halts at the end of its scope: for the driver it has halted now.
         const std::uint32_t next = phase == kAway ? kHalted : kGivenUp;
         if (phase_.compare_exchange_weak(phase, next, std::memory_order_acq_rel))
             break;
     }
     if (phase == kAway)
-        return;
+        return true;
     const posix::Deadline deadline(Thread::kGiveUpMs);
     while (phase_.load(std::memory_order_acquire) == kGivenUp)
     {
         if (!posix::FutexWait(phase_, kGivenUp, deadline))
-            return HaltBySignal();
+        {
+            HaltBySignal();
+            break;
+        }
     }
+    return true;
 }
 
 void* ThreadState::Run(void* statePointer)
@@ -248,12 +252,12 @@ std::uint32_t Thread::ExitCode() const
     return state_ == nullptr ? 0 : state_->exitCode.load(std::memory_order_relaxed);
 }
 
-void Thread::GiveUp()
+bool Thread::GiveUp()
 {
     if (state_ == nullptr || ThreadState::Current() == state_.get())
-        return;
+        return false;
     KeepLibraryMapped();
-    state_->GiveUp();
+    return state_->GiveUp();
 }
 
 void Thread::Close()
@@ -285,7 +289,8 @@ ThreadMark ThreadMark::Current()
 {
     ThreadMark mark;
     mark.id_ = Thread::CurrentId();
-    if (ThreadState* const state = ThreadState::Current())
+    if (ThreadState* const state =
+            ThreadState::CurrentUnlessAway()) // a call from inside the host's is its own
         mark.state_ = state->shared_from_this();
     return mark;
 }

@@ -29,7 +29,7 @@ public:
         const std::uint32_t phase = phase_.load(std::memory_order_acquire);
         return phase == kGivenUp || phase == kHalted;
     }
-    void GiveUp();
+    bool GiveUp();
 
     /// A new thread that waits for its work; null if none can be made.
     static std::shared_ptr<ThreadState> Launch();
