@@ -7,6 +7,7 @@
 #include "runtime/guarded.h"
 
 #include <new>
+#include <utility>
 
 using namespace korvane::ipcapture; // the names in this file are the host's
 
@@ -125,7 +126,6 @@ std::uint32_t TerminateCapabilityQuery()
 
 std::uint32_t UninitCapabilityQuery()
 {
-    Delete(processModule);
-    processModule = nullptr;
+    Delete(std::exchange(processModule, nullptr)); // the sink may call this once more
     return 1;
 }
