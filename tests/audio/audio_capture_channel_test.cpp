@@ -98,6 +98,7 @@ public:
         : CAudioCaptureChannel(driver, 7, 0, host, host), host_(host)
     {
     }
+    ~HostedChannel() override { HostedChannel::Stop(); } // before its own part goes
     bool Start() override
     {
         host_->ExpectCalls();

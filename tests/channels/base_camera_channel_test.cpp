@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -145,8 +146,8 @@ TEST_F(CameraChannel, MayBeStoppedFromInsideACallOnItsClient)
 {
     test::FakeAllocator allocator;
     ipcapture::IHostFrame* const frame = allocator.AllocateVideoFrame(ipcapture::kFormatJpeg, 4, "Larkmoor");
-    bool isTakenAfterwards = true;
-    bool isOnlyOwner = false;
+    std::atomic<bool> isTakenAfterwards{true};
+    std::atomic<bool> isOnlyOwner{false};
     CManualEvent hasLetGo;
     std::shared_ptr<TestChannel> stopped = std::make_shared<TestChannel>(0, &driver, &client);
     const std::weak_ptr<TestChannel> watch = stopped;
