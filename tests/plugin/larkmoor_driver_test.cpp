@@ -90,23 +90,6 @@ private:
     CLarkmoorDriver& driver_;
 };
 
-TEST_F(Driver, MayBeClosedFromInsideACallOfItsInputs)
-{
-    const test::HttpTestServer device([](test::TestHttpPeer& peer, const test::TestHttpRequest&)
-                                      { return peer.Send(test::HttpTestServer::Response(200, "di0=1")); });
-    settings.port = device.Port();
-    settings.inputCount = settings.outputCount = 1;
-    ClosingClient client(driver);
-    for (int round = 0; round < 20; ++round)
-    {
-        ASSERT_TRUE(Open());
-        EXPECT_TRUE(driver.GetIO()->SetClient(&client));
-        EXPECT_TRUE(driver.GetIO()->StartIO());
-        EXPECT_TRUE(client.closed.Wait(test::kPatienceMs));
-        client.closed.Reset();
-    }
-}
-
 TEST_F(Driver, RefusesADeviceWithoutVideoStandard)
 {
     for (const char* text : {"", "(none)", "NTSC", "1.0"})

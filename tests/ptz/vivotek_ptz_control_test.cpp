@@ -50,16 +50,16 @@ protected:
         const std::size_t query = request.target.find("getparam.cgi?");
         const auto found = query == std::string::npos ? parameters_.end()
                                                       : parameters_.find(request.target.substr(query + 13));
-        if (const auto hold = Hold(); hold.valid() && request.target.find(held_) != std::string::npos)
+        if (const auto hold = HoldOf(request.target); hold.valid())
             hold.wait();
         return peer.Send(HttpTestServer::Response(
             status_, found == parameters_.end() ? "" : std::string_view(found->second)));
     }
 
-    std::shared_future<void> Hold()
+    std::shared_future<void> HoldOf(const std::string& target)
     {
         const std::lock_guard guard(lock_);
-        return hold_;
+        return target.find(held_) == std::string::npos ? std::shared_future<void>() : hold_;
     }
 
     /// From now on requests that hold `part` are answered when `gate` is set.

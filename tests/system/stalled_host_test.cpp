@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <list>
+#include <mutex>
 #include <thread>
 
 namespace larkmoor::test
@@ -29,7 +30,7 @@ class StalledHost
 {
 public:
     StalledHost(const host::Device& device, std::vector<Deed> plan)
-        : objects_(Kept().emplace_back("", std::move(plan))), device_(device)
+        : objects_(Keep(std::move(plan))), device_(device)
     {
         HostSide& side = objects_.side;
         for (const Party party : {Party::Driver, Party::Device, Party::Channel, Party::Client, Party::Audio})
@@ -67,10 +68,12 @@ public:
     }
 
 private:
-    static std::list<host::HostileHost>& Kept()
+    static host::HostileHost& Keep(std::vector<Deed> plan)
     {
+        static std::mutex lock;
         static std::list<host::HostileHost> kept;
-        return kept;
+        const std::lock_guard guard(lock);
+        return kept.emplace_back("", std::move(plan));
     }
     template <class Call>
     milliseconds Timed(Call call, Party ended)
