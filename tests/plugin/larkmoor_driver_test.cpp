@@ -71,25 +71,6 @@ TEST_F(Driver, MayBeDeletedWhileItWorks)
     EXPECT_TRUE(sink.WaitForMessage("Unable to switch state of digital output #0"));
 }
 
-/// Closes its driver as soon as it hears of anything.
-class ClosingClient final : public ipcapture::IHostIOClient
-{
-public:
-    explicit ClosingClient(CLarkmoorDriver& driver) : driver_(driver) {}
-    void InputChanged(std::uint32_t, std::uint32_t) override { Close(); }
-    void ConnectionLost() override { Close(); }
-    CManualEvent closed;
-
-private:
-    void Close()
-    {
-        driver_.Close();
-        closed.Set();
-    }
-
-    CLarkmoorDriver& driver_;
-};
-
 TEST_F(Driver, RefusesADeviceWithoutVideoStandard)
 {
     for (const char* text : {"", "(none)", "NTSC", "1.0"})
