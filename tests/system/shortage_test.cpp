@@ -33,6 +33,15 @@ constexpr bool kAddressSpaceIsOurs = false; // a sanitizer takes terabytes of it
 constexpr bool kAddressSpaceIsOurs = true;
 #endif
 
+/// Skips a test that uses up all descriptors where the undefined-behaviour sanitizer is in: its check of an
+/// object's type needs a descriptor to look at memory that it has not seen yet, and without one it calls
+/// every object foreign.
+#ifdef __SANITIZE_ADDRESS__ // that preset holds both
+#define SKIP_UNLESS_DESCRIPTORS_ARE_OURS() GTEST_SKIP() << "the sanitizer needs descriptors of its own"
+#else
+#define SKIP_UNLESS_DESCRIPTORS_ARE_OURS() static_cast<void>(0)
+#endif
+
 /// A camera in a process of its own, which no limit of this one touches.
 class CameraProcess
 {
@@ -181,18 +190,19 @@ void RunOutOfDescriptors(host::Codec codec, host::Transport transport, std::size
 
 TEST(Shortage, DescriptorsGoToWholeStreams)
 {
+    SKIP_UNLESS_DESCRIPTORS_ARE_OURS();
     RunOutOfDescriptors(host::Codec::H264, host::Transport::Udp, 128, 4);
 }
 
 TEST(Shortage, DescriptorsGoToWholeConnections)
 {
-    if (!kAddressSpaceIsOurs)
-        GTEST_SKIP() << "takes minutes under a sanitizer; the streams over UDP are the same set-ups";
+    SKIP_UNLESS_DESCRIPTORS_ARE_OURS();
     RunOutOfDescriptors(host::Codec::H264, host::Transport::Tcp, 120, 3);
 }
 
 TEST(Shortage, DescriptorsGoToWholeResponses)
 {
+    SKIP_UNLESS_DESCRIPTORS_ARE_OURS();
     RunOutOfDescriptors(host::Codec::Mjpeg, host::Transport::Http, 120, 3);
 }
 
