@@ -51,7 +51,7 @@ bool CReadTurn::Look()
     const bool wasDelivering = std::exchange(wasDelivering_, isDelivering);
     if (isDelivering && wasDelivering && !hasMoved && state_.compare_exchange_strong(state, kTaken))
         taken_.Set();
-    return isDelivering || hasMoved;
+    return isDelivering;
 }
 
 } // namespace korvane

@@ -55,7 +55,7 @@ public:
 
     // The watch.
 
-    /// One look at the user. True if packets go to the user at present: another look is wanted soon.
+    /// One look at the user. True if the user has packets: another look is wanted.
     bool Look();
     bool IsDelivering() const { return state_.load() == kDelivering; }
 

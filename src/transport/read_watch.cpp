@@ -53,10 +53,9 @@ void CReadWatch::Run()
     platform::HeldLocks::ForbidHostCalls();
     while (!IsStopping())
     {
-        if (LookAtAll())
-            stopEvent_.Wait(kLookMs);
-        else
+        if (!LookAtAll())
             Sleep();
+        stopEvent_.Wait(kLookMs); // also after a sleep: a healthy user is done before the first look
     }
 }
 
