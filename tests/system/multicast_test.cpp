@@ -1,3 +1,4 @@
+#include "support/loopback.h"
 #include "support/multicast_network.h"
 #include "system/rig.h"
 
@@ -32,7 +33,7 @@ void RecordGroup(const GroupRow& row)
     TestHost early(device), late(device);
     ASSERT_TRUE(early.Start() && late.Start());
     EXPECT_TRUE(early.WaitForFrames(10) && late.WaitForFrames(10));
-    EXPECT_LT(early.Stop(), kPatience);
+    EXPECT_LT(early.Stop(), korvane::test::kStopBound);
     EXPECT_TRUE(late.WaitForFrames(late.FrameCount() + 10)) << "the group stays for the other one";
     EXPECT_TRUE(late.Change({176, 144}, 100));
     camera.Play(row.fault);
@@ -40,7 +41,7 @@ void RecordGroup(const GroupRow& row)
     camera.End(row.fault);
     EXPECT_TRUE(late.WaitForState(0));
     EXPECT_TRUE(late.WaitForFrames(late.FrameCount() + 10));
-    late.Stop();
+    EXPECT_LT(late.Stop(), korvane::test::kStopBound);
     for (TestHost* recorder : {&early, &late})
     {
         EXPECT_EQ(Compare(recorder->Frames(), camera).foreign, 0u);

@@ -22,6 +22,7 @@ using std::chrono::milliseconds;
 using namespace std::chrono_literals;
 
 constexpr auto kH264 = host::Codec::H264;
+constexpr auto kMpeg4 = host::Codec::Mpeg4;
 constexpr auto kMjpeg = host::Codec::Mjpeg;
 
 /// A driver of one device with a host that does what its plan says, and what the driver may still call when
@@ -116,6 +117,10 @@ TEST(StalledHost, IsLeftInTimeWithItsOwnLocksFree)
         {"each picture takes 1 s, interleaved", kH264, Transport::Tcp, Stall(Operation::DeliverFrame, 5, 1s),
          3s},
         {"each picture takes 1 s, HTTP", kMjpeg, Transport::Http, Stall(Operation::DeliverFrame, 5, 1s), 3s},
+        {"the disk is gone, UDP", kMpeg4, Transport::Udp, Stall(Operation::DeliverFrame, 5, 25s), 4s},
+        {"the disk is gone, interleaved", kMpeg4, Transport::Tcp, Stall(Operation::DeliverFrame, 5, 25s),
+         22s},
+        {"the disk is gone, HTTP", kMjpeg, Transport::Http, Stall(Operation::DeliverFrame, 5, 25s), 22s},
     };
     for (const Transport transport : {Transport::Udp, Transport::Tcp})
     {
@@ -146,6 +151,20 @@ TEST(StalledHost, IsLeftInTimeWithItsOwnLocksFree)
     }
 }
 
+camera::CameraOptions WithAudio()
+{
+    camera::CameraOptions options;
+    options.profile = "audio";
+    return options;
+}
+
+host::Device AudioDevice(const TestCamera& camera)
+{
+    host::Device device = camera.Device(kH264, Transport::Udp);
+    device.properties[101] = "Count=1; IsStereo=0";
+    return device;
+}
+
 TEST(StalledHost, OfAudioIsLeftInTimeWithItsOwnLocksFree)
 {
     Rig::Use(Transport::Udp);
@@ -166,12 +185,8 @@ TEST(StalledHost, OfAudioIsLeftInTimeWithItsOwnLocksFree)
             [&c]
             {
                 SCOPED_TRACE(c.name);
-                camera::CameraOptions options;
-                options.profile = "audio";
-                TestCamera camera(options);
-                host::Device device = camera.Device(kH264, Transport::Udp);
-                device.properties[101] = "Count=1; IsStereo=0";
-                StalledHost recorder(device, {c.deed});
+                TestCamera camera(WithAudio());
+                StalledHost recorder(AudioDevice(camera), {c.deed});
                 ASSERT_TRUE(recorder.StartAudio());
                 ASSERT_TRUE(recorder.Side().WaitForStall(kPatience));
                 EXPECT_LE(recorder.StopAudio(), c.most + (korvane::test::kStopBound - 2s));
@@ -189,15 +204,22 @@ TEST(StalledHost, OfAudioIsLeftInTimeWithItsOwnLocksFree)
 TEST(StalledHost, MayThrowWhereverItIsCalled)
 {
     Rig::Use(Transport::Udp);
-    TestCamera camera({});
+    TestCamera camera(WithAudio());
     std::vector<Deed> plan;
-    for (const Operation operation : {Operation::ReleaseFrame, Operation::WriteMessage, Operation::SetFormat,
-                                      Operation::DeliverFrame, Operation::AllocateVideoFrame})
+    for (const Operation operation :
+         {Operation::ReleaseFrame, Operation::WriteMessage, Operation::SetFormat, Operation::DeliverFrame,
+          Operation::AllocateVideoFrame, Operation::ReleaseAudioFrame, Operation::AudioFrame,
+          Operation::AllocateAudioFrame, Operation::StateChanged})
         plan.push_back({operation, 2, 4, 0ms, true});
-    StalledHost recorder(camera.Device(kH264, Transport::Udp), plan);
+    StalledHost recorder(AudioDevice(camera), plan);
     ASSERT_TRUE(recorder.StartVideo());
-    while (recorder.Side().Calls(Operation::DeliverFrame) < 10)
-        std::this_thread::sleep_for(10ms); // goes on to deliver, or the test runs out of time
+    ASSERT_TRUE(recorder.StartAudio());
+    for (const Operation operation : {Operation::DeliverFrame, Operation::AudioFrame})
+    {
+        while (recorder.Side().Calls(operation) < 7)
+            std::this_thread::sleep_for(10ms); // goes on to deliver, or the test runs out of time
+    }
+    recorder.StopAudio();
     recorder.StopVideo();
     recorder.Close();
     EXPECT_TRUE(recorder.Side().LocksHeld().empty());

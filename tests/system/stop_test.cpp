@@ -21,6 +21,7 @@ using korvane::test::TestHttpRequest;
 using std::chrono::milliseconds;
 
 constexpr auto kMjpeg = host::Codec::Mjpeg;
+constexpr auto kMpeg4 = host::Codec::Mpeg4;
 constexpr auto kH264 = host::Codec::H264;
 
 constexpr const char* kKeptAlive = "h264, OPTIONS unanswered";
@@ -164,6 +165,8 @@ TEST(StopChannel, KeepsItsBoundInEveryState)
         {"h264, running", [&] { return StopAgainstCamera(kH264, "", framesCome); }},
         {"h264, silent camera", [&] { return StopAgainstCamera(kH264, "", fallsSilent); }},
         {"h264, lost camera", [&] { return StopAgainstCamera(kH264, "", streamIsLost("half-open")); }},
+        {"mpeg4, running", [&] { return StopAgainstCamera(kMpeg4, "", framesCome); }},
+        {"mpeg4, lost camera", [&] { return StopAgainstCamera(kMpeg4, "", streamIsLost("half-open")); }},
         {"h264, nobody there", [] { return StopAgainstNobody(kH264); }},
         {"h264, no answer", [] { return StopAgainstWebServer(kH264, SaysNothing); }},
         {"h264, endless head", [] { return StopAgainstWebServer(kH264, NeverEndsItsHead); }},
