@@ -1,11 +1,8 @@
 #pragma once
 
-#include "http/stored_request.h"
-#include "platform/http_service.h"
-#include "runtime/device_info.h"
+#include "http/client_body.h"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,17 +20,14 @@ public:
     static constexpr const char* kUserAgent = "Korvane::HttpClient";
 
     /// Bits of `flags` in `SendRequest`.
-    static constexpr std::uint32_t kRawQuery = 1; ///< the query goes out as it stands, unescaped
+    static constexpr std::uint32_t kRawQuery = 1; ///< the query goes out as it is, unescaped
     static constexpr std::uint32_t kNoRedirects = 2;
     static constexpr std::uint32_t kIgnoreCertificate = 4; ///< errors of the certificate on TLS
     static constexpr std::uint32_t kNoResponse = 8;        ///< don't wait for the response
 
-    /// Reads address, port, user, password and the network time-out of `deviceInfo`. Connects with the first
-    /// request. Without the system's HTTP service every request fails.
+    /// See `CClientBody`. Without the system's HTTP service every request fails.
     explicit CHttpClient(const korvane::DEVICE_INFO& deviceInfo, const char* userAgent = kUserAgent);
-    virtual ~CHttpClient();
-    CHttpClient(const CHttpClient&) = delete;
-    CHttpClient& operator=(const CHttpClient&) = delete;
+    virtual ~CHttpClient() = default;
 
     /// Without further headers and body, ignoring errors of a certificate.
     bool SendRequest(const std::string& method, const std::string& uri);
@@ -45,25 +39,25 @@ public:
                      const std::vector<std::string>& headers, const std::vector<std::uint8_t>& body,
                      std::uint32_t totalLength, std::uint32_t flags);
 
-    /// Of the response in hand: see `CStoredRequest`.
-    std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer) { return request_.ReadWhole(buffer); }
-    std::uint32_t ReadData(std::uint8_t* buffer, std::uint32_t size) { return request_.Read(buffer, size); }
-    std::uint32_t QueryDataAvailable() { return request_.Available(); }
+    /// Reads the whole body, up to 256 MiB, and gives its size; 0 if it is not whole after 90 s.
+    std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer) { return body_.ReadWhole(buffer); }
+    std::uint32_t ReadData(std::uint8_t* buffer, std::uint32_t size) { return body_.Read(buffer, size); }
+    std::uint32_t QueryDataAvailable() { return body_.Available(); }
 
     /// Ends the request that is waiting for its response, which then fails, and the response that is being
     /// read. The next request works as usual. Any thread.
-    void CloseRequest();
+    void CloseRequest() { body_.Close(); }
 
     /// The same, and each later request fails. Any thread.
-    void EndRequests();
+    void EndRequests() { body_.End(); }
 
     /// Lets go of the connection that is kept for the next request, and of the response in hand.
-    void Disconnect();
+    void Disconnect() { body_.Disconnect(); }
 
-    std::uint32_t StatusCode() const { return statusCode_; }       ///< of the last exchange; 0 when none
-    std::uint32_t ContentLength() const { return contentLength_; } ///< 0 when unknown
-    const std::string& Host() const { return host_; }
-    std::uint16_t Port() const { return port_; }
+    std::uint32_t StatusCode() const { return body_.StatusCode(); } ///< of the last exchange; 0 when none
+    std::uint32_t ContentLength() const { return body_.ContentLength(); } ///< 0 when unknown
+    const std::string& Host() const { return body_.Device().host; }
+    std::uint16_t Port() const { return body_.Device().port; }
 
 private:
     enum class Transport : std::uint32_t
@@ -72,29 +66,14 @@ private:
         kPlain = 1,
         kTls = 2,
     };
-    struct Exchange; // the arguments of SendRequest
 
-    std::uint32_t OpenSession(); // 0, or the error of the system
-    bool SendAuthenticated(const Exchange& exchange);
-    bool SendOnce(const Exchange& exchange);
+    bool SendBy(Transport transport, korvane::platform::HttpPlan plan, bool isAwaited);
     bool ChooseScheme();
 
-    const std::uint32_t timeoutMs_;
-    CStoredRequest inFlight_; // the one that waits for its response
-    CStoredRequest request_;  // the last one that got through
-    std::unique_ptr<korvane::platform::HttpSession> session_;
-    std::unique_ptr<korvane::platform::HttpConnection> connection_;
+    CClientBody body_;
     Transport transport_ = Transport::kUnknown;
     korvane::platform::HttpScheme scheme_ = korvane::platform::HttpScheme::kBasic;
     korvane::platform::HttpAuthTarget target_ = korvane::platform::HttpAuthTarget::kServer;
-    bool uploadPending_ = false; // the last send announced more than it carried
-    const std::string userAgent_;
-    const std::string user_;
-    const std::string password_;
-    const std::string host_;
-    const std::uint16_t port_;
-    std::uint32_t statusCode_ = 0;
-    std::uint32_t contentLength_ = 0;
 };
 
 } // namespace Web

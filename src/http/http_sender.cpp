@@ -3,118 +3,73 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/clock.h"
-
 namespace Web
 {
+
+using namespace korvane::platform;
 
 namespace
 {
 
-using korvane::platform::Clock;
-using korvane::platform::HttpAuthTarget;
-using korvane::platform::HttpError;
-using korvane::platform::HttpOfferedSchemes;
-using korvane::platform::HttpRequestOptions;
-using korvane::platform::HttpScheme;
-using Exchange = korvane::platform::HttpRequest;
-
 constexpr std::uint16_t kTlsPort = 443;
-constexpr std::uint32_t kBlockBytes = 8192;
 constexpr std::uint32_t kUnknownLengthLimit = 0x100000;
-constexpr std::uint32_t kMaxBytes = 0x10000000; // whatever length a device announces
+constexpr std::uint32_t kZeroBlockBytes = 8192; // what is asked for at once
 
 } // namespace
 
 CHttpSender::CHttpSender(const korvane::DEVICE_INFO& deviceInfo)
-    : CBaseHttpSender(deviceInfo), secure_(deviceInfo.port == kTlsPort)
+    : CBaseHttpSender(deviceInfo),
+      body_(deviceInfo, HttpService::kWinHttp, kUserAgent, deviceInfo.networkTimeoutMs),
+      secure_(deviceInfo.port == kTlsPort)
 {
-    const std::uint32_t timeoutMs = deviceInfo.networkTimeoutMs;
-    session_ = korvane::platform::OpenHttpSession(kUserAgent, {timeoutMs, timeoutMs, timeoutMs, timeoutMs});
-}
-
-CHttpSender::~CHttpSender()
-{
-    Disconnect();
-}
-
-void CHttpSender::Disconnect()
-{
-    exchange_.Close();
-    connection_.reset();
 }
 
 bool CHttpSender::Send(const HttpRequest& request)
 {
-    aborted_ = false;
+    body_.Reopen(); // an abort from here on keeps also the second attempt from running
     return SendEither(request);
 }
 
-bool CHttpSender::SendEither(HttpRequest request)
+bool CHttpSender::SendEither(const HttpRequest& request)
 {
-    request.secure = secure_ ? 1 : 0;
-    Outcome outcome = Attempt(request);
-    if (outcome == Outcome::kOtherTransport)
+    bool secure = secure_;
+    HttpError error = Attempt(request, secure);
+    // A device that is silent here is silent there: waiting for it twice would only double the time.
+    if (error != HttpError::kNone && error != HttpError::kTimeout && error != HttpError::kInvalidResponse)
     {
-        request.secure = secure_ ? 0 : 1;
-        outcome = Attempt(request);
+        secure = !secure;
+        error = Attempt(request, secure);
     }
-    if (outcome != Outcome::kSuccess && outcome != Outcome::kOtherScheme)
+    if (error != HttpError::kNone)
         return false;
-    secure_ = request.secure != 0;
-    if (outcome == Outcome::kSuccess)
+    secure_ = secure;
+    if (StatusCode() != 401 || learntScheme_ != HttpScheme::kNone)
         return true;
-    return SendEither(std::move(request)); // once: a learnt scheme is never learnt anew
+
+    const HttpScheme used = SchemeFor(request.authKind);
+    learntScheme_ = body_.Offered().first;
+    body_.Close();
+    if (learntScheme_ == HttpScheme::kNone || learntScheme_ == used)
+        return true;
+    return SendEither(request); // once: a learnt scheme is never learnt anew
 }
 
-CHttpSender::Outcome CHttpSender::Attempt(const HttpRequest& request)
+HttpError CHttpSender::Attempt(const HttpRequest& request, bool secure)
 {
-    exchange_.Close();
-    statusCode_ = contentLength_ = 0;
-    lastError_ = HttpError::kNone;
-    if (!connection_ && session_)
-        connection_ = session_->Connect(deviceInfo_.address, deviceInfo_.port);
-    if (!connection_)
-        return Fail(HttpError::kCannotConnect, Outcome::kFailure);
-    const std::shared_ptr<Exchange> exchange = OpenRequest(request);
-    if (!exchange)
-        return Fail(HttpError::kInvalidUrl, Outcome::kFailure);
-
-    exchange_.Store(exchange);
-    if (aborted_) // before; from now on an abort finds the exchange to close
-        return Fail(HttpError::kCancelled, Outcome::kFailure);
-    const HttpError error = exchange->Send(request.body, request.totalLength);
-    if (error != HttpError::kNone)
-    {
-        return Fail(error, error == HttpError::kTimeout ? Outcome::kFailure : Outcome::kOtherTransport);
-    }
-    if (request.body.size() < request.totalLength || (request.flags & HttpRequest::kNoResponse) != 0)
-        return Outcome::kSuccess;
-    return Receive(*exchange, SchemeFor(request.authKind));
-}
-
-CHttpSender::Outcome CHttpSender::Receive(Exchange& exchange, HttpScheme used)
-{
-    const HttpError error = exchange.ReceiveResponse();
-    if (error != HttpError::kNone)
-    {
-        // A device that is silent here is silent there: waiting for it twice would only double the time.
-        const bool isFinal = error == HttpError::kInvalidResponse || error == HttpError::kTimeout;
-        return Fail(error, isFinal ? Outcome::kFailure : Outcome::kOtherTransport);
-    }
-    responseMs_ = Clock::Milliseconds();
-    statusCode_ = exchange.StatusCode();
-    if (statusCode_ != 204)
-        contentLength_ = exchange.ContentLength();
-    if (statusCode_ != 401 || learntScheme_ != HttpScheme::kNone)
-        return Outcome::kSuccess;
-
-    HttpOfferedSchemes offered;
-    if (exchange.OfferedSchemes(offered))
-        learntScheme_ = offered.first;
-    exchange_.Close();
-    const bool hasLearnt = learntScheme_ != HttpScheme::kNone && learntScheme_ != used;
-    return hasLearnt ? Outcome::kOtherScheme : Outcome::kSuccess;
+    HttpPlan plan;
+    plan.method = request.method;
+    plan.target = request.uri;
+    plan.secure = secure;
+    plan.ignoreCertificateErrors = (request.flags & HttpRequest::kIgnoreCertificate) != 0;
+    plan.rawQuery = (request.flags & HttpRequest::kRawQuery) != 0;
+    plan.followRedirects = (request.flags & HttpRequest::kNoRedirects) == 0;
+    plan.scheme = SchemeFor(request.authKind);
+    plan.headers = request.headers;
+    plan.body = request.body;
+    plan.announcedBytes = request.totalLength;
+    body_.Close();
+    return body_.Send(std::move(plan), request.body.size() >= request.totalLength &&
+                                           (request.flags & HttpRequest::kNoResponse) == 0);
 }
 
 HttpScheme CHttpSender::SchemeFor(AuthKind kind) const
@@ -137,76 +92,19 @@ HttpScheme CHttpSender::SchemeFor(AuthKind kind) const
     return HttpScheme::kNone;
 }
 
-std::shared_ptr<Exchange> CHttpSender::OpenRequest(const HttpRequest& request)
+std::uint32_t CHttpSender::ContentLength() const
 {
-    HttpRequestOptions options;
-    options.secure = request.secure != 0;
-    options.ignoreCertificateErrors = (request.flags & HttpRequest::kIgnoreCertificate) != 0;
-    options.rawQuery = (request.flags & HttpRequest::kRawQuery) != 0;
-    options.followRedirects = (request.flags & HttpRequest::kNoRedirects) == 0;
-    options.bypassCaches = true;
-    std::shared_ptr<Exchange> exchange = connection_->OpenRequest(request.method, request.uri, options);
-    const HttpScheme scheme = SchemeFor(request.authKind);
-    const bool hasCredentials = !deviceInfo_.user.empty() && scheme != HttpScheme::kNone;
-    if (!exchange || (hasCredentials && !exchange->SetCredentials(HttpAuthTarget::kServer, scheme,
-                                                                  deviceInfo_.user, deviceInfo_.password)))
-    {
-        return nullptr;
-    }
-    const bool areSet = std::ranges::all_of(request.headers, [&](const std::string& header)
-                                            { return exchange->SetHeader(header); });
-    return areSet ? exchange : nullptr;
-}
-
-CHttpSender::Outcome CHttpSender::Fail(HttpError error, Outcome outcome)
-{
-    lastError_ = error;
-    exchange_.Close();
-    return outcome;
-}
-
-void CHttpSender::Abort()
-{
-    aborted_ = true;
-    exchange_.Close();
-}
-
-std::uint32_t CHttpSender::QueryDataAvailable()
-{
-    std::uint32_t count = 0;
-    const std::shared_ptr<Exchange> exchange = exchange_.Get();
-    if (!exchange)
-        lastError_ = HttpError::kIncorrectState;
-    else if (Clock::Milliseconds() - responseMs_ > kMostWholeMs)
-        lastError_ = HttpError::kTimeout;
-    else
-        lastError_ = exchange->BytesAvailable(count);
-    return count;
+    return StatusCode() == 204 ? 0 : body_.ContentLength();
 }
 
 std::uint32_t CHttpSender::ReadResponse(std::vector<std::uint8_t>& buffer)
 {
-    const std::uint32_t limit =
-        contentLength_ != 0 ? std::min(contentLength_, kMaxBytes) : kUnknownLengthLimit;
-    const std::uint32_t startMs = Clock::Milliseconds();
-    std::uint32_t count = 0;
-    buffer.clear();
-    while (buffer.size() < limit)
-    {
-        if (Clock::Milliseconds() - startMs > kMostWholeMs)
-        {
-            lastError_ = HttpError::kTimeout;
-            buffer.clear();
-            break;
-        }
-        const auto asked =
-            static_cast<std::uint32_t>(std::min<std::size_t>(kBlockBytes, limit - buffer.size()));
-        count = ReadData(buffer, asked, false);
-        if (count == 0 && lastError_ == HttpError::kTimeout)
-            buffer.resize(buffer.size() + asked); // the block that was waited for, as far as it came
-        if (count == 0)
-            break;
-    }
+    const std::uint32_t length = ContentLength();
+    const std::uint32_t limit = length != 0 ? std::min(length, CClientBody::kMostBytes) : kUnknownLengthLimit;
+    std::size_t size = body_.ReadWhole(buffer, limit);
+    if (LastError() == HttpError::kTimeout && !body_.IsLate())
+        size += kZeroBlockBytes; // the block that was waited for, as far as it came
+    buffer.resize(std::min<std::size_t>(size, limit));
     return static_cast<std::uint32_t>(buffer.size());
 }
 
@@ -214,20 +112,12 @@ std::uint32_t CHttpSender::ReadData(std::vector<std::uint8_t>& buffer, std::uint
 {
     if (clearFirst)
         buffer.clear();
-    const std::shared_ptr<Exchange> exchange = exchange_.Get();
-    if (!exchange || size == 0)
-    {
-        lastError_ = HttpError::kIncorrectState;
-        return 0;
-    }
     const std::size_t before = buffer.size();
-    std::uint32_t count = 0;
-    lastError_ = exchange->BytesAvailable(count);
-    buffer.resize(before + std::min(count, size));
-    if (count != 0)
-        lastError_ = exchange->Read(buffer.data() + before, std::min(count, size), count);
-    buffer.resize(before + std::min(count, size));
-    return static_cast<std::uint32_t>(buffer.size() - before);
+    const std::uint32_t room = size != 0 ? std::min(size, body_.Available()) : 0;
+    buffer.resize(before + room);
+    const std::uint32_t count = room != 0 ? body_.Read(buffer.data() + before, room) : 0;
+    buffer.resize(before + count);
+    return count;
 }
 
 } // namespace Web

@@ -1,12 +1,8 @@
 #pragma once
 
-#include "http/stored_request.h"
-#include "platform/http_service.h"
-#include "runtime/device_info.h"
+#include "http/client_body.h"
 
-#include <atomic>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,7 +23,7 @@ enum class AuthKind : std::uint32_t
 /// A request for `CHttpSender::Send`.
 struct HttpRequest
 {
-    static constexpr std::uint32_t kRawQuery = 1;          ///< the query goes out as it stands, unescaped
+    static constexpr std::uint32_t kRawQuery = 1;          ///< the query goes out as it is, unescaped
     static constexpr std::uint32_t kIgnoreCertificate = 2; ///< errors of the certificate on TLS
     static constexpr std::uint32_t kNoRedirects = 4;
     static constexpr std::uint32_t kNoResponse = 8; ///< don't wait for the response
@@ -64,7 +60,7 @@ public:
     virtual void Abort() = 0;
 
     /// Waits for bytes of the body, and gives how many are there; 0 at its end, on failure, without a
-    /// request, and 90 s after the response began: see `kMostWholeMs`.
+    /// request, and 90 s after the response began.
     virtual std::uint32_t QueryDataAvailable() = 0;
 
     /// Reads the body, up to its announced length, or 1 MiB when there is none, and gives its size. When the
@@ -89,48 +85,29 @@ public:
 
     /// Without the system's HTTP service every request fails. Begins with TLS when the device's port is 443.
     explicit CHttpSender(const korvane::DEVICE_INFO& deviceInfo);
-    ~CHttpSender() override;
 
     bool Send(const HttpRequest& request) override;
-    void Abort() override;
-    std::uint32_t QueryDataAvailable() override;
+    void Abort() override { body_.End(); }
+    std::uint32_t QueryDataAvailable() override { return body_.IsLate() ? 0 : body_.Available(); }
     std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer) override;
     std::uint32_t ReadData(std::vector<std::uint8_t>& buffer, std::uint32_t size, bool clearFirst) override;
 
     /// Lets go of the connection that is kept for the next request, and of the response in hand.
-    void Disconnect();
+    void Disconnect() { body_.Disconnect(); }
 
-    std::uint32_t StatusCode() const { return statusCode_; }       ///< of the last exchange; 0 when none
-    std::uint32_t ContentLength() const { return contentLength_; } ///< 0 when unknown
-    korvane::platform::HttpError LastError() const { return lastError_; }
+    std::uint32_t StatusCode() const { return body_.StatusCode(); } ///< of the last exchange; 0 when none
+    std::uint32_t ContentLength() const;                            ///< 0 when unknown
+    korvane::platform::HttpError LastError() const { return body_.LastError(); }
     bool IsSecure() const { return secure_; } ///< the transport that worked last
 
 private:
-    enum class Outcome
-    {
-        kSuccess,
-        kOtherTransport, ///< a failure that the other transport may cure
-        kOtherScheme,    ///< a refusal that taught a scheme
-        kFailure,
-    };
-
-    bool SendEither(HttpRequest request);
-    Outcome Attempt(const HttpRequest& request);
-    Outcome Receive(korvane::platform::HttpRequest& exchange, korvane::platform::HttpScheme used);
+    bool SendEither(const HttpRequest& request);
+    korvane::platform::HttpError Attempt(const HttpRequest& request, bool secure);
     korvane::platform::HttpScheme SchemeFor(AuthKind kind) const;
-    std::shared_ptr<korvane::platform::HttpRequest> OpenRequest(const HttpRequest& request);
-    Outcome Fail(korvane::platform::HttpError error, Outcome outcome);
 
-    CStoredRequest exchange_;
-    std::unique_ptr<korvane::platform::HttpSession> session_;
-    std::unique_ptr<korvane::platform::HttpConnection> connection_;
-    std::uint32_t statusCode_ = 0;
-    std::uint32_t contentLength_ = 0;
-    std::uint32_t responseMs_ = 0; // when the response began, on the clock of milliseconds
-    korvane::platform::HttpError lastError_ = korvane::platform::HttpError::kNone;
+    CClientBody body_;
     korvane::platform::HttpScheme learntScheme_ = korvane::platform::HttpScheme::kNone;
     bool secure_;
-    std::atomic<bool> aborted_{false};
 };
 
 } // namespace Web

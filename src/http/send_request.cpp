@@ -12,50 +12,30 @@ namespace
 
 constexpr const char* kFunction = "korvane::Utils::SendRequestEx";
 
-CResultDef CanNotSend(const std::string& host, const std::string& uri)
-{
-    return {4, 11,
-            FormatString("%s: can not send request \"%s\" to %s", kFunction, uri.c_str(), host.c_str())};
-}
-
-CResultDef DoesNotProcess(const std::string& host, const std::string& uri, std::uint32_t status)
-{
-    return {1, 8,
-            FormatString("%s: %s sent does not process request \"%s\", status code = %d", kFunction,
-                         host.c_str(), uri.c_str(), static_cast<int>(status))};
-}
-
-CResultDef IncorrectResponse(const std::string& host, const std::string& uri)
-{
-    return {1, 13,
-            FormatString("%s: incorrect response for request \"%s\" from %s", kFunction, uri.c_str(),
-                         host.c_str())};
-}
-
 } // namespace
 
 template <typename Client>
 CResultDef SendRequestWithResult(Client& client, const std::string& uri, std::vector<std::uint8_t>& response,
                                  bool readBody)
 {
-    CResultDef result;
     const std::string host = FormatString("host %s:%u", client.Host().c_str(), unsigned{client.Port()});
     response.clear();
-
-    const bool isSent = client.SendRequest("GET", uri);
-    if (!isSent || client.StatusCode() == 0)
-        result = CanNotSend(host, uri);
-    else if (client.StatusCode() / 100 != 2)
-        result = DoesNotProcess(host, uri, client.StatusCode());
-    else if (readBody)
-    {
-        const std::uint32_t length = client.ReadResponse(response);
-        if (length == 0)
-            result = IncorrectResponse(host, uri);
-        response.resize(length);
-        response.push_back(0); // callers read it as a text
-    }
-    return result;
+    if (!client.SendRequest("GET", uri) || client.StatusCode() == 0)
+        return {4, 11,
+                FormatString("%s: can not send request \"%s\" to %s", kFunction, uri.c_str(), host.c_str())};
+    if (client.StatusCode() / 100 != 2)
+        return {1, 8,
+                FormatString("%s: %s sent does not process request \"%s\", status code = %d", kFunction,
+                             host.c_str(), uri.c_str(), static_cast<int>(client.StatusCode()))};
+    if (!readBody)
+        return {};
+    const std::uint32_t length = client.ReadResponse(response);
+    response.push_back(0); // callers read it as a text
+    if (length == 0)
+        return {1, 13,
+                FormatString("%s: incorrect response for request \"%s\" from %s", kFunction, uri.c_str(),
+                             host.c_str())};
+    return {};
 }
 
 template CResultDef SendRequestWithResult(Web::CHttpClient&, const std::string&, std::vector<std::uint8_t>&,

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <curl/curl.h>
 
 namespace korvane::platform
 {
@@ -10,16 +9,22 @@ namespace korvane::platform
 namespace
 {
 
-bool EqualText(std::string_view a, std::string_view b)
+/// Those that a user and a password answer, in the order in which libcurl prefers them.
+constexpr struct
 {
-    return a.size() == b.size() && curl_strnequal(a.data(), b.data(), a.size()) != 0;
-}
+    HttpScheme scheme;
+    unsigned long curlBit;
+    const char* name;
+} kSchemes[] = {
+    {HttpScheme::kDigest, CURLAUTH_DIGEST, "Digest"},
+    {HttpScheme::kNtlm, CURLAUTH_NTLM, "NTLM"},
+    {HttpScheme::kBasic, CURLAUTH_BASIC, "Basic"},
+};
 
 std::string_view Trimmed(std::string_view text)
 {
-    const std::size_t first = std::min(text.find_first_not_of(" \t\r\n"), text.size());
-    const std::size_t last = text.find_last_not_of(" \t\r\n");
-    return last == std::string_view::npos ? std::string_view() : text.substr(first, last - first + 1);
+    const std::size_t first = std::min(text.find_first_not_of(" \t"), text.size());
+    return text.substr(first, text.find_last_not_of(" \t") + 1 - first);
 }
 
 std::uint32_t NumberOf(std::string_view text)
@@ -27,6 +32,19 @@ std::uint32_t NumberOf(std::string_view text)
     std::uint32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc() && end == text.data() + text.size() ? value : 0;
+}
+
+/// The value of a header of the last response, the `index`th of its name; null when there is none.
+const char* HeaderOf(CURL* easy, const char* name, std::size_t index = 0)
+{
+    curl_header* header = nullptr;
+    const CURLHcode result = curl_easy_header(easy, name, index, CURLH_HEADER, -1, &header);
+    return result == CURLHE_OK ? header->value : nullptr;
+}
+
+std::string_view OrEmpty(const char* text)
+{
+    return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
 /// The end of the first element of a comma-separated list, commas in quoted strings passed over (RFC 9110,
@@ -46,34 +64,48 @@ std::size_t ElementEnd(std::string_view list)
     return list.size();
 }
 
-HttpScheme SchemeOf(std::string_view name)
+HttpScheme SchemeOf(const std::string& name)
 {
-    if (EqualText(name, "Basic"))
-        return HttpScheme::kBasic;
-    if (EqualText(name, "Digest"))
-        return HttpScheme::kDigest;
-    if (EqualText(name, "NTLM"))
-        return HttpScheme::kNtlm;
+    for (const auto& known : kSchemes)
+    {
+        if (curl_strequal(name.c_str(), known.name) != 0)
+            return known.scheme;
+    }
     return HttpScheme::kNone;
 }
 
 } // namespace
 
-bool HttpHead::AddLine(std::string_view line)
+unsigned long CurlAuthOf(HttpScheme scheme)
+{
+    if (scheme == HttpScheme::kNegotiate)
+        return CURLAUTH_NEGOTIATE;
+    for (const auto& known : kSchemes)
+    {
+        if (known.scheme == scheme)
+            return known.curlBit;
+    }
+    return 0;
+}
+
+HttpScheme PickedOf(std::uint32_t offered)
+{
+    for (const auto& known : kSchemes)
+    {
+        if ((offered & static_cast<std::uint32_t>(known.scheme)) != 0)
+            return known.scheme;
+    }
+    return HttpScheme::kNone;
+}
+
+bool HttpHead::AddLine(CURL* easy, std::string_view line)
 {
     bytes_ += line.size();
-    if (bytes_ > kMaxBytes)
-        return false;
-    const std::string_view text = Trimmed(line);
     if (line.starts_with("HTTP/"))
-        Begin(text);
-    else if (complete_)
-        return true; // a trailer behind a chunked body
-    else if (text.empty())
-        complete_ = true;
-    else if (const std::size_t colon = text.find(':'); colon != std::string_view::npos)
-        AddField(text.substr(0, colon), Trimmed(text.substr(colon + 1)));
-    return true;
+        isComplete_ = false;
+    else if (!isComplete_ && line.find_first_of("\r\n") == 0) // else a trailer behind a chunked body ends
+        ReadWhole(easy);
+    return bytes_ <= kMaxBytes;
 }
 
 bool HttpHead::IsRedirect() const
@@ -82,27 +114,26 @@ bool HttpHead::IsRedirect() const
            !location_.empty();
 }
 
-void HttpHead::Begin(std::string_view statusLine)
+void HttpHead::ReadWhole(CURL* easy)
 {
-    const std::size_t blank = std::min(statusLine.find(' '), statusLine.size());
-    status_ = NumberOf(Trimmed(statusLine.substr(blank)).substr(0, 3));
-    complete_ = false;
-    contentLength_ = 0;
-    location_.clear();
+    long status = 0;
+    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+    isComplete_ = true;
+    status_ = static_cast<std::uint32_t>(status);
+    contentLength_ = NumberOf(OrEmpty(HeaderOf(easy, "Content-Length")));
+    location_ = OrEmpty(HeaderOf(easy, "Location"));
     if (status_ == 401)
         ++refusals_;
     if (status_ == 401 || status_ == 407)
-        offered_ = {};
+        ReadChallenges(easy);
 }
 
-void HttpHead::AddField(std::string_view name, std::string_view value)
+void HttpHead::ReadChallenges(CURL* easy)
 {
-    if (EqualText(name, "Content-Length"))
-        contentLength_ = NumberOf(value);
-    else if (EqualText(name, "Location"))
-        location_ = value;
-    else if ((status_ == 401 && EqualText(name, "WWW-Authenticate")) ||
-             (status_ == 407 && EqualText(name, "Proxy-Authenticate")))
+    offered_ = {};
+    offered_.target = status_ == 407 ? HttpAuthTarget::kProxy : HttpAuthTarget::kServer;
+    const char* const name = status_ == 407 ? "Proxy-Authenticate" : "WWW-Authenticate";
+    for (std::size_t i = 0; const char* const value = HeaderOf(easy, name, i); ++i)
         AddChallenges(value);
 }
 
@@ -116,14 +147,10 @@ void HttpHead::AddChallenges(std::string_view value)
         const std::string_view element = Trimmed(value.substr(0, end));
         const std::string_view word = element.substr(0, element.find_first_of(" \t="));
         const bool isParameter = Trimmed(element.substr(word.size())).starts_with('=');
-        const HttpScheme scheme = isParameter ? HttpScheme::kNone : SchemeOf(word);
-        if (scheme != HttpScheme::kNone)
-        {
-            offered_.schemes |= static_cast<std::uint32_t>(scheme);
-            offered_.target = status_ == 407 ? HttpAuthTarget::kProxy : HttpAuthTarget::kServer;
-            if (offered_.first == HttpScheme::kNone)
-                offered_.first = scheme;
-        }
+        const HttpScheme scheme = isParameter ? HttpScheme::kNone : SchemeOf(std::string(word));
+        offered_.schemes |= static_cast<std::uint32_t>(scheme);
+        if (offered_.first == HttpScheme::kNone)
+            offered_.first = scheme;
         value.remove_prefix(std::min(end + 1, value.size()));
     }
 }

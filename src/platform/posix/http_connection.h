@@ -1,33 +1,32 @@
 #pragma once
 
-#include "platform/http_service.h"
+#include "platform/http_exchange.h"
 
-#include <cstdint>
 #include <curl/curl.h>
 #include <mutex>
-#include <string>
 
 namespace korvane::platform
 {
 
-/// The libcurl handles behind one connection to a device: the cache of network connections, and one easy
+/// The libcurl handles behind the exchanges with one device: the cache of network connections, and one easy
 /// handle kept between exchanges, which remembers the nonce of Digest.
 ///
 /// A cache of network connections would usually be a multi handle's, but that costs two descriptors for as
 /// long as it lives. Here it is a share handle's, which costs none, and a multi handle lives only as long as
 /// an exchange. libcurl allows one thread at a time on what hangs on a share handle, hence the mutex.
-class CurlHandles
+class HttpConnection
 {
 public:
-    CurlHandles(std::string userAgent, const HttpTimeouts& timeouts);
-    ~CurlHandles();
-    CurlHandles(const CurlHandles&) = delete;
-    CurlHandles& operator=(const CurlHandles&) = delete;
+    explicit HttpConnection(HttpDevice device);
+    ~HttpConnection();
+    HttpConnection(const HttpConnection&) = delete;
+    HttpConnection& operator=(const HttpConnection&) = delete;
+
+    const HttpDevice& Device() const { return device_; }
 
     /// Held for every call into libcurl for this connection but the wait in a multi handle. No call that it
     /// is held for waits for the network.
     std::mutex& Mutex() { return mutex_; }
-    const HttpTimeouts& Timeouts() const { return timeouts_; }
 
     /// An easy handle, with everything set that exchanges have in common; null when out of memory. `reused`
     /// tells whether an earlier exchange left it. Mutex held.
@@ -37,25 +36,24 @@ public:
     /// refused is worth keeping. Mutex held.
     void GiveBack(CURL* easy, bool worthKeeping);
 
+    /// Forgets the handle that is kept, and what it remembers of authentication. Mutex held.
+    void Forget();
+
     /// A multi handle; null when out of memory. Mutex held.
     static CURLM* NewMulti();
     /// Ends a multi handle with nothing in it. Mutex held.
     static void EndMulti(CURLM* multi);
 
-    /// Forgets the handle that is kept, and what it remembers of authentication. Mutex held.
-    void Forget();
+    /// What answered the last challenge, when any is answered underneath. The exchange's thread.
+    HttpScheme learntScheme = HttpScheme::kNone;
 
 private:
     CURL* NewEasy() const;
 
-    const std::string userAgent_;
-    const HttpTimeouts timeouts_;
+    const HttpDevice device_;
     std::mutex mutex_;
     CURLSH* const share_;
     CURL* kept_ = nullptr;
 };
-
-/// True once libcurl is ready to be used. Never undone: other parts of the process may use it too.
-bool InitializeCurl();
 
 } // namespace korvane::platform

@@ -1,4 +1,4 @@
-#include "platform/http_service.h"
+#include "platform/http_exchange.h"
 
 #include "platform/thread.h"
 
@@ -34,47 +34,66 @@ struct Answer
     HttpOfferedSchemes offered;
 };
 
-Answer Exchange(HttpRequest& request)
+Answer Complete(HttpExchange& exchange)
 {
     Answer answer;
-    answer.error = request.Send({}, 0);
+    answer.error = exchange.Send();
     if (answer.error == HttpError::kNone)
-        answer.error = request.ReceiveResponse();
+        answer.error = exchange.ReceiveResponse();
     if (answer.error != HttpError::kNone)
         return answer;
-    answer.status = request.StatusCode();
-    answer.length = request.ContentLength();
-    request.OfferedSchemes(answer.offered);
+    answer.status = exchange.StatusCode();
+    answer.length = exchange.ContentLength();
+    answer.offered = exchange.Offered();
     std::uint8_t block[10000];
     std::uint32_t count = 0;
-    while ((answer.bodyError = request.Read(block, sizeof block, count)) == HttpError::kNone && count != 0)
+    while ((answer.bodyError = exchange.Read(block, sizeof block, count)) == HttpError::kNone && count != 0)
         answer.body.append(block, block + count);
     return answer;
 }
 
-class HttpService : public ::testing::Test
+class HttpExchanges : public ::testing::Test
 {
 protected:
     void Serve(HttpTestServer::Script script, bool tls = false, const HttpTimeouts& timeouts = kPatient)
     {
         server_ = std::make_unique<HttpTestServer>(std::move(script), tls);
-        session_ = OpenHttpSession("Agent/1.0", timeouts);
-        connection_ = session_->Connect("127.0.0.1", server_->Port());
-        options_.secure = tls;
-        options_.ignoreCertificateErrors = tls;
+        device_.userAgent = "Agent/1.0";
+        device_.timeouts = timeouts;
+        Connect("127.0.0.1", server_->Port());
+        plan_.method = "GET";
+        plan_.target = "/x";
+        plan_.secure = tls;
+        plan_.ignoreCertificateErrors = tls;
     }
 
-    std::shared_ptr<HttpRequest> Open(const std::string& target = "/x", const std::string& method = "GET")
+    void Connect(const std::string& host, std::uint16_t port)
     {
-        return connection_->OpenRequest(method, target, options_);
+        device_.host = host;
+        device_.port = port;
+        connection_ = ConnectHttp(device_);
     }
 
-    Answer Get(const std::string& target = "/x") { return Exchange(*Open(target)); }
+    void LogIn(const std::string& user, const std::string& password) // answered underneath
+    {
+        device_.service = HttpService::kWinINet;
+        device_.user = user;
+        device_.password = password;
+        connection_ = ConnectHttp(device_);
+    }
+
+    std::shared_ptr<HttpExchange> Open() { return std::make_shared<HttpExchange>(connection_, plan_); }
+
+    Answer Get(const std::string& target = "/x")
+    {
+        plan_.target = target;
+        return Complete(*Open());
+    }
 
     std::unique_ptr<HttpTestServer> server_;
-    std::unique_ptr<HttpSession> session_;
-    std::unique_ptr<HttpConnection> connection_;
-    HttpRequestOptions options_;
+    HttpDevice device_;
+    std::shared_ptr<HttpConnection> connection_;
+    HttpPlan plan_;
 };
 
 auto Always(std::string response)
@@ -83,7 +102,7 @@ auto Always(std::string response)
     { return peer.Send(response); };
 }
 
-TEST_F(HttpService, EscapesTargets)
+TEST_F(HttpExchanges, EscapesTargets)
 {
     Serve(Always(HttpTestServer::Response(200)));
     for (const auto& [target, raw, wire] : Table<const char*, bool, const char*>{
@@ -94,20 +113,32 @@ TEST_F(HttpService, EscapesTargets)
              {"a?\r\nX: 1", false, "/a?%0D%0AX:%201"},
          })
     {
-        options_.rawQuery = raw;
+        plan_.rawQuery = raw;
         EXPECT_EQ(Get(target).status, 200u);
         EXPECT_EQ(server_->Requests().back().target, wire);
     }
-    options_.rawQuery = true;
-    EXPECT_EQ(Open("/a?\r\nX: 1"), nullptr);
-    EXPECT_EQ(Open(""), nullptr);
-    EXPECT_FALSE(Open()->SetCredentials(HttpAuthTarget::kServer, HttpScheme::kPassport, "root", "secret"));
-    EXPECT_EQ(Open("/x", ""), nullptr);
-    EXPECT_EQ(Open("/x", "GET /y"), nullptr);
-    EXPECT_EQ(session_->Connect("a b@c/d", 80)->OpenRequest("GET", "/x", {}), nullptr);
+    plan_.rawQuery = true;
+    EXPECT_EQ(Get("/a?\r\nX: 1").error, HttpError::kInvalidUrl);
+    EXPECT_EQ(Get("").error, HttpError::kInvalidUrl);
+    for (const char* method : {"", "GET /y"})
+    {
+        plan_.method = method;
+        EXPECT_EQ(Get().error, HttpError::kInvalidUrl);
+    }
+    plan_.method = "GET";
+    plan_.headers = {"none"};
+    EXPECT_EQ(Get().error, HttpError::kInvalidUrl);
+    plan_.headers.clear();
+    device_.user = "root";
+    Connect("127.0.0.1", server_->Port());
+    plan_.scheme = HttpScheme::kPassport;
+    EXPECT_EQ(Get().error, HttpError::kInvalidUrl);
+    plan_.scheme = HttpScheme::kNone;
+    Connect("a b@c/d", 80);
+    EXPECT_EQ(Get().error, HttpError::kInvalidUrl);
 }
 
-TEST_F(HttpService, TellsTheOfferedSchemesInTheirOrder)
+TEST_F(HttpExchanges, TellsTheOfferedSchemesInTheirOrder)
 {
     using Scheme = HttpScheme;
     const auto bit = [](Scheme scheme) { return static_cast<std::uint32_t>(scheme); };
@@ -137,7 +168,7 @@ TEST_F(HttpService, TellsTheOfferedSchemesInTheirOrder)
     }
 }
 
-TEST_F(HttpService, AnswersUnderneathWhateverIsAsked)
+TEST_F(HttpExchanges, AnswersUnderneathWhateverIsAsked)
 {
     std::atomic<bool> wantsBasic{false};
     Serve(
@@ -149,7 +180,7 @@ TEST_F(HttpService, AnswersUnderneathWhateverIsAsked)
             return peer.Send(isIn ? HttpTestServer::Response(200, "in")
                                   : HttpTestServer::Response(401, "out", challenge));
         });
-    connection_ = session_->Connect("127.0.0.1", server_->Port(), "root", "secret");
+    LogIn("root", "secret");
     EXPECT_EQ(Get().body, "in");
     EXPECT_EQ(server_->Requests().size(), 2u);
     EXPECT_EQ(Get().body, "in"); // what was asked for is remembered
@@ -159,15 +190,15 @@ TEST_F(HttpService, AnswersUnderneathWhateverIsAsked)
     EXPECT_EQ(Get().body, "in");
     EXPECT_EQ(server_->Connections(), 1);
 
-    connection_ = session_->Connect("127.0.0.1", server_->Port(), "root", "wrong");
+    LogIn("root", "wrong");
     EXPECT_EQ(Get().status, 401u);
-    connection_ = session_->Connect("127.0.0.1", server_->Port(), "", "");
+    LogIn("", "");
     EXPECT_EQ(Get().status, 401u);
     EXPECT_EQ(server_->Requests().back().Header("Authorization"), "");
     server_.reset(); // before what its script uses
 }
 
-TEST_F(HttpService, BoundsWhatItSendsToADeviceThatTakesNoNonce)
+TEST_F(HttpExchanges, BoundsWhatItSendsToADeviceThatTakesNoNonce)
 {
     // Each refusal gives a new nonce. What the refusals say of "stale" from the first one on: "s" true, "-"
     // nothing; the last one counts on. `right` is the number of the nonce that is taken, 0 for none.
@@ -203,7 +234,7 @@ TEST_F(HttpService, BoundsWhatItSendsToADeviceThatTakesNoNonce)
                                                               nonce() + "\", qop=\"auth\"" +
                                                               (isStale ? ", stale=true\r\n" : "\r\n")));
             });
-        connection_ = session_->Connect("127.0.0.1", server_->Port(), "root", "secret");
+        LogIn("root", "secret");
         if (isRemembered)
         {
             EXPECT_EQ(Get().status, 200u);
@@ -216,7 +247,7 @@ TEST_F(HttpService, BoundsWhatItSendsToADeviceThatTakesNoNonce)
     }
 }
 
-TEST_F(HttpService, FollowsRedirectsOnTheDeviceOnly)
+TEST_F(HttpExchanges, FollowsRedirectsOnTheDeviceOnly)
 {
     // A "*" stands for the server's own port.
     for (const auto& [to, status] : Table<std::string, std::uint32_t>{
@@ -244,24 +275,24 @@ TEST_F(HttpService, FollowsRedirectsOnTheDeviceOnly)
                                      ? HttpTestServer::Response(200, "there")
                                      : HttpTestServer::Response(302, "", "Location: " + location + "\r\n"));
             });
-        options_.followRedirects = true;
+        plan_.followRedirects = true;
         EXPECT_EQ(Get().status, status);
-        options_.followRedirects = false;
+        plan_.followRedirects = false;
         EXPECT_EQ(Get().status, 302u);
     }
 }
 
-TEST_F(HttpService, RefusesACertificateThatNobodyVouchesFor)
+TEST_F(HttpExchanges, RefusesACertificateThatNobodyVouchesFor)
 {
     Serve(Always(HttpTestServer::Response(200, "in")), true);
     EXPECT_EQ(Get().body, "in");
-    options_.ignoreCertificateErrors = false;
+    plan_.ignoreCertificateErrors = false;
     EXPECT_EQ(Get().error, HttpError::kSecureFailure);
-    options_.secure = false; // plain to a TLS port
+    plan_.secure = false; // plain to a TLS port
     EXPECT_NE(Get().error, HttpError::kNone);
 }
 
-TEST_F(HttpService, IgnoresAProxyOfTheEnvironment)
+TEST_F(HttpExchanges, IgnoresAProxyOfTheEnvironment)
 {
     for (const char* name : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"})
         setenv(name, "http://127.0.0.1:9", 1); // nobody listens there
@@ -272,7 +303,7 @@ TEST_F(HttpService, IgnoresAProxyOfTheEnvironment)
         unsetenv(name);
 }
 
-TEST_F(HttpService, ComesThroughWhatServersDoWrong)
+TEST_F(HttpExchanges, ComesThroughWhatServersDoWrong)
 {
     const std::string ok = "HTTP/1.1 200 OK\r\n";
     const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
@@ -326,7 +357,7 @@ TEST_F(HttpService, ComesThroughWhatServersDoWrong)
     server_.reset(); // before what its script uses
 }
 
-TEST_F(HttpService, CountsTimeOutsFromTheLastByte)
+TEST_F(HttpExchanges, CountsTimeOutsFromTheLastByte)
 {
     // Each byte is well in time, and all of them together are far over it.
     const HttpTimeouts timeouts{10000, 10000, 4000, 0};
@@ -347,7 +378,7 @@ TEST_F(HttpService, CountsTimeOutsFromTheLastByte)
     EXPECT_GE(passed, std::chrono::milliseconds(32 * 130 + 4000));
 }
 
-TEST_F(HttpService, BoundsTheHeadAndTheConnection)
+TEST_F(HttpExchanges, BoundsTheHeadAndTheConnection)
 {
     Serve([](TestHttpPeer& peer, const TestHttpRequest&)
           { return peer.SendSlowly("HTTP/1.1 200 OK\r\nX-Header: " + std::string(10000, 'x'), 20); },
@@ -359,34 +390,34 @@ TEST_F(HttpService, BoundsTheHeadAndTheConnection)
     EXPECT_EQ(Get().error, HttpError::kTimeout);
 
     // A TLS handshake that nobody answers belongs to the connection.
-    options_.secure = true;
+    plan_.secure = true;
     const korvane::test::LoopbackListener silent;
-    session_ = OpenHttpSession("Agent/1.0", {200, 10000, 10000, 10000});
-    connection_ = session_->Connect("127.0.0.1", silent.Port());
+    device_.timeouts = {200, 10000, 10000, 10000};
+    Connect("127.0.0.1", silent.Port());
     EXPECT_EQ(Get().error, HttpError::kTimeout);
 
     const std::uint16_t port = server_->Port();
     server_.reset();
-    connection_ = session_->Connect("127.0.0.1", port);
+    Connect("127.0.0.1", port);
     EXPECT_EQ(Get().error, HttpError::kCannotConnect);
-    connection_ = session_->Connect(std::string(64, 'x') + ".invalid", 80); // no name can be so long
-    options_.secure = false;
+    Connect(std::string(64, 'x') + ".invalid", 80); // no name can be so long
+    plan_.secure = false;
     EXPECT_EQ(Get().error, HttpError::kNameNotResolved);
 }
 
-TEST_F(HttpService, ClosesFromAnotherThread)
+TEST_F(HttpExchanges, ClosesFromAnotherThread)
 {
     Serve([](TestHttpPeer& peer, const TestHttpRequest&) { return peer.WaitClosed(); });
-    const auto request = Open();
-    ASSERT_EQ(request->Send({}, 0), HttpError::kNone);
-    auto waiting = std::async(std::launch::async, [&] { return request->ReceiveResponse(); });
+    const auto exchange = Open();
+    ASSERT_EQ(exchange->Send(), HttpError::kNone);
+    auto waiting = std::async(std::launch::async, [&] { return exchange->ReceiveResponse(); });
     server_->WaitForRequests(1);
-    request->Close();
+    exchange->Close();
     EXPECT_EQ(waiting.get(), HttpError::kCancelled);
-    EXPECT_EQ(request->Send({}, 0), HttpError::kCancelled);
+    EXPECT_EQ(exchange->Send(), HttpError::kCancelled);
 }
 
-TEST_F(HttpService, LetsGoOfWhatAGivenUpThreadUsed)
+TEST_F(HttpExchanges, LetsGoOfWhatAGivenUpThreadUsed)
 {
     std::promise<void> isClosed;
     Serve(
@@ -398,29 +429,29 @@ TEST_F(HttpService, LetsGoOfWhatAGivenUpThreadUsed)
         });
     struct Context
     {
-        HttpConnection* connection;
+        std::shared_ptr<HttpExchange> exchange;
         std::atomic<bool> cameBack{false};
-    } context{connection_.get()};
+    } context{Open()};
     Thread thread;
     ASSERT_TRUE(thread.Start(
         [](void* raw)
         {
             auto& own = *static_cast<Context*>(raw);
-            Exchange(*own.connection->OpenRequest("GET", "/x", {}));
+            Complete(*std::shared_ptr(own.exchange)); // holds it for ever
             own.cameBack = true;
             return 0u;
         },
         &context, "given up"));
     server_->WaitForRequests(1);
     thread.GiveUp();
-    connection_.reset(); // while the thread is still inside, or halted on its way back
+    context.exchange->Close(); // while the thread is still inside, or halted on its way back
     isClosed.get_future().wait();
     EXPECT_EQ(thread.Wait(0), WaitResult::kSignalled);
     EXPECT_FALSE(context.cameBack);
     server_.reset(); // before what its script uses
 }
 
-TEST_F(HttpService, LeavesSigpipeToTheHost)
+TEST_F(HttpExchanges, LeavesSigpipeToTheHost)
 {
     // The device ends a TLS connection while the request's body is on its way.
     Serve([](TestHttpPeer& peer, const TestHttpRequest&) { return peer.EndAndReset(), false; }, true);
@@ -428,11 +459,14 @@ TEST_F(HttpService, LeavesSigpipeToTheHost)
     const std::vector<std::uint8_t> body(100000, 'b');
     for (int i = 0; i < 20; ++i)
     {
-        const auto request = Open("/x", "PUT");
-        request->Send(body, 0);
-        EXPECT_NE(request->ReceiveResponse(), HttpError::kNone);
+        plan_.method = "PUT";
+        plan_.body = body;
+        const auto exchange = Open();
+        exchange->Send();
+        EXPECT_NE(exchange->ReceiveResponse(), HttpError::kNone);
     }
     server_.reset();
+    plan_.body = {};
     EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_DFL);
 
     // Many exchanges end at the same time.
@@ -442,9 +476,11 @@ TEST_F(HttpService, LeavesSigpipeToTheHost)
         devices.emplace_back(
             [this]
             {
-                const auto nobody = session_->Connect("127.0.0.1", 1);
+                HttpDevice nobody = device_;
+                nobody.port = 1;
+                const auto connection = ConnectHttp(nobody);
                 for (int j = 0; j < 300; ++j)
-                    EXPECT_NE(nobody->OpenRequest("GET", "/x", {})->Send({}, 0), HttpError::kNone);
+                    EXPECT_NE(HttpExchange(connection, plan_).Send(), HttpError::kNone);
             });
     }
     devices.clear(); // joins them

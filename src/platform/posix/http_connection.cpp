@@ -1,4 +1,4 @@
-#include "platform/posix/http_handles.h"
+#include "platform/posix/http_connection.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -42,14 +42,7 @@ int CloseSocket(void*, curl_socket_t handle)
 
 } // namespace
 
-bool InitializeCurl()
-{
-    static const bool isReady = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-    return isReady;
-}
-
-CurlHandles::CurlHandles(std::string userAgent, const HttpTimeouts& timeouts)
-    : userAgent_(std::move(userAgent)), timeouts_(timeouts), share_(curl_share_init())
+HttpConnection::HttpConnection(HttpDevice device) : device_(std::move(device)), share_(curl_share_init())
 {
     if (share_ == nullptr)
         return;
@@ -57,7 +50,7 @@ CurlHandles::CurlHandles(std::string userAgent, const HttpTimeouts& timeouts)
     curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
 }
 
-CurlHandles::~CurlHandles()
+HttpConnection::~HttpConnection()
 {
     Forget();
     const std::lock_guard lock(SignalMutex());
@@ -65,13 +58,13 @@ CurlHandles::~CurlHandles()
         curl_share_cleanup(share_);
 }
 
-CURL* CurlHandles::Take(bool& reused)
+CURL* HttpConnection::Take(bool& reused)
 {
     reused = kept_ != nullptr;
     return reused ? std::exchange(kept_, nullptr) : NewEasy();
 }
 
-void CurlHandles::GiveBack(CURL* easy, bool worthKeeping)
+void HttpConnection::GiveBack(CURL* easy, bool worthKeeping)
 {
     if (worthKeeping && kept_ == nullptr)
         kept_ = easy;
@@ -79,7 +72,7 @@ void CurlHandles::GiveBack(CURL* easy, bool worthKeeping)
         curl_easy_cleanup(easy);
 }
 
-CURLM* CurlHandles::NewMulti()
+CURLM* HttpConnection::NewMulti()
 {
     CURLM* multi = nullptr;
     Reserve::OpenDescriptors(kMultiDescriptors,
@@ -92,7 +85,7 @@ CURLM* CurlHandles::NewMulti()
     return multi;
 }
 
-void CurlHandles::EndMulti(CURLM* multi)
+void HttpConnection::EndMulti(CURLM* multi)
 {
     {
         const std::lock_guard lock(SignalMutex());
@@ -101,13 +94,13 @@ void CurlHandles::EndMulti(CURLM* multi)
     Reserve::DescriptorsClosed(kMultiDescriptors);
 }
 
-void CurlHandles::Forget()
+void HttpConnection::Forget()
 {
     if (kept_ != nullptr)
         curl_easy_cleanup(std::exchange(kept_, nullptr));
 }
 
-CURL* CurlHandles::NewEasy() const
+CURL* HttpConnection::NewEasy() const
 {
     CURL* const easy = share_ != nullptr ? curl_easy_init() : nullptr;
     if (easy == nullptr)
@@ -120,15 +113,22 @@ CURL* CurlHandles::NewEasy() const
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L); // a redirect is looked at before it is followed
-    curl_easy_setopt(easy, CURLOPT_USERAGENT, userAgent_.c_str());
+    curl_easy_setopt(easy, CURLOPT_USERAGENT, device_.userAgent.c_str());
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBufferBytes);
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
     curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, CloseSocket);
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // a close never waits for a name look-up
     // libcurl takes 0 for five minutes.
-    const std::uint32_t connectMs = timeouts_.connectMs == 0 ? kNoLimitMs : timeouts_.connectMs;
+    const std::uint32_t connectMs = device_.timeouts.connectMs == 0 ? kNoLimitMs : device_.timeouts.connectMs;
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::min(connectMs, kNoLimitMs)));
     return easy;
+}
+
+std::shared_ptr<HttpConnection> ConnectHttp(const HttpDevice& device)
+{
+    // Never undone: other parts of the process may use libcurl too.
+    static const bool isReady = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    return isReady && !device.host.empty() ? std::make_shared<HttpConnection>(device) : nullptr;
 }
 
 } // namespace korvane::platform

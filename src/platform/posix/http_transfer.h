@@ -1,0 +1,111 @@
+#pragma once
+
+#include "platform/posix/http_connection.h"
+#include "platform/posix/http_head.h"
+#include "platform/posix/http_request.h"
+#include "platform/posix/poll_gate.h"
+
+#include <chrono>
+#include <cstdint>
+#include <curl/curl.h>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace korvane::platform
+{
+
+/// Runs requests through libcurl, one after the other: sends, and takes in what comes, whenever its thread
+/// waits in it. Used by one thread; `Close` may come from any.
+///
+/// Who may touch what: the connection's mutex is held for every call into libcurl but the wait for the
+/// network, and for every change of the handles. The wait holds no lock, so that a close never queues behind
+/// it; it is made inside the gate instead. `Close` shuts the gate first, which wakes the thread and returns
+/// when it has left, and only then frees the handles.
+///
+/// A close can't be lost. One that comes before the thread has taken the mutex is seen in `isClosed_`; one
+/// between the thread's release of the mutex and its entry finds an open gate and shuts it, so the thread
+/// doesn't get in; one behind the entry wakes it, and libcurl keeps a wake-up that comes ahead of the wait.
+/// On its way back the thread takes the mutex, sees `isClosed_`, and touches no handle.
+class HttpTransfer
+{
+public:
+    explicit HttpTransfer(HttpConnection& connection) : connection_(connection) {}
+    ~HttpTransfer() { Close(); }
+    HttpTransfer(const HttpTransfer&) = delete;
+    HttpTransfer& operator=(const HttpTransfer&) = delete;
+
+    /// Begins anew with `request`, which must outlive the transfer. `fresh` forgets first what earlier ones
+    /// learnt about authentication. Challenges are answered underneath, `mostAnswers` of them; the one behind
+    /// is the response.
+    HttpError Start(const CurlRequest& request, bool fresh, std::uint32_t mostAnswers);
+
+    HttpError WaitSent() { return Run(Goal::kSent); }
+    HttpError WaitHead() { return Run(Goal::kHead); }
+    HttpError WaitBody(std::uint32_t& available); ///< 0 without an error at the body's end
+    std::uint32_t TakeBody(std::uint8_t* buffer, std::uint32_t size);
+
+    const HttpHead& Head() const { return head_; }
+    bool ReusedHandle() const { return reusedHandle_; }
+
+    /// Any thread. Lets go of the network also when the transfer's own thread was given up.
+    void Close();
+
+private:
+    using Time = std::chrono::steady_clock::time_point;
+    enum class Goal
+    {
+        kSent,
+        kHead,
+        kBody,
+    };
+
+    HttpError Run(Goal goal);
+    // Count of sockets with news; below 0 on failure; without the mutex.
+    int Poll(CURLM* multi, int waitMs) const;
+    bool Configure();
+    void Perform();
+    void Finish(CURLcode result);
+    void Stop();
+    bool IsOver(Goal goal) const { return isClosed_ || isFinished_ || HasReached(goal); }
+    bool HasReached(Goal goal) const;
+    int WaitMs(Time now) const; // 0 when the time is up
+    bool MayBeAnswered() const;
+
+    std::size_t OnHeader(std::span<char> line);
+    std::size_t OnBody(std::span<char> bytes);
+    std::size_t OnUpload(std::span<char> room);
+    int OnSeek(curl_off_t offset);
+    void OnConnected();
+    // What libcurl calls. No exception may pass through it.
+    template <std::size_t (HttpTransfer::*Operation)(std::span<char>)>
+    static std::size_t Callback(char* data, std::size_t size, std::size_t count, void* self);
+
+    HttpConnection& connection_; // outlives the transfer
+    const std::shared_ptr<PollGate> gate_ = std::make_shared<PollGate>();
+    const CurlRequest* request_ = nullptr;
+
+    // Under the mutex of the connection.
+    CURL* easy_ = nullptr;
+    CURLM* multi_ = nullptr;
+    curl_slist* headers_ = nullptr;
+    bool isClosed_ = false;
+
+    // Its own thread's.
+    HttpHead head_;
+    std::vector<std::uint8_t> buffer_; // body bytes not read yet, from bufferAt_ on
+    std::size_t bufferAt_ = 0;
+    std::size_t uploadAt_ = 0;
+    bool reusedHandle_ = false;
+    bool isPaused_ = false;
+    bool isRequestOut_ = false; // connected: the time-outs of the transfer itself count
+    bool hasHead_ = false;      // of the response that is the caller's
+    bool isFinished_ = false;
+    HttpError error_ = HttpError::kNone;
+    Time lastActivity_;
+    Time requestTime_;
+};
+
+} // namespace korvane::platform
