@@ -44,9 +44,7 @@ HttpError CClientBody::Send(HttpPlan plan, bool isAwaited)
             return lastError_ = HttpError::kCancelled;
         waiting_ = exchange; // from here on another thread can end it
     }
-    lastError_ = exchange->Send();
-    if (lastError_ == HttpError::kNone && isAwaited)
-        lastError_ = exchange->ReceiveResponse();
+    lastError_ = exchange->Send(isAwaited);
     responseMs_ = Clock::Milliseconds();
 
     Exchange before;

@@ -61,7 +61,7 @@ bool CHttpClient::SendBy(Transport transport, HttpPlan plan, bool isAwaited)
     for (std::uint32_t changes = 0; changes < kMaxSchemeChanges; ++changes)
     {
         plan.scheme = scheme_;
-        plan.authTarget = target_;
+        plan.forProxy = forProxy_;
         if (body_.Send(plan, isAwaited) != HttpError::kNone)
             return false;
         if (StatusCode() == lastStatus || !ChooseScheme())
@@ -80,7 +80,7 @@ bool CHttpClient::ChooseScheme()
     if (chosen == std::end(kPreferredSchemes) || *chosen == scheme_)
         return false;
     scheme_ = *chosen;
-    target_ = offered.target;
+    forProxy_ = offered.byProxy;
     return true;
 }
 

@@ -73,7 +73,7 @@ private:
     CClientBody body_;
     Transport transport_ = Transport::kUnknown;
     korvane::platform::HttpScheme scheme_ = korvane::platform::HttpScheme::kBasic;
-    korvane::platform::HttpAuthTarget target_ = korvane::platform::HttpAuthTarget::kServer;
+    bool forProxy_ = false;
 };
 
 } // namespace Web

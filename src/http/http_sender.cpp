@@ -76,20 +76,9 @@ HttpScheme CHttpSender::SchemeFor(AuthKind kind) const
 {
     if (learntScheme_ != HttpScheme::kNone)
         return learntScheme_;
-    switch (kind)
-    {
-    case AuthKind::kBasic:
-        return HttpScheme::kBasic;
-    case AuthKind::kNtlm:
-        return HttpScheme::kNtlm;
-    case AuthKind::kPassport:
-        return HttpScheme::kPassport;
-    case AuthKind::kDigest:
-        return HttpScheme::kDigest;
-    case AuthKind::kNegotiate:
-        return HttpScheme::kNegotiate;
-    }
-    return HttpScheme::kNone;
+    const auto number = static_cast<std::uint32_t>(kind); // from 1, in the order of the schemes' bits
+    const bool isKnown = kind >= AuthKind::kBasic && kind <= AuthKind::kNegotiate;
+    return isKnown ? static_cast<HttpScheme>(1u << (number - 1)) : HttpScheme::kNone;
 }
 
 std::uint32_t CHttpSender::ContentLength() const

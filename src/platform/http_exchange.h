@@ -37,19 +37,12 @@ enum class HttpScheme : std::uint32_t
     kNegotiate = 16, ///< with the login of the process, not with a user and a password
 };
 
-/// Who asks for the credentials.
-enum class HttpAuthTarget : std::uint32_t
-{
-    kServer = 0,
-    kProxy = 1,
-};
-
 /// What a response asked for: the schemes that can be answered here with a user and a password.
 struct HttpOfferedSchemes
 {
     std::uint32_t schemes = 0;            ///< set of HttpScheme bits
     HttpScheme first = HttpScheme::kNone; ///< in the order of the response
-    HttpAuthTarget target = HttpAuthTarget::kServer;
+    bool byProxy = false;                 ///< on the way
 };
 
 /// In milliseconds; 0 means no limit.
@@ -91,11 +84,11 @@ struct HttpPlan
     bool rawQuery = false;                 ///< the query goes out as it is, unescaped
     bool followRedirects = true;           ///< to the same host only, never from TLS to plain
     HttpScheme scheme = HttpScheme::kNone; ///< of the credentials, like WinHTTP; none are sent without one
-    HttpAuthTarget authTarget = HttpAuthTarget::kServer; ///< there is no proxy, so its credentials stay here
-    std::vector<std::string> headers;   ///< "Name: value", each in place of an earlier one of its name
-    std::span<const std::uint8_t> body; ///< stays as it is until the response is there
-    std::uint32_t announcedBytes = 0;   ///< the body's length as the head tells it, when above its size; the
-                                        ///< rest is then never sent
+    bool forProxy = false;                 ///< the credentials, which then stay here: there is none
+    std::vector<std::string> headers;      ///< "Name: value", each in place of an earlier one of its name
+    std::span<const std::uint8_t> body;    ///< stays as it is until the response is there
+    std::uint32_t announcedBytes = 0; ///< the body's length as the head tells it, when above its size; the
+                                      ///< rest is then never sent
 };
 
 /// The network connections to one device, kept from one exchange to the next, and what the device has taught
@@ -125,11 +118,9 @@ public:
     /// True for "Name: value" without a line break.
     static bool IsHeader(std::string_view header);
 
-    /// Sends the request.
-    HttpError Send();
-
-    /// Waits for the head of the response, which may refuse: the status is the caller's to judge.
-    HttpError ReceiveResponse();
+    /// Sends the request, and waits for the head of the response if it `isAwaited`. It may refuse: the status
+    /// is the caller's to judge. Once.
+    HttpError Send(bool isAwaited = true);
 
     std::uint32_t StatusCode() const;    ///< 0 before the response
     std::uint32_t ContentLength() const; ///< as announced; 0 when unknown or beyond 32 bits
@@ -148,7 +139,9 @@ public:
     void Close();
 
 private:
-    struct State;
+    class State;
+    HttpError ReceiveResponse();
+
     const std::unique_ptr<State> state_;
 };
 

@@ -18,7 +18,6 @@ namespace
 constexpr std::int32_t kMostPresets = 1024; // whatever a device tells
 constexpr std::int32_t kTypeWithSpeeds = 0;
 constexpr std::int32_t kTypeWithoutSpeeds = 1;
-constexpr const char* kGetParam = "/cgi-bin/admin/getparam.cgi?";
 
 // The sign of a move along each axis; right and up are positive.
 struct Axes
@@ -63,10 +62,8 @@ bool CVivotekPTZComm::Send(const std::string& uri)
 
 bool CVivotekPTZComm::Read(const std::string& query, std::string& text)
 {
-    std::vector<std::uint8_t> response;
-    const bool read = MayRequest() && Utils::SendRequestEx(client_, kGetParam + query, response, true);
-    text = response.empty() ? "" : reinterpret_cast<const char*>(response.data());
-    return read && !text.empty();
+    text.clear();
+    return MayRequest() && CameraCgi::Read(client_, query, text);
 }
 
 void CVivotekPTZComm::GetCapabilityFlags(PTZFlags& flags)

@@ -96,6 +96,7 @@ void HttpConnection::EndMulti(CURLM* multi)
 
 void HttpConnection::Forget()
 {
+    learntScheme = HttpScheme::kNone;
     if (kept_ != nullptr)
         curl_easy_cleanup(std::exchange(kept_, nullptr));
 }

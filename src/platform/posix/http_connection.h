@@ -36,7 +36,7 @@ public:
     /// refused is worth keeping. Mutex held.
     void GiveBack(CURL* easy, bool worthKeeping);
 
-    /// Forgets the handle that is kept, and what it remembers of authentication. Mutex held.
+    /// Forgets what is known of authentication: the handle that is kept, and the scheme. Mutex held.
     void Forget();
 
     /// A multi handle; null when out of memory. Mutex held.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 
 namespace korvane::platform
 {
@@ -34,17 +35,13 @@ std::uint32_t NumberOf(std::string_view text)
     return error == std::errc() && end == text.data() + text.size() ? value : 0;
 }
 
-/// The value of a header of the last response, the `index`th of its name; null when there is none.
-const char* HeaderOf(CURL* easy, const char* name, std::size_t index = 0)
+/// The value of a header of the last response, the `index`th of its name.
+std::optional<std::string_view> HeaderOf(CURL* easy, const char* name, std::size_t index = 0)
 {
     curl_header* header = nullptr;
-    const CURLHcode result = curl_easy_header(easy, name, index, CURLH_HEADER, -1, &header);
-    return result == CURLHE_OK ? header->value : nullptr;
-}
-
-std::string_view OrEmpty(const char* text)
-{
-    return text != nullptr ? std::string_view(text) : std::string_view();
+    if (curl_easy_header(easy, name, index, CURLH_HEADER, -1, &header) != CURLHE_OK)
+        return std::nullopt;
+    return header->value;
 }
 
 /// The end of the first element of a comma-separated list, commas in quoted strings passed over (RFC 9110,
@@ -100,41 +97,36 @@ HttpScheme PickedOf(std::uint32_t offered)
 
 bool HttpHead::AddLine(CURL* easy, std::string_view line)
 {
-    bytes_ += line.size();
+    bytes += line.size();
     if (line.starts_with("HTTP/"))
-        isComplete_ = false;
-    else if (!isComplete_ && line.find_first_of("\r\n") == 0) // else a trailer behind a chunked body ends
+        isComplete = false;
+    else if (!isComplete && line.find_first_of("\r\n") == 0) // else a trailer behind a chunked body ends
         ReadWhole(easy);
-    return bytes_ <= kMaxBytes;
+    return bytes <= kMaxBytes;
 }
 
 bool HttpHead::IsRedirect() const
 {
-    return (status_ == 301 || status_ == 302 || status_ == 303 || status_ == 307 || status_ == 308) &&
-           !location_.empty();
+    return (status == 301 || status == 302 || status == 303 || status == 307 || status == 308) &&
+           !location.empty();
 }
 
 void HttpHead::ReadWhole(CURL* easy)
 {
-    long status = 0;
-    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
-    isComplete_ = true;
-    status_ = static_cast<std::uint32_t>(status);
-    contentLength_ = NumberOf(OrEmpty(HeaderOf(easy, "Content-Length")));
-    location_ = OrEmpty(HeaderOf(easy, "Location"));
-    if (status_ == 401)
-        ++refusals_;
-    if (status_ == 401 || status_ == 407)
-        ReadChallenges(easy);
-}
-
-void HttpHead::ReadChallenges(CURL* easy)
-{
-    offered_ = {};
-    offered_.target = status_ == 407 ? HttpAuthTarget::kProxy : HttpAuthTarget::kServer;
-    const char* const name = status_ == 407 ? "Proxy-Authenticate" : "WWW-Authenticate";
-    for (std::size_t i = 0; const char* const value = HeaderOf(easy, name, i); ++i)
-        AddChallenges(value);
+    long code = 0;
+    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &code);
+    isComplete = true;
+    status = static_cast<std::uint32_t>(code);
+    contentLength = NumberOf(HeaderOf(easy, "Content-Length").value_or(""));
+    location = HeaderOf(easy, "Location").value_or("");
+    if (status != 401 && status != 407)
+        return;
+    refusals += status == 401 ? 1 : 0;
+    offered = {};
+    offered.byProxy = status == 407;
+    const char* const name = offered.byProxy ? "Proxy-Authenticate" : "WWW-Authenticate";
+    for (std::size_t i = 0; const auto value = HeaderOf(easy, name, i); ++i)
+        AddChallenges(*value);
 }
 
 void HttpHead::AddChallenges(std::string_view value)
@@ -148,9 +140,9 @@ void HttpHead::AddChallenges(std::string_view value)
         const std::string_view word = element.substr(0, element.find_first_of(" \t="));
         const bool isParameter = Trimmed(element.substr(word.size())).starts_with('=');
         const HttpScheme scheme = isParameter ? HttpScheme::kNone : SchemeOf(std::string(word));
-        offered_.schemes |= static_cast<std::uint32_t>(scheme);
-        if (offered_.first == HttpScheme::kNone)
-            offered_.first = scheme;
+        offered.schemes |= static_cast<std::uint32_t>(scheme);
+        if (offered.first == HttpScheme::kNone)
+            offered.first = scheme;
         value.remove_prefix(std::min(end + 1, value.size()));
     }
 }

@@ -158,11 +158,16 @@ bool HttpExchange::IsHeader(std::string_view header)
 CurlRequest MakeCurlRequest(const HttpDevice& device, HttpPlan plan)
 {
     CurlRequest request{std::move(plan), {}, {}, 0};
+    request.plan.announcedBytes =
+        std::max(request.plan.announcedBytes, static_cast<std::uint32_t>(request.plan.body.size()));
     const std::string_view target = request.plan.target;
     const std::string_view query = target.substr(std::min(target.find('?'), target.size()));
     const std::string base = UrlBase(request.plan.secure, device.host, device.port);
     const bool isRaw = request.plan.rawQuery;
-    if (base.empty() || target.empty() || !IsToken(request.plan.method) ||
+    const bool isAnswerable = device.service == HttpService::kWinINet || device.user.empty() ||
+                              request.plan.scheme == HttpScheme::kNone ||
+                              CurlAuthOf(request.plan.scheme) != 0;
+    if (base.empty() || target.empty() || !isAnswerable || !IsToken(request.plan.method) ||
         !std::ranges::all_of(request.plan.headers, HttpExchange::IsHeader) ||
         (isRaw && query.find_first_of(kLineBreaks) != std::string_view::npos))
     {

@@ -17,8 +17,8 @@
 namespace korvane::platform
 {
 
-/// Runs requests through libcurl, one after the other: sends, and takes in what comes, whenever its thread
-/// waits in it. Used by one thread; `Close` may come from any.
+/// One request on its way through libcurl, with its repeats and redirects: sends, and takes in what comes,
+/// whenever its thread waits in it. Used by one thread; `Close` may come from any.
 ///
 /// Who may touch what: the connection's mutex is held for every call into libcurl but the wait for the
 /// network, and for every change of the handles. The wait holds no lock, so that a close never queues behind
@@ -29,32 +29,9 @@ namespace korvane::platform
 /// between the thread's release of the mutex and its entry finds an open gate and shuts it, so the thread
 /// doesn't get in; one behind the entry wakes it, and libcurl keeps a wake-up that comes ahead of the wait.
 /// On its way back the thread takes the mutex, sees `isClosed_`, and touches no handle.
-class HttpTransfer
+class HttpExchange::State
 {
 public:
-    explicit HttpTransfer(HttpConnection& connection) : connection_(connection) {}
-    ~HttpTransfer() { Close(); }
-    HttpTransfer(const HttpTransfer&) = delete;
-    HttpTransfer& operator=(const HttpTransfer&) = delete;
-
-    /// Begins anew with `request`, which must outlive the transfer. `fresh` forgets first what earlier ones
-    /// learnt about authentication. Challenges are answered underneath, `mostAnswers` of them; the one behind
-    /// is the response.
-    HttpError Start(const CurlRequest& request, bool fresh, std::uint32_t mostAnswers);
-
-    HttpError WaitSent() { return Run(Goal::kSent); }
-    HttpError WaitHead() { return Run(Goal::kHead); }
-    HttpError WaitBody(std::uint32_t& available); ///< 0 without an error at the body's end
-    std::uint32_t TakeBody(std::uint8_t* buffer, std::uint32_t size);
-
-    const HttpHead& Head() const { return head_; }
-    bool ReusedHandle() const { return reusedHandle_; }
-
-    /// Any thread. Lets go of the network also when the transfer's own thread was given up.
-    void Close();
-
-private:
-    using Time = std::chrono::steady_clock::time_point;
     enum class Goal
     {
         kSent,
@@ -62,7 +39,38 @@ private:
         kBody,
     };
 
+    State(std::shared_ptr<HttpConnection> connection, HttpPlan plan);
+    ~State() { Close(); }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    /// Begins anew. `fresh` forgets first what earlier requests learnt about authentication. Challenges are
+    /// answered underneath, `mostAnswers` of them; the one behind is the response.
+    HttpError Start(bool fresh, std::uint32_t mostAnswers);
+
+    /// Waits until that has been reached; for `kBody`, no error is also the body's end.
     HttpError Run(Goal goal);
+
+    std::span<const std::uint8_t> Unread() const { return std::span(buffer_).subspan(bufferAt_); }
+    void Take(std::uint32_t count); ///< of the bytes that are unread
+
+    /// The response is the caller's; what answered its challenge is to answer the next one.
+    void KeepResponse();
+
+    const HttpDevice& Device() const { return connection_->Device(); }
+    const HttpHead& Head() const { return head_; }
+
+    /// Any thread. Lets go of the network also when its own thread was given up.
+    void Close();
+
+    CurlRequest request;
+    bool usedMemory = false;  // the credentials went out by what an earlier exchange had learnt
+    bool hasResponse = false; // that the caller has been told of
+
+private:
+    using Time = std::chrono::steady_clock::time_point;
+
+    unsigned long Authentication() const; // CURLAUTH_... bits; 0 sends no credentials
     // Count of sockets with news; below 0 on failure; without the mutex.
     int Poll(CURLM* multi, int waitMs) const;
     bool Configure();
@@ -80,12 +88,11 @@ private:
     int OnSeek(curl_off_t offset);
     void OnConnected();
     // What libcurl calls. No exception may pass through it.
-    template <std::size_t (HttpTransfer::*Operation)(std::span<char>)>
+    template <std::size_t (State::*Operation)(std::span<char>)>
     static std::size_t Callback(char* data, std::size_t size, std::size_t count, void* self);
 
-    HttpConnection& connection_; // outlives the transfer
+    const std::shared_ptr<HttpConnection> connection_;
     const std::shared_ptr<PollGate> gate_ = std::make_shared<PollGate>();
-    const CurlRequest* request_ = nullptr;
 
     // Under the mutex of the connection.
     CURL* easy_ = nullptr;
@@ -98,9 +105,8 @@ private:
     std::vector<std::uint8_t> buffer_; // body bytes not read yet, from bufferAt_ on
     std::size_t bufferAt_ = 0;
     std::size_t uploadAt_ = 0;
-    bool reusedHandle_ = false;
     bool isPaused_ = false;
-    bool isRequestOut_ = false; // connected: the time-outs of the transfer itself count
+    bool isRequestOut_ = false; // connected: the time-outs of the exchange itself count
     bool hasHead_ = false;      // of the response that is the caller's
     bool isFinished_ = false;
     HttpError error_ = HttpError::kNone;

@@ -1,10 +1,9 @@
-#include "platform/posix/http_transfer.h"
+#include "platform/posix/http_state.h"
 
 #include "platform/reserve.h"
 #include "platform/thread.h"
 
 #include <algorithm>
-#include <array>
 #include <new>
 #include <utility>
 
@@ -16,6 +15,8 @@ namespace
 
 constexpr std::size_t kMaxBufferedBytes = 64 * 1024; // with this much unread, the device has to wait
 constexpr int kMaxWaitMs = 1000;                     // libcurl's own timers are looked at in between
+// With a user and a password in hand; a Kerberos login of the process is nothing that a camera knows.
+constexpr unsigned long kAnyScheme = CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM;
 
 HttpError ErrorOf(CURLcode code)
 {
@@ -53,22 +54,43 @@ HttpError ErrorOf(CURLcode code)
 
 } // namespace
 
-HttpError HttpTransfer::Start(const CurlRequest& request, bool fresh, std::uint32_t mostAnswers)
+HttpExchange::State::State(std::shared_ptr<HttpConnection> connection, HttpPlan plan)
+    : request(MakeCurlRequest(connection->Device(), std::move(plan))), connection_(std::move(connection))
 {
-    const std::lock_guard lock(connection_.Mutex());
+}
+
+unsigned long HttpExchange::State::Authentication() const
+{
+    if (Device().user.empty())
+        return 0;
+    if (Device().service == HttpService::kWinINet)
+        return connection_->learntScheme != HttpScheme::kNone ? CurlAuthOf(connection_->learntScheme)
+                                                              : kAnyScheme;
+    return request.plan.forProxy ? 0 : CurlAuthOf(request.plan.scheme);
+}
+
+HttpError HttpExchange::State::Start(bool fresh, std::uint32_t mostAnswers)
+{
+    const std::lock_guard lock(connection_->Mutex());
     Stop();
     if (fresh)
-        connection_.Forget();
+        connection_->Forget();
     head_ = {};
     buffer_.clear();
     bufferAt_ = uploadAt_ = 0;
     isPaused_ = isRequestOut_ = hasHead_ = isFinished_ = false;
     error_ = HttpError::kNone;
-    request_ = &request;
+    hasResponse = false;
     if (isClosed_)
         return HttpError::kCancelled;
+    if (request.url.empty())
+        return HttpError::kInvalidUrl;
 
-    easy_ = connection_.Take(reusedHandle_);
+    bool isReused = false;
+    easy_ = connection_->Take(isReused);
+    request.authentication = Authentication();
+    usedMemory = !fresh && (connection_->learntScheme != HttpScheme::kNone ||
+                            (request.authentication == CURLAUTH_DIGEST && isReused));
     multi_ = easy_ != nullptr ? HttpConnection::NewMulti() : nullptr;
     if (multi_ == nullptr || !Configure() ||
         // libcurl counts an answer to a challenge as a redirect; without a bound it answers for ever a device
@@ -83,38 +105,33 @@ HttpError HttpTransfer::Start(const CurlRequest& request, bool fresh, std::uint3
     return error_;
 }
 
-HttpError HttpTransfer::WaitBody(std::uint32_t& available)
+void HttpExchange::State::Take(std::uint32_t count)
 {
-    // Bytes that came before a failure are the caller's before the failure is.
-    const HttpError error = bufferAt_ == buffer_.size() ? Run(Goal::kBody) : HttpError::kNone;
-    available = static_cast<std::uint32_t>(buffer_.size() - bufferAt_);
-    return available != 0 ? HttpError::kNone : error;
-}
-
-std::uint32_t HttpTransfer::TakeBody(std::uint8_t* buffer, std::uint32_t size)
-{
-    const auto count = static_cast<std::uint32_t>(std::min<std::size_t>(size, buffer_.size() - bufferAt_));
-    std::copy_n(buffer_.data() + bufferAt_, count, buffer);
     bufferAt_ += count;
-    if (bufferAt_ == buffer_.size())
-    {
-        buffer_.clear();
-        bufferAt_ = 0;
-    }
-    return count;
+    if (bufferAt_ < buffer_.size())
+        return;
+    buffer_.clear();
+    bufferAt_ = 0;
 }
 
-void HttpTransfer::Close()
+void HttpExchange::State::KeepResponse()
 {
-    const std::lock_guard lock(connection_.Mutex());
+    hasResponse = true;
+    if (Device().service == HttpService::kWinINet && head_.status != 401 && head_.offered.schemes != 0)
+        connection_->learntScheme = PickedOf(head_.offered.schemes);
+}
+
+void HttpExchange::State::Close()
+{
+    const std::lock_guard lock(connection_->Mutex());
     isClosed_ = true;
     gate_->Shut([this] { curl_multi_wakeup(multi_); });
     Stop();
 }
 
-HttpError HttpTransfer::Run(Goal goal)
+HttpError HttpExchange::State::Run(Goal goal)
 {
-    std::unique_lock lock(connection_.Mutex());
+    std::unique_lock lock(connection_->Mutex());
     if (!IsOver(goal) && multi_ == nullptr)
         return HttpError::kIncorrectState;
     lastActivity_ = std::chrono::steady_clock::now(); // what came while nobody waited is no silence
@@ -147,7 +164,7 @@ HttpError HttpTransfer::Run(Goal goal)
     return error_ == HttpError::kNone && !isBodyEnd ? HttpError::kInvalidResponse : error_;
 }
 
-int HttpTransfer::Poll(CURLM* multi, int waitMs) const
+int HttpExchange::State::Poll(CURLM* multi, int waitMs) const
 {
     // Held from the stack: while the thread is away, everything else may be freed around it.
     const std::shared_ptr<PollGate> gate = gate_;
@@ -160,7 +177,7 @@ int HttpTransfer::Poll(CURLM* multi, int waitMs) const
     return code == CURLM_OK ? active : -1;
 }
 
-void HttpTransfer::Perform()
+void HttpExchange::State::Perform()
 {
     if (std::exchange(isPaused_, false))
         curl_easy_pause(easy_, CURLPAUSE_CONT);
@@ -181,12 +198,12 @@ void HttpTransfer::Perform()
     }
 }
 
-void HttpTransfer::Finish(CURLcode result)
+void HttpExchange::State::Finish(CURLcode result)
 {
     isFinished_ = true;
     if (result == CURLE_TOO_MANY_REDIRECTS)
         result = CURLE_OK; // one more challenge than are answered
-    if (head_.IsComplete() && result == CURLE_OK)
+    if (head_.isComplete && result == CURLE_OK)
         hasHead_ = true;
     error_ = ErrorOf(result);
     if (error_ == HttpError::kOutOfMemory)
@@ -194,7 +211,7 @@ void HttpTransfer::Finish(CURLcode result)
     Stop();
 }
 
-void HttpTransfer::Stop()
+void HttpExchange::State::Stop()
 {
     if (multi_ != nullptr)
     {
@@ -202,11 +219,11 @@ void HttpTransfer::Stop()
         HttpConnection::EndMulti(std::exchange(multi_, nullptr));
     }
     if (easy_ != nullptr)
-        connection_.GiveBack(std::exchange(easy_, nullptr), hasHead_ && head_.Status() != 401);
+        connection_->GiveBack(std::exchange(easy_, nullptr), hasHead_ && head_.status != 401);
     curl_slist_free_all(std::exchange(headers_, nullptr));
 }
 
-bool HttpTransfer::HasReached(Goal goal) const
+bool HttpExchange::State::HasReached(Goal goal) const
 {
     switch (goal)
     {
@@ -214,13 +231,13 @@ bool HttpTransfer::HasReached(Goal goal) const
     {
         if (hasHead_)
             return true;
-        if (!isRequestOut_ || easy_ == nullptr || uploadAt_ < request_->plan.body.size())
+        if (!isRequestOut_ || easy_ == nullptr || uploadAt_ < request.plan.body.size())
             return false;
         long requestBytes = 0;
         curl_off_t bodyBytes = 0;
         curl_easy_getinfo(easy_, CURLINFO_REQUEST_SIZE, &requestBytes);
         curl_easy_getinfo(easy_, CURLINFO_SIZE_UPLOAD_T, &bodyBytes);
-        return requestBytes > 0 && static_cast<std::size_t>(bodyBytes) >= request_->plan.body.size();
+        return requestBytes > 0 && static_cast<std::size_t>(bodyBytes) >= request.plan.body.size();
     }
     case Goal::kHead:
         return hasHead_;
@@ -230,11 +247,11 @@ bool HttpTransfer::HasReached(Goal goal) const
     return false;
 }
 
-int HttpTransfer::WaitMs(Time now) const
+int HttpExchange::State::WaitMs(Time now) const
 {
     if (!isRequestOut_)
         return kMaxWaitMs; // libcurl ends a connection that takes too long
-    const HttpTimeouts& timeouts = connection_.Device().timeouts;
+    const HttpTimeouts& timeouts = Device().timeouts;
     std::int64_t leftMs = kMaxWaitMs;
     const auto bound = [&](Time from, std::uint32_t limitMs)
     {
@@ -242,31 +259,30 @@ int HttpTransfer::WaitMs(Time now) const
         if (limitMs != 0)
             leftMs = std::min(leftMs, std::int64_t{limitMs} - passed);
     };
-    const bool isSending = uploadAt_ < request_->plan.body.size();
+    const bool isSending = uploadAt_ < request.plan.body.size();
     bound(lastActivity_, isSending ? timeouts.sendMs : timeouts.receiveMs);
     if (!hasHead_ && !isSending)
         bound(requestTime_, timeouts.headMs);
     return static_cast<int>(std::max<std::int64_t>(leftMs, 0));
 }
 
-bool HttpTransfer::MayBeAnswered() const
+bool HttpExchange::State::MayBeAnswered() const
 {
     // Basic went out with the request, so nothing is left to answer with; any other scheme may need the 401.
-    return head_.Status() == 401 && request_->authentication != 0 &&
-           request_->authentication != CURLAUTH_BASIC;
+    return head_.status == 401 && request.authentication != 0 && request.authentication != CURLAUTH_BASIC;
 }
 
-std::size_t HttpTransfer::OnHeader(std::span<char> line)
+std::size_t HttpExchange::State::OnHeader(std::span<char> line)
 {
     if (!head_.AddLine(easy_, {line.data(), line.size()}))
         return 0;
     lastActivity_ = std::chrono::steady_clock::now();
-    if (head_.IsComplete() && head_.Status() >= 200 && !MayBeAnswered())
+    if (head_.isComplete && head_.status >= 200 && !MayBeAnswered())
         hasHead_ = true;
     return line.size();
 }
 
-std::size_t HttpTransfer::OnBody(std::span<char> bytes)
+std::size_t HttpExchange::State::OnBody(std::span<char> bytes)
 {
     hasHead_ = true; // the body of a response that libcurl answers underneath doesn't come here
     if (!buffer_.empty() && buffer_.size() + bytes.size() > kMaxBufferedBytes)
@@ -278,37 +294,37 @@ std::size_t HttpTransfer::OnBody(std::span<char> bytes)
     return bytes.size();
 }
 
-std::size_t HttpTransfer::OnUpload(std::span<char> room)
+std::size_t HttpExchange::State::OnUpload(std::span<char> room)
 {
-    const std::span<const std::uint8_t> left = request_->plan.body.subspan(uploadAt_);
+    const std::span<const std::uint8_t> left = request.plan.body.subspan(uploadAt_);
     const std::size_t count = std::min(room.size(), left.size());
-    if (count == 0 && request_->plan.announcedBytes > request_->plan.body.size())
+    if (count == 0 && request.plan.announcedBytes > request.plan.body.size())
         return CURL_READFUNC_PAUSE; // what was announced and isn't here never goes out
     std::copy_n(left.begin(), count, room.begin());
     uploadAt_ += count;
     return count;
 }
 
-int HttpTransfer::OnSeek(curl_off_t offset)
+int HttpExchange::State::OnSeek(curl_off_t offset)
 {
-    if (offset < 0 || static_cast<std::size_t>(offset) > request_->plan.body.size())
+    if (offset < 0 || static_cast<std::size_t>(offset) > request.plan.body.size())
         return CURL_SEEKFUNC_FAIL;
     uploadAt_ = static_cast<std::size_t>(offset);
     return CURL_SEEKFUNC_OK;
 }
 
-void HttpTransfer::OnConnected()
+void HttpExchange::State::OnConnected()
 {
     isRequestOut_ = true;
     lastActivity_ = requestTime_ = std::chrono::steady_clock::now();
 }
 
-template <std::size_t (HttpTransfer::*Operation)(std::span<char>)>
-std::size_t HttpTransfer::Callback(char* data, std::size_t size, std::size_t count, void* self)
+template <std::size_t (HttpExchange::State::*Operation)(std::span<char>)>
+std::size_t HttpExchange::State::Callback(char* data, std::size_t size, std::size_t count, void* self)
 {
     try
     {
-        return (static_cast<HttpTransfer*>(self)->*Operation)({data, size * count});
+        return (static_cast<State*>(self)->*Operation)({data, size * count});
     }
     catch (const std::bad_alloc&)
     {
@@ -316,22 +332,24 @@ std::size_t HttpTransfer::Callback(char* data, std::size_t size, std::size_t cou
     }
 }
 
-bool HttpTransfer::Configure()
+bool HttpExchange::State::Configure()
 {
     const curl_seek_callback seek = [](void* self, curl_off_t offset, int origin)
-    { return origin == SEEK_SET ? static_cast<HttpTransfer*>(self)->OnSeek(offset) : CURL_SEEKFUNC_FAIL; };
+    { return origin == SEEK_SET ? static_cast<State*>(self)->OnSeek(offset) : CURL_SEEKFUNC_FAIL; };
     const curl_prereq_callback connected = [](void* self, char*, char*, int, int)
     {
-        static_cast<HttpTransfer*>(self)->OnConnected();
+        static_cast<State*>(self)->OnConnected();
         return CURL_PREREQFUNC_OK;
     };
     const auto set = [this](CURLoption option, auto value)
     { return curl_easy_setopt(easy_, option, value) == CURLE_OK; };
-    return ApplyRequest(easy_, *request_, connection_.Device(), headers_) &&
-           set(CURLOPT_HEADERFUNCTION, Callback<&HttpTransfer::OnHeader>) && set(CURLOPT_HEADERDATA, this) &&
-           set(CURLOPT_WRITEFUNCTION, Callback<&HttpTransfer::OnBody>) && set(CURLOPT_WRITEDATA, this) &&
-           set(CURLOPT_READFUNCTION, Callback<&HttpTransfer::OnUpload>) && set(CURLOPT_READDATA, this) &&
-           set(CURLOPT_SEEKFUNCTION, seek) && set(CURLOPT_SEEKDATA, this) &&
+    return ApplyRequest(easy_, request, Device(), headers_) &&
+           set(CURLOPT_HEADERFUNCTION, Callback<&HttpExchange::State::OnHeader>) &&
+           set(CURLOPT_HEADERDATA, this) &&
+           set(CURLOPT_WRITEFUNCTION, Callback<&HttpExchange::State::OnBody>) &&
+           set(CURLOPT_WRITEDATA, this) &&
+           set(CURLOPT_READFUNCTION, Callback<&HttpExchange::State::OnUpload>) &&
+           set(CURLOPT_READDATA, this) && set(CURLOPT_SEEKFUNCTION, seek) && set(CURLOPT_SEEKDATA, this) &&
            set(CURLOPT_PREREQFUNCTION, connected) && set(CURLOPT_PREREQDATA, this);
 }
 
