@@ -15,8 +15,6 @@ namespace
 {
 
 constexpr std::uint32_t kAudioSection = 2; // of the description
-constexpr std::uint32_t kReadBytes = 10240;
-constexpr std::size_t kMostResponseBytes = 0x10000000;
 constexpr std::uint32_t kNoFormat = 0;
 constexpr std::uint32_t kMostCodecs = 256; // that are asked of the host: there are four
 constexpr const char* kConfigureFunction = "korvane::CAudioCaptureChannel::ConfigureAudioCodec";
@@ -144,12 +142,7 @@ bool CAudioCaptureChannel::Request(const std::string& uri, std::string& response
     if (IsStopping() || !sender_.Send({"GET", uri}) || sender_.StatusCode() / 100 != 2)
         return false;
     std::vector<std::uint8_t> body;
-    while (body.size() < kMostResponseBytes && !IsStopping())
-    {
-        const std::uint32_t available = sender_.QueryDataAvailable();
-        if (available == 0 || sender_.ReadData(body, std::min(available, kReadBytes), false) == 0)
-            break;
-    }
+    sender_.ReadResponse(body);
     if (sender_.LastError() == platform::HttpError::kTimeout)
         return false; // what has come is not whole
     response.assign(body.begin(), body.end());

@@ -59,12 +59,13 @@ public:
     /// Ends what is going on, and keeps a second attempt of `Send` from running. Any thread.
     virtual void Abort() = 0;
 
-    /// Waits for bytes of the body, and gives how many are there; 0 at its end, on failure, without a
-    /// request, and 90 s after the response began.
+    /// This one and `ReadData` take a body in pieces, for whoever does not need the whole; the driver itself
+    /// uses `ReadResponse`. This one waits for bytes of the body, and gives how many are there; 0 at its end,
+    /// on failure, without a request, and 90 s after the response began.
     virtual std::uint32_t QueryDataAvailable() = 0;
 
     /// Reads the body, up to its announced length, or 1 MiB when there is none, and gives its size. When the
-    /// device falls silent, zero bytes stand for the block that was waited for.
+    /// device falls silent, zero bytes take the place of the block that was waited for.
     virtual std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer) = 0;
 
     /// Appends one read of 1 to `size` bytes to `buffer`, which is emptied first when `clearFirst` is set.
