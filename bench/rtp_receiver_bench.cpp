@@ -85,7 +85,7 @@ void ReceiveUDP(benchmark::State& state)
     Counter user;
     CRTPReceiver receiver(nullptr);
     receiver.SetUser(&user);
-    if (!receiver.StartUnicast(false, 0))
+    if (!receiver.StartUnicast(0))
         return state.SkipWithError("no socket");
     SendBursts(state, receiver.GetPort(), [&](std::uint64_t count) { user.Await(count); });
 }

@@ -142,7 +142,7 @@ void StallBeforeKeyFrames(benchmark::State& state)
     StallingHost host(stall);
     CRTPReceiver receiver(nullptr);
     receiver.SetUser(&host);
-    if (!receiver.StartUnicast(false, 0))
+    if (!receiver.StartUnicast(0))
         return state.SkipWithError("no socket");
     ReceiveBuffer buffer(receiver.GetPort());
     if (!buffer.Cap())

@@ -110,8 +110,7 @@ bool CBaseAudioRTSPChannel::MoveTo(AudioState next)
         if (!IsAllowed(now, next))
             return false;
     } while (!state_.compare_exchange_weak(now, next));
-    gate_.Tell([number = audioChannel_, next](ipcapture::IHostAudioClient& client)
-               { client.StateChanged(number, static_cast<std::uint32_t>(next)); });
+    gate_.Tell(&ipcapture::IHostAudioClient::StateChanged, audioChannel_, static_cast<std::uint32_t>(next));
     return true;
 }
 
@@ -277,7 +276,7 @@ bool CBaseAudioRTSPChannel::AudioFrame(ipcapture::IHostFrame* frame)
 {
     frameEvent_.Set();
     if (IsStopping() || state_ != AudioState::kStreaming ||
-        !gate_.Ask(false, [frame](ipcapture::IHostAudioClient& client) { return client.AudioFrame(frame); }))
+        !gate_.Ask(false, &ipcapture::IHostAudioClient::AudioFrame, frame))
         return false;
     lastFrame_.Update();
     SetDeviceState(true);

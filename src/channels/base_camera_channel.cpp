@@ -156,13 +156,12 @@ void CBaseCameraChannel::SetCameraState(bool online)
 
 bool CBaseCameraChannel::SendFrameToHost(ipcapture::IHostFrame* frame)
 {
-    return !IsStopping() && gate_.Ask(false, [frame](ipcapture::IHostChannelClient& client)
-                                      { return client.DeliverFrame(frame); });
+    return !IsStopping() && gate_.Ask(false, &ipcapture::IHostChannelClient::DeliverFrame, frame);
 }
 
 void CBaseCameraChannel::NotifySignalLost()
 {
-    gate_.Tell([](ipcapture::IHostChannelClient& client) { client.SignalLost(); });
+    gate_.Tell(&ipcapture::IHostChannelClient::SignalLost);
 }
 
 std::uint32_t CBaseCameraChannel::GetPendingChange()

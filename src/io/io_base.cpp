@@ -126,7 +126,7 @@ void CIOBase::ResetStates()
 
 void CIOBase::TellConnectionLost()
 {
-    gate_.Tell([](ipcapture::IHostIOClient& client) { client.ConnectionLost(); });
+    gate_.Tell(&ipcapture::IHostIOClient::ConnectionLost);
 }
 
 // What a poll throws for want of memory is gone with it: the next one comes in 2 s.
@@ -183,7 +183,7 @@ bool CIOBase::Store(States& states, std::uint32_t number, std::uint32_t state)
 void CIOBase::SetInputState(std::uint32_t number, std::uint32_t state)
 {
     if (Store(inputStates_, number, state))
-        gate_.Tell([number, state](ipcapture::IHostIOClient& client) { client.InputChanged(number, state); });
+        gate_.Tell(&ipcapture::IHostIOClient::InputChanged, number, state);
 }
 
 bool CIOBase::SetOutput(std::uint32_t number, std::uint32_t state)

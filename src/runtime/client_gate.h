@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace korvane
@@ -53,26 +54,34 @@ public:
     void Set(Client* client) { client_ = client; }
     void Shut() { client_ = nullptr; }
 
-    /// What `call(client)` gives; `failure` if it throws or there is nobody to call. As `CallHost`.
-    template <class Result, class Call>
-    Result Ask(Result failure, Call&& call) const
+    /// What the client's operation gives; `failure` if it throws or there is nobody to call.
+    template <class Result, class... Arguments>
+    Result Ask(Result failure, Result (Client::*operation)(Arguments...),
+               std::type_identity_t<Arguments>... arguments) const noexcept
     {
         Client* const client = client_;
         if (client == nullptr)
             return failure;
         const Inside inside(*this);
-        return CallHost(failure, [&call, client] { return std::forward<Call>(call)(*client); });
+        try
+        {
+            const HostCallScope scope;
+            return (client->*operation)(arguments...);
+        }
+        catch (...)
+        {
+            return failure;
+        }
     }
 
-    template <class Call>
-    void Tell(Call&& call) const
+    template <class... Arguments>
+    void Tell(void (Client::*operation)(Arguments...), std::type_identity_t<Arguments>... arguments) const
     {
-        Ask(false,
-            [&call](Client& client)
-            {
-                std::forward<Call>(call)(client);
-                return true;
-            });
+        Client* const client = client_;
+        if (client == nullptr)
+            return;
+        const Inside inside(*this);
+        CallHost([&] { (client->*operation)(arguments...); });
     }
 
 private:

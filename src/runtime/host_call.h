@@ -12,21 +12,32 @@
 namespace korvane
 {
 
-/// The gate to the host: makes one call into one of the host's objects, and gives its result, or `failure` if
-/// the host threw. Every such call of the driver goes through here, each by itself.
+/// Around each call into one of the host's objects, and nothing else: every such call of the driver is made
+/// in a scope of its own, by `CallHost` or `TClientGate`.
 ///
-/// The thread may be given up while the host has it (platform/thread.h). So `call` uses only what is on the
+/// The thread may be given up while the host has it (platform/thread.h). So the call uses only what is on the
 /// thread's own stack and what is the host's; and it is one call, for what the driver does around it must not
 /// run on a thread that was given up. No lock of the driver is held here, and no thread calls that must read
 /// a socket whatever the host does: debug builds check both.
+class HostCallScope
+{
+public:
+    HostCallScope() { platform::HeldLocks::CheckHostCall(); }
+    HostCallScope(const HostCallScope&) = delete;
+    HostCallScope& operator=(const HostCallScope&) = delete;
+
+private:
+    platform::Reserve::Use none_; // before the scope, from which a thread may not come back
+    platform::AwayScope away_;
+};
+
+/// Makes one call into the host, and gives its result, or `failure` if the host threw.
 template <class Result, class Call>
 Result CallHost(Result failure, Call&& call) noexcept
 {
-    platform::HeldLocks::CheckHostCall();
     try
     {
-        const platform::Reserve::Use none; // before the scope, from which a thread may not come back
-        const platform::AwayScope away;
+        const HostCallScope scope;
         return std::forward<Call>(call)();
     }
     catch (...)

@@ -28,6 +28,7 @@ platform::WaitResult CDatagramBatch::Receive(platform::Socket& socket, std::uint
     }
     const auto [result, count] = socket.ReceiveMany(std::span(datagrams_).first(asked_), waitMs);
     count_ = count;
+    at_ = 0;
     asked_ = count == asked_ ? kMost : kSmall;
     for (platform::Datagram& datagram : std::span(datagrams_).first(count_))
     {
@@ -46,6 +47,16 @@ std::size_t CDatagramBatch::ByteCount() const
     for (std::size_t i = 0; i < count_; ++i)
         bytes += datagrams_[i].length;
     return bytes;
+}
+
+bool CDatagramBatch::Next(Arrived& arrived)
+{
+    const std::size_t at = NextFull(at_);
+    if (at >= count_)
+        return false;
+    at_ = NextFull(at + 1);
+    arrived = {datagrams_[at].sender, Bytes(datagrams_[at]), at_ < count_};
+    return true;
 }
 
 std::size_t CDatagramBatch::NextFull(std::size_t from) const

@@ -27,20 +27,16 @@ public:
     /// Waits up to `waitMs` until something has arrived, and takes it.
     platform::WaitResult Receive(platform::Socket& socket, std::uint32_t waitMs);
 
-    /// Calls `give(sender, bytes, hasMore)` for each datagram in order of arrival, as long as that gives
-    /// true. Empty ones, and those that were too large, are left out. The bytes are valid until the next
-    /// `Receive`.
-    template <class Give>
-    void ForEach(Give give)
+    struct Arrived
     {
-        for (std::size_t at = NextFull(0); at < count_;)
-        {
-            const std::size_t next = NextFull(at + 1);
-            if (!give(datagrams_[at].sender, Bytes(datagrams_[at]), next < count_))
-                return;
-            at = next;
-        }
-    }
+        platform::SocketAddress sender;
+        std::span<const std::uint8_t> bytes; ///< until the next one is asked for
+        bool hasMore = false;                ///< another one of the same call follows
+    };
+
+    /// The next of those that the last `Receive` took, in order of arrival; false when there is none. Empty
+    /// ones, and those that were too large, are left out.
+    bool Next(Arrived& arrived);
 
     std::size_t ByteCount() const; ///< of the last `Receive`
 
@@ -57,6 +53,7 @@ private:
     std::unique_ptr<std::uint8_t[]> memory_;
     std::array<platform::Datagram, kMost> datagrams_;
     std::size_t count_ = 0;
+    std::size_t at_ = 0; // of the next one
     std::size_t asked_ = kSmall;
     std::vector<std::uint8_t> joined_;
 };

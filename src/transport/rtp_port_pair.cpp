@@ -38,7 +38,7 @@ bool CRTPPortPair::OpenFree(IRTPReceiverUser* user, std::uint32_t quietMs)
 bool CRTPPortPair::TryPort(std::uint16_t port, std::uint32_t quietMs)
 {
     packetEvent_.Reset();
-    if (!receiver.StartUnicast(false, port))
+    if (!receiver.StartUnicast(port))
         return false;
     CEvent* const events[] = {&stopEvent_, &packetEvent_};
     if (CEvent::WaitForAny(events, 2, quietMs) == -1 &&

@@ -1,6 +1,5 @@
 #include "transport/rtp_receiver.h"
 
-#include <cstdio>
 #include <span>
 #include <utility>
 
@@ -13,7 +12,6 @@ namespace
 {
 
 constexpr std::uint32_t kReadSize = 1536; // suits the packets that networks carry
-constexpr std::uint32_t kWaitMs = 2000;
 constexpr std::uint32_t kReceiverStopMs = 2000;
 constexpr std::uint32_t kIdleMs = 1000;
 constexpr std::uint32_t kLossLineMs = 60'000; // from one line to the next
@@ -40,40 +38,27 @@ CRTPReceiver::~CRTPReceiver()
     CRTPReceiver::Stop();
 }
 
-bool CRTPReceiver::StartUnicast(bool keepClient, std::uint16_t port)
+bool CRTPReceiver::StartUnicast(std::uint16_t port)
 {
-    return Start(keepClient, [this, port](IRTPClient& client) { return client.StartUnicast(this, port); });
+    return Start([this, port](IRTPClient& client) { return client.StartUnicast(this, port); });
 }
 
 bool CRTPReceiver::StartMulticast(const std::string& address, std::uint16_t port)
 {
-    return Start(false, [&](IRTPClient& client) { return client.StartMulticast(this, address, port); });
+    return Start([&](IRTPClient& client) { return client.StartMulticast(this, address, port); });
 }
 
 template <class StartClient>
-bool CRTPReceiver::Start(bool keepClient, StartClient startClient)
+bool CRTPReceiver::Start(StartClient startClient)
 {
     const COneAtATime::Turn only(startOrStop_);
-    if (!keepClient)
-    {
-        Stop(); // the port may be the same
-        client_.Reset(new CUDPClient(debug_));
-        client_->Lend();
-    }
-    if (client_)
-    {
-        // Before the client's thread looks at it, so that its memory is the small one from the start.
-        client_->SetReadSize(kReadSize);
-        if (startClient(*client_))
-        {
-            client_->SetWaitTime(kWaitMs);
-            EmptyQueue();
-            char name[64];
-            std::snprintf(name, sizeof(name), "RTP Packet Queue (%hu)", GetPort());
-            if (StartThread(name))
-                return true;
-        }
-    }
+    Stop(); // the port may be the same
+    client_.Reset(new CUDPClient(debug_));
+    client_->Lend();
+    // Before the client's thread looks at it, so that its memory is the small one from the start.
+    client_->SetReadSize(kReadSize);
+    if (startClient(*client_) && StartThread("RTP Packet Queue (" + std::to_string(GetPort()) + ")"))
+        return true;
     Stop();
     return false;
 }
@@ -200,41 +185,31 @@ void CRTPReceiver::Run()
     bool canRead = true;
     while (!IsStopping())
     {
-        HandleQueued();
+        for (std::unique_ptr<Item> item; (item = Pop(std::move(item))) != nullptr && !IsStopping();)
+        {
+            TellSlowUser();
+            Give(item->sender, item->packet);
+        }
         TellLosses();
         if (!canRead || !turn.TryBeginReading())
+        {
             CEvent::WaitForAny(events, 3, kIdleMs);
-        else if (!IsQueueEmpty())
+            continue;
+        }
+        if (!IsQueueEmpty())
+        {
             turn.EndReading(); // what the client's thread queued before it gave the turn back comes first
-        else
-            canRead = HandleArriving(batch);
-    }
-    EmptyQueue();
-}
-
-void CRTPReceiver::HandleQueued()
-{
-    std::unique_ptr<Item> item;
-    while ((item = Pop(std::move(item))) != nullptr && !IsStopping())
-    {
-        TellSlowUser();
-        Give(item->sender, item->packet);
-    }
-}
-
-bool CRTPReceiver::HandleArriving(CDatagramBatch& batch)
-{
-    if (!client_->Read(batch))
-        return false;
-    batch.ForEach(
-        [this](const platform::SocketAddress& sender, std::span<const std::uint8_t> bytes, bool)
+            continue;
+        }
+        canRead = client_->Read(batch);
+        for (CDatagramBatch::Arrived next; canRead && batch.Next(next) && !IsStopping();)
         {
             CRTPPacket packet;
-            if (packet.ParseInPlace(bytes.data(), static_cast<std::uint32_t>(bytes.size())))
-                Give(sender, packet);
-            return !IsStopping();
-        });
-    return true;
+            if (packet.ParseInPlace(next.bytes.data(), static_cast<std::uint32_t>(next.bytes.size())))
+                Give(next.sender, packet);
+        }
+    }
+    EmptyQueue();
 }
 
 // The host's log may stall: meanwhile the socket's thread reads, as while a packet is with the user.

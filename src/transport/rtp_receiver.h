@@ -58,10 +58,9 @@ public:
 
     void SetUser(IRTPReceiverUser* user) { user_ = user; } ///< not owned; before a start
 
-    /// Receives on `port`; with `keepClient` on the client of before, else on a new one. On false all is
-    /// stopped.
-    bool StartUnicast(bool keepClient, std::uint16_t port);
-    /// Same, on a new client, from the group `address` (dotted text).
+    /// Receives on `port`, on a new client. On false all is stopped.
+    bool StartUnicast(std::uint16_t port);
+    /// Same, from the group `address` (dotted text).
     bool StartMulticast(const std::string& address, std::uint16_t port);
 
     /// From its return on there is no callback, and the queue is empty. Within 2,000 ms and what the client
@@ -88,14 +87,12 @@ private:
     struct Item;
 
     template <class StartClient>
-    bool Start(bool keepClient, StartClient startClient);
+    bool Start(StartClient startClient);
     std::unique_ptr<Item> NewItem();
     void Push(std::unique_ptr<Item> item);
     std::unique_ptr<Item> Pop(std::unique_ptr<Item> done);
     bool IsQueueEmpty();
     void EmptyQueue();
-    void HandleQueued();
-    bool HandleArriving(CDatagramBatch& batch);
     void Give(const platform::SocketAddress& sender, CRTPPacket& packet);
     void TellSlowUser();
     void TellLosses();

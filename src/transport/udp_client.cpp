@@ -203,17 +203,15 @@ bool CUDPClient::Receive(CDatagramBatch& batch)
 
 void CUDPClient::Deliver(CDatagramBatch& batch)
 {
-    batch.ForEach(
-        [this](const platform::SocketAddress& sender, std::span<const std::uint8_t> bytes, bool hasMore)
-        {
-            if (IsStopping())
-                return false;
-            hasMore_ = hasMore;
-            TellUser(
-                [&](IRTPClientUser& user)
-                { user.OnDatagram(*this, sender, bytes.data(), static_cast<std::uint32_t>(bytes.size())); });
-            return true;
-        });
+    for (CDatagramBatch::Arrived next; batch.Next(next) && !IsStopping();)
+    {
+        hasMore_ = next.hasMore;
+        TellUser(
+            [&](IRTPClientUser& user) {
+                user.OnDatagram(*this, next.sender, next.bytes.data(),
+                                static_cast<std::uint32_t>(next.bytes.size()));
+            });
+    }
 }
 
 } // namespace korvane

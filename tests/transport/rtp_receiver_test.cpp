@@ -117,7 +117,7 @@ struct RTPReceiver : ::testing::Test
 
 TEST_F(RTPReceiver, HandsPacketsOverInOrderOfArrivalAndDropsWhatIsNone)
 {
-    ASSERT_TRUE(receiver.StartUnicast(false, 0));
+    ASSERT_TRUE(receiver.StartUnicast(0));
     UDPPeer first(receiver.GetPort());
     UDPPeer second(receiver.GetPort());
     first.Send(MakePacket(7));
@@ -140,7 +140,7 @@ TEST_F(RTPReceiver, HandsPacketsOverInOrderOfArrivalAndDropsWhatIsNone)
 
 TEST_F(RTPReceiver, AStopFreesWhatIsQueuedAndLaterPackets)
 {
-    ASSERT_TRUE(receiver.StartUnicast(false, 0));
+    ASSERT_TRUE(receiver.StartUnicast(0));
     const auto client = receiver.Client();
     HoldUser();
     Arrive(*client, MakePacket(2));
@@ -159,7 +159,7 @@ TEST_F(RTPReceiver, AStopFreesWhatIsQueuedAndLaterPackets)
     // The object serves again, and nothing of before comes out of it.
     for (const std::uint16_t sequence : {std::uint16_t{10}, std::uint16_t{11}})
     {
-        ASSERT_TRUE(receiver.StartUnicast(false, 0));
+        ASSERT_TRUE(receiver.StartUnicast(0));
         UDPPeer(receiver.GetPort()).Send(MakePacket(sequence));
         ASSERT_TRUE(user.WaitForSequence(sequence));
         receiver.Stop();
@@ -173,7 +173,7 @@ TEST_F(RTPReceiver, AFullQueueIsDroppedAndCounted)
 {
     constexpr std::size_t kPayload = 1400;
     constexpr auto kMany = static_cast<std::uint16_t>(3 * CRTPReceiver::kMostQueuedBytes / kPayload);
-    ASSERT_TRUE(receiver.StartUnicast(false, 0));
+    ASSERT_TRUE(receiver.StartUnicast(0));
     const auto client = receiver.Client();
     std::uint64_t droppedBefore = 0;
     for (int run = 1; run <= 2; ++run)
@@ -218,7 +218,7 @@ TEST_F(RTPReceiver, KeepsTheOrderThroughEveryChangeOfReader)
     CRTPReceiver own(&driver);
     own.SetUser(&fitful);
     fitful.go.Set();
-    ASSERT_TRUE(own.StartUnicast(false, 0));
+    ASSERT_TRUE(own.StartUnicast(0));
     const std::uint16_t port = own.GetPort();
     UDPPeer sender(port);
     for (std::uint16_t sequence = 1; sequence <= kMany; ++sequence)
@@ -233,7 +233,7 @@ TEST_F(RTPReceiver, KeepsTheOrderThroughEveryChangeOfReader)
 TEST_F(RTPReceiver, ReadsWithin10MsOfTheUsersBlocking)
 {
     constexpr std::size_t kTries = 21;
-    ASSERT_TRUE(receiver.StartUnicast(false, 0));
+    ASSERT_TRUE(receiver.StartUnicast(0));
     const std::uint16_t port = receiver.GetPort();
     std::vector<std::chrono::steady_clock::duration> delays;
     for (std::size_t i = 0; i < kTries; ++i)
@@ -270,7 +270,7 @@ TEST_F(RTPReceiver, TimeoutsComeFromTheReaderAndNotDuringAStop)
     for (int run = 0; run < 20; ++run)
     {
         timed.isStopped = false;
-        ASSERT_TRUE(receiver.StartUnicast(false, 0));
+        ASSERT_TRUE(receiver.StartUnicast(0));
         receiver.Client()->SetWaitTime(1);
         UDPPeer(receiver.GetPort()).Send(MakePacket(2)); // ends the first wait, which is longer
         ASSERT_TRUE(timed.came.Wait(kPatienceMs));
@@ -293,7 +293,7 @@ TEST_F(RTPReceiver, ALogThatStallsDoesNotHoldUpTheSocket)
     } log;
     CRTPReceiver own(&log);
     own.SetUser(&user);
-    ASSERT_TRUE(own.StartUnicast(false, 0));
+    ASSERT_TRUE(own.StartUnicast(0));
     const std::uint16_t port = own.GetPort();
     UDPPeer sender(port);
     sender.Send(MakePacket(1));
@@ -316,7 +316,7 @@ TEST_F(RTPReceiver, ALogThatStallsDoesNotHoldUpTheSocket)
 TEST_F(RTPReceiver, TellsOnceAMinuteWhatTheSystemDropped)
 {
     platform::ManualClock clock(133'000'000'000'000'000);
-    ASSERT_TRUE(receiver.StartUnicast(false, 0));
+    ASSERT_TRUE(receiver.StartUnicast(0));
     UDPPeer sender(receiver.GetPort());
     std::uint32_t toTell = 1; // at least
     std::vector<std::uint32_t> told;
@@ -377,7 +377,7 @@ TEST_F(RTPReceiver, GivesUpAUserThatNeverComesBack)
     auto deaf = std::make_unique<DeafUser>();
     auto own = std::make_unique<CRTPReceiver>(&driver);
     own->SetUser(deaf.get());
-    ASSERT_TRUE(own->StartUnicast(false, 0));
+    ASSERT_TRUE(own->StartUnicast(0));
     UDPPeer(own->GetPort()).Send(MakePacket(2));
     ASSERT_TRUE(deaf->held.Wait(kPatienceMs));
     own.reset();
