@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-#include "parsers/media_parser_client.h"
+#include "parsers/rtp_media_parser.h"
 #include "runtime/driver.h"
 
 namespace korvane::test

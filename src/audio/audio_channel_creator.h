@@ -1,15 +1,41 @@
 #pragma once
 
-#include "audio/audio_input_channel.h"
-
 #include <larkmoor/ip_audio.h>
 
 #include <cstdint>
+#include <memory>
 
 namespace korvane
 {
 
-class IAudioOutputChannel;
+/// One audio stream from a device. `Stop` comes before deletion. Any thread.
+class IAudioInputChannel : public std::enable_shared_from_this<IAudioInputChannel>
+{
+public:
+    virtual ~IAudioInputChannel() = default;
+
+    virtual bool Start() = 0;
+    /// From its return on the channel calls its client no more. Returns when the channel's thread has ended;
+    /// from inside a call on the client it does not wait: the channel then lives until its thread has ended,
+    /// if a `shared_ptr` owns it.
+    /// False then: it is to be stopped once more, from elsewhere, before what it uses goes.
+    virtual bool Stop() = 0;
+    virtual std::uint32_t GetState() const = 0; ///< as `ipcapture::IHostAudioClient::StateChanged`
+};
+
+/// One audio stream to a device, as `CIPAudioSender` would use it. Nothing implements it: no audio is sent to
+/// a device. `Stop` comes before deletion. Any thread.
+class IAudioOutputChannel
+{
+public:
+    virtual ~IAudioOutputChannel() = default;
+
+    virtual bool Start() = 0;
+    virtual bool Stop() = 0;
+    virtual bool SendFrame(ipcapture::IHostOutgoingAudio* frame) = 0;
+    virtual bool SetValue(std::uint32_t value) = 0;
+    virtual std::uint32_t GetValue() const = 0;
+};
 
 /// Makes the audio channels of a device; the caller owns what it gets. The host's thread.
 class IAudioChannelCreator

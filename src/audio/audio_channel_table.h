@@ -2,6 +2,7 @@
 
 #include "platform/thread.h"
 #include "runtime/guarded.h"
+#include "runtime/leaving_list.h"
 #include "runtime/recursive_lock.h"
 
 #include <algorithm>
@@ -9,7 +10,6 @@
 #include <map>
 #include <memory>
 #include <utility>
-#include <vector>
 
 namespace korvane
 {
@@ -32,9 +32,9 @@ public:
         for (const auto& entry : channels)
         {
             if (entry.second.channel != nullptr)
-                End(entry.second.channel);
+                leaving_.End(entry.second.channel);
         }
-        EndLeaving();
+        leaving_.EndAll();
     }
     TAudioChannelTable(const TAudioChannelTable&) = delete;
     TAudioChannelTable& operator=(const TAudioChannelTable&) = delete;
@@ -51,7 +51,7 @@ public:
     template <class Make>
     bool Start(std::uint32_t number, Make&& make)
     {
-        EndLeaving();
+        leaving_.EndAll();
         {
             const CLockGuard guard(lock_);
             if (channels_.contains(number))
@@ -64,7 +64,7 @@ public:
         if (made != nullptr && Guarded(false, [&] { return made->Start(); }) && Occupy(number, made))
             return true;
         if (made != nullptr)
-            End(made);
+            leaving_.End(made);
         Occupy(number, nullptr);
         return false;
     }
@@ -79,7 +79,7 @@ public:
         }
         if (channel == nullptr)
             return false;
-        End(channel);
+        leaving_.End(channel);
         return true;
     }
 
@@ -104,31 +104,6 @@ private:
     };
     using Channels = std::map<std::uint32_t, Place>;
 
-    // What was stopped from inside one of its own calls has a thread that still uses the driver.
-    void End(const std::shared_ptr<Channel>& channel)
-    {
-        const auto stopAndKeep = [&]
-        {
-            if (channel->Stop())
-                return true;
-            const CLockGuard guard(lock_);
-            leaving_.push_back(channel);
-            return true;
-        };
-        Guarded(false, stopAndKeep);
-    }
-
-    void EndLeaving()
-    {
-        std::vector<std::shared_ptr<Channel>> leaving;
-        {
-            const CLockGuard guard(lock_);
-            leaving.swap(leaving_);
-        }
-        for (const auto& channel : leaving)
-            End(channel);
-    }
-
     bool Reserve(std::uint32_t number) { return channels_.try_emplace(number).second; }
 
     // Puts the channel into the place that this thread holds, or gives that back for null. False if it was
@@ -146,8 +121,8 @@ private:
         return true;
     }
 
-    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the next two
-    std::vector<std::shared_ptr<Channel>> leaving_;    // stopped from inside, and to be stopped once more
+    TLeavingList<Channel> leaving_;
+    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the next
     Channels channels_;
     const std::uint32_t maximum_;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/audio_input_channel.h"
+#include "audio/audio_channel_creator.h"
 #include "audio/base_rtp_audio_parser.h"
 #include "audio/base_rtp_data_channel.h"
 #include "platform/socket.h"

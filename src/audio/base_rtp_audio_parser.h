@@ -1,10 +1,11 @@
 #pragma once
 
-#include "audio/audio_parser_client.h"
 #include "runtime/driver.h"
 #include "runtime/host_frame.h"
 #include "runtime/time.h"
 #include "transport/sdp_response_parser.h"
+
+#include <larkmoor/host_frame.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +14,19 @@
 
 namespace korvane
 {
+
+/// Takes the frames of an audio parser, on the thread that feeds the parser.
+class IAudioParserClient
+{
+public:
+    virtual ~IAudioParserClient() = default;
+
+    /// One frame, valid during the call only. False makes the parser begin afresh with the next packet.
+    virtual bool AudioFrame(ipcapture::IHostFrame* frame) = 0;
+
+    /// Whether frames are wanted: at a stop none is made of what has been read already.
+    virtual bool WantsFrames() { return true; }
+};
 
 /// Builds audio frames for the host from RTP payloads: of G.711 and G.726 (RFC 3551) frames of as many bytes
 /// as the format has samples in a second, of AAC (RFC 3640, with AU headers of 16 bits, one AU behind each)

@@ -4,7 +4,7 @@
 #include "runtime/driver.h"
 #include "runtime/settings_file.h"
 #include "runtime/time.h"
-#include "transport/rtcp_handler_user.h"
+#include "transport/rtcp_handler.h"
 #include "transport/rtp_port_pair.h"
 
 #include <cstdint>

@@ -2,7 +2,6 @@
 
 #include "audio/audio_channel_creator.h"
 #include "audio/audio_channel_table.h"
-#include "audio/audio_output_channel.h"
 
 namespace korvane
 {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "channels/base_camera_channel.h"
-#include "parsers/media_parser_client.h"
+#include "parsers/rtp_media_parser.h"
 #include "runtime/settings_file.h"
-#include "transport/rtcp_handler_user.h"
+#include "transport/rtcp_handler.h"
 #include "transport/rtp_port_pair.h"
 #include "transport/time_stamp_converter.h"
 

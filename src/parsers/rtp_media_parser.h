@@ -5,9 +5,11 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "parsers/media_parser_client.h"
+#include <larkmoor/host_frame.h>
+
 #include "runtime/driver.h"
 #include "runtime/host_frame.h"
 #include "transport/rtp_packet.h"
@@ -15,6 +17,21 @@
 
 namespace korvane
 {
+
+/// Where a media parser's frames go: its channel. Called on the thread that feeds the parser.
+class IMediaParserClient
+{
+public:
+    /// One whole frame, the host's, valid during the call. False when it was not taken; the parser then
+    /// waits for the next key frame.
+    virtual bool OnMediaFrame(ipcapture::IHostFrame* frame) = 0;
+
+    /// The width and height in pixels that the channel asked the device for.
+    virtual void GetResolution(std::pair<std::uint32_t, std::uint32_t>& resolution) = 0;
+
+protected:
+    ~IMediaParserClient() = default; // never deleted through this interface
+};
 
 /// What the description of a stream gave of its decoder parameters; empty where it gave nothing.
 struct ParameterSets

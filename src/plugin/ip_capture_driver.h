@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/host_process.h"
-#include "plugin/custom_creator.h"
 #include "plugin/ip_video_capture.h"
 #include "runtime/driver.h"
 #include "runtime/recursive_lock.h"

@@ -37,7 +37,7 @@ CIPVideoCapture::~CIPVideoCapture()
 {
     for (std::uint32_t channel = 0; channel < channels_.size(); ++channel)
         StopChannel(channel);
-    EndLeaving();
+    leaving_.EndAll();
 }
 
 std::uint32_t CIPVideoCapture::GetChannelCount()
@@ -51,7 +51,7 @@ bool CIPVideoCapture::StartChannel(std::uint32_t channel, ipcapture::IHostChanne
     if (channel >= channels_.size() || channelSettings == nullptr)
         return false;
     StopChannel(channel);
-    EndLeaving();
+    leaving_.EndAll();
     return Guarded(false, [&] { return Start(channel, channelClient, *channelSettings); });
 }
 
@@ -66,7 +66,7 @@ bool CIPVideoCapture::Start(std::uint32_t channel, ipcapture::IHostChannelClient
         return false;
     const bool started = created->Start(settings);
     if (const auto former = Replace(channel, created))
-        End(former); // another thread has started this place meanwhile
+        leaving_.End(former); // another thread has started this place meanwhile
     return started;
 }
 
@@ -75,33 +75,8 @@ bool CIPVideoCapture::StopChannel(std::uint32_t channel)
     const std::shared_ptr<ICameraChannel> former = Replace(channel, nullptr);
     if (former == nullptr)
         return false;
-    End(former);
+    leaving_.End(former);
     return true;
-}
-
-// What was stopped from inside one of its own calls has a thread that still uses the driver.
-void CIPVideoCapture::End(const std::shared_ptr<ICameraChannel>& channel)
-{
-    const auto stopAndKeep = [&]
-    {
-        if (channel->Stop())
-            return true;
-        const CLockGuard guard(lock_);
-        leaving_.push_back(channel);
-        return true;
-    };
-    Guarded(false, stopAndKeep);
-}
-
-void CIPVideoCapture::EndLeaving()
-{
-    std::vector<std::shared_ptr<ICameraChannel>> leaving;
-    {
-        const CLockGuard guard(lock_);
-        leaving.swap(leaving_);
-    }
-    for (const auto& channel : leaving)
-        End(channel);
 }
 
 bool CIPVideoCapture::ChangeChannel(std::uint32_t channel, ipcapture::IHostResolution* resolution,

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "plugin/custom_creator.h"
+#include "channels/camera_channel.h"
+#include "runtime/leaving_list.h"
 #include "runtime/recursive_lock.h"
 
+#include <larkmoor/host_channel_client.h>
 #include <larkmoor/ip_video_capture.h>
 
 #include <cstdint>
@@ -11,6 +13,18 @@
 
 namespace korvane
 {
+
+/// Makes the video channels of a device.
+class ICustomCreator
+{
+public:
+    virtual ~ICustomCreator() = default;
+
+    /// A channel that is not started yet and will call `channelClient` (the host's), or null. `channel` from
+    /// 0.
+    virtual std::unique_ptr<ICameraChannel> CreateChannel(std::uint32_t channel,
+                                                          ipcapture::IHostChannelClient* channelClient) = 0;
+};
 
 /// The host's handle on the video channels of one device: a table with one place per channel. It knows
 /// neither codec nor transport. No lock is held while a channel is made, started, stopped or asked, so that
@@ -44,16 +58,14 @@ public:
 private:
     bool Start(std::uint32_t channel, ipcapture::IHostChannelClient* channelClient,
                ipcapture::IHostChannelSettings& channelSettings);
-    void End(const std::shared_ptr<ICameraChannel>& channel);
-    void EndLeaving();
     std::shared_ptr<ICameraChannel> Find(std::uint32_t channel);
 
     /// Puts `next` (or nothing) into a place and gives what stood there.
     std::shared_ptr<ICameraChannel> Replace(std::uint32_t channel, std::shared_ptr<ICameraChannel> next);
 
     ICustomCreator* const creator_;
-    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the next two; no other lock is taken under it
-    std::vector<std::shared_ptr<ICameraChannel>> leaving_; // stopped from inside, and to be stopped once more
+    TLeavingList<ICameraChannel> leaving_;
+    CRecursiveLock lock_{platform::LockPlace::kTable}; // guards the next; no other lock is taken under it
 
     /// Shared, so that whoever asks a channel for something holds it until it has its answer.
     std::vector<std::shared_ptr<ICameraChannel>> channels_;

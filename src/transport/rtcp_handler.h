@@ -10,13 +10,22 @@
 #include "runtime/base_thread.h"
 #include "runtime/one_at_a_time.h"
 #include "runtime/recursive_lock.h"
-#include "transport/rtcp_handler_user.h"
 #include "transport/rtcp_packet.h"
 #include "transport/sequence_counter.h"
 #include "transport/udp_client.h"
 
 namespace korvane
 {
+
+/// Hears of the end of a stream.
+class IRTCPHandlerUser
+{
+public:
+    virtual ~IRTCPHandlerUser() = default;
+
+    /// The device has said BYE. On the thread that read it, with no lock held.
+    virtual void OnRTCPBye() = 0;
+};
 
 /// The receiver's side of RTCP for one RTP stream over UDP, on the thread "RTCP Handler Thread" and that of
 /// its socket. Answers each sender report with a receiver report, sends one every 10 s when none comes, says

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "parsers/media_parser_client.h"
+#include "parsers/rtp_media_parser.h"
 #include "support/fake_driver.h"
 #include "transport/rtp_packet.h"
 
