@@ -51,10 +51,8 @@ CBaseAudioRTSPChannel::CBaseAudioRTSPChannel(IDriver* driver, std::uint32_t audi
       codecList_(codecList),
       parser_(this, driver, static_cast<std::uint8_t>(audioChannel)),
       audioChannel_(audioChannel),
-      gate_(client),
-      client_(driver)
+      gate_(client)
 {
-    client_.SetCancelEvent(&stopEvent_);
 }
 
 bool CBaseAudioRTSPChannel::Start()
@@ -80,8 +78,7 @@ bool CBaseAudioRTSPChannel::Stop()
     }
     const COneAtATime::Turn turn(life_);
     JoinThread(2 * NetworkTimeoutMs());
-    client_.Stop();
-    ports_.Close();
+    stream_.Close();
     setUp_.Close();
     socketLibrary_.Stop();
     untilThreadEnds_.reset(); // the caller has a hold of its own
@@ -171,43 +168,22 @@ bool CBaseAudioRTSPChannel::Connect()
     return false;
 }
 
-RTSPClientParams CBaseAudioRTSPChannel::SessionParameters() const
-{
-    const DEVICE_INFO device = driver_->GetDeviceInfo();
-    RTSPClientParams params;
-    params.host = device.address;
-    params.userName = device.user;
-    params.password = device.password;
-    params.connectTimeoutMs = device.networkTimeoutMs;
-    params.blocksize = transportSettings_.blocksize;
-    return params;
-}
-
 bool CBaseAudioRTSPChannel::StartStream()
 {
-    const bool isInterleaved = transportSettings_.rtpMode == RtpMode::kInterleaved;
-    if (isInterleaved)
-        MoveTo(AudioState::kStreaming);
-    if ((isInterleaved || CBaseRTPDataChannel::StartStream()) && StartSession(false))
+    if (CBaseRTPDataChannel::StartStream() && StartSession())
         return true;
     MoveTo(AudioState::kSignalLost);
     return false;
 }
 
-bool CBaseAudioRTSPChannel::StartSession(bool multicast)
+bool CBaseAudioRTSPChannel::StartSession()
 {
-    RTSPClientParams params = SessionParameters();
-    params.clientRTPPort = ports_.receiver.GetPort();
-    params.clientRTCPPort = ports_.rtcpHandler.GetPort();
-    if (multicast)
-        params.receiveTimeoutMs = NetworkTimeoutMs();
+    RTSPClientParams params = stream_.SessionParameters();
+    params.blocksize = stream_.Settings().blocksize;
+    if (stream_.IsMulticast())
+        params.receiveTimeoutMs = params.connectTimeoutMs;
     FillSessionParameters(params);
-    byeEvent_.Reset();
-    sessionFailedEvent_.Reset();
-    const bool isStarted =
-        multicast ? client_.StartMulticast(params, this)
-                  : client_.Start(params, this, static_cast<std::uint32_t>(transportSettings_.rtpMode));
-    if (!isStarted || IsStopping())
+    if (!stream_.StartSession(params, this) || IsStopping())
         return false;
     MoveTo(AudioState::kStreaming);
     return true;
@@ -217,43 +193,24 @@ void CBaseAudioRTSPChannel::StopStream()
 {
     if (!IsStopping() && state_ != AudioState::kSignalLost)
         MoveTo(AudioState::kStopping);
-    client_.Stop();
     CBaseRTPDataChannel::StopStream();
     isDescribed_ = false;
 }
 
 void CBaseAudioRTSPChannel::RunMulticast()
 {
-    std::uint32_t waitMs = OpenMulticastSession();
-    while (!setUp_.WaitForStop(stopEvent_, waitMs))
-    {
-        if (!isShort_ && lastFrame_.GetElapsedMs() <= NetworkTimeoutMs() && !byeEvent_.Wait(0))
-        {
-            OnIdle();
-            continue;
-        }
-        if (!setUp_.IsDue())
-            continue;
-        OnSignalLost();
-        waitMs = OpenMulticastSession();
-    }
-    StopStream();
-    OnStopped();
+    KeepSession([this] { return OpenMulticastSession(); }, [this]
+                { return lastFrame_.GetElapsedMs() <= NetworkTimeoutMs() && !stream_.byeEvent.Wait(0); });
 }
 
 // How long to wait before the next look. A device that can't be reached at all is not asked more often than
 // any other.
 std::uint32_t CBaseAudioRTSPChannel::OpenMulticastSession()
 {
-    CEvent* const events[] = {&stopEvent_, &frameEvent_, &sessionFailedEvent_};
     int woken = 0;
-    // The group is joined on the client's thread: the set-up lasts until the first frame, or the time is up.
     const auto start = [&]
     {
-        const bool isStarted = StartSession(true);
-        if (isStarted)
-            woken = CEvent::WaitForAny(events, 3, NetworkTimeoutMs());
-        if (isStarted && platform::Reserve::Noted() == platform::Shortage::kNone)
+        if (StartSession() && stream_.AwaitGroup(NetworkTimeoutMs(), woken))
             return true;
         MoveTo(AudioState::kSignalLost);
         return false;
@@ -261,11 +218,16 @@ std::uint32_t CBaseAudioRTSPChannel::OpenMulticastSession()
     return !TrySession(start) || woken > 0 ? kRoundMs : kShortRoundMs;
 }
 
+void CBaseAudioRTSPChannel::OnRTPPacket(CRTPPacket& packet)
+{
+    if (stream_.Takes(packet))
+        ProcessPacket(packet);
+}
+
 void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
 {
     // Before the description has set the parser up, what comes to a port over UDP is a stranger's.
-    // At the end, a frame would only be refused, with a message of an error that is none.
-    if (!isDescribed_ || IsStopping())
+    if (!isDescribed_)
         return;
     const std::span<const std::uint8_t> payload = packet.Payload();
     parser_.ParseData(payload.data(), static_cast<std::uint32_t>(payload.size()), packet.SequenceNumber(),
@@ -274,7 +236,7 @@ void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
 
 bool CBaseAudioRTSPChannel::AudioFrame(ipcapture::IHostFrame* frame)
 {
-    frameEvent_.Set();
+    stream_.frameEvent.Set();
     if (IsStopping() || state_ != AudioState::kStreaming ||
         !gate_.Ask(false, &ipcapture::IHostAudioClient::AudioFrame, frame))
         return false;
@@ -308,8 +270,7 @@ bool CBaseAudioRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
     parser_.SetParameters(response.description.audioParameters);
     // As with video, a group that can't be joined doesn't end the session: no frames come, and the loop acts
     // on that.
-    const platform::Reserve::Use use(setUp_.GetReserve());
-    if (IsMulticast())
+    if (stream_.IsMulticast())
         OpenMulticastReceiver(section.address, section.port);
     return true;
 }

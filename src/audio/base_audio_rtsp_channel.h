@@ -7,7 +7,6 @@
 #include "runtime/client_gate.h"
 #include "runtime/logger_instance.h"
 #include "runtime/one_at_a_time.h"
-#include "transport/rtsp_client.h"
 
 #include <larkmoor/ip_audio.h>
 
@@ -51,8 +50,8 @@ public:
     std::uint32_t GetState() const override { return static_cast<std::uint32_t>(state_.load()); }
 
     bool SdpInfoReceived(const RTSPResponse& response) override;
-    void OnRTPPacket(CRTPPacket& packet) override { TakePacket(packet); }
-    void OnSessionEnded() override { sessionFailedEvent_.Set(); }
+    void OnRTPPacket(CRTPPacket& packet) override;
+    void OnSessionEnded() override { stream_.endedEvent.Set(); }
     void OnRTCPBye() override { CBaseRTPDataChannel::OnRTCPBye(); }
 
     bool AudioFrame(ipcapture::IHostFrame* frame) override;
@@ -88,8 +87,7 @@ private:
     bool MoveTo(AudioState next);
     void SetDeviceState(bool signal);
     std::string DeviceText() const;
-    RTSPClientParams SessionParameters() const;
-    bool StartSession(bool multicast);
+    bool StartSession();
     void TakeG711(const SDPAudioFormat& offered);
     void TakeG726(const SDPAudioFormat& offered);
     void TakeAac(const RTSPResponse& response);
@@ -99,8 +97,6 @@ private:
     platform::SocketLibraryUse socketLibrary_; ///< held from `Start` to `Stop`
     const std::uint32_t audioChannel_;
     TClientGate<ipcapture::IHostAudioClient> gate_;
-    CBaseRTSPClient client_;
-    CManualEvent sessionFailedEvent_;
     std::atomic<bool> signal_{false};
     std::atomic<AudioState> state_{AudioState::kStopped};
     std::shared_ptr<IAudioInputChannel> untilThreadEnds_; // itself, after a stop from inside a call

@@ -1,7 +1,5 @@
 #include "audio/base_rtp_data_channel.h"
 
-#include "runtime/text.h"
-
 namespace korvane
 {
 
@@ -17,35 +15,25 @@ CBaseRTPDataChannel::CBaseRTPDataChannel(IDriver* driver, std::uint32_t videoCha
     : CBaseThread(driver),
       driver_(driver),
       videoChannel_(videoChannel),
-      deviceAddress_(Utils::ResolveHostAddress(driver->GetDeviceInfo().address)),
       setUp_(driver),
-      ports_(driver, deviceAddress_, stopEvent_, packetEvent_)
+      stream_(driver, setUp_, stopEvent_)
 {
 }
 
 void CBaseRTPDataChannel::OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet)
 {
-    if (sender.address == deviceAddress_)
-        TakePacket(packet);
-}
-
-void CBaseRTPDataChannel::TakePacket(CRTPPacket& packet)
-{
-    if (!packetEvent_.Wait(0)) // a look costs less than a set that changes nothing
-        packetEvent_.Set();
-    ports_.rtcpHandler.OnRTPSequence(packet.SequenceNumber());
-    ProcessPacket(packet);
+    if (stream_.Takes(sender, packet))
+        ProcessPacket(packet);
 }
 
 bool CBaseRTPDataChannel::OpenMulticastReceiver(const std::string& address, std::uint16_t port)
 {
-    byeEvent_.Reset();
-    return ports_.OpenGroup(this, this, address, port);
+    return stream_.OpenGroup(this, this, address, port);
 }
 
 bool CBaseRTPDataChannel::StartStream()
 {
-    if (!ports_.OpenFree(this, kPortQuietMs))
+    if (!stream_.OpenPorts(this, kPortQuietMs))
         return false;
     OnStreamStarted();
     return true;
@@ -53,33 +41,28 @@ bool CBaseRTPDataChannel::StartStream()
 
 void CBaseRTPDataChannel::StopStream()
 {
-    ports_.Close();
+    stream_.Close();
     OnStopping();
 }
 
 void CBaseRTPDataChannel::Run()
 {
-    const auto prepare = [this]
-    {
-        const CSettingsFile settings(*driver_);
-        transportSettings_ = settings.ReadTransportSettings(driver_->GetDeviceInfo());
-        streamingMode_ = settings.ReadStreamingMode();
-        return StreamNeeds(IsMulticast() || transportSettings_.rtpMode == RtpMode::kUdp);
-    };
-    if (!setUp_.Prepare(prepare))
+    if (!setUp_.Prepare([this] { return stream_.ReadSettings(); }))
         return;
-    if (IsMulticast())
+    if (stream_.IsMulticast())
         RunMulticast();
     else
-        RunUnicast();
+        KeepSession([this] { return OpenSession(); },
+                    [this] { return lastFrame_.GetElapsedMs() < NetworkTimeoutMs(); });
 }
 
-void CBaseRTPDataChannel::RunUnicast()
+void CBaseRTPDataChannel::KeepSession(const std::function<std::uint32_t()>& open,
+                                      const std::function<bool()>& isAlive)
 {
-    OpenSession();
-    while (!setUp_.WaitForStop(stopEvent_, kLookMs))
+    std::uint32_t waitMs = open();
+    while (!setUp_.WaitForStop(stopEvent_, waitMs))
     {
-        if (!isShort_ && lastFrame_.GetElapsedMs() < NetworkTimeoutMs())
+        if (!isShort_ && isAlive())
         {
             OnIdle();
             continue;
@@ -87,32 +70,25 @@ void CBaseRTPDataChannel::RunUnicast()
         if (!setUp_.IsDue())
             continue;
         OnSignalLost();
-        OpenSession();
+        waitMs = open();
     }
     StopStream();
     OnStopped();
 }
 
 // Leaves time for the first frame of a session before it is judged.
-void CBaseRTPDataChannel::OpenSession()
+std::uint32_t CBaseRTPDataChannel::OpenSession()
 {
-    CEvent* const events[] = {&stopEvent_, &frameEvent_};
+    CEvent* const events[] = {&stopEvent_, &stream_.frameEvent};
     if (TrySession([this] { return StartStream(); }))
         CEvent::WaitForAny(events, 2, NetworkTimeoutMs());
+    return kLookMs;
 }
 
 bool CBaseRTPDataChannel::TrySession(const std::function<bool()>& start)
 {
-    const bool isOpen = setUp_.Try(
-        [&]
-        {
-            StopStream();
-            frameEvent_.Reset();
-            if (Connect() && setUp_.TakeThreads() && start())
-                return true;
-            StopStream();
-            return false;
-        });
+    const bool isOpen = stream_.SetUp(
+        false, [this](bool) { StopStream(); }, [this] { return Connect(); }, start);
     isShort_ = !setUp_.IsDue();
     if (isShort_)
         LeaveDevice();

@@ -2,10 +2,8 @@
 
 #include "runtime/base_thread.h"
 #include "runtime/driver.h"
-#include "runtime/settings_file.h"
 #include "runtime/time.h"
-#include "transport/rtcp_handler.h"
-#include "transport/rtp_port_pair.h"
+#include "transport/rtsp_stream.h"
 
 #include <cstdint>
 #include <functional>
@@ -31,10 +29,10 @@ public:
     void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override;
     void OnRTPTimeout() override {}
     void OnRTPClosed() override {}
-    void OnRTCPBye() override { byeEvent_.Set(); }
+    void OnRTCPBye() override { stream_.byeEvent.Set(); }
 
 protected:
-    /// Opens RTP and RTCP on a group. False, with both closed, for an empty address, port 0, or a failure.
+    /// Opens RTP and RTCP on a group, as `RTSPStream::OpenGroup`.
     virtual bool OpenMulticastReceiver(const std::string& address, std::uint16_t port);
 
     /// Finds ports; what derives from it asks the device for the stream.
@@ -59,32 +57,26 @@ protected:
     virtual void OnSignalLost() {}
     virtual void OnStopped() {}
 
-    /// What every packet does, whatever carried it.
-    void TakePacket(CRTPPacket& packet);
+    /// Makes a session by `open`, which gives the time to the next look at it, and another one whenever
+    /// `isAlive` says no, until the stop event.
+    void KeepSession(const std::function<std::uint32_t()>& open, const std::function<bool()>& isAlive);
 
     /// Ends the session in hand, sets the device up, and makes a session by `start`; true if that did. Else
     /// all is closed.
     bool TrySession(const std::function<bool()>& start);
 
     std::uint32_t NetworkTimeoutMs() const { return driver_->GetDeviceInfo().networkTimeoutMs; }
-    bool IsMulticast() const { return streamingMode_ != StreamingMode::kUnicast; }
 
     IDriver* const driver_;
     const std::uint32_t videoChannel_;
-    const std::uint32_t deviceAddress_; ///< network byte order; 0 if the name is not known
-    CEvent frameEvent_{false};          ///< a frame has come out of the parser
-    CManualEvent packetEvent_;          ///< a packet of the device has come
-    CManualEvent byeEvent_;             ///< the device has said BYE
     CSetUp setUp_;
-    bool isShort_ = false; ///< the last session failed for want of what the process has not
-    CRTPPortPair ports_;
+    RTSPStream stream_;
     CTime lastFrame_;
-    TransportSettings transportSettings_;
-    StreamingMode streamingMode_ = StreamingMode::kUnicast;
 
 private:
-    void RunUnicast();
-    void OpenSession();
+    std::uint32_t OpenSession();
+
+    bool isShort_ = false; // the last session failed for want of what the process has not
 };
 
 } // namespace korvane

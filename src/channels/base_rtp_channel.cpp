@@ -9,9 +9,7 @@ namespace korvane
 
 CBaseRTPChannel::CBaseRTPChannel(std::uint32_t channel, IDriver* driver,
                                  ipcapture::IHostChannelClient* client)
-    : CBaseCameraChannel(channel, driver, client),
-      deviceAddress_(Utils::ResolveHostAddress(driver->GetDeviceInfo().address)),
-      ports_(driver, deviceAddress_, stopEvent_, packetEvent_)
+    : CBaseCameraChannel(channel, driver, client), stream_(driver, setUp_, stopEvent_)
 {
 }
 
@@ -30,23 +28,13 @@ std::string CBaseRTPChannel::GetStreamName() const
 
 void CBaseRTPChannel::OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet)
 {
-    if (sender.address == deviceAddress_)
-        TakePacket(packet);
-}
-
-void CBaseRTPChannel::TakePacket(CRTPPacket& packet)
-{
-    if (IsStopping())
-        return; // what was read before the stop must not hold it up, frame by frame, in a slow host
-    if (!packetEvent_.Wait(0)) // a look costs less than a set that changes nothing
-        packetEvent_.Set();
-    ports_.rtcpHandler.OnRTPSequence(packet.SequenceNumber());
-    ProcessPacket(packet);
+    if (stream_.Takes(sender, packet))
+        ProcessPacket(packet);
 }
 
 bool CBaseRTPChannel::OnMediaFrame(ipcapture::IHostFrame* frame)
 {
-    frameEvent_.Set();
+    stream_.frameEvent.Set();
     if (!SendFrameToHost(frame))
         return false;
     TouchLastFrame();
@@ -65,36 +53,20 @@ bool CBaseRTPChannel::IsStreamAlive()
     return GetLastFrameAgeMs() <= SignalLossTimeoutMs();
 }
 
-void CBaseRTPChannel::CloseStream(bool keep)
-{
-    if (!keep)
-        ports_.Close();
-}
-
 bool CBaseRTPChannel::OpenStream(bool keep)
 {
-    if (transportSettings_.rtpMode != RtpMode::kUdp || keep)
-        return true;
-    return ports_.OpenFree(this, portQuietMs_);
+    constexpr std::uint32_t kQuietMs = 1500; // how long a port must be silent before it is taken
+    return keep || stream_.OpenPorts(this, kQuietMs);
 }
 
 bool CBaseRTPChannel::OpenMulticastReceiver(const std::string& address, std::uint16_t port)
 {
-    byeEvent_.Reset();
-    return ports_.OpenGroup(this, this, address, port);
-}
-
-CSetUp::Needs CBaseRTPChannel::Prepare()
-{
-    const CSettingsFile settings(*driver_);
-    transportSettings_ = settings.ReadTransportSettings(driver_->GetDeviceInfo());
-    streamingMode_ = settings.ReadStreamingMode();
-    return StreamNeeds(IsMulticast() || transportSettings_.rtpMode == RtpMode::kUdp);
+    return stream_.OpenGroup(this, this, address, port);
 }
 
 std::uint32_t CBaseRTPChannel::Run()
 {
-    return IsMulticast() ? RunMulticast() : RunUnicast();
+    return stream_.IsMulticast() ? RunMulticast() : RunUnicast();
 }
 
 std::uint32_t CBaseRTPChannel::RunUnicast()
@@ -110,7 +82,7 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
         if ((GetChannelState() != kChannelRunning || changed) && setUp_.IsDue())
         {
             const bool keep = isOpen && changed;
-            isOpen = Reconnect(keep);
+            isOpen = Reconnect(keep, [this, keep] { return OpenStream(keep); });
             if (isOpen && !AwaitFirstFrame(settleMs))
                 waitMs = 10;
             else if (!isOpen && keep)
@@ -120,7 +92,7 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
         switch (CEvent::WaitForAny(events, 3, waitMs))
         {
         case 0:
-            ports_.rtcpHandler.Restart();
+            stream_.rtcpHandler.Restart();
             CloseStream(false);
             SetCameraState(false);
             return 0;
@@ -140,7 +112,7 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
 // False if the time ran out.
 bool CBaseRTPChannel::AwaitFirstFrame(std::uint32_t settleMs)
 {
-    CEvent* const events[] = {&stopEvent_, &frameEvent_};
+    CEvent* const events[] = {&stopEvent_, &stream_.frameEvent};
     const int woken = CEvent::WaitForAny(events, 2, settleMs);
     if (woken == 1)
         SetChannelState(kChannelRunning);
@@ -159,29 +131,20 @@ void CBaseRTPChannel::CheckStream()
     }
 }
 
-bool CBaseRTPChannel::Reconnect(bool keep)
+bool CBaseRTPChannel::Reconnect(bool keep, const std::function<bool()>& open)
 {
-    const bool isOpen = setUp_.Try([this, keep] { return Open(keep); });
-    if (!isOpen && !setUp_.IsDue())
+    const auto close = [this](bool keepPorts)
+    {
+        if (!stream_.IsMulticast())
+            stream_.rtcpHandler.Restart();
+        CloseStream(keepPorts);
+        converter_.Reset();
+    };
+    const bool isOpen = stream_.SetUp(
+        keep, close, [this] { return ConfigureDevice(); }, open);
+    if (!setUp_.IsDue())
         LeaveDevice();
     return isOpen;
-}
-
-bool CBaseRTPChannel::Open(bool keep)
-{
-    ports_.rtcpHandler.Restart();
-    CloseStream(keep);
-    converter_.Reset();
-    if (keep || ConfigureDevice())
-    {
-        byeEvent_.Reset();
-        frameEvent_.Reset();
-        if (setUp_.TakeThreads(keep) && OpenStream(keep))
-            return true;
-    }
-    ports_.rtcpHandler.Restart();
-    CloseStream(false);
-    return false;
 }
 
 } // namespace korvane

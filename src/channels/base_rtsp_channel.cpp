@@ -37,9 +37,14 @@ std::unique_ptr<CRTPMediaParser> MakeParser(const std::string& encoding, IDriver
 
 CBaseRTSPChannel::CBaseRTSPChannel(std::uint32_t channel, IDriver* driver,
                                    ipcapture::IHostChannelClient* client)
-    : CBaseRTPChannel(channel, driver, client), CLoggerInstance(driver), client_(driver)
+    : CBaseRTPChannel(channel, driver, client), CLoggerInstance(driver)
 {
-    client_.SetCancelEvent(&stopEvent_);
+}
+
+void CBaseRTSPChannel::OnRTPPacket(CRTPPacket& packet)
+{
+    if (stream_.Takes(packet))
+        ProcessPacket(packet);
 }
 
 void CBaseRTSPChannel::ProcessPacket(CRTPPacket& packet)
@@ -50,46 +55,27 @@ void CBaseRTSPChannel::ProcessPacket(CRTPPacket& packet)
 
 bool CBaseRTSPChannel::IsStreamAlive()
 {
-    return CBaseRTPChannel::IsStreamAlive() && client_.GetLastResult() && !HasTakenLeave();
+    return CBaseRTPChannel::IsStreamAlive() && stream_.client.GetLastResult() && !HasTakenLeave();
 }
 
 // A stream whose first frame is awaited is left alone; over UDP the media count.
 bool CBaseRTSPChannel::HasTakenLeave()
 {
-    return transportSettings_.rtpMode != RtpMode::kUdp && GetChannelState() == kChannelRunning &&
-           (byeEvent_.Wait(0) || sessionEndedEvent_.Wait(0));
-}
-
-void CBaseRTSPChannel::CloseStream(bool keep)
-{
-    client_.Stop();
-    sessionEndedEvent_.Reset();
-    CBaseRTPChannel::CloseStream(keep);
-}
-
-RTSPClientParams CBaseRTSPChannel::SessionParameters()
-{
-    const DEVICE_INFO device = driver_->GetDeviceInfo();
-    RTSPClientParams params;
-    params.host = device.address;
-    params.userName = device.user;
-    params.password = device.password;
-    params.connectTimeoutMs = device.networkTimeoutMs;
-    params.receiveTimeoutMs = device.networkTimeoutMs;
-    return params;
+    return stream_.IsInterleaved() && GetChannelState() == kChannelRunning &&
+           (stream_.byeEvent.Wait(0) || stream_.endedEvent.Wait(0));
 }
 
 bool CBaseRTSPChannel::OpenStream(bool keep)
 {
-    if (!CBaseRTPChannel::OpenStream(keep))
-        return false;
-    RTSPClientParams params = SessionParameters();
-    params.clientRTPPort = ports_.receiver.GetPort();
-    params.clientRTCPPort = ports_.rtcpHandler.GetPort();
+    return CBaseRTPChannel::OpenStream(keep) && StartSession();
+}
+
+bool CBaseRTSPChannel::StartSession()
+{
+    RTSPClientParams params = stream_.SessionParameters();
+    params.receiveTimeoutMs = params.connectTimeoutMs;
     FillSessionParameters(params);
-    if (IsStopping())
-        return false;
-    return client_.Start(params, this, static_cast<std::uint32_t>(transportSettings_.rtpMode));
+    return stream_.StartSession(params, this);
 }
 
 bool CBaseRTSPChannel::IsMulticastUsable(const SDPMediaSection& section)
@@ -125,22 +111,20 @@ bool CBaseRTSPChannel::ChooseParser(const RTSPResponse& response)
 bool CBaseRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
 {
     const SDPMediaSection& section = response.description.video;
-    if (IsMulticast() && !IsMulticastUsable(section))
+    if (stream_.IsMulticast() && !IsMulticastUsable(section))
         return false;
     if (!ChooseParser(response))
         return false;
     // A group that can't be joined doesn't end the session: no frames come, and the channel's loop acts on
     // that.
-    const platform::Reserve::Use use(setUp_.GetReserve());
-    if (IsMulticast() && OpenMulticastReceiver(section.address, section.port))
+    if (stream_.IsMulticast() && OpenMulticastReceiver(section.address, section.port))
         CLoggerInstance::Reset();
     return true;
 }
 
 void CBaseRTSPChannel::EndDelivery(bool isGivenUp)
 {
-    client_.Stop(isGivenUp ? kLateStopMs : kWaitForever);
-    ports_.Close();
+    stream_.Close(false, isGivenUp ? kLateStopMs : kWaitForever);
 }
 
 std::uint32_t CBaseRTSPChannel::RunMulticast()
@@ -152,7 +136,7 @@ std::uint32_t CBaseRTSPChannel::RunMulticast()
         slow = true;
         if (GetChannelState() == kChannelRunning)
         {
-            const bool bye = byeEvent_.Wait(0);
+            const bool bye = stream_.byeEvent.Wait(0);
             if (GetLastFrameAgeMs() <= SignalLossTimeoutMs() && !bye)
                 continue;
             SetChannelState(kChannelConnecting);
@@ -165,51 +149,23 @@ std::uint32_t CBaseRTSPChannel::RunMulticast()
             SetCameraState(false);
         }
         int woken = 0;
-        if (!setUp_.IsDue() || !OpenMulticastSession(woken))
+        const auto open = [&]
+        { return StartSession() && stream_.AwaitGroup(SignalLossTimeoutMs() / 2, woken); };
+        if (!setUp_.IsDue())
             continue;
+        if (!Reconnect(false, open))
+        {
+            CloseStream(false);
+            continue;
+        }
         if (woken == 1)
             SetChannelState(kChannelRunning);
         slow = woken != -1;
     }
-    EndDelivery(false);
+    CloseStream(false);
     SetChannelState(kChannelStopped);
     SetCameraState(false);
     return 0;
-}
-
-// The group is joined on the client's thread: the set-up lasts until the first frame, or the time is up.
-bool CBaseRTSPChannel::OpenMulticastSession(int& woken)
-{
-    CEvent* const events[] = {&stopEvent_, &frameEvent_, &sessionEndedEvent_};
-    const bool isOpen = setUp_.Try(
-        [&]
-        {
-            if (!StartMulticastSession())
-                return false;
-            woken = CEvent::WaitForAny(events, 3, SignalLossTimeoutMs() / 2);
-            return platform::Reserve::Noted() == platform::Shortage::kNone;
-        });
-    if (!isOpen)
-        EndDelivery(false);
-    if (!setUp_.IsDue())
-        LeaveDevice();
-    return isOpen;
-}
-
-bool CBaseRTSPChannel::StartMulticastSession()
-{
-    client_.Stop();
-    ports_.receiver.StopEvent().Set();
-    ports_.receiver.Stop();
-    ports_.rtcpHandler.StopEvent().Set();
-    ports_.rtcpHandler.Stop();
-    frameEvent_.Reset();
-    if (!ConfigureDevice())
-        return false;
-    RTSPClientParams params = SessionParameters();
-    FillSessionParameters(params);
-    sessionEndedEvent_.Reset();
-    return !IsStopping() && setUp_.TakeThreads() && client_.StartMulticast(params, this);
 }
 
 } // namespace korvane

@@ -4,7 +4,6 @@
 #include "parsers/rtp_media_parser.h"
 #include "runtime/logger_instance.h"
 #include "runtime/smart_ptr.h"
-#include "transport/rtsp_client.h"
 
 #include <string>
 
@@ -22,15 +21,14 @@ class CBaseRTSPChannel : public CBaseRTPChannel, public IRTSPClientUser, public 
 public:
     CBaseRTSPChannel(std::uint32_t channel, IDriver* driver, ipcapture::IHostChannelClient* client);
 
-    void OnRTCPBye() override { byeEvent_.Set(); }
+    void OnRTCPBye() override { stream_.byeEvent.Set(); }
     bool SdpInfoReceived(const RTSPResponse& response) override;
-    void OnRTPPacket(CRTPPacket& packet) override { TakePacket(packet); }
-    void OnSessionEnded() override { sessionEndedEvent_.Set(); }
+    void OnRTPPacket(CRTPPacket& packet) override;
+    void OnSessionEnded() override { stream_.endedEvent.Set(); }
 
 protected:
     std::uint32_t RunMulticast() override;
     bool OpenStream(bool keep) override;
-    void CloseStream(bool keep) override;
     void EndDelivery(bool isGivenUp) override;
     bool IsStreamAlive() override;
     void ProcessPacket(CRTPPacket& packet) override;
@@ -38,17 +36,15 @@ protected:
     /// Fills in what only the device family knows: the RTSP port and the path of the stream.
     virtual void FillSessionParameters(RTSPClientParams& params) = 0;
 
-    CBaseRTSPClient client_;
-    CManualEvent sessionEndedEvent_;
-    TSmartPtr<CRTPMediaParser> parser_; ///< what the last description asked for
+    /// What the last description asked for: that checks the encoding, and no more. No packet ever comes here,
+    /// for `CCommonRTSPChannel` gives them to the parser of its own codec; a codec is added there.
+    TSmartPtr<CRTPMediaParser> parser_;
 
 private:
     bool HasTakenLeave(); ///< an interleaved stream that runs: by a BYE or the end of its session
     bool IsMulticastUsable(const SDPMediaSection& section);
     bool ChooseParser(const RTSPResponse& response);
-    RTSPClientParams SessionParameters();
-    bool OpenMulticastSession(int& woken);
-    bool StartMulticastSession();
+    bool StartSession();
 };
 
 } // namespace korvane

@@ -35,7 +35,7 @@ protected:
     {
         const bool opened = Take(keep ? "keep" : "open");
         if (opened)
-            frameEvent_.Set();
+            stream_.frameEvent.Set();
         return opened;
     }
 
