@@ -2,8 +2,8 @@
 
 #include "channels/base_camera_channel.h"
 #include "parsers/rtp_media_parser.h"
+#include "parsers/time_stamp_converter.h"
 #include "transport/rtsp_stream.h"
-#include "transport/time_stamp_converter.h"
 
 #include <cstdint>
 #include <string>
@@ -36,8 +36,6 @@ public:
     virtual std::string GetStreamName() const;
 
     void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override;
-    void OnRTPTimeout() override {}
-    void OnRTPClosed() override {}
     bool OnMediaFrame(ipcapture::IHostFrame* frame) override;
     void GetResolution(std::pair<std::uint32_t, std::uint32_t>& resolution) override;
 

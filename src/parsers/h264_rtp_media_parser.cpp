@@ -46,9 +46,7 @@ std::uint8_t TypeOf(std::uint8_t header)
 void CH264RTPMediaParser::ResetParser()
 {
     waitingForKey_ = true;
-    width_ = 0;
-    height_ = 0;
-    frameBuffer_.clear();
+    ForgetFrame();
     converter_.Reset();
 }
 
@@ -140,8 +138,7 @@ void CH264RTPMediaParser::CompleteFrame(std::uint32_t timestamp)
         waitingForKey_ = false;
     else if (waitingForKey_)
         return;
-    if (!DeliverFrame(isKey ? ipcapture::kFormatH264Key : ipcapture::kFormatH264Delta, frameBuffer_))
-        ResetParser();
+    DeliverFrame(isKey ? ipcapture::kFormatH264Key : ipcapture::kFormatH264Delta);
 }
 
 /// Takes the picture size from a sequence parameter set near the frame's start. False when there is none.

@@ -21,9 +21,7 @@ constexpr std::size_t kLeastPayload = 4;  // up to the fragment offset
 void CJpegRTPMediaParser::ResetParser()
 {
     waitingForStart_ = true;
-    width_ = 0;
-    height_ = 0;
-    frameBuffer_.clear();
+    ForgetFrame();
 }
 
 bool CJpegRTPMediaParser::AddPayload(Bytes payload)
@@ -69,7 +67,7 @@ void CJpegRTPMediaParser::CompleteFrame(std::uint32_t timestamp)
     if (size == 0)
         return ResetParser();
     converter_.Convert(timestamp);
-    if (!SendFrame(frame, size))
+    if (!Describe(frame, size) || !client_->OnMediaFrame(frame.Get()))
         ResetParser();
 }
 

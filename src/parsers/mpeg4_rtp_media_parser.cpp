@@ -36,9 +36,7 @@ void CMpeg4RTPMediaParser::ResetParser()
 {
     waitingForKey_ = true;
     isKey_ = false;
-    width_ = 0;
-    height_ = 0;
-    frameBuffer_.clear();
+    ForgetFrame();
     converter_.Reset();
 }
 
@@ -74,8 +72,7 @@ void CMpeg4RTPMediaParser::CompleteFrame(std::uint32_t timestamp)
         width_ = size->width;
         height_ = size->height;
     }
-    if (!DeliverFrame(isKey_ ? ipcapture::kFormatMpeg4Key : ipcapture::kFormatMpeg4Delta, frameBuffer_))
-        ResetParser();
+    DeliverFrame(isKey_ ? ipcapture::kFormatMpeg4Key : ipcapture::kFormatMpeg4Delta);
 }
 
 } // namespace korvane

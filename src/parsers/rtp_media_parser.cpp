@@ -71,24 +71,31 @@ bool CRTPMediaParser::CheckBufferSize()
     return false;
 }
 
-bool CRTPMediaParser::SendFrame(const CHostFrame& frame, std::uint32_t sizeBytes)
+bool CRTPMediaParser::Describe(const CHostFrame& frame, std::uint32_t sizeBytes) const
 {
     SYSTEMTIME time{};
     converter_.GetTime(time);
-    return frame.DescribeVideo(width_, height_, sizeBytes, &time) && client_->OnMediaFrame(frame.Get());
+    return frame.DescribeVideo(width_, height_, sizeBytes, &time);
 }
 
-bool CRTPMediaParser::DeliverFrame(std::uint32_t format, std::span<const std::uint8_t> data)
+void CRTPMediaParser::DeliverFrame(std::uint32_t format)
 {
-    const auto sizeBytes = static_cast<std::uint32_t>(data.size());
+    const auto sizeBytes = static_cast<std::uint32_t>(frameBuffer_.size());
     const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driverName_, format, sizeBytes);
     if (frame.Get() == nullptr)
-        return true;
+        return;
     std::uint8_t* const room = frame.Room();
-    if (room == nullptr)
-        return false;
-    std::memcpy(room, data.data(), data.size());
-    return SendFrame(frame, sizeBytes);
+    if (room != nullptr)
+        std::memcpy(room, frameBuffer_.data(), sizeBytes);
+    if (room == nullptr || !Describe(frame, sizeBytes) || !client_->OnMediaFrame(frame.Get()))
+        ResetParser();
+}
+
+void CRTPMediaParser::ForgetFrame()
+{
+    width_ = 0;
+    height_ = 0;
+    frameBuffer_.clear(); // keeps its capacity
 }
 
 } // namespace korvane

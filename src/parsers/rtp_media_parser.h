@@ -10,10 +10,10 @@
 
 #include <larkmoor/host_frame.h>
 
+#include "parsers/time_stamp_converter.h"
 #include "runtime/driver.h"
 #include "runtime/host_frame.h"
 #include "transport/rtp_packet.h"
-#include "transport/time_stamp_converter.h"
 
 namespace korvane
 {
@@ -92,12 +92,15 @@ protected:
     bool CanDeliver() const { return client_ != nullptr && driver_->GetFrameAllocator() != nullptr; }
 
     /// Describes a frame of which `sizeBytes` bytes are filled in, by the picture size below and the
-    /// converter's time, and hands it over. False when the client refused it or the host threw.
-    bool SendFrame(const CHostFrame& frame, std::uint32_t sizeBytes);
+    /// converter's time. False if the host threw.
+    bool Describe(const CHostFrame& frame, std::uint32_t sizeBytes) const;
 
-    /// Makes a frame of `data` and hands it over. True also when the host gave none, which costs that frame
-    /// alone; false when it could not be filled or was refused.
-    bool DeliverFrame(std::uint32_t format, std::span<const std::uint8_t> data);
+    /// Makes a frame of what the frame buffer holds and hands it over; a reset if it could not be filled or
+    /// was refused. Without a frame of the host's that picture is lost, and no more.
+    void DeliverFrame(std::uint32_t format);
+
+    /// Forgets the frame in hand and the picture size.
+    void ForgetFrame();
 
     void Append(std::span<const std::uint8_t> bytes)
     {

@@ -1,4 +1,4 @@
-#include "transport/time_stamp_converter.h"
+#include "parsers/time_stamp_converter.h"
 
 #include "support/table.h"
 
@@ -29,13 +29,13 @@ std::int64_t Since(const CTimeStampConverter& converter)
 TEST(TimeStampConverter, FollowsTheWrittenSteps)
 {
     // Each step: the clock moves by so many units, a frame comes with that timestamp, and has that time.
-    struct Step
+    struct FrameStep
     {
         std::uint64_t clock;
         std::uint32_t timestamp;
         std::int64_t time;
     };
-    for (const auto& [name, steps] : korvane::test::Table<const char*, std::vector<Step>>{
+    for (const auto& [name, steps] : korvane::test::Table<const char*, std::vector<FrameStep>>{
              {"a tick counts 111 units at first", {{0, 1000, 0}, {0, 4600, 399'600}, {0, 8200, 799'200}}},
              {"never behind the local clock",
               {{0, 1000, 0}, {400'000, 4600, 400'000}, {400'000, 8200, 800'000}}},
@@ -51,7 +51,7 @@ TEST(TimeStampConverter, FollowsTheWrittenSteps)
         SCOPED_TRACE(name);
         ManualClock clock(kStart);
         CTimeStampConverter converter;
-        for (const Step& step : steps)
+        for (const FrameStep& step : steps)
         {
             clock.AdvanceTicks(step.clock);
             converter.Convert(step.timestamp);

@@ -1,4 +1,4 @@
-#include "transport/time_stamp_converter.h"
+#include "parsers/time_stamp_converter.h"
 
 #include <algorithm>
 #include <cmath>
