@@ -34,8 +34,7 @@ CCommonRTSPChannel::CCommonRTSPChannel(std::uint32_t channel, IDriver* driver,
 // Here no packet of the new stream has come, and the client that brought those of the old one is gone.
 bool CCommonRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
 {
-    if (codecParser_ != nullptr)
-        codecParser_->StartTimesAnew();
+    codecParser_->StartTimesAnew();
     return CBaseRTSPChannel::SdpInfoReceived(response);
 }
 

@@ -41,14 +41,6 @@ platform::WaitResult CDatagramBatch::Receive(platform::Socket& socket, std::uint
     return result;
 }
 
-std::size_t CDatagramBatch::ByteCount() const
-{
-    std::size_t bytes = 0;
-    for (std::size_t i = 0; i < count_; ++i)
-        bytes += datagrams_[i].length;
-    return bytes;
-}
-
 bool CDatagramBatch::Next(Arrived& arrived)
 {
     const std::size_t at = NextFull(at_);

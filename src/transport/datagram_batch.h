@@ -38,8 +38,6 @@ public:
     /// ones, and those that were too large, are left out.
     bool Next(Arrived& arrived);
 
-    std::size_t ByteCount() const; ///< of the last `Receive`
-
 private:
     static constexpr std::size_t kSmall = 4; // touches less memory; a full one is followed by a large one
 

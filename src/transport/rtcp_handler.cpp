@@ -45,27 +45,23 @@ CRTCPHandler::~CRTCPHandler()
 
 bool CRTCPHandler::StartUnicast(std::uint32_t peer, std::uint16_t port)
 {
-    const COneAtATime::Turn only(startOrStop_);
-    if (!CanStart(peer))
-        return false;
-    Initialise(peer);
-    return FinishStart(client_.StartUnicast(this, port));
+    return Start(peer, [this, port] { return client_.StartUnicast(this, port); });
 }
 
 bool CRTCPHandler::StartMulticast(std::uint32_t peer, const std::string& address, std::uint16_t port)
 {
-    const COneAtATime::Turn only(startOrStop_);
-    if (!CanStart(peer))
-        return false;
-    Initialise(peer);
-    return FinishStart(client_.StartMulticast(this, address, port));
+    return Start(peer, [&] { return client_.StartMulticast(this, address, port); });
 }
 
-bool CRTCPHandler::FinishStart(bool clientStarted)
+template <class StartClient>
+bool CRTCPHandler::Start(std::uint32_t peer, StartClient startClient)
 {
-    if (!clientStarted)
+    const COneAtATime::Turn only(startOrStop_);
+    if (client_.IsOpen() || peer == 0)
         return false;
-    client_.SetWaitTime(kSocketWaitMs);
+    Initialise(peer);
+    if (!startClient())
+        return false;
     if (StartThread("RTCP Handler Thread"))
         return true;
     client_.Stop();

@@ -72,8 +72,8 @@ public:
     void OnClosed(IRTPClient&) override {}
 
 private:
-    bool CanStart(std::uint32_t peer) const { return !client_.IsOpen() && peer != 0; }
-    bool FinishStart(bool clientStarted);
+    template <class StartClient>
+    bool Start(std::uint32_t peer, StartClient startClient);
     void Initialise(std::uint32_t peer);
     void TakeSenderReport(const platform::SocketAddress& sender, std::span<const std::uint8_t> packet);
     bool TakeBye();

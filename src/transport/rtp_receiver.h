@@ -31,8 +31,8 @@ public:
     virtual void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) = 0;
 
     /// Nothing arrived during one wait time; on the thread that reads, and not during a stop.
-    virtual void OnRTPTimeout() = 0;
-    virtual void OnRTPClosed() = 0;
+    virtual void OnRTPTimeout() {}
+    virtual void OnRTPClosed() {}
 };
 
 /// Takes RTP packets from a UDP port to its user on the thread "RTP Packet Queue (%hu)", so that a slow

@@ -6,6 +6,7 @@
 
 #include "http/param_text.h"
 #include "platform/clock.h"
+#include "runtime/guarded.h"
 #include "runtime/text.h"
 
 namespace korvane
@@ -130,65 +131,29 @@ void CBaseRTSPClient::Stop(std::uint32_t limitMs)
 
 void CBaseRTSPClient::Run()
 {
-    try
-    {
-        RunSession();
-    }
-    catch (...)
-    {
-        // Out of memory: the session is over, which the user has to hear.
-    }
-    try
+    const auto tellEnd = [this]
     {
         user_->OnSessionEnded();
-    }
-    catch (...)
-    {
-        // The thread ends here in any case.
-    }
+        return true;
+    };
+    Guarded(false, [this] { return RunSession(); }); // out of memory it is over, which the user has to hear
+    Guarded(false, tellEnd);
 }
 
-void CBaseRTSPClient::RunSession()
+bool CBaseRTSPClient::RunSession()
 {
-    playEvent_.Reset();
     isTearingDown_ = false;
     if (!Request(kDescribe))
-        return;
-    if (Describe() && Request(kSetup))
+        return false;
+    if (Guarded(false, [this] { return user_->SdpInfoReceived(parser_.Response()); }) && Request(kSetup))
     {
-        playEvent_.Set();
-        Play();
+        Request(kPlay);
+        while (!stopEvent_.Wait(tickMs_))
+            KeepAlive();
     }
     isTearingDown_ = true;
     teardownMs_ = platform::Clock::Milliseconds();
-    Request(kTeardown);
-}
-
-bool CBaseRTSPClient::Describe()
-{
-    try
-    {
-        return user_->SdpInfoReceived(parser_.Response());
-    }
-    catch (...)
-    {
-        return false;
-    }
-}
-
-void CBaseRTSPClient::Play()
-{
-    CEvent* const events[] = {&stopEvent_, &playEvent_};
-    for (;;)
-    {
-        const int event = CEvent::WaitForAny(events, 2, tickMs_);
-        if (event == 0)
-            return;
-        if (event == 1)
-            Request(kPlay);
-        else
-            KeepAlive();
-    }
+    return Request(kTeardown);
 }
 
 void CBaseRTSPClient::KeepAlive()

@@ -66,8 +66,7 @@ public:
     /// Whether the last request was sent and its response understood.
     bool GetLastResult() const { return lastResult_; }
 
-    /// How long the session waits for the play event and between looks at its keep-alive; 2,000 unless set,
-    /// before a start.
+    /// How long the session waits between looks at its keep-alive; 2,000 unless set, before a start.
     void SetTickInterval(std::uint32_t ms) { tickMs_ = ms; }
 
     void Run() override;
@@ -86,10 +85,8 @@ private:
     bool Begin(const RTSPClientParams& params, IRTSPClientUser* user, std::uint32_t mode, bool multicast);
     bool Connect();
     bool WaitConnected();
-    void RunSession();
-    void Play();
+    bool RunSession();
     void KeepAlive();
-    bool Describe();
     bool Request(std::string_view method);
     bool SendAndRead(std::string_view method);
     bool Exchange(std::string_view method);
@@ -106,7 +103,6 @@ private:
     std::atomic<bool> lastResult_{false};
     RTSPClientParams params_;
     std::uint32_t mode_ = kTransportUDP;
-    CEvent playEvent_{false};
     bool multicast_ = false;
     bool isTearingDown_ = false;
     std::uint32_t teardownMs_ = 0; // tick when that began

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "platform/held_locks.h"
+#include "runtime/guarded.h"
 
 namespace korvane
 {
@@ -12,10 +13,9 @@ namespace korvane
 namespace
 {
 
-constexpr std::uint32_t kDefaultReceiveBuffer = 65535;
+constexpr std::uint32_t kDatagramBufferBytes = 65535;
 constexpr std::uint32_t kReceiveTimeoutMs = 5000;
 constexpr std::uint32_t kSendTimeoutMs = 1000;
-constexpr std::uint32_t kLeastJoinMs = 5000;
 constexpr int kMostDrained = 100;
 constexpr std::size_t kDrainBytes = 1500;
 
@@ -36,41 +36,42 @@ bool CUDPClient::StartMulticast(IRTPClientUser* user, const std::string& address
         Stop();
         return false;
     }
-    return Start(user, {group, port, kDefaultReceiveBuffer, kReceiveTimeoutMs, kSendTimeoutMs});
+    return Start(user, group, port);
 }
 
 bool CUDPClient::StartUnicast(IRTPClientUser* user, std::uint16_t port)
 {
-    return Start(user, {std::nullopt, port, kDefaultReceiveBuffer, kReceiveTimeoutMs, kSendTimeoutMs});
+    return Start(user, std::nullopt, port);
 }
 
-bool CUDPClient::Start(IRTPClientUser* user, const OpenParameters& parameters)
+bool CUDPClient::Start(IRTPClientUser* user, std::optional<std::uint32_t> group, std::uint16_t port)
 {
     const COneAtATime::Turn only(startOrStop_);
     if (user != nullptr)
     {
         user_ = user;
-        if (Open(parameters) && StartThread("UDP client thread, port " + std::to_string(port_)))
+        if (Open(group, port) && StartThread("UDP client thread, port " + std::to_string(port_)))
             return true;
     }
     Stop();
     return false;
 }
 
-bool CUDPClient::Open(const OpenParameters& parameters)
+bool CUDPClient::Open(std::optional<std::uint32_t> group, std::uint16_t port)
 {
     if (!socket_.OpenDatagram())
         return false;
-    if (!Prepare(parameters))
+    if ((group && !socket_.SetReuseAddress(true)) || !socket_.SetReceiveBuffer(kDatagramBufferBytes) ||
+        !socket_.SetReceiveTimeout(kReceiveTimeoutMs) || !socket_.SetSendTimeout(kSendTimeoutMs) ||
+        !socket_.Bind(port))
     {
         socket_.Close();
         return false;
     }
     port_ = socket_.LocalPort();
-    socketTimeoutMs_ = std::max(parameters.receiveTimeoutMs, parameters.sendTimeoutMs);
-    if (parameters.group && !socket_.JoinGroup(*parameters.group))
+    if (group && !socket_.JoinGroup(*group))
         return false;
-    group_ = parameters.group;
+    group_ = group;
     if (!isLent_)
         return true;
     turn_.Reset();
@@ -79,16 +80,6 @@ bool CUDPClient::Open(const OpenParameters& parameters)
         return false;
     watch_->Add(turn_);
     return true;
-}
-
-bool CUDPClient::Prepare(const OpenParameters& parameters)
-{
-    const std::uint32_t bufferBytes =
-        parameters.receiveBufferBytes == 0 ? kDefaultReceiveBuffer : parameters.receiveBufferBytes;
-    return (!parameters.group || socket_.SetReuseAddress(true)) && socket_.SetReceiveBuffer(bufferBytes) &&
-           (parameters.receiveTimeoutMs == 0 || socket_.SetReceiveTimeout(parameters.receiveTimeoutMs)) &&
-           (parameters.sendTimeoutMs == 0 || socket_.SetSendTimeout(parameters.sendTimeoutMs)) &&
-           socket_.Bind(parameters.port);
 }
 
 void CUDPClient::Interrupt()
@@ -106,7 +97,7 @@ bool CUDPClient::Stop()
         socket_.LeaveGroup(*group_);
     group_.reset();
     Interrupt();
-    const bool joined = JoinThread(std::max(kLeastJoinMs, std::max(waitMs_.load(), socketTimeoutMs_) + 1000));
+    const bool joined = JoinThread(std::max(waitMs_.load(), kReceiveTimeoutMs) + 1000);
     if (watch_ != nullptr)
         watch_->Remove(turn_);
     watch_.reset();
@@ -132,16 +123,13 @@ template <class Callback>
 void CUDPClient::TellUser(Callback callback)
 {
     IRTPClientUser* const user = user_;
-    if (user == nullptr)
-        return;
-    try
+    const auto tell = [&]
     {
         callback(*user);
-    }
-    catch (...)
-    {
-        // a user that fails on one datagram gets the next
-    }
+        return true;
+    };
+    if (user != nullptr)
+        Guarded(false, tell); // a user that fails on one datagram gets the next
 }
 
 bool CUDPClient::SendTo(const platform::SocketAddress& address, const std::uint8_t* data,

@@ -108,17 +108,8 @@ public:
     void Run() override;
 
 private:
-    struct OpenParameters
-    {
-        std::optional<std::uint32_t> group; // network byte order; none is unicast
-        std::uint16_t port = 0;
-        std::uint32_t receiveBufferBytes = 0; // 0 means 65,535
-        std::uint32_t receiveTimeoutMs = 0;   // 0 leaves it unset
-        std::uint32_t sendTimeoutMs = 0;      // 0 leaves it unset
-    };
-    bool Start(IRTPClientUser* user, const OpenParameters& parameters);
-    bool Open(const OpenParameters& parameters);
-    bool Prepare(const OpenParameters& parameters);
+    bool Start(IRTPClientUser* user, std::optional<std::uint32_t> group, std::uint16_t port);
+    bool Open(std::optional<std::uint32_t> group, std::uint16_t port);
     bool Receive(CDatagramBatch& batch);
     void Deliver(CDatagramBatch& batch);
     void Drain();
@@ -132,7 +123,6 @@ private:
     std::atomic<std::uint32_t> readSize_{8192};
     std::atomic<std::uint32_t> waitMs_{2000};
     std::optional<std::uint32_t> group_; // joined, network byte order
-    std::uint32_t socketTimeoutMs_ = 0;  // the larger of the two
     bool hasMore_ = false;               // the thread's own
     bool isLent_ = false;
     CReadTurn turn_;
