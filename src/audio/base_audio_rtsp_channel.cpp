@@ -14,7 +14,7 @@ constexpr std::uint32_t kG726BitRate = 32000;
 constexpr std::uint32_t kTelephoneRate = 8000; // Hz
 constexpr std::uint32_t kRoundMs = 2000;       // between looks at a multicast stream
 constexpr std::uint32_t kShortRoundMs = 20;    // the same, after a session that brought nothing
-constexpr const char* kSdpFunction = "korvane::CBaseAudioRTSPChannel::SdpInfoReceived";
+constexpr const char* kAudioSdpFunction = "korvane::CBaseAudioRTSPChannel::SdpInfoReceived";
 
 bool IsAllowed(AudioState from, AudioState to)
 {
@@ -262,7 +262,7 @@ bool CBaseAudioRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
         TakeAac(response);
         break;
     default: // an encoding that nothing here can unpack, or none
-        Message(kLevelError, "%s: Audio encoding for device %s doesn't recognized: %s", kSdpFunction,
+        Message(kLevelError, "%s: Audio encoding for device %s doesn't recognized: %s", kAudioSdpFunction,
                 driver_->GetDeviceName().c_str(), section.encoding.c_str());
         return false;
     }
@@ -298,11 +298,11 @@ void CBaseAudioRTSPChannel::TakeAac(const RTSPResponse& response)
     const std::string device = driver_->GetDeviceName();
     if (offered.channels > 2)
         Message(kLevelError, "%s: AAC Audio with %u channels doesn't supported by system for device %s: %s",
-                kSdpFunction, unsigned{offered.channels}, device.c_str(), text.c_str());
+                kAudioSdpFunction, unsigned{offered.channels}, device.c_str(), text.c_str());
     if (parameters.sizelength != 13 || parameters.indexlength != 3 || parameters.indexdeltalength != 3 ||
         parameters.ctsdeltalength != 0 || parameters.dtsdeltalength != 0)
         Message(kLevelWarning, "%s: Audio format parameters for device %s doesn't compatible with parser: %s",
-                kSdpFunction, device.c_str(), text.c_str());
+                kAudioSdpFunction, device.c_str(), text.c_str());
     if (format_.codecCode != offered.codecCode)
     {
         format_ = offered;

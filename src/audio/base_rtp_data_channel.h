@@ -27,8 +27,6 @@ public:
     void Run() override; ///< begins with `Prepare` of the set-up
 
     void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override;
-    void OnRTPTimeout() override {}
-    void OnRTPClosed() override {}
     void OnRTCPBye() override { stream_.byeEvent.Set(); }
 
 protected:

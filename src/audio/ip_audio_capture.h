@@ -11,13 +11,25 @@ class CIPAudioCapture final : public ipcapture::IIPAudioCapture2
 {
 public:
     /// `creator` outlives the object. `maximum` is the number of audio inputs that the device has.
-    CIPAudioCapture(IAudioChannelCreator* creator, std::uint32_t maximum);
+    CIPAudioCapture(IAudioChannelCreator* creator, std::uint32_t maximum)
+        : creator_(creator), channels_(maximum)
+    {
+    }
 
-    std::uint32_t GetChannelCount() override;
+    std::uint32_t GetChannelCount() override { return channels_.Count(); }
     bool StartChannel(std::uint32_t audioChannel, std::uint32_t videoChannel,
-                      ipcapture::IHostAudioClient* client, ipcapture::IHostCodecList* codecList) override;
-    bool StopChannel(std::uint32_t audioChannel) override;
-    std::uint32_t GetChannelState(std::uint32_t audioChannel) override;
+                      ipcapture::IHostAudioClient* client, ipcapture::IHostCodecList* codecList) override
+    {
+        return channels_.Start(
+            audioChannel,
+            [&] { return creator_->CreateAudioInputChannel(audioChannel, videoChannel, client, codecList); });
+    }
+    bool StopChannel(std::uint32_t audioChannel) override { return channels_.Stop(audioChannel); }
+    std::uint32_t GetChannelState(std::uint32_t audioChannel) override
+    {
+        return channels_.With(audioChannel, std::uint32_t{0},
+                              [](const IAudioInputChannel& channel) { return channel.GetState(); });
+    }
     bool ReservedCall1(std::uint32_t, std::uint32_t, std::uint32_t) override { return false; }
 
 private:

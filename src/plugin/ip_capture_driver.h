@@ -63,8 +63,8 @@ public:
     /// Makes the audio objects that the device has channels for; the result is not looked at.
     virtual bool ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings) = 0;
     virtual void DestructAudio() {}
-    virtual bool ConstructIO() = 0;  ///< makes the I/O object
-    virtual bool ConstructPTZ() = 0; ///< makes the PTZ handler; false fails the `Open`
+    virtual bool ConstructIO() = 0;  ///< makes the I/O object, when there is none
+    virtual bool ConstructPTZ() = 0; ///< makes the PTZ handler, when there is none; false fails the `Open`
 
     /// Writes the line that a device was opened; nothing without a driver name.
     virtual void LogDriverOpened(ipcapture::IHostDeviceSettings& deviceSettings,

@@ -22,9 +22,10 @@ constexpr std::uint32_t kTimeoutMs = 10000;
 constexpr std::uint32_t kAudioInputParameter = 101;
 constexpr std::uint32_t kAudioOutputParameter = 102;
 
-constexpr std::uint32_t kCodecMotionJpeg = 1;
-constexpr std::uint32_t kCodecMpeg4 = 2;
-constexpr std::uint32_t kCodecH264 = 3;
+// As `GetCodec` gives them; those of a device's capabilities are others.
+constexpr std::uint32_t kChosenMotionJpeg = 1;
+constexpr std::uint32_t kChosenMpeg4 = 2;
+constexpr std::uint32_t kChosenH264 = 3;
 
 /// Makes the object for one direction, if the host's text gives the device channels for it.
 template <class AudioObject>
@@ -70,13 +71,13 @@ std::unique_ptr<ICameraChannel> CLarkmoorDriver::CreateChannel(std::uint32_t cha
         jpegOverHttp = 0;
     switch (GetCodec())
     {
-    case kCodecMotionJpeg:
+    case kChosenMotionJpeg:
         if (jpegOverHttp != 0)
             return std::make_unique<CMJPEGChannelHTTP>(channel, this, channelClient);
         return std::make_unique<CMJPEGChannelRTSP>(channel, this, channelClient);
-    case kCodecMpeg4:
+    case kChosenMpeg4:
         return std::make_unique<CMPEGChannelRTSP>(channel, this, channelClient);
-    case kCodecH264:
+    case kChosenH264:
         return std::make_unique<CH264ChannelRTSP>(channel, this, channelClient);
     default:
         return nullptr;
@@ -115,15 +116,13 @@ void CLarkmoorDriver::DestructAudio()
 
 bool CLarkmoorDriver::ConstructIO()
 {
-    if (io_ == nullptr)
-        io_ = std::make_shared<CVivotekIO>(this);
+    io_ = std::make_shared<CVivotekIO>(this);
     return true;
 }
 
 bool CLarkmoorDriver::ConstructPTZ()
 {
-    if (ptz_ == nullptr)
-        ptz_ = std::make_unique<CVivotekPTZHandler>(this);
+    ptz_ = std::make_unique<CVivotekPTZHandler>(this);
     return true;
 }
 
