@@ -60,9 +60,9 @@ bool CBaseAudioRTSPChannel::Start()
     const COneAtATime::Turn turn(life_);
     JoinThread(2 * NetworkTimeoutMs());
     socketLibrary_.Start();
-    if (setUp_.StartThread([this] { return StartThread("Audio RTSP Channel"); }))
+    if (setUp_.StartThread([this] { return stream_.ReadSettings(); },
+                           [this] { return StartThread("Audio RTSP Channel"); }))
         return true;
-    JoinThread(kWaitForever);
     socketLibrary_.Stop();
     return false;
 }

@@ -47,8 +47,6 @@ void CBaseRTPDataChannel::StopStream()
 
 void CBaseRTPDataChannel::Run()
 {
-    if (!setUp_.Prepare([this] { return stream_.ReadSettings(); }))
-        return;
     if (stream_.IsMulticast())
         RunMulticast();
     else
@@ -60,9 +58,9 @@ void CBaseRTPDataChannel::KeepSession(const std::function<std::uint32_t()>& open
                                       const std::function<bool()>& isAlive)
 {
     std::uint32_t waitMs = open();
-    while (!setUp_.WaitForStop(stopEvent_, waitMs))
+    while (!stopEvent_.Wait(waitMs))
     {
-        if (!isShort_ && isAlive())
+        if (!setUp_.IsShort() && isAlive())
         {
             OnIdle();
             continue;
@@ -89,8 +87,7 @@ bool CBaseRTPDataChannel::TrySession(const std::function<bool()>& start)
 {
     const bool isOpen = stream_.SetUp(
         false, [this](bool) { StopStream(); }, [this] { return Connect(); }, start);
-    isShort_ = !setUp_.IsDue();
-    if (isShort_)
+    if (setUp_.IsShort())
         LeaveDevice();
     return isOpen;
 }

@@ -24,7 +24,7 @@ public:
     /// data belongs to. Looks the device's address up, which may block for as long as the resolver does.
     CBaseRTPDataChannel(IDriver* driver, std::uint32_t videoChannel);
 
-    void Run() override; ///< begins with `Prepare` of the set-up
+    void Run() override;
 
     void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override;
     void OnRTCPBye() override { stream_.byeEvent.Set(); }
@@ -73,8 +73,6 @@ protected:
 
 private:
     std::uint32_t OpenSession();
-
-    bool isShort_ = false; // the last session failed for want of what the process has not
 };
 
 } // namespace korvane

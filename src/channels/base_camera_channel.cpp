@@ -30,10 +30,9 @@ bool CBaseCameraChannel::Start(const ChannelSettings& settings)
     }
     socketLibrary_.Start(); // without it no connection comes about, and the channel goes on trying
     stopEvent_.Reset();
-    if (setUp_.StartThread([this] { return thread_.Start(&CBaseCameraChannel::Entry, this, "Channel"); }))
+    if (setUp_.StartThread([this] { return Prepare(); },
+                           [this] { return thread_.Start(&CBaseCameraChannel::Entry, this, "Channel"); }))
         return true;
-    thread_.Wait(kWaitForever);
-    thread_.Close();
     socketLibrary_.Stop();
     return false;
 }
@@ -88,8 +87,7 @@ std::uint32_t CBaseCameraChannel::Entry(void* context)
     std::uint32_t exitCode = kExitFailed;
     try
     {
-        if (channel->setUp_.Prepare([channel] { return channel->Prepare(); }))
-            exitCode = channel->Run();
+        exitCode = channel->Run();
     }
     catch (...) // nothing of a channel throws but for want of memory
     {

@@ -48,7 +48,7 @@ public:
     ChannelSettings GetSettings() const override;
 
 protected:
-    /// What the stream needs; reads what that depends on. First of all on the channel's thread.
+    /// What the stream needs; reads what that depends on. On the host's thread, before the channel's.
     virtual CSetUp::Needs Prepare() { return {}; }
 
     /// The thread's body; ends soon after the stop event is set. What it gives is the thread's exit code.

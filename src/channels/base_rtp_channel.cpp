@@ -73,7 +73,7 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
 {
     const DEVICE_INFO device = driver_->GetDeviceInfo();
     const std::uint32_t settleMs = std::max(device.networkTimeoutMs, device.signalLossTimeoutMs / 2);
-    CEvent* const events[] = {&stopEvent_, &changeEvent_, &setUp_.DueEvent()};
+    CEvent* const events[] = {&stopEvent_, &changeEvent_};
     bool changed = false;
     bool isOpen = false; // only then are there ports to keep
     for (;;)
@@ -89,7 +89,7 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
                 SetChannelState(kChannelConnecting);
             changed = false;
         }
-        switch (CEvent::WaitForAny(events, 3, waitMs))
+        switch (CEvent::WaitForAny(events, 2, waitMs))
         {
         case 0:
             stream_.rtcpHandler.Restart();
@@ -98,9 +98,6 @@ std::uint32_t CBaseRTPChannel::RunUnicast()
             return 0;
         case 1:
             changed = ApplyChange(GetPendingChange());
-            setUp_.MakeDue();
-            break;
-        case 2:
             setUp_.MakeDue();
             break;
         default:
@@ -142,7 +139,7 @@ bool CBaseRTPChannel::Reconnect(bool keep, const std::function<bool()>& open)
     };
     const bool isOpen = stream_.SetUp(
         keep, close, [this] { return ConfigureDevice(); }, open);
-    if (!setUp_.IsDue())
+    if (setUp_.IsShort())
         LeaveDevice();
     return isOpen;
 }

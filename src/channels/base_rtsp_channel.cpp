@@ -131,7 +131,7 @@ std::uint32_t CBaseRTSPChannel::RunMulticast()
 {
     bool slow = false; // the longer pause before the next round
     TouchLastFrame();
-    while (!setUp_.WaitForStop(stopEvent_, slow ? 1000 : 10))
+    while (!stopEvent_.Wait(slow ? 1000 : 10))
     {
         slow = true;
         if (GetChannelState() == kChannelRunning)

@@ -83,7 +83,7 @@ std::uint32_t CMJPEGChannelHTTP::Run()
     attempts_ = 0;
     parser_.SetReceiver(this);
     SetChannelState(kChannelConnecting);
-    while (!setUp_.WaitForStop(stopEvent_, attempts_ < kAttemptsBeforeSlow ? kRetryMs : kSlowRetryMs))
+    while (!stopEvent_.Wait(attempts_ < kAttemptsBeforeSlow || setUp_.IsShort() ? kRetryMs : kSlowRetryMs))
     {
         if (setUp_.IsDue() && Attempt())
             continue; // ended by the stop event

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -30,19 +30,17 @@ enum class Shortage : std::uint8_t
 class Reserve
 {
 public:
-    static constexpr std::size_t kMostDescriptors = 8;
-
     Reserve() = default;
     ~Reserve() { GiveBack(true); }
     Reserve(const Reserve&) = delete;
     Reserve& operator=(const Reserve&) = delete;
 
-    /// The calling thread works for `reserve` to the end of the scope.
+    /// The calling thread works for `reserve` to the end of the scope. With null it works for none: what it
+    /// opens is nobody's, as in the host's own calls.
     class Use
     {
     public:
-        explicit Use(Reserve& reserve);
-        Use(); ///< it works for none: what it opens is nobody's, as in the host's own calls
+        explicit Use(Reserve* reserve);
         ~Use();
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
@@ -51,52 +49,34 @@ public:
         Reserve* const before_;
     };
 
-    void Begin(); ///< a set-up: forgets what was noted
+    /// A set-up: forgets what was noted, and holds as many descriptors as `descriptors` lacks with those that
+    /// are open. False, which is noted, if they are not to be had.
+    bool Begin(std::uint32_t descriptors);
 
-    /// Hold what is missing to `count` in all, of descriptors (at most `kMostDescriptors`) with those that
-    /// are open. All or nothing; false is noted.
-    bool TakeDescriptors(std::uint32_t count);
+    /// Holds `count` threads. False, which is noted, if they can't be made. In a `Use`.
     bool TakeThreads(std::uint32_t count);
 
     /// Ends a set-up: what is held, and with `isAllClosed` also the memory of what is open.
     void GiveBack(bool isAllClosed);
 
-    Shortage Missing() const; ///< the first that was noted since `Begin`
+    Shortage Missing() const { return missing_; } ///< the first that was noted since `Begin`
 
     static void Note(Shortage shortage); ///< for the reserve in use, if there is one
     static Shortage Noted();             ///< of the reserve in use
 
     /// For the platform. `open` makes `count` descriptors; it gives a negative number for a failure.
-    template <class Open>
-    static int OpenDescriptors(std::uint32_t count, Open&& open)
-    {
-        const Opening opening(count);
-        return opening.Checked(open());
-    }
+    static int OpenDescriptors(std::uint32_t count, const std::function<int()>& open);
     static void DescriptorsClosed(std::uint32_t count); ///< right after they were
     static std::shared_ptr<ThreadState> TakeThread();   ///< one that waits for its work; null if none is held
 
 private:
-    /// No other reserve takes what this one has just let go of.
-    class Opening
-    {
-    public:
-        explicit Opening(std::uint32_t count);
-        ~Opening();
-        int Checked(int result) const;
+    bool Hold();
+    void LetGo(std::size_t count);
 
-    private:
-        const std::uint32_t count_;
-    };
-
-    bool Hold(std::size_t count);
-    void LetGo(std::size_t left);
-
-    bool isSettingUp_ = false;
-    Shortage missing_ = Shortage::kNone;
-    std::uint32_t open_ = 0;                          // descriptors that came out of it
-    std::array<int, kMostDescriptors> descriptors_{}; // that keep the place of others
-    std::size_t held_ = 0;                            // of them
+    std::atomic<Shortage> missing_{Shortage::kNone};
+    std::uint32_t needed_ = 0; // descriptors, in a set-up
+    std::uint32_t open_ = 0;   // descriptors that came out of it
+    std::vector<int> held_;    // descriptors that keep the place of others
     std::vector<std::shared_ptr<ThreadState>> threads_;
 };
 

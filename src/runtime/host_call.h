@@ -27,7 +27,7 @@ public:
     HostCallScope& operator=(const HostCallScope&) = delete;
 
 private:
-    platform::Reserve::Use none_; // before the scope, from which a thread may not come back
+    platform::Reserve::Use none_{nullptr}; // before the scope, from which a thread may not come back
     platform::AwayScope away_;
 };
 

@@ -1,12 +1,12 @@
 #include "runtime/set_up.h"
 
 #include "platform/clock.h"
-#include "runtime/forever.h"
-#include "runtime/recursive_lock.h"
-#include "runtime/text.h"
+#include "runtime/guarded.h"
 
 #include <algorithm>
-#include <string>
+#include <atomic>
+#include <new>
+#include <utility>
 
 namespace korvane
 {
@@ -14,23 +14,17 @@ namespace korvane
 namespace
 {
 
+using platform::Reserve;
 using platform::Shortage;
 
 constexpr std::uint32_t kFirstDelayMs = 5'000;
 constexpr std::uint32_t kLongestDelayMs = 60'000;
 
-/// The channels that wait for what the process has not, the longest first.
-struct Queue
-{
-    CRecursiveLock lock;
-    std::list<CSetUp*> waiting;
-};
+/// Held beside the stream's own until its first set-up is over: in a small address space their stacks keep
+/// the room that its heap will need.
+constexpr std::uint32_t kSpareThreads = 2;
 
-Queue& TheQueue()
-{
-    static TForever<Queue> queue;
-    return queue.value;
-}
+std::atomic<std::uint32_t> ends{0}; // of streams and their set-ups in this process: something may be free
 
 const char* NameOf(Shortage shortage)
 {
@@ -47,106 +41,127 @@ const char* NameOf(Shortage shortage)
     }
 }
 
+/// What `work` gives; false if it throws, which is noted if it was for want of memory.
+bool Succeeds(const std::function<bool()>& work)
+{
+    try
+    {
+        return work();
+    }
+    catch (const std::bad_alloc&)
+    {
+        Reserve::Note(Shortage::kMemory);
+    }
+    catch (...)
+    {
+        // a failure as any other
+    }
+    return false;
+}
+
 } // namespace
 
-CSetUp::~CSetUp()
+bool CSetUp::StartThread(const std::function<Needs()>& read, const std::function<bool()>& start)
 {
-    Close();
+    const Reserve::Use use(&reserve_);
+    const auto work = [&]
+    {
+        reserve_.Begin(0);
+        needs_ = read();
+        return reserve_.TakeThreads(1 + needs_.threads + kSpareThreads) && start();
+    };
+    if (Succeeds(work))
+        return true;
+    reserve_.GiveBack(true);
+    if (reserve_.Missing() != Shortage::kNone)
+        TellShortage(false);
+    return false;
 }
 
 bool CSetUp::IsDue()
 {
-    if (platform::Clock::Milliseconds() - sinceMs_ >= delayMs_)
-        delayMs_ = 0;
-    return delayMs_ == 0;
+    if (isShort_ && platform::Clock::Milliseconds() - sinceMs_ >= delayMs_)
+        isShort_ = false;
+    const std::uint32_t now = ends;
+    if (isShort_ && std::exchange(seenEnds_, now) != now)
+        isShort_ = !HoldsAll();
+    return !isShort_;
 }
 
-bool CSetUp::WaitForStop(CManualEvent& stopEvent, std::uint32_t waitMs)
+// Quietly: a look that finds too little is no attempt.
+bool CSetUp::HoldsAll()
 {
-    CEvent* const events[] = {&stopEvent, &dueEvent_};
-    const int woken = CEvent::WaitForAny(events, 2, waitMs);
-    if (woken == 1)
-        MakeDue();
-    return woken == 0;
+    const Reserve::Use use(&reserve_);
+    if (Succeeds([this] { return reserve_.Begin(needs_.descriptors) && TakeThreads(); }))
+        return true;
+    reserve_.GiveBack(true);
+    return false;
 }
 
-void CSetUp::Begin()
+bool CSetUp::Try(const std::function<bool()>& work)
 {
-    Leave();
-    dueEvent_.Reset();
-    delayMs_ = 0;
-    wasOpen_ = std::exchange(isOpen_, false);
-    isTrying_ = true;
-    reserve_.Begin();
-}
-
-void CSetUp::End(bool isDone)
-{
-    if (!isTrying_)
-        return;
-    isTrying_ = false;
-    isOpen_ = isDone;
-    reserve_.GiveBack(!isDone);
-    const bool isShort = !isDone && reserve_.Missing() != Shortage::kNone;
-    const bool wasWoken = isWoken_.exchange(false);
+    const Reserve::Use use(&reserve_);
+    seenEnds_ = ends;
+    const bool wasOpen = std::exchange(isOpen_, false);
+    const bool isDone = Succeeds([&] { return reserve_.Begin(needs_.descriptors) && work(); });
     if (isDone)
-        lastDelayMs_ = 0;
-    else if (wasOpen_ || (wasWoken && !isShort))
-        PassOn(); // what it held, or did not need, serves another
-    if (!isShort)
-        return;
-    lastDelayMs_ = std::clamp(2 * lastDelayMs_, kFirstDelayMs, kLongestDelayMs);
-    delayMs_ = lastDelayMs_;
-    sinceMs_ = platform::Clock::Milliseconds();
-    {
-        const CLockGuard guard(TheQueue().lock);
-        TheQueue().waiting.splice(TheQueue().waiting.end(), place_);
-    }
-    TellShortage();
+        Succeed();
+    else if (!isOpen_)
+        Fail(wasOpen);
+    return isDone;
 }
 
-void CSetUp::TellShortage() const
+bool CSetUp::TakeThreads(bool keep)
 {
-    const auto tell = [this]
+    return reserve_.TakeThreads(keep ? std::min(needs_.threads, 1u) : needs_.threads);
+}
+
+void CSetUp::Succeed()
+{
+    isOpen_ = true;
+    delayMs_ = 0;
+    reserve_.GiveBack(false);
+}
+
+// What it held serves another, unless that was too little for itself.
+void CSetUp::Fail(bool wasOpen)
+{
+    reserve_.GiveBack(true);
+    isShort_ = reserve_.Missing() != Shortage::kNone;
+    if (wasOpen || !isShort_)
+        ++ends;
+    if (!isShort_)
+        return;
+    delayMs_ = std::clamp(2 * delayMs_, kFirstDelayMs, kLongestDelayMs);
+    sinceMs_ = platform::Clock::Milliseconds();
+    TellShortage(true);
+}
+
+void CSetUp::TellShortage(bool isStarted) const
+{
+    const auto tell = [&]
     {
-        const std::string next = Utils::FormatString("next attempt in %u s", delayMs_ / 1000);
-        debug_->DebugMessage(kLevelError, "%s: No %s left for a stream of device %s, %s",
-                             "korvane::CSetUp::TellShortage", NameOf(reserve_.Missing()),
-                             debug_->GetDeviceName().c_str(),
-                             isPrepared_ ? next.c_str() : "the channel is not started");
+        constexpr const char* kFunction = "korvane::CSetUp::TellShortage";
+        const char* const what = NameOf(reserve_.Missing());
+        const std::string device = debug_->GetDeviceName();
+        if (isStarted)
+            debug_->DebugMessage(kLevelError,
+                                 "%s: No %s left for a stream of device %s, next attempt in %u s", kFunction,
+                                 what, device.c_str(), delayMs_ / 1000);
+        else
+            debug_->DebugMessage(kLevelError,
+                                 "%s: No %s left for a stream of device %s, the channel is not started",
+                                 kFunction, what, device.c_str());
         return true;
     };
     Guarded(false, tell); // there may be no memory for the line
 }
 
-void CSetUp::Leave()
-{
-    const CLockGuard guard(TheQueue().lock);
-    std::list<CSetUp*>& waiting = TheQueue().waiting;
-    if (place_.empty())
-        place_.splice(place_.end(), waiting, std::ranges::find(waiting, this));
-}
-
 void CSetUp::Close()
 {
-    Leave();
-    isTrying_ = false;
+    isOpen_ = false;
     reserve_.GiveBack(true);
-    if (std::exchange(isOpen_, false) || isWoken_.exchange(false))
-        PassOn();
-}
-
-// What has become free makes the set-up due that has waited longest.
-void CSetUp::PassOn()
-{
-    const CLockGuard guard(TheQueue().lock);
-    std::list<CSetUp*>& waiting = TheQueue().waiting;
-    if (waiting.empty())
-        return;
-    CSetUp& next = *waiting.front();
-    next.place_.splice(next.place_.end(), waiting, waiting.begin());
-    next.isWoken_ = true;
-    next.dueEvent_.Set();
+    ++ends;
 }
 
 } // namespace korvane

@@ -17,7 +17,8 @@ namespace
 
 [[gnu::tls_model("initial-exec")]] thread_local Reserve* current = nullptr; // as in thread.cpp
 
-/// Over all reserves; held for a few calls that don't wait.
+/// Over all reserves; held for a few calls that don't wait. A descriptor that one of them lets go of is open
+/// for another purpose before anyone else gets in.
 std::mutex& Mutex()
 {
     static std::mutex mutex;
@@ -33,69 +34,55 @@ Shortage ShortageOf(int error)
 
 } // namespace
 
-Reserve::Use::Use(Reserve& reserve) : before_(std::exchange(current, &reserve)) {}
-
-Reserve::Use::Use() : before_(std::exchange(current, nullptr)) {}
+Reserve::Use::Use(Reserve* reserve) : before_(std::exchange(current, reserve)) {}
 
 Reserve::Use::~Use()
 {
     current = before_;
 }
 
-void Reserve::Begin()
+bool Reserve::Begin(std::uint32_t descriptors)
 {
     const std::lock_guard guard(Mutex());
-    isSettingUp_ = true;
+    needed_ = descriptors;
+    held_.reserve(descriptors);
     missing_ = Shortage::kNone;
-}
-
-bool Reserve::TakeDescriptors(std::uint32_t count)
-{
-    const std::lock_guard guard(Mutex());
-    if (Hold(count - std::min(count, open_)))
+    if (Hold())
         return true;
     missing_ = ShortageOf(errno);
+    LetGo(held_.size());
     return false;
 }
 
-bool Reserve::Hold(std::size_t count)
+bool Reserve::Hold()
 {
-    const std::size_t before = held_;
-    for (; held_ < std::min(count, kMostDescriptors); ++held_)
+    while (held_.size() + open_ < needed_)
     {
         const int place = eventfd(0, EFD_CLOEXEC);
         if (place < 0)
-        {
-            LetGo(before);
             return false;
-        }
-        descriptors_[held_] = place;
+        held_.push_back(place);
     }
     return true;
 }
 
-void Reserve::LetGo(std::size_t left)
+void Reserve::LetGo(std::size_t count)
 {
-    const int error = errno;
-    while (held_ > left)
-        close(descriptors_[--held_]);
-    errno = error;
+    for (count = std::min(count, held_.size()); count != 0; --count)
+    {
+        close(held_.back());
+        held_.pop_back();
+    }
 }
 
 bool Reserve::TakeThreads(std::uint32_t count)
 {
-    const Use use(*this);
-    const std::size_t before = threads_.size();
     threads_.reserve(count);
     while (threads_.size() < count)
     {
         std::shared_ptr<ThreadState> thread = ThreadState::Launch();
         if (thread == nullptr)
-        {
-            for (; threads_.size() > before; threads_.pop_back())
-                threads_.back()->Dismiss();
             return false;
-        }
         threads_.push_back(std::move(thread));
     }
     return true;
@@ -106,26 +93,20 @@ void Reserve::GiveBack(bool isAllClosed)
     std::vector<std::shared_ptr<ThreadState>> threads;
     {
         const std::lock_guard guard(Mutex());
-        isSettingUp_ = false;
+        needed_ = 0;
         open_ = isAllClosed ? 0 : open_;
-        LetGo(0);
+        LetGo(held_.size());
         threads.swap(threads_);
     }
     for (const auto& thread : threads)
         thread->Dismiss();
 }
 
-Shortage Reserve::Missing() const
-{
-    const std::lock_guard guard(Mutex());
-    return missing_;
-}
-
 void Reserve::Note(Shortage shortage)
 {
-    const std::lock_guard guard(Mutex());
-    if (current != nullptr && current->missing_ == Shortage::kNone)
-        current->missing_ = shortage;
+    Shortage none = Shortage::kNone;
+    if (current != nullptr)
+        current->missing_.compare_exchange_strong(none, shortage);
 }
 
 Shortage Reserve::Noted()
@@ -133,26 +114,17 @@ Shortage Reserve::Noted()
     return current == nullptr ? Shortage::kNone : current->Missing();
 }
 
-Reserve::Opening::Opening(std::uint32_t count) : count_(count)
+int Reserve::OpenDescriptors(std::uint32_t count, const std::function<int()>& open)
 {
-    Mutex().lock();
-    if (current != nullptr)
-        current->LetGo(current->held_ - std::min<std::size_t>(current->held_, count));
-}
-
-Reserve::Opening::~Opening()
-{
-    Mutex().unlock();
-}
-
-int Reserve::Opening::Checked(int result) const
-{
+    const std::lock_guard guard(Mutex());
     if (current == nullptr)
-        return result;
-    if (result >= 0)
-        current->open_ += count_;
-    else if (current->missing_ == Shortage::kNone)
-        current->missing_ = ShortageOf(errno);
+        return open();
+    current->LetGo(count);
+    const int result = open();
+    if (result < 0)
+        Note(ShortageOf(errno));
+    else
+        current->open_ += count;
     return result;
 }
 
@@ -162,8 +134,7 @@ void Reserve::DescriptorsClosed(std::uint32_t count)
     if (current == nullptr)
         return;
     current->open_ -= std::min(current->open_, count);
-    if (current->isSettingUp_)
-        current->Hold(current->held_ + count);
+    current->Hold();
 }
 
 std::shared_ptr<ThreadState> Reserve::TakeThread()
