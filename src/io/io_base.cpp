@@ -75,23 +75,30 @@ bool CIOBase::StartInputs()
 
 void CIOBase::StopIO()
 {
-    outputThread_.StopEvent().Set();
-    inputThread_.StopEvent().Set();
     if (gate_.IsInside())
         return StopFromInside();
+    EndThreads(true);
+    ResetStates();
+}
+
+void CIOBase::EndThreads(bool tellsFailure)
+{
+    outputThread_.StopEvent().Set();
+    inputThread_.StopEvent().Set();
     const COneAtATime::Turn turn(turn_);
     const std::uint32_t timeoutMs = driver_->GetDeviceInfo().networkTimeoutMs;
     InterruptRequests();
-    if (!outputThread_.StopQueue(timeoutMs))
+    if (!outputThread_.StopQueue(timeoutMs) && tellsFailure)
         TellStopFailed("Output");
-    if (!inputThread_.JoinThread(timeoutMs))
+    if (!inputThread_.JoinThread(timeoutMs) && tellsFailure)
         TellStopFailed("Input");
-    ResetStates();
 }
 
 // Both threads may be here at once, and another one may wait for them.
 void CIOBase::StopFromInside()
 {
+    outputThread_.StopEvent().Set();
+    inputThread_.StopEvent().Set();
     gate_.Shut();
     InterruptRequests();
     TellStopFailed(platform::Thread::CurrentId() == inputThreadId_ ? "Input" : "Output");
@@ -191,9 +198,8 @@ bool CIOBase::SetOutput(std::uint32_t number, std::uint32_t state)
     auto* const item = new (std::nothrow) COutputState(number, state);
     if (item != nullptr && outputThread_.PostItem(item))
         return true;
-    const DEVICE_INFO device = driver_->GetDeviceInfo();
-    driver_->DebugMessage(1, "korvane::CIOBase::SetOutput: Set output #%u failed by %s / %s:%hu", number,
-                          driver_->GetDriverName().c_str(), device.address.c_str(), device.port);
+    driver_->DebugMessage(1, "korvane::CIOBase::SetOutput: Set output #%u failed by %s / %s", number,
+                          driver_->GetDriverName().c_str(), driver_->GetDeviceName().c_str());
     return false;
 }
 

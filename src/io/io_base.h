@@ -59,6 +59,10 @@ public:
 
 protected:
     void SetInputState(std::uint32_t number, std::uint32_t state);
+
+    /// Waits for the end of both threads; for the destructor of what derives from this one. A thread that is
+    /// the caller's own is not waited for.
+    void EndThreads(bool tellsFailure = false);
     void SetPollInterval(std::uint32_t intervalMs) { inputThread_.SetTickInterval(intervalMs); }
 
     IDriver* const driver_;

@@ -34,7 +34,7 @@ CVivotekIO::CVivotekIO(IDriver* driver)
 // A host that did not stop its inputs and outputs must not find the threads on clients that are gone.
 CVivotekIO::~CVivotekIO()
 {
-    StopIO();
+    EndThreads();
 }
 
 void CVivotekIO::PrepareIO()

@@ -279,6 +279,33 @@ TEST_F(DigitalIO, StopsFromInsideItsCalls)
     }
 }
 
+TEST_F(DigitalIO, TellsOnceThatItWasStoppedFromInside)
+{
+    driver_.inputCount = 1;
+    Inputs("di0=1");
+    CManualEvent started, gone;
+    const auto end = [&gone](CVivotekIO* io)
+    {
+        delete io;
+        gone.Set();
+    };
+    std::shared_ptr<CVivotekIO> io(new CVivotekIO(&driver_), end);
+    io->SetClient(&client_);
+    client_.inEachCall = [&]
+    {
+        started.Wait(kWaitForever);
+        io->StopIO();
+        io.reset();
+    };
+    client_.ExpectCalls();
+    ASSERT_TRUE(io->StartIO());
+    started.Set();
+    ASSERT_TRUE(gone.Wait(test::kPatienceMs));
+    EXPECT_EQ(driver_.Texts(1),
+              Lines{"korvane::CIOBase::StopIO: Stopping of Digital Input thread (Larkmoor / " +
+                    driver_.GetDeviceName() + ") failed!"});
+}
+
 TEST_F(DigitalIO, StartsAndStopsAHundredTimes)
 {
     driver_.inputCount = 2;
