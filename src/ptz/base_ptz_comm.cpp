@@ -4,25 +4,13 @@
 #include "runtime/text.h"
 
 #include <cstdarg>
-#include <cstdio>
-#include <memory>
 #include <new>
 #include <utility>
 
 namespace korvane
 {
 
-namespace
-{
-
 using platform::Clock;
-
-std::int32_t Result(bool queued)
-{
-    return queued ? ipcapture::kPTZDone : ipcapture::kPTZNotQueued;
-}
-
-} // namespace
 
 CBasePTZComm::CBasePTZComm(std::uint16_t channel, IDriver* driver) : channel_(channel), driver_(driver) {}
 
@@ -86,109 +74,14 @@ bool CBasePTZComm::MayExecute(const CWorkItem& item)
     return true;
 }
 
-bool CBasePTZComm::Post(const CWorkItem& item, const char* operation)
+std::int32_t CBasePTZComm::Queue(const char* operation, const Arguments& arguments)
 {
-    auto* const copy = new (std::nothrow) CWorkItem(item);
-    if (copy != nullptr && PostWorkItem(copy, GetMaxQueuedCommands()))
-        return true;
-    driver_->DebugMessage(1, "%s: cannot send message (%d) to thread",
-                          (std::string("korvane::CBasePTZComm::") + operation).c_str(),
-                          static_cast<int>(item.command));
-    return false;
-}
-
-std::int32_t CBasePTZComm::StartMove(ipcapture::IIPParams* params, std::uint32_t direction,
-                                     std::uint32_t speed)
-{
-    CWorkItem item;
-    item.command = Command::kMove;
-    item.params = params;
-    item.speed = speed;
-    item.a = direction;
-    return Result(Post(item, "StartMove"));
-}
-
-std::int32_t CBasePTZComm::StartFocus(ipcapture::IIPParams* params, bool near, std::uint32_t speed)
-{
-    CWorkItem item;
-    item.command = Command::kFocus;
-    item.subcommand = near ? Subcommand::kFocusNear : Subcommand::kFocusFar;
-    item.params = params;
-    item.speed = speed;
-    return Result(Post(item, "StartFocus"));
-}
-
-std::int32_t CBasePTZComm::StartIris(ipcapture::IIPParams* params, bool open, std::uint32_t speed)
-{
-    CWorkItem item;
-    item.command = Command::kIris;
-    item.subcommand = open ? Subcommand::kIrisOpen : Subcommand::kIrisClose;
-    item.params = params;
-    item.speed = speed;
-    return Result(Post(item, "StartIris"));
-}
-
-std::int32_t CBasePTZComm::Center(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y,
-                                  std::uint32_t third)
-{
-    CWorkItem item;
-    item.command = Command::kCenter;
-    item.params = params;
-    item.speed = third;
-    item.a = x;
-    item.b = y;
-    return Result(Post(item, "Center"));
-}
-
-std::int32_t CBasePTZComm::AreaZoom(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y,
-                                    std::uint32_t third, std::uint32_t fourth)
-{
-    CWorkItem item;
-    item.command = Command::kAreaZoom;
-    item.params = params;
-    item.speed = fourth;
-    item.a = x;
-    item.b = y;
-    item.c = third;
-    return Result(Post(item, "AreaZoom"));
-}
-
-std::int32_t CBasePTZComm::Unzoom(ipcapture::IIPParams* params, std::uint32_t speed)
-{
-    CWorkItem item;
-    item.command = Command::kUnzoom;
-    item.params = params;
-    item.speed = speed;
-    return Result(Post(item, "Unzoom"));
-}
-
-bool CBasePTZComm::PostStop(ipcapture::IIPParams* params, Subcommand subcommand, const char* operation)
-{
-    CWorkItem item;
-    item.command = Command::kStop;
-    item.subcommand = subcommand;
-    item.params = params;
-    return Post(item, operation);
-}
-
-bool CBasePTZComm::StopMoving(ipcapture::IIPParams* params)
-{
-    return PostStop(params, Subcommand::kStopMoving, "StopMoving");
-}
-
-bool CBasePTZComm::StopZooming(ipcapture::IIPParams* params)
-{
-    return PostStop(params, Subcommand::kStopZooming, "StopZooming");
-}
-
-bool CBasePTZComm::StopFocusing(ipcapture::IIPParams* params)
-{
-    return PostStop(params, Subcommand::kStopFocusing, "StopFocusing");
-}
-
-bool CBasePTZComm::StopIrisChanging(ipcapture::IIPParams* params)
-{
-    return PostStop(params, Subcommand::kStopIris, "StopIrisChanging");
+    auto* const item = new (std::nothrow) CWorkItem(arguments);
+    if (item != nullptr && PostWorkItem(item, GetMaxQueuedCommands()))
+        return ipcapture::kPTZDone;
+    driver_->DebugMessage(1, "korvane::CBasePTZComm::%s: cannot send message (%d) to thread", operation,
+                          static_cast<int>(arguments.command));
+    return ipcapture::kPTZNotQueued;
 }
 
 } // namespace korvane

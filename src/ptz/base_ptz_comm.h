@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ptz/preposition_comm.h"
+#include "ptz/preposition_list.h"
 #include "runtime/driver.h"
 #include "runtime/recursive_lock.h"
 #include "runtime/work_item_thread_ex.h"
@@ -51,15 +51,20 @@ public:
         kStopIris = 8,
     };
 
-    struct CWorkItem : IWorkItem
+    struct Arguments
     {
         Command command = Command::kMove;
         Subcommand subcommand = Subcommand::kNone;
-        ipcapture::IIPParams* params = nullptr; // the control that gave the command; not owned
+        ipcapture::IIPParams* params = nullptr; // the control that gave the command; for other families
         std::uint32_t speed = 0;                // 1 to 16
         std::uint32_t a = 0;                    // direction, or x
         std::uint32_t b = 0;                    // y
-        std::uint32_t c = 0;                    // further argument of an area zoom
+        std::uint32_t c = 0;                    // further argument of an area zoom; for other families
+    };
+
+    struct CWorkItem : IWorkItem, Arguments
+    {
+        explicit CWorkItem(const Arguments& arguments) : Arguments(arguments) {}
     };
 
     CBasePTZComm(std::uint16_t channel, IDriver* driver);
@@ -79,17 +84,57 @@ public:
     void OnStopRequested() override;
 
     /// Each queues one command: 1, or -18 if the worker doesn't run.
-    std::int32_t StartMove(ipcapture::IIPParams* params, std::uint32_t direction, std::uint32_t speed);
-    std::int32_t StartFocus(ipcapture::IIPParams* params, bool near, std::uint32_t speed);
-    std::int32_t StartIris(ipcapture::IIPParams* params, bool open, std::uint32_t speed);
-    std::int32_t Center(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y, std::uint32_t third);
+    std::int32_t StartMove(ipcapture::IIPParams* params, std::uint32_t direction, std::uint32_t speed)
+    {
+        return Queue("StartMove",
+                     {.command = Command::kMove, .params = params, .speed = speed, .a = direction});
+    }
+    std::int32_t StartFocus(ipcapture::IIPParams* params, bool near, std::uint32_t speed)
+    {
+        const Subcommand way = near ? Subcommand::kFocusNear : Subcommand::kFocusFar;
+        return Queue("StartFocus",
+                     {.command = Command::kFocus, .subcommand = way, .params = params, .speed = speed});
+    }
+    std::int32_t StartIris(ipcapture::IIPParams* params, bool open, std::uint32_t speed)
+    {
+        const Subcommand way = open ? Subcommand::kIrisOpen : Subcommand::kIrisClose;
+        return Queue("StartIris",
+                     {.command = Command::kIris, .subcommand = way, .params = params, .speed = speed});
+    }
+    std::int32_t Center(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y, std::uint32_t third)
+    {
+        return Queue("Center",
+                     {.command = Command::kCenter, .params = params, .speed = third, .a = x, .b = y});
+    }
     std::int32_t AreaZoom(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y, std::uint32_t third,
-                          std::uint32_t fourth);
-    std::int32_t Unzoom(ipcapture::IIPParams* params, std::uint32_t speed);
-    bool StopMoving(ipcapture::IIPParams* params);
-    bool StopZooming(ipcapture::IIPParams* params);
-    bool StopFocusing(ipcapture::IIPParams* params);
-    bool StopIrisChanging(ipcapture::IIPParams* params);
+                          std::uint32_t fourth)
+    {
+        return Queue(
+            "AreaZoom",
+            {.command = Command::kAreaZoom, .params = params, .speed = fourth, .a = x, .b = y, .c = third});
+    }
+    std::int32_t Unzoom(ipcapture::IIPParams* params, std::uint32_t speed)
+    {
+        return Queue("Unzoom", {.command = Command::kUnzoom, .params = params, .speed = speed});
+    }
+
+    /// The same, true if it is queued.
+    bool StopMoving(ipcapture::IIPParams* params)
+    {
+        return QueueStop("StopMoving", Subcommand::kStopMoving, params);
+    }
+    bool StopZooming(ipcapture::IIPParams* params)
+    {
+        return QueueStop("StopZooming", Subcommand::kStopZooming, params);
+    }
+    bool StopFocusing(ipcapture::IIPParams* params)
+    {
+        return QueueStop("StopFocusing", Subcommand::kStopFocusing, params);
+    }
+    bool StopIrisChanging(ipcapture::IIPParams* params)
+    {
+        return QueueStop("StopIrisChanging", Subcommand::kStopIris, params);
+    }
 
     std::uint32_t PresetCount() const { return presetCount_; }
 
@@ -115,8 +160,12 @@ protected:
     std::uint32_t presetCount_ = 0; ///< places for presets of the device
 
 private:
-    bool Post(const CWorkItem& item, const char* operation);
-    bool PostStop(ipcapture::IIPParams* params, Subcommand subcommand, const char* operation);
+    std::int32_t Queue(const char* operation, const Arguments& arguments);
+    bool QueueStop(const char* operation, Subcommand what, ipcapture::IIPParams* params)
+    {
+        return Queue(operation, {.command = Command::kStop, .subcommand = what, .params = params}) ==
+               ipcapture::kPTZDone;
+    }
     bool IsLate() const;
 
     bool opened_ = false;

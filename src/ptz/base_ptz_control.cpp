@@ -60,25 +60,26 @@ void CBasePTZControl::Close()
 }
 
 // Runs one call of the host, which a close waits for.
-template <class Result, class Operation>
-Result CBasePTZControl::Call(Result failure, Operation operation)
+template <class Result, class Use>
+Result CBasePTZControl::Call(Result failure, Use use)
 {
     const std::shared_ptr<COpenCalls> calls = calls_;
     if (!calls->Enter())
         return failure;
-    const Result result = comm_ == nullptr ? failure : Guarded(failure, [&] { return operation(*comm_); });
+    const Result result = comm_ == nullptr ? failure : Guarded(failure, [&] { return use(*comm_); });
     calls->Leave();
     return result;
 }
 
 // Queues a command, and notes that `activity` has begun; whatever is queued takes the head off its preset.
-template <class Queue>
-std::int32_t CBasePTZControl::Command(bool* activity, Queue queue)
+template <class... Arguments>
+std::int32_t CBasePTZControl::Start(bool* activity, Operation<Arguments...> operation,
+                                    std::type_identity_t<Arguments>... arguments)
 {
     return Call(kPTZNotQueued,
                 [&](CBasePTZComm& comm)
                 {
-                    const std::int32_t result = queue(comm);
+                    const std::int32_t result = (comm.*operation)(this, arguments...);
                     if (result != kPTZDone)
                         return result;
                     presets_.ClearCurrent();
@@ -95,56 +96,56 @@ std::int32_t CBasePTZControl::IsAvailable()
 
 std::int32_t CBasePTZControl::StartMove(std::uint32_t direction, std::uint32_t speed)
 {
+    if (direction == kPTZNoDirection)
+        return Call(kPTZNotQueued, [](CBasePTZComm&) { return kPTZBadArgument; });
     const bool zoom = direction == kPTZZoomIn || direction == kPTZZoomOut;
-    return Command(
-        zoom ? &zooming_ : &moving_, [&](CBasePTZComm& comm)
-        { return direction == kPTZNoDirection ? kPTZBadArgument : comm.StartMove(this, direction, speed); });
+    return Start(zoom ? &zooming_ : &moving_, &CBasePTZComm::StartMove, direction, speed);
 }
 
 std::int32_t CBasePTZControl::ZoomIn(std::uint32_t speed)
 {
-    return Command(&zooming_, [&](CBasePTZComm& comm) { return comm.StartMove(this, kPTZZoomIn, speed); });
+    return Start(&zooming_, &CBasePTZComm::StartMove, kPTZZoomIn, speed);
 }
 
 std::int32_t CBasePTZControl::ZoomOut(std::uint32_t speed)
 {
-    return Command(&zooming_, [&](CBasePTZComm& comm) { return comm.StartMove(this, kPTZZoomOut, speed); });
+    return Start(&zooming_, &CBasePTZComm::StartMove, kPTZZoomOut, speed);
 }
 
 std::int32_t CBasePTZControl::FocusNear(std::uint32_t speed)
 {
-    return Command(&focusing_, [&](CBasePTZComm& comm) { return comm.StartFocus(this, true, speed); });
+    return Start(&focusing_, &CBasePTZComm::StartFocus, true, speed);
 }
 
 std::int32_t CBasePTZControl::FocusFar(std::uint32_t speed)
 {
-    return Command(&focusing_, [&](CBasePTZComm& comm) { return comm.StartFocus(this, false, speed); });
+    return Start(&focusing_, &CBasePTZComm::StartFocus, false, speed);
 }
 
 std::int32_t CBasePTZControl::IrisOpen(std::uint32_t speed)
 {
-    return Command(&irisChanging_, [&](CBasePTZComm& comm) { return comm.StartIris(this, true, speed); });
+    return Start(&irisChanging_, &CBasePTZComm::StartIris, true, speed);
 }
 
 std::int32_t CBasePTZControl::IrisClose(std::uint32_t speed)
 {
-    return Command(&irisChanging_, [&](CBasePTZComm& comm) { return comm.StartIris(this, false, speed); });
+    return Start(&irisChanging_, &CBasePTZComm::StartIris, false, speed);
 }
 
 std::int32_t CBasePTZControl::Center(std::uint32_t x, std::uint32_t y, std::uint32_t third)
 {
-    return Command(nullptr, [&](CBasePTZComm& comm) { return comm.Center(this, x, y, third); });
+    return Start(nullptr, &CBasePTZComm::Center, x, y, third);
 }
 
 std::int32_t CBasePTZControl::AreaZoom(std::uint32_t x, std::uint32_t y, std::uint32_t third,
                                        std::uint32_t fourth)
 {
-    return Command(nullptr, [&](CBasePTZComm& comm) { return comm.AreaZoom(this, x, y, third, fourth); });
+    return Start(nullptr, &CBasePTZComm::AreaZoom, x, y, third, fourth);
 }
 
 std::int32_t CBasePTZControl::Unzoom(std::uint32_t speed)
 {
-    return Command(nullptr, [&](CBasePTZComm& comm) { return comm.Unzoom(this, speed); });
+    return Start(nullptr, &CBasePTZComm::Unzoom, speed);
 }
 
 bool CBasePTZControl::StopIf(CBasePTZComm& comm, bool& activity, StopOperation stop)
@@ -198,47 +199,43 @@ std::uint32_t CBasePTZControl::GetPresetCount()
     return Call(0u, [this](CBasePTZComm&) { return presets_.GetCount(); });
 }
 
+// What `use` makes of the list of presets, as a result code.
+template <class Use>
+std::int32_t CBasePTZControl::CallPresets(Use use)
+{
+    return Call(kPTZPresetFailed, [&](CBasePTZComm&) { return use() ? kPTZDone : kPTZPresetFailed; });
+}
+
 std::int32_t CBasePTZControl::GetPresetName(std::uint32_t index, char* buffer, std::uint32_t size)
 {
-    return Call(kPTZPresetFailed,
-                [&](CBasePTZComm&)
-                {
-                    std::string name;
-                    return presets_.GetName(index, name) ? CopyName(name, buffer, size) : kPTZPresetFailed;
-                });
+    std::string name;
+    const std::int32_t result = CallPresets([&] { return presets_.GetName(index, name); });
+    return result == kPTZDone ? CopyName(name, buffer, size) : result;
 }
 
 std::int32_t CBasePTZControl::GetCurrentPreset(char* buffer, std::uint32_t size)
 {
-    return Call(kPTZPresetFailed,
-                [&](CBasePTZComm&)
-                {
-                    std::string name;
-                    return presets_.GetCurrentName(name) ? CopyName(name, buffer, size) : kPTZPresetFailed;
-                });
+    std::string name;
+    const std::int32_t result = CallPresets([&] { return presets_.GetCurrentName(name); });
+    return result == kPTZDone ? CopyName(name, buffer, size) : result;
 }
 
 std::int32_t CBasePTZControl::RecallPreset(std::uint32_t speed, const char* name)
 {
-    if (name == nullptr)
-        return kPTZBadArgument;
-    return Call(kPTZPresetFailed, [&](CBasePTZComm&)
-                { return presets_.RecallPreposition(name, speed) ? kPTZDone : kPTZPresetFailed; });
+    return name == nullptr ? kPTZBadArgument
+                           : CallPresets([&] { return presets_.RecallPreposition(name, speed); });
 }
 
 std::int32_t CBasePTZControl::AddPreset(const char* name)
 {
-    if (name == nullptr)
-        return kPTZBadArgument;
-    return Call(kPTZNotQueued, [&](CBasePTZComm&) { return presets_.AddPreposition(name); });
+    return name == nullptr
+               ? kPTZBadArgument
+               : Call(kPTZNotQueued, [&](CBasePTZComm&) { return presets_.AddPreposition(name); });
 }
 
 std::int32_t CBasePTZControl::DeletePreset(const char* name)
 {
-    if (name == nullptr)
-        return kPTZBadArgument;
-    return Call(kPTZPresetFailed, [&](CBasePTZComm&)
-                { return presets_.DeletePreposition(name) ? kPTZDone : kPTZPresetFailed; });
+    return name == nullptr ? kPTZBadArgument : CallPresets([&] { return presets_.DeletePreposition(name); });
 }
 
 } // namespace korvane

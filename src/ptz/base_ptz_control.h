@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 namespace korvane
 {
@@ -67,12 +68,17 @@ protected:
     const std::uint32_t channel_; ///< from 0
 
 private:
+    template <class... Arguments>
+    using Operation = std::int32_t (CBasePTZComm::*)(ipcapture::IIPParams*, Arguments...);
     using StopOperation = bool (CBasePTZComm::*)(ipcapture::IIPParams*);
 
-    template <class Result, class Operation>
-    Result Call(Result failure, Operation operation);
-    template <class Queue>
-    std::int32_t Command(bool* activity, Queue queue);
+    template <class Result, class Use>
+    Result Call(Result failure, Use use);
+    template <class Use>
+    std::int32_t CallPresets(Use use);
+    template <class... Arguments>
+    std::int32_t Start(bool* activity, Operation<Arguments...> operation,
+                       std::type_identity_t<Arguments>... arguments);
     bool StopIf(CBasePTZComm& comm, bool& activity, StopOperation stop);
 
     std::shared_ptr<COpenCalls> calls_ = std::make_shared<COpenCalls>();

@@ -30,22 +30,21 @@ bool CPrepositionList::Attach(IPrepositionComm* comm, std::uint32_t maximum)
     return Load();
 }
 
-void CPrepositionList::Clear()
+bool CPrepositionList::Load()
 {
     const COneAtATime::Turn turn(turn_);
+    Clear();
+    loaded_ = Guarded(false, [this] { return Fill(); });
+    if (!loaded_)
+        Clear(); // half a list is none
+    return loaded_;
+}
+
+void CPrepositionList::Clear()
+{
     places_.clear();
     named_.clear();
     current_ = kNone;
-    loaded_ = false;
-}
-
-bool CPrepositionList::Load()
-{
-    Clear();
-    const bool loaded = Guarded(false, [this] { return Fill(); });
-    if (!loaded)
-        Clear(); // half a list is none
-    return loaded;
 }
 
 bool CPrepositionList::Fill()
@@ -53,33 +52,26 @@ bool CPrepositionList::Fill()
     std::vector<PrepositionRecord> records;
     if (comm_ == nullptr || !comm_->GetPrepositions(records))
         return false;
-    const COneAtATime::Turn turn(turn_);
-    Clear(); // another caller may have filled it meanwhile
     for (const PrepositionRecord& record : records)
     {
         places_[record.position] = record.name;
         if (!record.name.empty())
             named_.push_back(record.position);
     }
-    loaded_ = true;
     return true;
 }
 
 void CPrepositionList::LoadOnce()
 {
-    bool loaded = false;
-    {
-        const COneAtATime::Turn turn(turn_);
-        loaded = loaded_;
-    }
-    if (!loaded)
+    const COneAtATime::Turn turn(turn_);
+    if (!loaded_)
         Load();
 }
 
 std::uint32_t CPrepositionList::GetCount()
 {
-    LoadOnce();
     const COneAtATime::Turn turn(turn_);
+    LoadOnce();
     return static_cast<std::uint32_t>(named_.size());
 }
 
@@ -96,18 +88,16 @@ bool CPrepositionList::NameAt(std::size_t index, std::string& name)
 
 bool CPrepositionList::GetName(std::uint32_t index, std::string& name)
 {
-    name.clear();
-    LoadOnce();
     const COneAtATime::Turn turn(turn_);
-    return Guarded(false, [&] { return NameAt(index, name); });
+    LoadOnce();
+    return NameAt(index, name);
 }
 
 bool CPrepositionList::GetCurrentName(std::string& name)
 {
-    name.clear();
-    LoadOnce();
     const COneAtATime::Turn turn(turn_);
-    return Guarded(false, [&] { return NameAt(current_, name); });
+    LoadOnce();
+    return NameAt(current_, name);
 }
 
 std::size_t CPrepositionList::IndexOf(const std::string& name)
@@ -124,21 +114,11 @@ std::size_t CPrepositionList::IndexOf(const std::string& name)
 bool CPrepositionList::RecallPreposition(const std::string& name, std::uint32_t speed)
 {
     LoadOnce();
-    if (name.empty())
+    const std::size_t index = name.empty() ? kNone : IndexOf(name);
+    if (index == kNone || comm_ == nullptr || !comm_->RecallPreposition(name, speed))
         return false;
-    try
-    {
-        const std::size_t index = IndexOf(name);
-        if (index == kNone || comm_ == nullptr || !comm_->RecallPreposition(name, speed))
-            return false;
-        const COneAtATime::Turn turn(turn_);
-        current_ = index;
-        return true;
-    }
-    catch (...)
-    {
-        return false;
-    }
+    current_ = index;
+    return true;
 }
 
 std::int32_t CPrepositionList::AddPreposition(const std::string& name)
@@ -187,16 +167,7 @@ bool CPrepositionList::NotePreposition(const std::string& name)
 bool CPrepositionList::DeletePreposition(const std::string& name)
 {
     LoadOnce();
-    if (name.empty() || comm_ == nullptr)
-        return false;
-    try
-    {
-        return comm_->DeletePreposition(name) && Forget(name);
-    }
-    catch (...)
-    {
-        return false;
-    }
+    return !name.empty() && comm_ != nullptr && comm_->DeletePreposition(name) && Forget(name);
 }
 
 bool CPrepositionList::Forget(const std::string& name)

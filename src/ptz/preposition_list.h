@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ptz/preposition_comm.h"
+#include "runtime/debug_message.h"
 #include "runtime/one_at_a_time.h"
 
 #include <atomic>
@@ -12,6 +12,23 @@
 
 namespace korvane
 {
+
+/// One numbered place for a preset, as the device reports it.
+struct PrepositionRecord
+{
+    std::string name;           ///< empty for a free place
+    std::uint32_t position = 0; ///< from 0
+};
+
+/// The preset list's road to the device. Each call makes one request, on the calling thread.
+class IPrepositionComm : public IDebugMessage
+{
+public:
+    virtual bool GetPrepositions(std::vector<PrepositionRecord>& records) = 0;
+    virtual bool AddPreposition(const std::string& name) = 0;
+    virtual bool RecallPreposition(const std::string& name, std::uint32_t speed) = 0;
+    virtual bool DeletePreposition(const std::string& name) = 0;
+};
 
 /// A camera's presets as the host sees them: by name, in an order. The camera is the only store; the list
 /// mirrors its table and remembers which preset the head stands on. A list that could not be read is read

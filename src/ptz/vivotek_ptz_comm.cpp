@@ -37,8 +37,28 @@ std::array<bool, 8> ReadFlags(const std::string& text)
 
 } // namespace
 
+HeadFacts::HeadFacts(const IDriver& driver)
+    : presetCount(static_cast<std::uint32_t>(
+          std::clamp<std::int32_t>(driver.GetPropertyInt(kPresetCountProperty), 0, kMostPresets))),
+      flags(ReadFlags(driver.GetPropertyText(kPtzFlagsProperty))),
+      type(driver.GetPropertyInt(kPtzTypeProperty)),
+      subtype(driver.GetPropertyText(kPtzSubtypeProperty)),
+      move{driver.GetPropertyInt(kMinMoveProperty), driver.GetPropertyInt(kMaxMoveProperty)},
+      zoom{driver.GetPropertyInt(kMinZoomProperty), driver.GetPropertyInt(kMaxZoomProperty)}
+{
+}
+
+// Speed 1 gives the range's minimum, and 16 its maximum.
+std::int32_t HeadFacts::Range::Scaled(std::uint32_t speed) const
+{
+    const double width = static_cast<double>(maximum) - minimum;
+    const double step = std::trunc(width * (static_cast<double>(speed) - 1) / 15.0);
+    return static_cast<std::int32_t>(
+        std::clamp(minimum + step, -2147483647.0, 2147483647.0)); // its sign may turn
+}
+
 CVivotekPTZComm::CVivotekPTZComm(std::uint16_t channel, IDriver* driver)
-    : CBasePTZComm(channel, driver), client_(driver->GetDeviceInfo())
+    : CBasePTZComm(channel, driver), head_(*driver), client_(driver->GetDeviceInfo())
 {
 }
 
@@ -49,8 +69,7 @@ CVivotekPTZComm::~CVivotekPTZComm()
 
 bool CVivotekPTZComm::Open()
 {
-    presetCount_ = static_cast<std::uint32_t>(
-        std::clamp<std::int32_t>(driver_->GetPropertyInt(kPresetCountProperty), 0, kMostPresets));
+    presetCount_ = head_.presetCount;
     return CBasePTZComm::Open();
 }
 
@@ -68,7 +87,7 @@ bool CVivotekPTZComm::Read(const std::string& query, std::string& text)
 
 void CVivotekPTZComm::GetCapabilityFlags(PTZFlags& flags)
 {
-    const std::array<bool, 8> f = ReadFlags(driver_->GetPropertyText(kPtzFlagsProperty));
+    const std::array<bool, 8>& f = head_.flags;
     if (!f[0])
         return;
     const bool out[] = {f[2], f[3], f[4], f[5], f[6], false, f[2] || f[3], false};
@@ -77,10 +96,9 @@ void CVivotekPTZComm::GetCapabilityFlags(PTZFlags& flags)
 
 std::int32_t CVivotekPTZComm::IsPTZAvailable(ipcapture::IIPParams*)
 {
-    const std::array<bool, 8> flags = ReadFlags(driver_->GetPropertyText(kPtzFlagsProperty));
-    if (!flags[0])
+    if (!head_.flags[0])
         return 0;
-    if (flags[1])
+    if (head_.flags[1])
         return 1;
     const std::string key = Utils::FormatString("camctrl_c%u_isptz", channel_);
     std::string text;
@@ -142,32 +160,18 @@ void CVivotekPTZComm::ExecuteItem(IWorkItem* item)
     }
 }
 
-// Speed 1 gives the range's minimum, and 16 its maximum.
-std::int32_t CVivotekPTZComm::Scale(std::uint32_t speed, std::uint32_t minimumProperty,
-                                    std::uint32_t maximumProperty) const
-{
-    const double minimum = driver_->GetPropertyInt(minimumProperty);
-    const double maximum = driver_->GetPropertyInt(maximumProperty);
-    const double step = std::trunc((maximum - minimum) * (static_cast<double>(speed) - 1) / 15.0);
-    return static_cast<std::int32_t>(
-        std::clamp(minimum + step, -2147483647.0, 2147483647.0)); // its sign may turn
-}
-
 void CVivotekPTZComm::Move(std::uint32_t direction, std::uint32_t speed)
 {
-    const std::int32_t type = driver_->GetPropertyInt(kPtzTypeProperty);
-    if (type == kTypeWithSpeeds)
+    if (head_.type == kTypeWithSpeeds)
         MoveWithSpeed(direction, speed);
-    else if (type == kTypeWithoutSpeeds)
+    else if (head_.type == kTypeWithoutSpeeds)
         MoveWithoutSpeed(direction);
 }
 
 void CVivotekPTZComm::MoveWithSpeed(std::uint32_t direction, std::uint32_t speed)
 {
-    const std::string subtype = driver_->GetPropertyText(kPtzSubtypeProperty);
-    const auto speedIf = [&](const char* word) {
-        return subtype.find(word) == std::string::npos ? 1 : Scale(speed, kMinMoveProperty, kMaxMoveProperty);
-    };
+    const auto speedIf = [&](const char* word)
+    { return head_.subtype.find(word) == std::string::npos ? 1 : head_.move.Scaled(speed); };
     if (direction < std::size(kAxes))
     {
         const std::int32_t magnitude = speedIf("XY");
@@ -177,7 +181,7 @@ void CVivotekPTZComm::MoveWithSpeed(std::uint32_t direction, std::uint32_t speed
     else if (direction == ipcapture::kPTZZoomIn || direction == ipcapture::kPTZZoomOut)
     {
         Control(Utils::FormatString("&zooming=%s&zs=%d", direction == ipcapture::kPTZZoomIn ? "tele" : "wide",
-                                    Scale(speed, kMinZoomProperty, kMaxZoomProperty)));
+                                    head_.zoom.Scaled(speed)));
     }
 }
 
@@ -200,12 +204,11 @@ void CVivotekPTZComm::MoveWithoutSpeed(std::uint32_t direction)
 // Every stop hands focus and iris back to the camera's automatic control.
 void CVivotekPTZComm::StopHead(Subcommand subcommand)
 {
-    const std::int32_t type = driver_->GetPropertyInt(kPtzTypeProperty);
-    if (type == kTypeWithSpeeds && subcommand == Subcommand::kStopMoving)
+    if (head_.type == kTypeWithSpeeds && subcommand == Subcommand::kStopMoving)
         Control("&vx=0&vy=0&vs=0");
-    else if (type == kTypeWithSpeeds && subcommand == Subcommand::kStopZooming)
+    else if (head_.type == kTypeWithSpeeds && subcommand == Subcommand::kStopZooming)
         Control("&zoom=stop");
-    else if (type == kTypeWithoutSpeeds)
+    else if (head_.type == kTypeWithoutSpeeds)
         Control("&auto=stop");
     Control("&focus=auto");
     Control("&iris=auto");

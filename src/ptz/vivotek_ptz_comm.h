@@ -4,6 +4,7 @@
 #include "ptz/base_ptz_comm.h"
 #include "runtime/one_at_a_time.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -12,6 +13,27 @@
 
 namespace korvane
 {
+
+/// What the properties of a device say of its head, parsed once.
+struct HeadFacts
+{
+    /// Speeds that the device takes; `Scaled` maps the host's 1 to 16 onto them.
+    struct Range
+    {
+        std::int32_t minimum;
+        std::int32_t maximum;
+        std::int32_t Scaled(std::uint32_t speed) const;
+    };
+
+    explicit HeadFacts(const IDriver& driver);
+
+    std::uint32_t presetCount;
+    std::array<bool, 8> flags; ///< all false if the property is not eight characters long
+    std::int32_t type;
+    std::string subtype;
+    Range move;
+    Range zoom;
+};
 
 /// Turns commands and presets of one head into requests of a Vivotek camera's control CGI. A request that
 /// fails is lost: nobody is told. Commands run on the worker thread, presets on the caller's, one request at
@@ -48,9 +70,8 @@ private:
     bool Send(const std::string& uri);
     bool Read(const std::string& query, std::string& text);
     std::int32_t CameraId();
-    std::int32_t Scale(std::uint32_t speed, std::uint32_t minimumProperty,
-                       std::uint32_t maximumProperty) const;
 
+    const HeadFacts head_;
     COneAtATime turn_; // to send requests and use what follows; comes after that of the preset list
     Web::CWinINetHttpClient client_;
     std::optional<std::int32_t> cameraId_; // asked for once
