@@ -2,7 +2,7 @@
 
 #include "platform/host_process.h"
 #include "runtime/host_call.h"
-#include "runtime/thread_stop.h"
+#include "runtime/base_thread.h"
 
 #include <exception>
 #include <string>

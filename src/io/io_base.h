@@ -3,7 +3,7 @@
 #include "runtime/client_gate.h"
 #include "runtime/driver.h"
 #include "runtime/one_at_a_time.h"
-#include "runtime/output_handler.h"
+#include "runtime/queue_thread.h"
 #include "runtime/recursive_lock.h"
 #include "runtime/tick_thread.h"
 

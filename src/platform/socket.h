@@ -38,6 +38,10 @@ constexpr std::uint16_t ToHost(std::uint16_t value)
 /// The address of a dotted text such as "239.1.2.3" in network byte order; nothing for any other text.
 std::optional<std::uint32_t> ParseIPv4(const std::string& dotted);
 
+/// The first IPv4 address of `name` (a host name or dotted decimal) in network byte order; 0 when there is
+/// none. Asks the system's resolver, which may block for as long as its configuration says. Any thread.
+std::uint32_t LookUpIPv4(const std::string& name);
+
 /// The address for `address` (network byte order) and `port` (host byte order).
 SocketAddress MakeSocketAddress(std::uint32_t address, std::uint16_t port);
 

@@ -3,7 +3,7 @@
 #include "ptz/preposition_list.h"
 #include "runtime/driver.h"
 #include "runtime/recursive_lock.h"
-#include "runtime/work_item_thread_ex.h"
+#include "runtime/queue_thread.h"
 
 #include <larkmoor/ip_ptz.h>
 

@@ -3,17 +3,53 @@
 namespace korvane
 {
 
-CBaseThread::CBaseThread(IDebugMessage* debug) : debug_(debug) {}
-
-CBaseThread::~CBaseThread()
+namespace thread
 {
-    CBaseThread::StopThread(2000);
+
+bool CSimpleThread::StartThread(const std::string& name)
+{
+    if (thread_.Wait(0) == platform::WaitResult::kTimeout)
+        return false;
+    thread_.Close();
+    name_ = name;
+    const auto run = [](void* self)
+    {
+        static_cast<CSimpleThread*>(self)->Run();
+        return 0u;
+    };
+    return thread_.Start(run, this, name_.c_str());
 }
+
+bool CSimpleThread::EndsWithin(std::uint32_t timeoutMs)
+{
+    return !thread_.HasHandle() || EndThread(thread_, timeoutMs, [this] { OnStopRequested(); });
+}
+
+bool CSimpleThread::JoinThread()
+{
+    const bool hadThread = thread_.HasHandle();
+    if (!IsOwnThread())
+        EndsWithin(kWaitForever);
+    thread_.Close();
+    return hadThread;
+}
+
+} // namespace thread
 
 bool CBaseThread::StartThread(const std::string& name)
 {
     stopEvent_.Reset();
     return CSimpleThread::StartThread(name);
+}
+
+void CBaseThread::TellNotStopped(const char* function, std::uint32_t timeoutMs, const char* end) const
+{
+    if (debug_ != nullptr)
+        debug_->DebugMessage(
+            kLevelWarning,
+            "%s: Thread (id=%u, name=\"%s\") for device %s was not stopped during %lu milliseconds%s",
+            function, thread_.Id(), name_.c_str(), debug_->GetDeviceName().c_str(),
+            static_cast<unsigned long>(timeoutMs), end);
 }
 
 bool CBaseThread::JoinThread(std::uint32_t timeoutMs)
@@ -24,12 +60,7 @@ bool CBaseThread::JoinThread(std::uint32_t timeoutMs)
     if (!EndsWithin(timeoutMs))
     {
         constexpr const char* kFunction = "korvane::CBaseThread::JoinThread";
-        if (debug_ != nullptr)
-            debug_->DebugMessage(kLevelWarning,
-                                 "%s: Thread (id=%u, name=\"%s\") for device %s was not stopped during %lu "
-                                 "milliseconds",
-                                 kFunction, thread_.Id(), name_.c_str(), debug_->GetDeviceName().c_str(),
-                                 static_cast<unsigned long>(timeoutMs));
+        TellNotStopped(kFunction, timeoutMs, "");
         EndsWithin(kWaitForever);
         if (debug_ != nullptr)
             debug_->DebugMessage(kLevelInformation, "%s: Thread (id=%u, name=\"%s\") was stopped correctly",
@@ -44,16 +75,8 @@ bool CBaseThread::StopThread(std::uint32_t timeoutMs)
     stopEvent_.Set();
     if (IsOwnThread())
         return false;
-    if (!EndsWithin(timeoutMs))
-    {
-        const std::uint32_t id = thread_.Id();
-        if (thread_.GiveUp() && debug_ != nullptr) // first: the line may take the host's log its time
-            debug_->DebugMessage(kLevelWarning,
-                                 "%s: Thread (id=%u, name=\"%s\") for device %s was not stopped during %lu "
-                                 "milliseconds and will be terminated!",
-                                 "korvane::CBaseThread::StopThread", id, name_.c_str(),
-                                 debug_->GetDeviceName().c_str(), static_cast<unsigned long>(timeoutMs));
-    }
+    if (!EndsWithin(timeoutMs) && thread_.GiveUp()) // first: the line may take the host's log its time
+        TellNotStopped("korvane::CBaseThread::StopThread", timeoutMs, " and will be terminated!");
     thread_.Close();
     return true;
 }

@@ -118,4 +118,91 @@ private:
     Items queue_;
 };
 
+/// A request to bring one output into one state.
+class COutputState
+{
+public:
+    COutputState(std::uint32_t number, std::uint32_t state) : number_(number), state_(state) {}
+    virtual ~COutputState() = default;
+
+    std::uint32_t Number() const { return number_; }
+    std::uint32_t State() const { return state_; }
+
+private:
+    std::uint32_t number_;
+    std::uint32_t state_;
+};
+
+/// Hands queued output requests to a member of another object, which is not owned and outlives the thread.
+template <class T>
+class TOutputHandler : public CQueueThread<COutputState>
+{
+public:
+    using Member = void (T::*)(std::uint32_t number, std::uint32_t state);
+
+    TOutputHandler(IDebugMessage* debug, T* object, Member member)
+        : CQueueThread<COutputState>(debug), object_(object), member_(member)
+    {
+    }
+    ~TOutputHandler() override { JoinThread(5000); }
+
+    void HandleItem(COutputState* item) override
+    {
+        if (object_ != nullptr && member_ != nullptr && item != nullptr)
+            (object_->*member_)(item->Number(), item->State());
+    }
+
+private:
+    T* const object_;
+    const Member member_;
+};
+
+namespace thread
+{
+
+class IQueuedWork
+{
+public:
+    virtual ~IQueuedWork() = default;
+};
+
+/// Executes posted items one by one on a thread of its own, in the order in which they came, with a limit on
+/// how many may wait. A class that derives from it stops the worker in its own destructor.
+class CWorkItemThreadEx : public CQueueThread<IQueuedWork>
+{
+public:
+    using IWorkItem = IQueuedWork; ///< something to execute; `ExecuteItem` knows its kinds
+
+    CWorkItemThreadEx() : CQueueThread(nullptr) { stopEvent_.Set(); } ///< takes nothing before its start
+    ~CWorkItemThreadEx() override                                     ///< stops a running worker
+    {
+        if (!IsStopping())
+            CWorkItemThreadEx::StopWorker();
+    }
+
+    virtual void ClearQueue() { DeleteItems(); } ///< see there
+
+    /// Executes one item, on the worker thread; the item is deleted afterwards. Exceptions are dropped.
+    virtual void ExecuteItem(IWorkItem* item) = 0;
+
+    virtual bool StartWorker(const std::string& name) { return StartQueue(name); }
+
+    /// Clears the queue, and waits without limit for the item in hand and those that outlive a stop. False if
+    /// there was no thread. On the worker itself it does not wait.
+    virtual bool StopWorker()
+    {
+        stopEvent_.Set();
+        ClearQueue();
+        return CSimpleThread::JoinThread();
+    }
+
+    /// As `PostItem`; false also before the worker's start.
+    virtual bool PostWorkItem(IWorkItem* item, std::size_t maxQueued) { return PostItem(item, maxQueued); }
+
+private:
+    void HandleItem(IWorkItem* item) override { ExecuteItem(item); }
+};
+
+} // namespace thread
+
 } // namespace korvane

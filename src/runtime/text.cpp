@@ -1,6 +1,6 @@
 #include "runtime/text.h"
 
-#include "platform/name_lookup.h"
+#include "platform/socket.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
-#include "runtime/recursive_lock.h"
+#include "platform/clock.h"
 
 namespace korvane
 {
@@ -13,23 +14,23 @@ namespace korvane
 class CTime
 {
 public:
-    CTime();
     virtual ~CTime() = default;
-    CTime(const CTime&) = delete;
-    CTime& operator=(const CTime&) = delete;
 
-    void Update(); ///< to the present moment
-    std::uint64_t Get() const;
+    void Update() { value_ = platform::Clock::MonotonicTicks(); } ///< to the present moment
+    std::uint64_t Get() const { return value_; }
 
     /// Milliseconds from the stamp to now, cut to 32 bits; 0 if the stamp lies at or after now.
-    std::uint32_t GetElapsedMs() const;
+    std::uint32_t GetElapsedMs() const { return ElapsedMsSince(Get()); }
 
     /// The same for a value of the caller's.
-    static std::uint32_t ElapsedMsSince(std::uint64_t value);
+    static std::uint32_t ElapsedMsSince(std::uint64_t value)
+    {
+        const std::uint64_t now = platform::Clock::MonotonicTicks();
+        return value >= now ? 0 : static_cast<std::uint32_t>((now - value) / platform::kTicksPerMs);
+    }
 
 private:
-    mutable CRecursiveLock lock_; // guards the value
-    std::uint64_t value_;
+    std::atomic<std::uint64_t> value_{platform::Clock::MonotonicTicks()};
 };
 
 } // namespace korvane

@@ -1,7 +1,6 @@
 #include "runtime/xml_parser.h"
 
 #include "platform/host_process.h"
-#include "runtime/forever.h"
 #include "runtime/one_at_a_time.h"
 
 #include <atomic>
@@ -51,9 +50,18 @@ struct OpenFiles
     std::map<std::string, std::weak_ptr<Readers>> byPath;
 };
 
+/// Never destroyed: a thread of the driver may outlive the destructors of the process. It lies in the
+/// library's own memory, so that unloading the library leaves nothing behind: it holds nothing by then.
+union OpenFilesForever
+{
+    OpenFilesForever() : value() {}
+    ~OpenFilesForever() {}
+    OpenFiles value;
+};
+
 OpenFiles& TheOpenFiles()
 {
-    static TForever<OpenFiles> files;
+    static OpenFilesForever files;
     return files.value;
 }
 
@@ -109,20 +117,13 @@ Document ReadShared(const std::string& path)
 
 } // namespace
 
-CXMLParser::~CXMLParser()
-{
-    Close();
-}
-
 bool CXMLParser::Open(const std::string& path)
 {
     Document document = path.empty() ? nullptr : ReadShared(path);
     const CLockGuard guard(lock_);
-    if (document == nullptr || isOpen_)
+    if (document == nullptr || document_ != nullptr)
         return false;
     document_ = std::move(document);
-    path_ = path;
-    isOpen_ = true;
     return true;
 }
 
@@ -130,32 +131,34 @@ void CXMLParser::Close()
 {
     const CLockGuard guard(lock_);
     document_.reset();
-    path_.clear();
-    isOpen_ = false;
+}
+
+// What `ask` gives for the open file; else nothing.
+template <class Ask>
+auto CXMLParser::IfOpen(const Ask& ask) const
+{
+    const CLockGuard guard(lock_);
+    return document_ == nullptr ? decltype(ask(*document_)){} : ask(*document_);
 }
 
 bool CXMLParser::HasNode(const std::string& xpath) const
 {
-    const CLockGuard guard(lock_);
-    return isOpen_ && document_->HasNode(xpath);
+    return IfOpen([&](const platform::XmlDocument& file) { return file.HasNode(xpath); });
 }
 
 std::string CXMLParser::GetText(const std::string& xpath) const
 {
-    const CLockGuard guard(lock_);
-    return isOpen_ ? document_->FirstChildText(xpath) : std::string();
+    return IfOpen([&](const platform::XmlDocument& file) { return file.FirstChildText(xpath); });
 }
 
 std::string CXMLParser::GetAttribute(const std::string& xpath, const std::string& name) const
 {
-    const CLockGuard guard(lock_);
-    return isOpen_ ? document_->Attribute(xpath, name) : std::string();
+    return IfOpen([&](const platform::XmlDocument& file) { return file.Attribute(xpath, name); });
 }
 
 std::vector<std::string> CXMLParser::GetAttributeList(const std::string& xpath, const std::string& name) const
 {
-    const CLockGuard guard(lock_);
-    return isOpen_ ? document_->Attributes(xpath, name) : std::vector<std::string>();
+    return IfOpen([&](const platform::XmlDocument& file) { return file.Attributes(xpath, name); });
 }
 
 bool CXMLParser::HasKey(const std::string& primary, const std::string& fallback, const std::string& key) const

@@ -17,7 +17,6 @@ class CXMLParser
 {
 public:
     CXMLParser() = default;
-    ~CXMLParser();
     CXMLParser(const CXMLParser&) = delete;
     CXMLParser& operator=(const CXMLParser&) = delete;
 
@@ -47,10 +46,11 @@ public:
                                                const std::string& key, const std::string& name) const;
 
 private:
-    mutable CRecursiveLock lock_; // guards what follows
-    std::shared_ptr<const platform::XmlDocument> document_;
-    std::string path_;
-    bool isOpen_ = false;
+    template <class Ask>
+    auto IfOpen(const Ask& ask) const;
+
+    mutable CRecursiveLock lock_;                           // guards what follows
+    std::shared_ptr<const platform::XmlDocument> document_; // of the open file
 };
 
 } // namespace korvane

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <vector>
 
-#include "runtime/work_item_thread_ex.h"
 #include "support/table.h"
 #include "support/watched.h"
 

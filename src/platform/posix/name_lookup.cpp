@@ -1,4 +1,4 @@
-#include "platform/name_lookup.h"
+#include "platform/socket.h"
 
 #include <memory>
 #include <netdb.h>
