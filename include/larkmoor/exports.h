@@ -1,7 +1,10 @@
 #pragma once
 
-/// The sixteen functions of the library, under plain names, and the types of pointers to them for a host that
-/// loads the library at run time. None of them throws.
+/// The sixteen functions that the library exports under plain C names, and the types of pointers to them for
+/// a host that loads the library at run time. None of them throws.
+///
+/// The headers need C++11 and include only <cstdint>. All types are in `korvane::ipcapture`, except
+/// `SYSTEMTIME`.
 
 #include <larkmoor/capability_query.h>
 #include <larkmoor/ip_capture_driver.h>
@@ -20,44 +23,51 @@
 
 extern "C"
 {
-    /// A new driver, not opened yet, or null if there is no memory. The five levels make the same object;
-    /// they differ in what the host knows of it. Any thread.
+    /// Creates a driver that is not open yet; null if there is no memory. The host deletes it with any of the
+    /// `Delete...` functions. All five create the same object and return it under different interfaces. Any
+    /// thread.
     LARKMOOR_EXPORT korvane::ipcapture::IIPCaptureDriver* CreateIPCapture();
     LARKMOOR_EXPORT korvane::ipcapture::IIPCaptureDriverEx* CreateIPCaptureEx();
     LARKMOOR_EXPORT korvane::ipcapture::IIPCaptureDriverEx2* CreateIPCaptureEx2();
     LARKMOOR_EXPORT korvane::ipcapture::IIPCaptureDriverEx3* CreateIPCaptureEx3();
     LARKMOOR_EXPORT korvane::ipcapture::IIPCaptureDriverEx4* CreateIPCaptureEx4();
 
-    /// Destroys a driver, whichever `Create...` made it; null does nothing. The host calls `Close` before.
+    /// Deletes a driver, whichever `Create...` function created it; null does nothing. Call `Close` first.
+    /// Not from inside a call of the driver into the host.
     LARKMOOR_EXPORT void DeleteIPCapture(korvane::ipcapture::IIPCaptureDriver* driver);
     LARKMOOR_EXPORT void DeleteIPCaptureEx(korvane::ipcapture::IIPCaptureDriverEx* driver);
     LARKMOOR_EXPORT void DeleteIPCaptureEx2(korvane::ipcapture::IIPCaptureDriverEx2* driver);
     LARKMOOR_EXPORT void DeleteIPCaptureEx3(korvane::ipcapture::IIPCaptureDriverEx3* driver);
     LARKMOOR_EXPORT void DeleteIPCaptureEx4(korvane::ipcapture::IIPCaptureDriverEx4* driver);
 
-    /// A query module that the caller holds, or null. `videoStandard`: 0 PAL, else NTSC. `sink` is kept.
+    /// Creates a query module; null if there is no memory. `videoStandard`: 0 PAL, otherwise NTSC; used for
+    /// property 1, and for a device that does not report its own. `sink` may be null and must stay valid
+    /// until the module is deleted. Any thread.
     LARKMOOR_EXPORT korvane::ipcapture::IIPCapabilityQuery*
     CreateCapabilityQueryModule(korvane::ipcapture::ICapabilitySink* sink, std::uint8_t videoStandard);
 
-    /// Destroys a module of `CreateCapabilityQueryModule`, waiting for its query for at most 20 s; null does
-    /// nothing.
+    /// Deletes a module of `CreateCapabilityQueryModule`; null does nothing. It cancels a running query and
+    /// waits for it for at most 20 s. Then it abandons the query and calls `OnQueryKilled`.
     LARKMOOR_EXPORT void DeleteCapabilityQueryModule(korvane::ipcapture::IIPCapabilityQuery* module);
 
-    /// Makes the one query module of the process: 1, or 0 if it exists already. The four functions of this
-    /// module take no lock: the host calls them one at a time.
+    /// Creates the one query module of the process, with the same arguments. Returns 1, or 0 if the module
+    /// exists already. The four functions of this module are not thread-safe: call them one at a time.
     LARKMOOR_EXPORT std::uint32_t InitCapabilityQuery(korvane::ipcapture::ICapabilitySink* sink,
                                                       std::uint8_t videoStandard);
 
-    /// `IIPCapabilityQuery::StartQuery` on the module of the process; 0 if there is none or a text is null.
+    /// Calls `IIPCapabilityQuery::StartQuery` on the module of the process. Returns 0 also if there is no
+    /// module.
     LARKMOOR_EXPORT std::uint32_t StartCapabilityQuery(const char* address, std::uint16_t port,
                                                        const char* user, const char* password,
                                                        korvane::ipcapture::ICapabilityStore* store);
     LARKMOOR_EXPORT std::uint32_t
-    TerminateCapabilityQuery(); ///< `TerminateQuery`, if there is a module; always 1
-    LARKMOOR_EXPORT std::uint32_t UninitCapabilityQuery(); ///< destroys the module of the process; always 1
+    TerminateCapabilityQuery(); ///< calls `TerminateQuery` if there is a module; returns 1
+    LARKMOOR_EXPORT std::uint32_t UninitCapabilityQuery(); ///< deletes the module of the process; returns 1
 }
 
-namespace korvane::ipcapture
+namespace korvane
+{
+namespace ipcapture
 {
 
 using CreateIPCaptureFunction = IIPCaptureDriver* (*)();
@@ -78,4 +88,5 @@ using StartCapabilityQueryFunction = std::uint32_t (*)(const char*, std::uint16_
 using TerminateCapabilityQueryFunction = std::uint32_t (*)();
 using UninitCapabilityQueryFunction = std::uint32_t (*)();
 
-} // namespace korvane::ipcapture
+} // namespace ipcapture
+} // namespace korvane

@@ -2,27 +2,31 @@
 
 #include <larkmoor/host_frame.h>
 
-namespace korvane::ipcapture
+namespace korvane
+{
+namespace ipcapture
 {
 
-/// Takes the pictures of one video channel. Implemented and owned by the host, valid from `StartChannel`
-/// until the matching `StopChannel` (or `Close`) returns. An exception that leaves an operation counts as a
-/// refusal.
+/// Receives the pictures of one video channel. Implemented and owned by the host, valid from `StartChannel`
+/// until the matching `StopChannel` (or `Close`) returns. The driver treats an exception from `DeliverFrame`
+/// as a refusal and ignores one from `SignalLost`.
 class IHostChannelClient
 {
 public:
     virtual ~IHostChannelClient() = default;
 
-    /// True if the host took the frame. Runs on the thread that put the frame together, while other channels
-    /// deliver on theirs. The driver releases the frame as soon as the call returns: a host that keeps it
-    /// takes a hold of its own.
+    /// Returns true if the host accepted the frame. Called on the thread that assembled the frame; other
+    /// channels deliver on their threads at the same time. The driver releases the frame as soon as the call
+    /// returns: a host that keeps it takes its own reference or a copy.
     virtual bool DeliverFrame(IHostFrame* frame) = 0;
 
     virtual void ReservedSlot1() = 0; ///< never called by the driver
 
-    /// The stream has been silent for twice the signal-loss time-out. Runs on the channel's thread. The next
-    /// delivered frame is the sign that the signal is back.
+    /// The host has accepted no frame of an RTSP stream for twice the signal-loss time-out, 20 s: none came,
+    /// or it refused them all. Called on the channel's thread, again after each further attempt. The next
+    /// delivered frame means that the signal is back. Motion JPEG over HTTP never calls it.
     virtual void SignalLost() = 0;
 };
 
-} // namespace korvane::ipcapture
+} // namespace ipcapture
+} // namespace korvane

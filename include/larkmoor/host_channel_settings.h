@@ -2,7 +2,9 @@
 
 #include <cstdint>
 
-namespace korvane::ipcapture
+namespace korvane
+{
+namespace ipcapture
 {
 
 /// A picture size in pixels. Implemented and owned by the host.
@@ -15,6 +17,7 @@ public:
     virtual std::uint16_t GetHeight() = 0;
 };
 
+/// The picture size of a channel. Implemented and owned by the host.
 class IHostVideoFormat
 {
 public:
@@ -22,28 +25,34 @@ public:
 
     virtual void ReservedSlot1() = 0;              ///< never called by the driver
     virtual void ReservedSlot2() = 0;              ///< never called by the driver
-    virtual IHostResolution* GetPictureSize() = 0; ///< never null
+    virtual IHostResolution* GetPictureSize() = 0; ///< not null
 };
 
+/// The rate and the quality of a channel. Implemented and owned by the host.
 class IHostStreamSettings
 {
 public:
     virtual ~IHostStreamSettings() = default;
 
-    virtual std::uint16_t GetFrameInterval() = 0; ///< milliseconds between frames; 0 asks for no rate
-    virtual void ReservedSlot1() = 0;             ///< never called by the driver
-    virtual std::uint16_t GetQuality() = 0;       ///< 0 worst to 100 best
+    /// Milliseconds between frames. 0 leaves the rate of MPEG-4, and of Motion JPEG over HTTP, as it is; for
+    /// H.264 and Motion JPEG over RTSP it asks for 1 frame per second.
+    virtual std::uint16_t GetFrameInterval() = 0;
+
+    virtual void ReservedSlot1() = 0;       ///< never called by the driver
+    virtual std::uint16_t GetQuality() = 0; ///< 0 worst to 100 best
 };
 
-/// What a video channel is to deliver. Implemented and owned by the host; read only while `StartChannel`
-/// runs.
+/// The settings that the host wants for a video channel. Implemented and owned by the host; the driver reads
+/// it only during `StartChannel`, on the calling thread. If a getter throws or returns null, `StartChannel`
+/// returns false.
 class IHostChannelSettings
 {
 public:
     virtual ~IHostChannelSettings() = default;
 
-    virtual IHostVideoFormat* GetVideoFormat() = 0;       ///< never null
-    virtual IHostStreamSettings* GetStreamSettings() = 0; ///< never null
+    virtual IHostVideoFormat* GetVideoFormat() = 0;       ///< not null
+    virtual IHostStreamSettings* GetStreamSettings() = 0; ///< not null
 };
 
-} // namespace korvane::ipcapture
+} // namespace ipcapture
+} // namespace korvane

@@ -4,10 +4,12 @@
 
 #include <cstdint>
 
-namespace korvane::ipcapture
+namespace korvane
+{
+namespace ipcapture
 {
 
-/// Format codes are four ASCII characters, read from the lowest byte of the value upwards.
+/// A format code has four ASCII characters; the first one is in the lowest byte of the value.
 constexpr std::uint32_t FourCharacterCode(char first, char second, char third, char fourth)
 {
     return static_cast<std::uint32_t>(static_cast<unsigned char>(first)) |
@@ -26,39 +28,40 @@ constexpr std::uint32_t kFormatG711ALaw = FourCharacterCode('7', '1', '1', 'A');
 constexpr std::uint32_t kFormatG726 = FourCharacterCode('7', '2', '6', '1');
 constexpr std::uint32_t kFormatAac = FourCharacterCode('A', 'A', 'C', '1');
 
-/// One video picture or one piece of audio. Implemented by the host, made and taken back by its
-/// `IHostFrameAllocator`; the driver fills it on one thread, hands it over once and releases it at once.
+/// One video picture or one piece of audio. Implemented by the host, allocated and released by its
+/// `IHostFrameAllocator`. The driver fills it, delivers it once and releases it, all on one thread. If a call
+/// throws, the driver drops the frame.
 class IHostFrame
 {
 public:
     virtual ~IHostFrame() = default;
 
-    /// Audio: copies `sizeBytes` bytes at `data` into the frame; never more than was allocated.
+    /// Audio: copy `sizeBytes` bytes at `data` into the frame. Never more than the driver allocated.
     virtual void SetData(const std::uint8_t* data, std::uint32_t sizeBytes) = 0;
 
-    /// Video: the frame's buffer, at least as large as was asked for.
+    /// Video: the frame's buffer, at least as large as the driver asked for; null drops the frame.
     virtual std::uint8_t* GetData() = 0;
 
     virtual void ReservedSlot1() = 0;                        ///< never called by the driver
-    virtual void SetDataSize(std::uint32_t sizeBytes) = 0;   ///< video: bytes really in the buffer
-    virtual void SetTimeNow() = 0;                           ///< stamps the frame with the present time
-    virtual void SetTime(const SYSTEMTIME* captureTime) = 0; ///< UTC; read during the call
+    virtual void SetDataSize(std::uint32_t sizeBytes) = 0;   ///< video: the bytes used in the buffer
+    virtual void SetTimeNow() = 0;                           ///< set the frame's time to the current time
+    virtual void SetTime(const SYSTEMTIME* captureTime) = 0; ///< UTC; valid during the call
     virtual void ReservedSlot2() = 0;                        ///< never called by the driver
     virtual void ReservedSlot3() = 0;                        ///< never called by the driver
     virtual void ReservedSlot4() = 0;                        ///< never called by the driver
     virtual void SetFormat(std::uint32_t formatCode) = 0;    ///< video: one of the codes above
 
-    /// Audio: the decoder configuration (for AAC the AudioSpecificConfig of ISO/IEC 14496-3); read during the
-    /// call.
+    /// Audio: the decoder configuration (for AAC the AudioSpecificConfig of ISO/IEC 14496-3); valid during
+    /// the call. Called only for AAC.
     virtual void SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config) = 0;
 
-    virtual void SetHeight(std::uint32_t pixels) = 0;
-    virtual void SetAudioBitRate(std::uint32_t bitsPerSecond) = 0;
-    virtual void SetWidth(std::uint32_t pixels) = 0;
-    virtual void SetAudioInput(std::uint8_t audioInput) = 0; ///< the audio channel that the frame belongs to
+    virtual void SetHeight(std::uint32_t pixels) = 0;              ///< video
+    virtual void SetAudioBitRate(std::uint32_t bitsPerSecond) = 0; ///< 0: unknown
+    virtual void SetWidth(std::uint32_t pixels) = 0;               ///< video
+    virtual void SetAudioInput(std::uint8_t audioInput) = 0;       ///< audio: the channel, from 0
 
-    /// Video: 1 to 4, growing with the picture; 1 below a width of 200, 2 below 400, 3 for a picture of less
-    /// than 1024 that is more than twice as wide as high (a single field), else 4.
+    /// Video: 1 to 4, larger for a larger picture: 1 below a width of 200 pixels, 2 below 400, 3 below 1024
+    /// if the picture is more than twice as wide as high (a single field), otherwise 4.
     virtual void SetSizeClass(std::uint32_t sizeClass) = 0;
 
     virtual void ReservedSlot5() = 0; ///< never called by the driver
@@ -66,12 +69,12 @@ public:
     virtual void ReservedSlot7() = 0; ///< never called by the driver
     virtual void ReservedSlot8() = 0; ///< never called by the driver
 
-    /// Audio: `sampleRate` in Hz; `reserved` is 16 for one channel; `stereo` is true for two channels.
+    /// Audio: `sampleRate` in Hz; `stereo` is true for two channels; `reserved` is 16 for one channel.
     virtual void SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, bool stereo) = 0;
 };
 
-/// Where the driver takes its frames from. Implemented and owned by the host, valid from `Open` until `Close`
-/// returns; called from any thread of the driver, several at once.
+/// Allocates the driver's frames. Implemented and owned by the host, valid from `Open` until `Close` returns.
+/// Called on the threads that deliver frames, by several of them at the same time.
 class IHostFrameAllocator
 {
 public:
@@ -79,16 +82,17 @@ public:
 
     virtual void ReservedSlot1() = 0; ///< never called by the driver
 
-    /// A frame with room for `sizeBytes` bytes, or null: then the picture is lost. `driverName` is
-    /// zero-ended.
+    /// Return a frame with room for `sizeBytes` bytes, or null to drop this frame. `driverName` is zero-ended
+    /// and valid during the call.
     virtual IHostFrame* AllocateVideoFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
                                            const char* driverName) = 0;
     virtual IHostFrame* AllocateAudioFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
                                            const char* driverName) = 0;
 
-    virtual void ReleaseAudioFrame(IHostFrame* frame) = 0; ///< ends the driver's hold on an audio frame
+    virtual void ReleaseAudioFrame(IHostFrame* frame) = 0; ///< the driver no longer uses the audio frame
     virtual void ReservedSlot2() = 0;                      ///< never called by the driver
-    virtual void ReleaseFrame(IHostFrame* frame) = 0;      ///< ends the driver's hold on a video frame
+    virtual void ReleaseFrame(IHostFrame* frame) = 0;      ///< the driver no longer uses the video frame
 };
 
-} // namespace korvane::ipcapture
+} // namespace ipcapture
+} // namespace korvane

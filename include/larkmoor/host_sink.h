@@ -2,17 +2,23 @@
 
 #include <larkmoor/debug_info.h>
 
-namespace korvane::ipcapture
+namespace korvane
+{
+namespace ipcapture
 {
 
-/// Takes the driver's messages; implemented and owned by the host, valid from `Open` until `Close` returns.
+/// Receives the driver's messages. Implemented and owned by the host, valid from `Open` until `Close`
+/// returns.
 class IHostSink
 {
 public:
     virtual ~IHostSink() = default;
 
-    /// Any thread of the driver, several at once. `message` is valid during the call only.
+    /// Called on any thread of the driver, and on the host's thread inside a call of the driver; several
+    /// calls can run at the same time. `message` is valid during the call only. Start and stop nothing
+    /// from here.
     virtual void WriteMessage(CDebugInfoIf* message) = 0;
 };
 
-} // namespace korvane::ipcapture
+} // namespace ipcapture
+} // namespace korvane

@@ -8,36 +8,42 @@
 #include <larkmoor/ip_ptz.h>
 #include <larkmoor/ip_video_capture.h>
 
-namespace korvane::ipcapture
+namespace korvane
+{
+namespace ipcapture
 {
 
-/// The driver of one device. The host gets it from a `Create...` export, calls `Open`, works with the objects
-/// that the getters give, calls `Close` and hands it to a `Delete...` export. `Open`, `Close` and the getters
-/// run on one host thread at a time. All objects that the getters give are the driver's and go with `Close`;
-/// the getters give null before `Open` and after `Close`.
+/// The driver of one device. The host creates it with a `Create...` function, calls `Open`, uses the objects
+/// that the getters return, calls `Close` and deletes it with a `Delete...` function. Call `Open`, `Close`
+/// and the getters from one thread at a time, and `Open` and `Close` not from inside a call of the driver
+/// into the host. The driver owns the objects that the getters return and deletes them in `Close`. The
+/// getters return null before `Open` and after `Close`.
 class IIPCaptureDriver
 {
 public:
     virtual ~IIPCaptureDriver() = default;
 
-    /// Keeps `hostSink` (may be null: no messages) and `frameAllocator` until `Close`; reads `deviceSettings`
-    /// during the call. False if property 1 (video standard) is missing or no number; `Close` cleans up then,
-    /// too. Not to be called twice without `Close` in between.
+    /// Reads `deviceSettings` during the call; uses `hostSink` (null: no messages) and `frameAllocator`
+    /// (null: no frames) until `Close` returns. Does not contact the device. Returns false if
+    /// `deviceSettings`, its description or its connection is null, if one of their calls throws, or if
+    /// property 1 (video standard) is missing or not an integer; call `Close` in this case too. Do not call
+    /// `Open` twice without `Close` in between.
     virtual bool Open(IHostSink* hostSink, IHostFrameAllocator* frameAllocator,
                       IHostDeviceSettings* deviceSettings) = 0;
 
-    /// Stops all channels and deletes all objects of the device. The host calls `StopIO` before.
+    /// Stops all channels and deletes all objects of the device. Call `StopIO` first. No call into the host
+    /// begins after it returns. Takes at most 2 s, or 4 s with PTZ, if the host's calls return.
     virtual void Close() = 0;
 
     virtual IIPVideoCapture* GetVideoCapture() = 0;
-    virtual ICaptureIOApi* GetIO() = 0;
+    virtual ICaptureIOApi* GetIO() = 0; ///< also for a device without inputs and outputs
 };
 
 class IIPCaptureDriverEx : public IIPCaptureDriver
 {
 public:
-    virtual void* GetReservedEx() = 0; ///< always null
-    virtual IIPPTZDriver* GetPTZ() = 0;
+    virtual void* GetReservedEx() = 0;  ///< always null
+    virtual IIPPTZDriver* GetPTZ() = 0; ///< also for a device without PTZ
 };
 
 class IIPCaptureDriverEx2 : public IIPCaptureDriverEx
@@ -60,4 +66,5 @@ public:
     virtual IIPAudioSender* GetAudioSender() = 0;    ///< null if the device has no audio output
 };
 
-} // namespace korvane::ipcapture
+} // namespace ipcapture
+} // namespace korvane

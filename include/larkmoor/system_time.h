@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// A calendar time in UTC, with the fields and the layout that the host expects (sixteen bytes).
+/// A calendar time in UTC, in the layout that the host expects (sixteen bytes). In the global namespace.
 struct SYSTEMTIME
 {
     std::uint16_t year;         ///< 1601 to 30827

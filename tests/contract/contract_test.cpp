@@ -67,7 +67,7 @@ TEST(Contract, EachHeaderCompilesAlone)
             int status = 0;
             const std::string printed =
                 Output(std::string(compiler) +
-                           " -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror "
+                           " -std=c++11 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror "
                            "-fsyntax-only -I" +
                            kSource + "/include -x c++ -include " + header + " /dev/null",
                        status);
