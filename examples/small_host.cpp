@@ -1,4 +1,4 @@
-// A small host, complete: loads the driver, records pictures of one camera into a file, and leaves.
+// A complete small host: loads the driver, records pictures from one camera into a file, and ends.
 
 #include <larkmoor/exports.h>
 
@@ -14,7 +14,7 @@
 
 using namespace korvane::ipcapture;
 
-struct Frame final : IHostFrame // one picture; a recorder keeps its format, size in pixels and time as well
+struct Frame final : IHostFrame // one picture; a recorder also keeps format, width, height and time
 {
     explicit Frame(std::uint32_t size) : bytes(size, '\0') {}
     std::uint8_t* GetData() override { return reinterpret_cast<std::uint8_t*>(bytes.data()); }
@@ -25,7 +25,7 @@ struct Frame final : IHostFrame // one picture; a recorder keeps its format, siz
     void SetSizeClass(std::uint32_t) override {}
     void SetTime(const SYSTEMTIME*) override {}
     void SetTimeNow() override {}
-    void SetData(const std::uint8_t*, std::uint32_t) override {} // this and the next four: sound only
+    void SetData(const std::uint8_t*, std::uint32_t) override {} // this and the next four: audio only
     void SetCodecConfig(std::uint32_t, const std::uint8_t*) override {}
     void SetAudioBitRate(std::uint32_t) override {}
     void SetAudioInput(std::uint8_t) override {}
@@ -41,7 +41,7 @@ struct Frame final : IHostFrame // one picture; a recorder keeps its format, siz
     std::string bytes;
 };
 
-/// What the driver calls on its own threads. The pictures of one channel come one after another.
+/// The driver calls it on its own threads. The pictures of one channel arrive one at a time.
 struct Recorder final : IHostSink, IHostFrameAllocator, IHostChannelClient
 {
     void WriteMessage(CDebugInfoIf* line) override
@@ -61,17 +61,17 @@ struct Recorder final : IHostSink, IHostFrameAllocator, IHostChannelClient
         file << static_cast<Frame*>(frame)->bytes;
         ++pictures;
         arrived.release();
-        return true; // a full disk too: who refuses for long makes the driver connect anew
+        return true; // even if the disk is full: the driver reconnects if a host refuses for long
     }
     void SignalLost() override { std::puts("no picture was taken for 20 s; the driver goes on trying"); }
     void ReservedSlot1() override {}
     void ReservedSlot2() override {}
     std::ofstream file;
     long pictures = 0;                    // in the file
-    std::counting_semaphore<> arrived{0}; // for the thread that waits for them
+    std::counting_semaphore<> arrived{0}; // for the thread that waits for pictures
 };
 
-/// What the driver reads while `Open` runs, and behind it what it reads while `StartChannel` does.
+/// The driver reads this one during `Open`, and the next one during `StartChannel`.
 struct Device final : IHostDeviceSettings, IHostDeviceDescription, IHostConnection
 {
     IHostDeviceDescription* GetDescription() override { return this; }
@@ -92,8 +92,8 @@ struct Device final : IHostDeviceSettings, IHostDeviceDescription, IHostConnecti
     std::uint16_t port = 0;
     std::uint32_t codec = 0; // 1 Motion JPEG, 2 MPEG-4, 3 H.264
     const char* user = std::getenv("LARKMOOR_USER");
-    const char* password = std::getenv("LARKMOOR_PASSWORD"); // everybody can read a command line
-    std::vector<const char*> texts;                          // the properties, from 1 on
+    const char* password = std::getenv("LARKMOOR_PASSWORD"); // other users can read a command line
+    std::vector<const char*> texts;                          // the properties, from number 1
 };
 
 struct Stream final : IHostChannelSettings, IHostVideoFormat, IHostStreamSettings, IHostResolution
@@ -136,7 +136,7 @@ int main(int count, char** words)
         IIPVideoCapture* const video = driver->GetVideoCapture();
         video->StartChannel(0, &host, &stream);
         for (long left = wanted; left > 0 && host.arrived.try_acquire_for(std::chrono::minutes(1));)
-            --left; // ends early when no picture comes for a minute
+            --left; // ends early if no picture comes for a minute
         video->GetChannelState(0, &state, &detail, nullptr, 0);
         video->StopChannel(0);
     }
