@@ -185,7 +185,7 @@ void CAudioCaptureChannel::ReadDevice(std::string_view parameters)
 bool CAudioCaptureChannel::SetAudioStreamParameters()
 {
     const AudioCodecs wanted = CSettingsFile(*driver_).ReadAudioCodecs(driver_->GetDeviceInfo());
-    ConfigureAudioCodec(driver_->GetPropertyText(kSelectedAudioCodecsProperty), wanted.input);
+    ConfigureAudioCodec(driver_->GetPropertyText(ipcapture::kPropertyAudioInputCodecs), wanted.input);
     std::string parameters;
     std::string answer;
     bool isDone =

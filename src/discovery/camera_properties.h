@@ -57,9 +57,9 @@ class CCameraProperties
 {
 public:
     /// Codes of the codec list. The codes that a host gives at `Open` are others.
-    static constexpr std::uint32_t kCodecMotionJpeg = 1;
-    static constexpr std::uint32_t kCodecMpeg4 = 4;
-    static constexpr std::uint32_t kCodecH264 = 16;
+    static constexpr std::uint32_t kCapabilityCodecMotionJpeg = 1;
+    static constexpr std::uint32_t kCapabilityCodecMpeg4 = 4;
+    static constexpr std::uint32_t kCapabilityCodecH264 = 16;
 
     void AddCodec(std::uint32_t code) { codecs_.push_back(code); }
     /// Walk the codec list with one cursor per object; 0 at the end.

@@ -5,29 +5,6 @@
 namespace korvane
 {
 
-namespace
-{
-
-/// Numbers of the values in the host's store.
-enum StoreValue : std::uint32_t
-{
-    kChannelCount = 0,
-    kHasPTZ = 1,
-    kInputCount = 2,
-    kOutputCount = 3,
-    kAudio = 4,
-    kMpeg4 = 6,
-    kMotionJpeg = 7,
-    kH264 = 8,
-    kModernStream1 = 11,
-    kModernStream2 = 12
-};
-
-constexpr std::uint32_t kAudioInputParameter = 101;
-constexpr std::uint32_t kAudioOutputParameter = 102;
-
-} // namespace
-
 bool CCameraPropertiesEx::SaveProperties(ipcapture::ICapabilityStore* store)
 {
     if (store == nullptr)
@@ -49,17 +26,17 @@ void CCameraPropertiesEx::Save(CStoreWriter& writer)
 
 void CCameraPropertiesEx::SaveValues(CStoreWriter& writer)
 {
-    writer.SetValue(kChannelCount, GetChannelCount());
+    writer.SetValue(ipcapture::kCapabilityChannelCount, GetChannelCount());
     if (GetInputCount() != 0)
-        writer.SetValue(kInputCount, GetInputCount());
+        writer.SetValue(ipcapture::kCapabilityInputCount, GetInputCount());
     if (GetOutputCount() != 0)
-        writer.SetValue(kOutputCount, GetOutputCount());
+        writer.SetValue(ipcapture::kCapabilityOutputCount, GetOutputCount());
     if (HasAudio())
-        writer.SetValue(kAudio, 1);
+        writer.SetValue(ipcapture::kCapabilityAudio, 1);
     if (HasPTZ())
-        writer.SetValue(kHasPTZ, 1);
-    writer.SetValue(kModernStream1, IsModernStream1() ? 1 : 0);
-    writer.SetValue(kModernStream2, IsModernStream2() ? 1 : 0);
+        writer.SetValue(ipcapture::kCapabilityPTZ, 1);
+    writer.SetValue(ipcapture::kCapabilityModernStream1, IsModernStream1() ? 1 : 0);
+    writer.SetValue(ipcapture::kCapabilityModernStream2, IsModernStream2() ? 1 : 0);
 }
 
 void CCameraPropertiesEx::SaveCodecs(CStoreWriter& writer)
@@ -67,8 +44,10 @@ void CCameraPropertiesEx::SaveCodecs(CStoreWriter& writer)
     const struct
     {
         std::uint32_t code;
-        StoreValue value;
-    } kinds[] = {{kCodecMotionJpeg, kMotionJpeg}, {kCodecMpeg4, kMpeg4}, {kCodecH264, kH264}};
+        ipcapture::CapabilityValue value;
+    } kinds[] = {{kCapabilityCodecMotionJpeg, ipcapture::kCapabilityMotionJpeg},
+                 {kCapabilityCodecMpeg4, ipcapture::kCapabilityMpeg4},
+                 {kCapabilityCodecH264, ipcapture::kCapabilityH264}};
     for (const auto& kind : kinds)
     {
         for (std::uint32_t code = GetFirstCodec(); code != 0; code = GetNextCodec())
@@ -94,22 +73,22 @@ void CCameraPropertiesEx::SaveResolutions(CStoreWriter& writer)
 
 void CCameraPropertiesEx::SaveConnection(CStoreWriter& writer)
 {
-    writer.SetConnectionField(1, deviceInfo_.address);
-    writer.SetConnectionField(2, Utils::FormatString("%hu", deviceInfo_.port));
-    writer.SetConnectionField(3, deviceInfo_.user);
-    writer.SetConnectionField(4, deviceInfo_.password);
+    writer.SetConnectionField(ipcapture::kConnectionAddress, deviceInfo_.address);
+    writer.SetConnectionField(ipcapture::kConnectionPort, Utils::FormatString("%hu", deviceInfo_.port));
+    writer.SetConnectionField(ipcapture::kConnectionUser, deviceInfo_.user);
+    writer.SetConnectionField(ipcapture::kConnectionPassword, deviceInfo_.password);
 }
 
 void CCameraPropertiesEx::SaveAudio(CStoreWriter& writer)
 {
     if (audioInput_.count != 0)
     {
-        writer.SetValue(kAudio, audioInput_.count);
-        writer.AddParameter(kAudioInputParameter, "Audio Input Parameters", CStoreWriter::ParameterType::Text,
-                            audioInput_.Text());
+        writer.SetValue(ipcapture::kCapabilityAudio, audioInput_.count);
+        writer.AddParameter(ipcapture::kPropertyAudioInput, "Audio Input Parameters",
+                            CStoreWriter::ParameterType::Text, audioInput_.Text());
     }
     if (audioOutput_.count != 0)
-        writer.AddParameter(kAudioOutputParameter, "Audio Output Parameters",
+        writer.AddParameter(ipcapture::kPropertyAudioOutput, "Audio Output Parameters",
                             CStoreWriter::ParameterType::Text, audioOutput_.Text());
 }
 

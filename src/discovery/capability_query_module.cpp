@@ -1,8 +1,8 @@
 #include "discovery/capability_query_module.h"
 
 #include "platform/host_process.h"
-#include "runtime/host_call.h"
 #include "runtime/base_thread.h"
+#include "runtime/host_call.h"
 
 #include <exception>
 #include <string>

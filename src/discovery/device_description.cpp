@@ -52,11 +52,11 @@ std::vector<std::uint32_t> Codecs(std::string_view text)
     for (const std::string& name : List(text, "capability_videoin_codec"))
     {
         if (name == "mjpeg")
-            codes.push_back(CCameraProperties::kCodecMotionJpeg);
+            codes.push_back(CCameraProperties::kCapabilityCodecMotionJpeg);
         else if (name == "mpeg4")
-            codes.push_back(CCameraProperties::kCodecMpeg4);
+            codes.push_back(CCameraProperties::kCapabilityCodecMpeg4);
         else if (name == "h264")
-            codes.push_back(CCameraProperties::kCodecH264);
+            codes.push_back(CCameraProperties::kCapabilityCodecH264);
     }
     return codes;
 }
@@ -110,7 +110,7 @@ std::optional<DeviceDescription> DescribeVS2403(DeviceDescription device, std::s
     for (std::uint32_t channel = 0; channel < device.channelCount; ++channel)
         AddRate(device, text, "video.maxframe." + std::to_string(channel));
 
-    device.codecs = {CCameraProperties::kCodecMotionJpeg};
+    device.codecs = {CCameraProperties::kCapabilityCodecMotionJpeg};
     device.outputCount = 4;
     device.isJpegOverHttp = true;
     device.frameRates.insert({1, 2, 3, 5, 6, 7, 10, 12, 15, 20, 25});
@@ -133,7 +133,7 @@ std::optional<DeviceDescription> DescribeIP7135(DeviceDescription device, std::s
     if (device.rtspPort.empty() || device.rtspName.empty())
         return std::nullopt;
 
-    device.codecs = {CCameraProperties::kCodecMpeg4};
+    device.codecs = {CCameraProperties::kCapabilityCodecMpeg4};
     device.frameRates.insert({1, 2, 3, 5, 10, 15, 20, 25});
     if (Utils::GetParamValue(text, "video.mode") == "60")
         device.frameRates.insert(30);

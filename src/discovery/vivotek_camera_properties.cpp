@@ -307,6 +307,7 @@ void CVivotekCameraProperties::Save(CStoreWriter& writer)
 
 void CVivotekCameraProperties::SaveParameters(CStoreWriter& writer) const
 {
+    using namespace ipcapture; // the numbers of the properties
     using Type = CStoreWriter::ParameterType;
     const auto number = [&](std::uint32_t id, const char* name, const std::string& value)
     { writer.AddParameter(id, name, Type::Number, value); };
@@ -318,24 +319,25 @@ void CVivotekCameraProperties::SaveParameters(CStoreWriter& writer) const
     for (const bool isSet : ptzFlags_)
         ptzFlags += flag(isSet);
 
-    number(1, "Video standard", flag(HostVideoStandard() != 0));
-    number(2, "Camera video standard", flag(device_.isNtsc));
-    number(6, "Camera type", std::to_string(static_cast<std::uint32_t>(device_.resolutions.notation)));
-    number(3, "RTSP port", device_.rtspPort);
-    text(14, "Vivotek streams", streams_.Text());
-    number(4, "Preset count", std::to_string(presetCount_));
-    text(5, "PTZ capability flags", ptzFlags);
-    number(7, "JPEG over HTTP", flag(isJpegOverHttp_));
-    number(8, "Frame-Mode Option", flag(hasFrameModeOption_));
-    number(9, "Discontinued Device", flag(isDiscontinued_));
-    number(10, "PTZ min speed", std::to_string(ptzMinSpeed_));
-    number(11, "PTZ max speed", std::to_string(ptzMaxSpeed_));
-    number(12, "Zoom min speed", std::to_string(zoomMinSpeed_));
-    number(13, "Zoom max speed", std::to_string(zoomMaxSpeed_));
-    number(15, "PTZ type", Utils::FormatString("%d", static_cast<int>(ptzType_)));
-    text(16, "PTZ subtype", ptzSubtype_);
-    text(17, "Selected audio input codecs", audioInputCodecs_);
-    text(18, "Selected audio output codecs", audioOutputCodecs_);
+    number(kPropertyVideoStandard, "Video standard", flag(HostVideoStandard() != 0));
+    number(kPropertyCameraVideoStandard, "Camera video standard", flag(device_.isNtsc));
+    number(kPropertyCameraType, "Camera type",
+           std::to_string(static_cast<std::uint32_t>(device_.resolutions.notation)));
+    number(kPropertyRtspPort, "RTSP port", device_.rtspPort);
+    text(kPropertyStreams, "Vivotek streams", streams_.Text());
+    number(kPropertyPresetCount, "Preset count", std::to_string(presetCount_));
+    text(kPropertyPTZFlags, "PTZ capability flags", ptzFlags);
+    number(kPropertyJpegOverHttp, "JPEG over HTTP", flag(isJpegOverHttp_));
+    number(kPropertyFrameMode, "Frame-Mode Option", flag(hasFrameModeOption_));
+    number(kPropertyDiscontinuedDevice, "Discontinued Device", flag(isDiscontinued_));
+    number(kPropertyPTZMinSpeed, "PTZ min speed", std::to_string(ptzMinSpeed_));
+    number(kPropertyPTZMaxSpeed, "PTZ max speed", std::to_string(ptzMaxSpeed_));
+    number(kPropertyZoomMinSpeed, "Zoom min speed", std::to_string(zoomMinSpeed_));
+    number(kPropertyZoomMaxSpeed, "Zoom max speed", std::to_string(zoomMaxSpeed_));
+    number(kPropertyPTZType, "PTZ type", Utils::FormatString("%d", static_cast<int>(ptzType_)));
+    text(kPropertyPTZSubtype, "PTZ subtype", ptzSubtype_);
+    text(kPropertyAudioInputCodecs, "Selected audio input codecs", audioInputCodecs_);
+    text(kPropertyAudioOutputCodecs, "Selected audio output codecs", audioOutputCodecs_);
 }
 
 } // namespace korvane

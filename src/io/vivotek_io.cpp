@@ -27,7 +27,7 @@ std::uint32_t ReadSignal(const std::string& value)
 } // namespace
 
 CVivotekIO::CVivotekIO(IDriver* driver)
-    : CIOBase(driver), legacy_(driver->GetPropertyText(kLegacyInterfaceProperty) == "1")
+    : CIOBase(driver), legacy_(driver->GetPropertyText(ipcapture::kPropertyDiscontinuedDevice) == "1")
 {
 }
 

@@ -19,14 +19,6 @@ namespace
 
 constexpr std::uint32_t kTimeoutMs = 10000;
 
-constexpr std::uint32_t kAudioInputParameter = 101;
-constexpr std::uint32_t kAudioOutputParameter = 102;
-
-// As `GetCodec` gives them; those of a device's capabilities are others.
-constexpr std::uint32_t kChosenMotionJpeg = 1;
-constexpr std::uint32_t kChosenMpeg4 = 2;
-constexpr std::uint32_t kChosenH264 = 3;
-
 /// Makes the object for one direction, if the host's text gives the device channels for it.
 template <class AudioObject>
 void MakeAudio(std::unique_ptr<AudioObject>& object, IAudioChannelCreator* creator, const char* text)
@@ -49,35 +41,36 @@ bool CLarkmoorDriver::Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrame
 {
     if (!CIPCaptureDriver::Open(hostSink, frameAllocator, deviceSettings))
         return false;
-    return Guarded(false,
-                   [&]
-                   {
-                       device_.networkTimeoutMs = kTimeoutMs;
-                       device_.signalLossTimeoutMs = kTimeoutMs;
-                       std::int32_t videoStandard = 0;
-                       if (!Utils::IsInteger(GetPropertyText(kVideoStandardProperty), videoStandard))
-                           return false;
-                       videoStandard_ = videoStandard != 0 ? 1 : 0;
-                       LogDriverOpened(*deviceSettings, GetDriverName(), std::string());
-                       return true;
-                   });
+    return Guarded(
+        false,
+        [&]
+        {
+            device_.networkTimeoutMs = kTimeoutMs;
+            device_.signalLossTimeoutMs = kTimeoutMs;
+            std::int32_t videoStandard = 0;
+            if (!Utils::IsInteger(GetPropertyText(ipcapture::kPropertyVideoStandard), videoStandard))
+                return false;
+            videoStandard_ = videoStandard != 0 ? 1 : 0;
+            LogDriverOpened(*deviceSettings, GetDriverName(), std::string());
+            return true;
+        });
 }
 
 std::unique_ptr<ICameraChannel> CLarkmoorDriver::CreateChannel(std::uint32_t channel,
                                                                ipcapture::IHostChannelClient* channelClient)
 {
     std::int32_t jpegOverHttp = 0;
-    if (!Utils::IsInteger(GetPropertyText(kJpegOverHttpProperty), jpegOverHttp))
+    if (!Utils::IsInteger(GetPropertyText(ipcapture::kPropertyJpegOverHttp), jpegOverHttp))
         jpegOverHttp = 0;
     switch (GetCodec())
     {
-    case kChosenMotionJpeg:
+    case ipcapture::kDeviceCodecMotionJpeg:
         if (jpegOverHttp != 0)
             return std::make_unique<CMJPEGChannelHTTP>(channel, this, channelClient);
         return std::make_unique<CMJPEGChannelRTSP>(channel, this, channelClient);
-    case kChosenMpeg4:
+    case ipcapture::kDeviceCodecMpeg4:
         return std::make_unique<CMPEGChannelRTSP>(channel, this, channelClient);
-    case kChosenH264:
+    case ipcapture::kDeviceCodecH264:
         return std::make_unique<CH264ChannelRTSP>(channel, this, channelClient);
     default:
         return nullptr;
@@ -102,9 +95,9 @@ IAudioOutputChannel* CLarkmoorDriver::CreateAudioOutputChannel(std::uint32_t, st
 bool CLarkmoorDriver::ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings)
 {
     MakeAudio(audioCapture_, this,
-              AskHost([&] { return deviceSettings.GetParameter(kAudioInputParameter); }));
+              AskHost([&] { return deviceSettings.GetParameter(ipcapture::kPropertyAudioInput); }));
     MakeAudio(audioSender_, this,
-              AskHost([&] { return deviceSettings.GetParameter(kAudioOutputParameter); }));
+              AskHost([&] { return deviceSettings.GetParameter(ipcapture::kPropertyAudioOutput); }));
     return true;
 }
 

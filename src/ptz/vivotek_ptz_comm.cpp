@@ -39,12 +39,14 @@ std::array<bool, 8> ReadFlags(const std::string& text)
 
 HeadFacts::HeadFacts(const IDriver& driver)
     : presetCount(static_cast<std::uint32_t>(
-          std::clamp<std::int32_t>(driver.GetPropertyInt(kPresetCountProperty), 0, kMostPresets))),
-      flags(ReadFlags(driver.GetPropertyText(kPtzFlagsProperty))),
-      type(driver.GetPropertyInt(kPtzTypeProperty)),
-      subtype(driver.GetPropertyText(kPtzSubtypeProperty)),
-      move{driver.GetPropertyInt(kMinMoveProperty), driver.GetPropertyInt(kMaxMoveProperty)},
-      zoom{driver.GetPropertyInt(kMinZoomProperty), driver.GetPropertyInt(kMaxZoomProperty)}
+          std::clamp<std::int32_t>(driver.GetPropertyInt(ipcapture::kPropertyPresetCount), 0, kMostPresets))),
+      flags(ReadFlags(driver.GetPropertyText(ipcapture::kPropertyPTZFlags))),
+      type(driver.GetPropertyInt(ipcapture::kPropertyPTZType)),
+      subtype(driver.GetPropertyText(ipcapture::kPropertyPTZSubtype)),
+      move{driver.GetPropertyInt(ipcapture::kPropertyPTZMinSpeed),
+           driver.GetPropertyInt(ipcapture::kPropertyPTZMaxSpeed)},
+      zoom{driver.GetPropertyInt(ipcapture::kPropertyZoomMinSpeed),
+           driver.GetPropertyInt(ipcapture::kPropertyZoomMaxSpeed)}
 {
 }
 

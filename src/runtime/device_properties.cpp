@@ -60,11 +60,11 @@ std::string CStreamPathTable::At(const Paths& paths, std::uint32_t channel, std:
 }
 
 DeviceFacts::DeviceFacts(const IDriver& driver)
-    : cameraType(driver.GetPropertyInt(kCameraTypeProperty)),
-      hasFieldToFrame(driver.GetPropertyText(kFieldToFrameProperty) == "1"),
-      isLegacy(driver.GetPropertyText(kLegacyInterfaceProperty) == "1"),
-      rtspPort(static_cast<std::uint16_t>(driver.GetPropertyInt(kRtspPortProperty))),
-      streams(driver.GetPropertyText(kStreamsProperty))
+    : cameraType(driver.GetPropertyInt(ipcapture::kPropertyCameraType)),
+      hasFieldToFrame(driver.GetPropertyText(ipcapture::kPropertyFrameMode) == "1"),
+      isLegacy(driver.GetPropertyText(ipcapture::kPropertyDiscontinuedDevice) == "1"),
+      rtspPort(static_cast<std::uint16_t>(driver.GetPropertyInt(ipcapture::kPropertyRtspPort))),
+      streams(driver.GetPropertyText(ipcapture::kPropertyStreams))
 {
     if (rtspPort == 0)
         rtspPort = kDefaultRtspPort;
