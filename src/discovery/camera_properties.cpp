@@ -2,19 +2,18 @@
 
 #include <algorithm>
 #include <charconv>
-#include <string_view>
 #include <system_error>
 
 namespace korvane
-{
-
-namespace
 {
 
 void SkipSpace(std::string_view& text)
 {
     text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
 }
+
+namespace
+{
 
 /// Takes `word` and a number, which may have blanks in front, off the front of `text`.
 bool TakeNumber(std::string_view& text, std::string_view word, std::uint32_t& number)

@@ -3,10 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace korvane
 {
+
+void SkipSpace(std::string_view& text); ///< takes blanks and line ends off the front
 
 /// How many audio channels a device has in one direction. Travels through the host as a text, written by the
 /// capability query and read back when a driver is opened.

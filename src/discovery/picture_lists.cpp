@@ -17,15 +17,10 @@ constexpr std::uint32_t kSteps[] = {30, 25, 20, 15, 10, 8, 5, 3, 2, 1};
 constexpr std::uint32_t kFullRateNtsc = 30;
 constexpr std::uint32_t kFullRatePal = 25;
 
-void SkipBlanks(std::string_view& text)
-{
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n\v\f"), text.size()));
-}
-
 /// Takes a number off the front of `text`; 0 if there is none, or none that a picture can have.
 std::uint16_t TakeDimension(std::string_view& text)
 {
-    SkipBlanks(text);
+    SkipSpace(text);
     std::uint32_t number = 0;
     while (!text.empty() && text.front() >= '0' && text.front() <= '9')
     {
@@ -39,7 +34,7 @@ std::uint16_t TakeDimension(std::string_view& text)
 std::optional<CameraResolution> ReadNumericResolution(std::string_view text)
 {
     const std::uint16_t width = TakeDimension(text);
-    SkipBlanks(text);
+    SkipSpace(text);
     text.remove_prefix(std::min<std::size_t>(text.size(), 1));
     const std::uint16_t height = TakeDimension(text);
     return width == 0 || height == 0 ? std::nullopt : std::optional(CameraResolution(width, height));

@@ -26,10 +26,7 @@ std::uint32_t ReadSignal(const std::string& value)
 
 } // namespace
 
-CVivotekIO::CVivotekIO(IDriver* driver)
-    : CIOBase(driver), legacy_(driver->GetPropertyText(ipcapture::kPropertyDiscontinuedDevice) == "1")
-{
-}
+CVivotekIO::CVivotekIO(IDriver* driver) : CIOBase(driver), legacy_(DeviceFacts(*driver).isLegacy) {}
 
 // A host that did not stop its inputs and outputs must not find the threads on clients that are gone.
 CVivotekIO::~CVivotekIO()
@@ -53,12 +50,11 @@ void CVivotekIO::InterruptRequests()
 
 bool CVivotekIO::PollInputs(std::uint32_t inputCount)
 {
-    std::vector<std::uint8_t> response;
-    if (!Utils::SendRequestEx(clients_->input,
-                              legacy_ ? "/cgi-bin/admin/getparam.cgi?system" : "/cgi-bin/dido/getdi.cgi",
-                              response, true))
+    std::string text;
+    const bool isRead = legacy_ ? CameraCgi::Read(clients_->input, "system", text)
+                                : CameraCgi::Ask(clients_->input, "/cgi-bin/dido/getdi.cgi", text);
+    if (!isRead || text.empty())
         return false;
-    const std::string text(reinterpret_cast<const char*>(response.data()));
     for (std::uint32_t input = 0; input < inputCount; ++input)
     {
         const std::string key =

@@ -13,7 +13,7 @@ namespace korvane
 class CVivotekIO : public CIOBase
 {
 public:
-    explicit CVivotekIO(IDriver* driver); ///< reads property 9, "1" for the legacy interface, once
+    explicit CVivotekIO(IDriver* driver); ///< not owned; outlives the object
     ~CVivotekIO() override;
 
     bool SetOutputState(std::uint32_t number, std::uint32_t state) override;

@@ -5,7 +5,7 @@
 #include "channels/mjpeg_channel_http.h"
 #include "discovery/camera_properties.h"
 #include "io/vivotek_io.h"
-#include "ptz/vivotek_ptz_handler.h"
+#include "ptz/vivotek_ptz_control.h"
 #include "runtime/device_properties.h"
 #include "runtime/guarded.h"
 #include "runtime/host_call.h"

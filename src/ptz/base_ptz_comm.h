@@ -2,8 +2,8 @@
 
 #include "ptz/preposition_list.h"
 #include "runtime/driver.h"
-#include "runtime/recursive_lock.h"
 #include "runtime/queue_thread.h"
+#include "runtime/recursive_lock.h"
 
 #include <larkmoor/ip_ptz.h>
 

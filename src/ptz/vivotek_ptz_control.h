@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ptz/base_ptz_control.h"
+#include "ptz/base_ptz_handler.h"
 
 #include <cstdint>
 #include <memory>
@@ -25,6 +25,18 @@ private:
     std::uint32_t lastDirection_ = ipcapture::kPTZNoDirection;
     std::uint32_t lastSpeed_ = 0;
     std::uint64_t lastTime_ = 0; // monotonic, in 100 ns
+};
+
+/// The PTZ handler of a Vivotek device.
+class CVivotekPTZHandler : public CBasePTZHandler
+{
+public:
+    using CBasePTZHandler::CBasePTZHandler;
+
+    std::unique_ptr<CBasePTZControl> CreateControl(std::uint32_t channel) override
+    {
+        return std::make_unique<CVivotekPTZControl>(driver_, channel);
+    }
 };
 
 } // namespace korvane

@@ -1,5 +1,4 @@
 #include "ptz/vivotek_ptz_control.h"
-#include "ptz/vivotek_ptz_handler.h"
 
 #include "platform/clock.h"
 #include "ptz/head_request.h"
