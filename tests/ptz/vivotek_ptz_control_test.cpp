@@ -181,7 +181,8 @@ TEST_F(PTZ, MovesAndStopsWithoutTheListOfPresets)
     ASSERT_TRUE(control.Open());
     EXPECT_EQ(control.StartMove(0, 5), 1);
     EXPECT_EQ(control.Stop(), 1);
-    EXPECT_EQ(reads(), 1); // when it was opened
+    EXPECT_EQ(Commands(4).size(), 4u); // all sent: the next request is that of the presets
+    EXPECT_EQ(reads(), 1);             // when it was opened
 
     status_ = 200;
     std::promise<void> release;
