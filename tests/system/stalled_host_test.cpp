@@ -53,7 +53,7 @@ public:
     }
     bool StartAudio()
     {
-        return driver_->GetAudioCapture()->StartChannel(0, 0, &objects_.audio, &objects_.audio);
+        return driver_->GetAudioCapture()->StartChannel(0, 0, &objects_.client, &objects_.client);
     }
     milliseconds StopVideo()
     {

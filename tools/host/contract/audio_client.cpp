@@ -35,12 +35,12 @@ AudioCounts AudioClient::Counts() const
     return counts_;
 }
 
-korvane::ipcapture::IHostCodecItem* AudioClient::GetItem(std::uint32_t index)
+IHostCodecItem* AudioClient::GetItem(std::uint32_t index)
 {
     return index < items_.size() ? &items_[index] : nullptr;
 }
 
-bool AudioClient::AudioFrame(korvane::ipcapture::IHostFrame* frame)
+bool AudioClient::AudioFrame(IHostFrame* frame)
 {
     FrameHold hold = allocator_.Hold(frame);
     if (!hold)

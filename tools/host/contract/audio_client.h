@@ -15,6 +15,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// What has come of an audio stream so far. Moments are seconds of `MonotonicSeconds`.
 struct AudioCounts
 {
@@ -30,8 +32,7 @@ struct AudioCounts
 
 /// The host's end of one audio channel, with the list of formats that the host takes. The driver's threads
 /// call the contract's operations, the host's everything else.
-class AudioClient final : public korvane::ipcapture::IHostAudioClient,
-                          public korvane::ipcapture::IHostCodecList
+class AudioClient final : public IHostAudioClient, public IHostCodecList
 {
 public:
     /// `formats` are the codes that the host takes. `receiver` may be null; all outlive the client.
@@ -40,13 +41,13 @@ public:
 
     AudioCounts Counts() const;
 
-    bool AudioFrame(korvane::ipcapture::IHostFrame* frame) override;
+    bool AudioFrame(IHostFrame* frame) override;
     void StateChanged(std::uint32_t audioChannel, std::uint32_t state) override;
     std::uint32_t GetCount() override { return static_cast<std::uint32_t>(items_.size()); }
-    korvane::ipcapture::IHostCodecItem* GetItem(std::uint32_t index) override;
+    IHostCodecItem* GetItem(std::uint32_t index) override;
 
 private:
-    class Item final : public korvane::ipcapture::IHostCodecItem
+    class Item final : public IHostCodecItem
     {
     public:
         Item(std::uint32_t code, FaultList& faults) : code_(code), faults_(faults) {}

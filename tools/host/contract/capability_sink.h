@@ -13,6 +13,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// How a capability query ended.
 struct QueryEnd
 {
@@ -30,7 +32,7 @@ struct QueryEnd
 };
 
 /// Hears how a query ends, on the driver's threads, and tells whoever waits.
-class CapabilitySink final : public korvane::ipcapture::ICapabilitySink
+class CapabilitySink final : public ICapabilitySink
 {
 public:
     /// `faults` outlives this object.

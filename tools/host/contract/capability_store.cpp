@@ -3,8 +3,6 @@
 namespace larkmoor::host
 {
 
-using namespace korvane::ipcapture;
-
 std::uint32_t DeviceReport::Value(std::uint32_t number) const
 {
     std::uint32_t last = 0;

@@ -14,6 +14,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// What a capability query told of a device, as it came.
 struct DeviceReport
 {
@@ -48,7 +50,7 @@ struct DeviceReport
 };
 
 /// Takes what a query writes. Written on the query's thread; read when the query has ended.
-class CapabilityStore final : public korvane::ipcapture::ICapabilityStore
+class CapabilityStore final : public ICapabilityStore
 {
 public:
     /// `faults` outlives this object.
@@ -58,15 +60,15 @@ public:
 
     void SetValue(std::uint32_t id, std::uint32_t value) override { report_.values.emplace_back(id, value); }
     void SetModel(const char* text) override { report_.model = Checked(text, "SetModel"); }
-    korvane::ipcapture::ICapabilityField* GetConnectionField(std::uint32_t index) override;
+    ICapabilityField* GetConnectionField(std::uint32_t index) override;
     void ReservedSlot1() override { Reserved(); }
-    korvane::ipcapture::ICapabilityParameter* AddParameter(std::uint32_t id) override;
-    korvane::ipcapture::IResolutionList* GetResolutionList() override { return &resolutions_; }
+    ICapabilityParameter* AddParameter(std::uint32_t id) override;
+    IResolutionList* GetResolutionList() override { return &resolutions_; }
     void ReservedSlot2() override { Reserved(); }
-    korvane::ipcapture::IFrameTimeList* GetFrameTimeList(std::uint32_t number) override;
+    IFrameTimeList* GetFrameTimeList(std::uint32_t number) override;
 
 private:
-    class Field final : public korvane::ipcapture::ICapabilityField
+    class Field final : public ICapabilityField
     {
     public:
         Field(CapabilityStore& store, std::uint32_t index) : store_(store), index_(index) {}
@@ -77,7 +79,7 @@ private:
         const std::uint32_t index_;
     };
 
-    class Parameter final : public korvane::ipcapture::ICapabilityParameter
+    class Parameter final : public ICapabilityParameter
     {
     public:
         Parameter(CapabilityStore& store, std::size_t place) : store_(store), place_(place) {}
@@ -95,7 +97,7 @@ private:
         const std::size_t place_; // in the report
     };
 
-    class ResolutionList final : public korvane::ipcapture::IResolutionList
+    class ResolutionList final : public IResolutionList
     {
     public:
         explicit ResolutionList(CapabilityStore& store) : store_(store) {}
@@ -106,7 +108,7 @@ private:
         CapabilityStore& store_;
     };
 
-    class FrameTimeList final : public korvane::ipcapture::IFrameTimeList
+    class FrameTimeList final : public IFrameTimeList
     {
     public:
         explicit FrameTimeList(CapabilityStore& store) : store_(store) {}

@@ -7,6 +7,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// The driver's library, loaded at run time, with its sixteen functions.
 class DriverLibrary
 {
@@ -20,22 +22,22 @@ public:
     DriverLibrary(const DriverLibrary&) = delete;
     DriverLibrary& operator=(const DriverLibrary&) = delete;
 
-    korvane::ipcapture::CreateIPCaptureFunction createIPCapture = nullptr;
-    korvane::ipcapture::CreateIPCaptureExFunction createIPCaptureEx = nullptr;
-    korvane::ipcapture::CreateIPCaptureEx2Function createIPCaptureEx2 = nullptr;
-    korvane::ipcapture::CreateIPCaptureEx3Function createIPCaptureEx3 = nullptr;
-    korvane::ipcapture::CreateIPCaptureEx4Function createIPCaptureEx4 = nullptr;
-    korvane::ipcapture::DeleteIPCaptureFunction deleteIPCapture = nullptr;
-    korvane::ipcapture::DeleteIPCaptureExFunction deleteIPCaptureEx = nullptr;
-    korvane::ipcapture::DeleteIPCaptureEx2Function deleteIPCaptureEx2 = nullptr;
-    korvane::ipcapture::DeleteIPCaptureEx3Function deleteIPCaptureEx3 = nullptr;
-    korvane::ipcapture::DeleteIPCaptureEx4Function deleteIPCaptureEx4 = nullptr;
-    korvane::ipcapture::CreateCapabilityQueryModuleFunction createCapabilityQueryModule = nullptr;
-    korvane::ipcapture::DeleteCapabilityQueryModuleFunction deleteCapabilityQueryModule = nullptr;
-    korvane::ipcapture::InitCapabilityQueryFunction initCapabilityQuery = nullptr;
-    korvane::ipcapture::StartCapabilityQueryFunction startCapabilityQuery = nullptr;
-    korvane::ipcapture::TerminateCapabilityQueryFunction terminateCapabilityQuery = nullptr;
-    korvane::ipcapture::UninitCapabilityQueryFunction uninitCapabilityQuery = nullptr;
+    CreateIPCaptureFunction createIPCapture = nullptr;
+    CreateIPCaptureExFunction createIPCaptureEx = nullptr;
+    CreateIPCaptureEx2Function createIPCaptureEx2 = nullptr;
+    CreateIPCaptureEx3Function createIPCaptureEx3 = nullptr;
+    CreateIPCaptureEx4Function createIPCaptureEx4 = nullptr;
+    DeleteIPCaptureFunction deleteIPCapture = nullptr;
+    DeleteIPCaptureExFunction deleteIPCaptureEx = nullptr;
+    DeleteIPCaptureEx2Function deleteIPCaptureEx2 = nullptr;
+    DeleteIPCaptureEx3Function deleteIPCaptureEx3 = nullptr;
+    DeleteIPCaptureEx4Function deleteIPCaptureEx4 = nullptr;
+    CreateCapabilityQueryModuleFunction createCapabilityQueryModule = nullptr;
+    DeleteCapabilityQueryModuleFunction deleteCapabilityQueryModule = nullptr;
+    InitCapabilityQueryFunction initCapabilityQuery = nullptr;
+    StartCapabilityQueryFunction startCapabilityQuery = nullptr;
+    TerminateCapabilityQueryFunction terminateCapabilityQuery = nullptr;
+    UninitCapabilityQueryFunction uninitCapabilityQuery = nullptr;
 
 private:
     void ResolveAll();

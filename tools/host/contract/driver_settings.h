@@ -12,17 +12,19 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// A device as the driver reads it at `Open`. Used on one thread.
-class DeviceSettings final : public korvane::ipcapture::IHostDeviceSettings,
-                             private korvane::ipcapture::IHostDeviceDescription,
-                             private korvane::ipcapture::IHostConnection
+class DeviceSettings final : public IHostDeviceSettings,
+                             private IHostDeviceDescription,
+                             private IHostConnection
 {
 public:
     /// Both outlive this object.
     DeviceSettings(const Device& device, FaultList& faults) : device_(device), faults_(faults) {}
 
-    korvane::ipcapture::IHostDeviceDescription* GetDescription() override { return this; }
-    korvane::ipcapture::IHostConnection* GetConnection() override { return this; }
+    IHostDeviceDescription* GetDescription() override { return this; }
+    IHostConnection* GetConnection() override { return this; }
     const char* GetParameter(std::uint32_t number) override;
 
 private:
@@ -43,7 +45,7 @@ private:
 };
 
 /// A picture size as the driver reads it.
-class Resolution final : public korvane::ipcapture::IHostResolution
+class Resolution final : public IHostResolution
 {
 public:
     explicit Resolution(PictureSize size) : size_(size) {}
@@ -56,9 +58,9 @@ private:
 };
 
 /// What one channel is to deliver, as the driver reads it at `StartChannel`. Used on one thread.
-class ChannelSettings final : public korvane::ipcapture::IHostChannelSettings,
-                              private korvane::ipcapture::IHostVideoFormat,
-                              private korvane::ipcapture::IHostStreamSettings
+class ChannelSettings final : public IHostChannelSettings,
+                              private IHostVideoFormat,
+                              private IHostStreamSettings
 {
 public:
     /// `faults` outlives this object.
@@ -67,13 +69,13 @@ public:
     {
     }
 
-    korvane::ipcapture::IHostVideoFormat* GetVideoFormat() override { return this; }
-    korvane::ipcapture::IHostStreamSettings* GetStreamSettings() override { return this; }
+    IHostVideoFormat* GetVideoFormat() override { return this; }
+    IHostStreamSettings* GetStreamSettings() override { return this; }
 
 private:
     void ReservedSlot1() override;
     void ReservedSlot2() override;
-    korvane::ipcapture::IHostResolution* GetPictureSize() override { return &size_; }
+    IHostResolution* GetPictureSize() override { return &size_; }
     std::uint16_t GetFrameInterval() override { return frameInterval_; }
     std::uint16_t GetQuality() override { return quality_; }
 

@@ -14,8 +14,6 @@
 namespace larkmoor::host
 {
 
-using namespace korvane::ipcapture;
-
 namespace
 {
 

@@ -14,6 +14,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// What the driver said of a frame, beside its bytes.
 struct FrameInfo
 {
@@ -44,7 +46,7 @@ std::int64_t UnixMicroseconds(const SYSTEMTIME& time);
 /// A frame of the bench host. Guard bytes stand on both sides of the room that was asked for, so that a write
 /// outside it is noticed when the frame comes back. Owned by `FrameAllocator`, which hands frames out and
 /// takes them back; filled by one thread.
-class Frame final : public korvane::ipcapture::IHostFrame
+class Frame final : public IHostFrame
 {
 public:
     using FaultHandler = std::function<void(const std::string& text)>;

@@ -11,8 +11,6 @@
 namespace larkmoor::host
 {
 
-using namespace korvane::ipcapture;
-
 namespace
 {
 

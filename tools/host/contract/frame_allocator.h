@@ -15,6 +15,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 class FrameAllocator;
 
 /// A hold of the host on a frame, beside the driver's: the frame stays as it is until the last hold goes.
@@ -43,7 +45,7 @@ private:
 /// The frames of one host process. Frames that came back are used again; every frame that is out is known, so
 /// that a frame that never comes back, comes back twice or comes back damaged is noticed. Any thread.
 /// Outlives the driver and all holds.
-class FrameAllocator final : public korvane::ipcapture::IHostFrameAllocator
+class FrameAllocator final : public IHostFrameAllocator
 {
 public:
     /// `faults` outlives the allocator.
@@ -52,7 +54,7 @@ public:
 
     /// A hold on a frame that the driver has just delivered; none, and a fault, if the driver has no such
     /// frame out.
-    FrameHold Hold(korvane::ipcapture::IHostFrame* frame);
+    FrameHold Hold(IHostFrame* frame);
 
     std::uint64_t Allocated() const;   ///< frames handed out since the beginning
     std::uint64_t Outstanding() const; ///< frames that the driver has not released
@@ -61,28 +63,27 @@ public:
     void Trim();
 
     void ReservedSlot1() override;
-    korvane::ipcapture::IHostFrame* AllocateVideoFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                                       const char* driverName) override;
-    korvane::ipcapture::IHostFrame* AllocateAudioFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                                       const char* driverName) override;
-    void ReleaseAudioFrame(korvane::ipcapture::IHostFrame* frame) override;
+    IHostFrame* AllocateVideoFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
+                                   const char* driverName) override;
+    IHostFrame* AllocateAudioFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
+                                   const char* driverName) override;
+    void ReleaseAudioFrame(IHostFrame* frame) override;
     void ReservedSlot2() override;
-    void ReleaseFrame(korvane::ipcapture::IHostFrame* frame) override;
+    void ReleaseFrame(IHostFrame* frame) override;
 
 private:
     friend class FrameHold;
 
-    korvane::ipcapture::IHostFrame* Allocate(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                             const char* driverName, bool isAudio);
-    void Release(korvane::ipcapture::IHostFrame* frame, bool isAudio);
+    IHostFrame* Allocate(std::uint32_t formatCode, std::uint32_t sizeBytes, const char* driverName,
+                         bool isAudio);
+    void Release(IHostFrame* frame, bool isAudio);
     void DropHold(Frame* frame);
     std::unique_ptr<Frame> TakeFree(std::size_t capacity); // the lock is held
 
     FaultList& faults_;
     mutable std::mutex lock_; // over all below; no call leaves this class while it is held
-    std::unordered_map<const korvane::ipcapture::IHostFrame*, std::unique_ptr<Frame>>
-        used_; // driver or host holds it
-    std::unordered_set<const korvane::ipcapture::IHostFrame*> withDriver_;
+    std::unordered_map<const IHostFrame*, std::unique_ptr<Frame>> used_; // driver or host holds it
+    std::unordered_set<const IHostFrame*> withDriver_;
     std::map<std::size_t, std::vector<std::unique_ptr<Frame>>> free_; // by capacity
     std::size_t freeBytes_ = 0;
     std::uint64_t allocated_ = 0;

@@ -42,7 +42,7 @@ Sink::~Sink()
     SayRepeats();
 }
 
-void Sink::WriteMessage(korvane::ipcapture::CDebugInfoIf* message)
+void Sink::WriteMessage(CDebugInfoIf* message)
 {
     if (message == nullptr)
         return;

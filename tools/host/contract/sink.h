@@ -13,6 +13,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// One message of the driver, as it came.
 struct LogLine
 {
@@ -23,14 +25,14 @@ struct LogLine
 
 /// Takes the driver's messages: prints them with time and level, counts them and keeps them for the report.
 /// What a hundred drivers say alike is printed once, with a count. Any thread.
-class Sink final : public korvane::ipcapture::IHostSink
+class Sink final : public IHostSink
 {
 public:
     /// With `quiet` only errors and warnings are printed; all are counted. `console` outlives the sink.
     Sink(Console& console, bool quiet);
     ~Sink() override;
 
-    void WriteMessage(korvane::ipcapture::CDebugInfoIf* message) override;
+    void WriteMessage(CDebugInfoIf* message) override;
 
     std::map<std::uint8_t, std::uint64_t> CountByLevel() const;
 

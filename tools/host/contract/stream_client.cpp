@@ -34,7 +34,7 @@ void StreamClient::ForgetRate()
     gaps_.Reset();
 }
 
-bool StreamClient::DeliverFrame(korvane::ipcapture::IHostFrame* frame)
+bool StreamClient::DeliverFrame(IHostFrame* frame)
 {
     const std::int64_t wall = WallMicroseconds();
     FrameHold hold = allocator_.Hold(frame);

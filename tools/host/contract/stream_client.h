@@ -15,6 +15,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// Takes the frames of one stream beyond their delivery.
 class IFrameReceiver
 {
@@ -50,7 +52,7 @@ struct StreamCounts
 
 /// The host's end of one stream: counts what comes and passes it on. `DeliverFrame` and `SignalLost` are
 /// called by the driver's threads, everything else by the host's.
-class StreamClient final : public korvane::ipcapture::IHostChannelClient
+class StreamClient final : public IHostChannelClient
 {
 public:
     /// `receiver` and `delays` may be null; all outlive the client.
@@ -62,7 +64,7 @@ public:
     /// The rate is about to change: distances between frames have to be learnt anew.
     void ForgetRate();
 
-    bool DeliverFrame(korvane::ipcapture::IHostFrame* frame) override;
+    bool DeliverFrame(IHostFrame* frame) override;
     void ReservedSlot1() override;
     void SignalLost() override;
 

@@ -106,16 +106,10 @@ void HostSide::NoteFault(const std::string& text)
         faults_.push_back(text);
 }
 
-void HostSide::Expect(Party party)
+void HostSide::SetExpected(Party party, bool isExpected)
 {
     const std::lock_guard guard(books_);
-    isExpected_[static_cast<std::size_t>(party)] = true;
-}
-
-void HostSide::Forbid(Party party)
-{
-    const std::lock_guard guard(books_);
-    isExpected_[static_cast<std::size_t>(party)] = false;
+    isExpected_[static_cast<std::size_t>(party)] = isExpected;
 }
 
 std::chrono::duration<double> HostSide::Busy() const

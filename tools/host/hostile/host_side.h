@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <sys/types.h>
@@ -62,9 +63,19 @@ public:
         body();
     }
 
-    void Fault(const std::string& text); ///< the driver did something that it must not do
-    void Expect(Party party);            ///< calls on it may come from now on
-    void Forbid(Party party);            ///< none may come any more; those under way end by themselves
+    /// A call that asks for what the host has at hand.
+    template <typename Result>
+    Result Answer(Operation operation, Result answer, std::type_identity_t<Result> refusal = {})
+    {
+        return Visit(*this, operation).Refuses() ? refusal : answer;
+    }
+
+    /// A call that only tells the host something.
+    void Hear(Operation operation) { const Visit visit(*this, operation); }
+
+    void Fault(const std::string& text);                    ///< the driver did what it must not do
+    void Expect(Party party) { SetExpected(party, true); }  ///< calls on it may come from now on
+    void Forbid(Party party) { SetExpected(party, false); } ///< none may; those under way end by themselves
 
     /// How long this host has held the driver up until now; calls at the same time count once.
     std::chrono::duration<double> Busy() const;
@@ -119,6 +130,7 @@ private:
     void Enter(Visit& visit); // books the beginning of a call, and says what is done to it
     void Leave(const Visit& visit);
     void NoteFault(const std::string& text); // `books_` is held
+    void SetExpected(Party party, bool isExpected);
     std::mutex& LockOf(Operation operation)
     {
         return locks_[static_cast<std::size_t>(TraitsOf(operation).resource)];

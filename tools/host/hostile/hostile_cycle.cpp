@@ -179,7 +179,7 @@ void HostileCycle::Start(IIPCaptureDriverEx4& driver)
     if (audio_ != nullptr)
     {
         side.Expect(Party::Audio);
-        Timed(Promise::Start, [&] { audio_->StartChannel(0, 0, &host_->audio, &host_->audio); });
+        Timed(Promise::Start, [&] { audio_->StartChannel(0, 0, &host_->client, &host_->client); });
     }
     io_ = OneIn(2) ? driver.GetIO() : nullptr;
     if (io_ != nullptr)

@@ -5,6 +5,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// One start and stop of a driver with all that belongs to it, or one query. All its chances follow from the
 /// seed of the run and its number. Its worker's thread.
 class HostileCycle
@@ -18,7 +20,7 @@ private:
     bool OneIn(unsigned count) { return Throw(dice_, 1, count) == 1; }
     void DoQuery();
     void DoDriver();
-    void Start(korvane::ipcapture::IIPCaptureDriverEx4& driver);
+    void Start(IIPCaptureDriverEx4& driver);
     void StartVideo();
     void Use();
     void Stop();
@@ -33,10 +35,10 @@ private:
     const Device device_;
     const bool isQuery_;
     std::unique_ptr<HostileHost> host_;
-    korvane::ipcapture::IIPVideoCaptureEx* video_ = nullptr;
-    korvane::ipcapture::IIPAudioCapture2* audio_ = nullptr; // null: not started, as below
-    korvane::ipcapture::ICaptureIOApi* io_ = nullptr;
-    korvane::ipcapture::IIPPTZApi* head_ = nullptr;
+    IIPVideoCaptureEx* video_ = nullptr;
+    IIPAudioCapture2* audio_ = nullptr; // null: not started, as below
+    ICaptureIOApi* io_ = nullptr;
+    IIPPTZApi* head_ = nullptr;
 };
 
 } // namespace larkmoor::host

@@ -6,89 +6,18 @@
 namespace larkmoor::host
 {
 
-using namespace korvane::ipcapture;
-
-template <typename Body>
-void HostileFrame::Use(Operation operation, const Body& body)
-{
-    side_.Call(operation,
-               [&]
-               {
-                   if (IHostFrame* const frame = frame_.load(); frame != nullptr)
-                       body(*frame);
-                   else
-                       side_.Fault("use of a frame after its release");
-               });
-}
-
-void HostileFrame::SetData(const std::uint8_t* data, std::uint32_t sizeBytes)
-{
-    Use(Operation::SetData, [&](IHostFrame& frame) { frame.SetData(data, sizeBytes); });
-}
-
-std::uint8_t* HostileFrame::GetData()
+IHostFrame* HostileFrame::Inner()
 {
     IHostFrame* const frame = frame_.load();
     if (frame == nullptr)
         side_.Fault("use of a frame after its release");
-    return side_.Call<std::uint8_t*>(Operation::GetData, nullptr,
-                                     [&] { return frame == nullptr ? nullptr : frame->GetData(); });
+    return frame;
 }
 
-void HostileFrame::SetDataSize(std::uint32_t sizeBytes)
+std::uint8_t* HostileFrame::GetData()
 {
-    Use(Operation::SetDataSize, [&](IHostFrame& frame) { frame.SetDataSize(sizeBytes); });
-}
-
-void HostileFrame::SetTimeNow()
-{
-    Use(Operation::SetTime, [](IHostFrame& frame) { frame.SetTimeNow(); });
-}
-
-void HostileFrame::SetTime(const SYSTEMTIME* captureTime)
-{
-    Use(Operation::SetTime, [&](IHostFrame& frame) { frame.SetTime(captureTime); });
-}
-
-void HostileFrame::SetFormat(std::uint32_t formatCode)
-{
-    Use(Operation::SetFormat, [&](IHostFrame& frame) { frame.SetFormat(formatCode); });
-}
-
-void HostileFrame::SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config)
-{
-    Use(Operation::DescribeFrame, [&](IHostFrame& frame) { frame.SetCodecConfig(sizeBytes, config); });
-}
-
-void HostileFrame::SetHeight(std::uint32_t pixels)
-{
-    Use(Operation::DescribeFrame, [&](IHostFrame& frame) { frame.SetHeight(pixels); });
-}
-
-void HostileFrame::SetAudioBitRate(std::uint32_t bitsPerSecond)
-{
-    Use(Operation::DescribeFrame, [&](IHostFrame& frame) { frame.SetAudioBitRate(bitsPerSecond); });
-}
-
-void HostileFrame::SetWidth(std::uint32_t pixels)
-{
-    Use(Operation::DescribeFrame, [&](IHostFrame& frame) { frame.SetWidth(pixels); });
-}
-
-void HostileFrame::SetAudioInput(std::uint8_t audioInput)
-{
-    Use(Operation::DescribeFrame, [&](IHostFrame& frame) { frame.SetAudioInput(audioInput); });
-}
-
-void HostileFrame::SetSizeClass(std::uint32_t sizeClass)
-{
-    Use(Operation::DescribeFrame, [&](IHostFrame& frame) { frame.SetSizeClass(sizeClass); });
-}
-
-void HostileFrame::SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, bool stereo)
-{
-    Use(Operation::DescribeFrame,
-        [&](IHostFrame& frame) { frame.SetAudioFormat(sampleRate, reserved, stereo); });
+    IHostFrame* const frame = Inner();
+    return side_.Answer(Operation::GetData, frame == nullptr ? nullptr : frame->GetData());
 }
 
 HostileAllocator::~HostileAllocator()
@@ -161,14 +90,14 @@ void HostileAllocator::ReleaseAudioFrame(IHostFrame* frame)
 {
     if (IHostFrame* const inner = TakeBack(frame); inner != nullptr)
         frames_.ReleaseAudioFrame(inner);
-    side_.Call(Operation::ReleaseAudioFrame, [] {});
+    side_.Hear(Operation::ReleaseAudioFrame);
 }
 
 void HostileAllocator::ReleaseFrame(IHostFrame* frame)
 {
     if (IHostFrame* const inner = TakeBack(frame); inner != nullptr)
         frames_.ReleaseFrame(inner);
-    side_.Call(Operation::ReleaseFrame, [] {});
+    side_.Hear(Operation::ReleaseFrame);
 }
 
 } // namespace larkmoor::host

@@ -9,17 +9,21 @@
 #include <larkmoor/host_sink.h>
 #include <larkmoor/ip_audio.h>
 
+#include <iterator>
+
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// A log that stalls and throws. It keeps the numbers of the threads that the driver says to give up.
-class HostileSink final : public korvane::ipcapture::IHostSink
+class HostileSink final : public IHostSink
 {
 public:
     explicit HostileSink(HostSide& side) : side_(side) {}
 
     std::vector<pid_t> GivenUp() const;
-    void WriteMessage(korvane::ipcapture::CDebugInfoIf* message) override;
+    void WriteMessage(CDebugInfoIf* message) override;
 
 private:
     HostSide& side_;
@@ -27,163 +31,178 @@ private:
     std::vector<pid_t> givenUp_;
 };
 
-/// A recorder of one channel.
-class HostileClient final : public korvane::ipcapture::IHostChannelClient
+/// A recorder of one channel and its sound, with the formats that it takes.
+class HostileClient final : public IHostChannelClient,
+                            public IHostAudioClient,
+                            public IHostCodecList,
+                            private IHostCodecItem
 {
 public:
     HostileClient(HostSide& side, const HostileAllocator& allocator) : side_(side), allocator_(allocator) {}
 
-    bool DeliverFrame(korvane::ipcapture::IHostFrame* frame) override;
-    void ReservedSlot1() override { side_.Fault("call of a reserved operation of the channel client"); }
-    void SignalLost() override;
-
-private:
-    HostSide& side_;
-    const HostileAllocator& allocator_;
-};
-
-/// A recorder of one audio channel, with the formats that it takes.
-class HostileAudioClient final : public korvane::ipcapture::IHostAudioClient,
-                                 public korvane::ipcapture::IHostCodecList,
-                                 public korvane::ipcapture::IHostCodecItem
-{
-public:
-    HostileAudioClient(HostSide& side, const HostileAllocator& allocator) : side_(side), allocator_(allocator)
+    bool DeliverFrame(IHostFrame* frame) override { return Take(Operation::DeliverFrame, frame); }
+    void SignalLost() override { side_.Hear(Operation::SignalLost); }
+    bool AudioFrame(IHostFrame* frame) override { return Take(Operation::AudioFrame, frame); }
+    void StateChanged(std::uint32_t, std::uint32_t) override { side_.Hear(Operation::StateChanged); }
+    std::uint32_t GetCount() override { return side_.Answer(Operation::CodecList, kFormatCount); }
+    IHostCodecItem* GetItem(std::uint32_t index) override
     {
+        return side_.Answer<IHostCodecItem*>(Operation::CodecList, index < kFormatCount ? this : nullptr);
     }
 
-    bool AudioFrame(korvane::ipcapture::IHostFrame* frame) override;
-    void StateChanged(std::uint32_t audioChannel, std::uint32_t state) override;
-    std::uint32_t GetCount() override;
-    korvane::ipcapture::IHostCodecItem* GetItem(std::uint32_t index) override;
-
 private:
-    std::uint32_t GetCode() override;
-    void ReservedSlot1() override { side_.Fault("call of a reserved operation of a codec"); }
-    bool IsUsable() override;
+    static constexpr std::uint32_t kFormats[] = {kFormatG711MuLaw, kFormatG726, kFormatAac};
+    static constexpr std::uint32_t kFormatCount = std::size(kFormats);
+
+    bool Take(Operation operation, const IHostFrame* frame);
+
+    // One item is all three: each question about it may get another answer, as of a host that is being set
+    // up.
+    std::uint32_t GetCode() override
+    {
+        return side_.Answer(Operation::CodecList, kFormats[side_.Calls(Operation::CodecList) % kFormatCount]);
+    }
+    bool IsUsable() override { return side_.Answer(Operation::CodecList, true); }
+    void ReservedSlot1() override { side_.Fault("call of a reserved operation of a client or a codec"); }
 
     HostSide& side_;
     const HostileAllocator& allocator_;
 };
 
-class HostileIoClient final : public korvane::ipcapture::IHostIOClient
+class HostileIoClient final : public IHostIOClient
 {
 public:
     explicit HostileIoClient(HostSide& side) : side_(side) {}
 
-    void InputChanged(std::uint32_t number, std::uint32_t state) override;
-    void ConnectionLost() override;
+    void InputChanged(std::uint32_t, std::uint32_t) override { side_.Hear(Operation::InputChanged); }
+    void ConnectionLost() override { side_.Hear(Operation::ConnectionLost); }
 
 private:
     HostSide& side_;
 };
 
 /// A device as the driver reads it at `Open`.
-class HostileDeviceSettings final : public korvane::ipcapture::IHostDeviceSettings,
-                                    public korvane::ipcapture::IHostDeviceDescription,
-                                    public korvane::ipcapture::IHostConnection
+class HostileDeviceSettings final : public IHostDeviceSettings,
+                                    private IHostDeviceDescription,
+                                    private IHostConnection
 {
 public:
     /// All outlive this object.
     HostileDeviceSettings(HostSide& side, const Device& device, FaultList& faults)
-        : side_(side), settings_(device, faults)
+        : side_(side), device_(device), settings_(device, faults)
     {
     }
 
-    korvane::ipcapture::IHostDeviceDescription* GetDescription() override;
-    korvane::ipcapture::IHostConnection* GetConnection() override;
-    const char* GetParameter(std::uint32_t number) override;
+    IHostDeviceDescription* GetDescription() override { return Answer<IHostDeviceDescription*>(this); }
+    IHostConnection* GetConnection() override { return Answer<IHostConnection*>(this); }
+    const char* GetParameter(std::uint32_t number) override { return Answer(settings_.GetParameter(number)); }
 
 private:
+    template <typename Result>
+    Result Answer(Result answer, Result refusal = {})
+    {
+        return side_.Answer(Operation::DeviceSettings, answer, refusal);
+    }
+    const char* Answer(const std::string& text) { return Answer(text.c_str(), ""); }
+
     void ReservedSlot1() override { side_.Fault("call of a reserved operation of the device settings"); }
     void ReservedSlot2() override { ReservedSlot1(); }
-    const char* GetModel() override;
-    std::uint32_t GetChannelCount() override;
-    std::uint32_t GetInputCount() override;
-    std::uint32_t GetOutputCount() override;
-    const char* GetAddress() override;
-    std::uint16_t GetPort() override;
-    std::uint32_t GetCodec() override;
-    const char* GetUser() override;
-    const char* GetPassword() override;
+    const char* GetModel() override { return Answer(device_.model); }
+    std::uint32_t GetChannelCount() override { return Answer(device_.channels); }
+    std::uint32_t GetInputCount() override { return Answer(device_.inputs); }
+    std::uint32_t GetOutputCount() override { return Answer(device_.outputs); }
+    const char* GetAddress() override { return Answer(device_.address); }
+    std::uint16_t GetPort() override { return Answer(device_.port); }
+    std::uint32_t GetCodec() override { return Answer(static_cast<std::uint32_t>(device_.codec)); }
+    const char* GetUser() override { return Answer(device_.user); }
+    const char* GetPassword() override { return Answer(device_.password); }
 
     HostSide& side_;
+    const Device& device_;
     DeviceSettings settings_;
 };
 
 /// What a channel is to deliver.
-class HostileChannelSettings final : public korvane::ipcapture::IHostChannelSettings,
-                                     public korvane::ipcapture::IHostVideoFormat,
-                                     public korvane::ipcapture::IHostStreamSettings,
-                                     public korvane::ipcapture::IHostResolution
+class HostileChannelSettings final : public IHostChannelSettings,
+                                     private IHostVideoFormat,
+                                     public IHostStreamSettings,
+                                     public IHostResolution
 {
 public:
     HostileChannelSettings(HostSide& side, PictureSize size) : side_(side), size_(size) {}
 
-    korvane::ipcapture::IHostVideoFormat* GetVideoFormat() override;
-    korvane::ipcapture::IHostStreamSettings* GetStreamSettings() override;
-    std::uint16_t GetWidth() override;
-    std::uint16_t GetHeight() override;
+    IHostVideoFormat* GetVideoFormat() override { return Answer<IHostVideoFormat*>(this); }
+    IHostStreamSettings* GetStreamSettings() override { return Answer<IHostStreamSettings*>(this); }
 
 private:
+    template <typename Result>
+    Result Answer(Result answer)
+    {
+        return side_.Answer(Operation::ChannelSettings, answer);
+    }
+
     void ReservedSlot1() override { side_.Fault("call of a reserved operation of the channel settings"); }
     void ReservedSlot2() override { ReservedSlot1(); }
-    korvane::ipcapture::IHostResolution* GetPictureSize() override;
-    std::uint16_t GetFrameInterval() override;
-    std::uint16_t GetQuality() override;
+    IHostResolution* GetPictureSize() override { return Answer<IHostResolution*>(this); }
+    std::uint16_t GetWidth() override { return Answer(size_.width); }
+    std::uint16_t GetHeight() override { return Answer(size_.height); }
+    std::uint16_t GetFrameInterval() override { return Answer<std::uint16_t>(100); }
+    std::uint16_t GetQuality() override { return Answer<std::uint16_t>(60); }
 
     HostSide& side_;
     PictureSize size_;
 };
 
 /// Hears how a query ends.
-class HostileQuerySink final : public korvane::ipcapture::ICapabilitySink
+class HostileQuerySink final : public ICapabilitySink
 {
 public:
     explicit HostileQuerySink(HostSide& side) : side_(side) {}
 
     void ReservedSlot1() override { side_.Fault("call of a reserved operation of the capability sink"); }
-    void OnQueryDone() override;
-    void OnQueryFailed(std::uint32_t code, const char* text) override;
-    void OnQueryKilled() override;
+    void OnQueryDone() override { side_.Hear(Operation::QueryEnd); }
+    void OnQueryFailed(std::uint32_t, const char*) override { side_.Hear(Operation::QueryEnd); }
+    void OnQueryKilled() override { side_.Hear(Operation::QueryEnd); }
 
 private:
     HostSide& side_;
 };
 
 /// Takes what a query writes and forgets it.
-class HostileStore final : public korvane::ipcapture::ICapabilityStore,
-                           public korvane::ipcapture::ICapabilityField,
-                           public korvane::ipcapture::ICapabilityParameter,
-                           public korvane::ipcapture::IResolutionList,
-                           public korvane::ipcapture::IFrameTimeList
+class HostileStore final : public ICapabilityStore,
+                           private ICapabilityField,
+                           private ICapabilityParameter,
+                           private IResolutionList,
+                           private IFrameTimeList
 {
 public:
     explicit HostileStore(HostSide& side) : side_(side) {}
 
-    void SetValue(std::uint32_t id, std::uint32_t value) override;
-    void SetModel(const char* text) override;
-    korvane::ipcapture::ICapabilityField* GetConnectionField(std::uint32_t index) override;
+    void SetValue(std::uint32_t, std::uint32_t) override { Hear(); }
+    void SetModel(const char*) override { Hear(); }
+    ICapabilityField* GetConnectionField(std::uint32_t) override { return Give<ICapabilityField>(); }
+    ICapabilityParameter* AddParameter(std::uint32_t) override { return Give<ICapabilityParameter>(); }
+    IResolutionList* GetResolutionList() override { return Give<IResolutionList>(); }
+    IFrameTimeList* GetFrameTimeList(std::uint32_t) override { return Give<IFrameTimeList>(); }
     void ReservedSlot1() override { side_.Fault("call of a reserved operation of the capability store"); }
     void ReservedSlot2() override { ReservedSlot1(); }
-    korvane::ipcapture::ICapabilityParameter* AddParameter(std::uint32_t id) override;
-    korvane::ipcapture::IResolutionList* GetResolutionList() override;
-    korvane::ipcapture::IFrameTimeList* GetFrameTimeList(std::uint32_t number) override;
 
 private:
-    void SetText(const char* text) override;
-    void SetValue(const char* text) override;
-    void SetIsText(bool isText) override;
-    void SetName(const char* text) override;
-    void SetReserved(std::uint32_t value) override;
-    void Add(const char* text, std::uint32_t width, std::uint32_t height, std::uint32_t frameTime) override;
-    void SetDefault(std::uint32_t frameTime) override;
-    void Add(std::uint32_t frameTime) override;
-
-    void Write() // whatever it is
+    template <typename Part>
+    Part* Give()
     {
-        side_.Call(Operation::CapabilityStore, [] {});
+        return side_.Answer<Part*>(Operation::CapabilityStore, this);
     }
+    void Hear() { side_.Hear(Operation::CapabilityStore); }
+
+    void SetText(const char*) override { Hear(); }
+    void SetValue(const char*) override { Hear(); }
+    void SetIsText(bool) override { Hear(); }
+    void SetName(const char*) override { Hear(); }
+    void SetReserved(std::uint32_t) override { Hear(); }
+    void Add(const char*, std::uint32_t, std::uint32_t, std::uint32_t) override { Hear(); }
+    void SetDefault(std::uint32_t) override { Hear(); }
+    void Add(std::uint32_t) override { Hear(); }
 
     HostSide& side_;
 };
@@ -197,7 +216,6 @@ struct HostileHost
     HostileAllocator allocator{side};
     HostileSink sink{side};
     HostileClient client{side, allocator};
-    HostileAudioClient audio{side, allocator};
     HostileIoClient io{side};
     HostileQuerySink querySink{side};
     HostileStore store{side};

@@ -7,25 +7,27 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 AVCodecID CodecOfFormat(std::uint32_t format)
 {
     switch (format)
     {
-    case korvane::ipcapture::kFormatH264Key:
-    case korvane::ipcapture::kFormatH264Delta:
+    case kFormatH264Key:
+    case kFormatH264Delta:
         return AV_CODEC_ID_H264;
-    case korvane::ipcapture::kFormatMpeg4Key:
-    case korvane::ipcapture::kFormatMpeg4Delta:
+    case kFormatMpeg4Key:
+    case kFormatMpeg4Delta:
         return AV_CODEC_ID_MPEG4;
-    case korvane::ipcapture::kFormatJpeg:
+    case kFormatJpeg:
         return AV_CODEC_ID_MJPEG;
-    case korvane::ipcapture::kFormatG711MuLaw:
+    case kFormatG711MuLaw:
         return AV_CODEC_ID_PCM_MULAW;
-    case korvane::ipcapture::kFormatG711ALaw:
+    case kFormatG711ALaw:
         return AV_CODEC_ID_PCM_ALAW;
-    case korvane::ipcapture::kFormatG726:
+    case kFormatG726:
         return AV_CODEC_ID_ADPCM_G726LE; // packed from the least significant bit on, as RFC 3551 has it
-    case korvane::ipcapture::kFormatAac:
+    case kFormatAac:
         return AV_CODEC_ID_AAC;
     default:
         return AV_CODEC_ID_NONE;

@@ -36,7 +36,7 @@ SoundDecoder::SoundDecoder(const FrameInfo& info)
         throw std::bad_alloc();
     context_->sample_rate = static_cast<int>(info.sampleRate);
     av_channel_layout_default(&context_->ch_layout, info.stereo ? 2 : 1);
-    if (info.format == korvane::ipcapture::kFormatG726 && info.sampleRate != 0)
+    if (info.format == kFormatG726 && info.sampleRate != 0)
         context_->bits_per_coded_sample = static_cast<int>(info.audioBitRate / info.sampleRate);
     SetCodecBytes(*context_, info.codecConfig);
     if (const int code = avcodec_open2(context_.get(), codec, nullptr); code < 0)

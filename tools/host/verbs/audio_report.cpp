@@ -5,8 +5,6 @@
 namespace larkmoor::host
 {
 
-using namespace korvane::ipcapture;
-
 std::vector<std::uint32_t> AllAudioFormats()
 {
     return {kFormatG711MuLaw, kFormatG711ALaw, kFormatG726, kFormatAac};

@@ -72,17 +72,16 @@ OpenDriver::~OpenDriver()
     bench_.library.deleteIPCaptureEx4(driver_);
 }
 
-korvane::ipcapture::IIPPTZApi& OpenDriver::Head()
+IIPPTZApi& OpenDriver::Head()
 {
-    korvane::ipcapture::IIPPTZDriver* const heads = driver_->GetPTZ();
-    korvane::ipcapture::IIPPTZApi* const head = heads == nullptr ? nullptr : heads->GetPTZControl(0);
+    IIPPTZDriver* const heads = driver_->GetPTZ();
+    IIPPTZApi* const head = heads == nullptr ? nullptr : heads->GetPTZControl(0);
     if (head == nullptr)
         throw Failure(ExitStatus::NoDriver, "the driver gives no control of a head");
     return *head;
 }
 
-void OpenDriver::Start(std::uint32_t channel, korvane::ipcapture::IHostChannelClient& client,
-                       const StreamOptions& stream)
+void OpenDriver::Start(std::uint32_t channel, IHostChannelClient& client, const StreamOptions& stream)
 {
     ChannelSettings settings(stream.size, IntervalOfRate(stream.rate), stream.quality, bench_.faults);
     if (!video_->StartChannel(channel, &client, &settings))
@@ -91,7 +90,7 @@ void OpenDriver::Start(std::uint32_t channel, korvane::ipcapture::IHostChannelCl
 
 void OpenDriver::StartAudio(std::uint32_t channel, std::uint32_t videoChannel, AudioClient& client)
 {
-    korvane::ipcapture::IIPAudioCapture2* const audio = driver_->GetAudioCapture();
+    IIPAudioCapture2* const audio = driver_->GetAudioCapture();
     if (audio == nullptr)
         throw Failure(ExitStatus::NoDriver,
                       "the device has no sound (parameter 101; see --device and --property)");
@@ -102,7 +101,7 @@ void OpenDriver::StartAudio(std::uint32_t channel, std::uint32_t videoChannel, A
 
 void OpenDriver::StopAudio(std::uint32_t channel)
 {
-    if (korvane::ipcapture::IIPAudioCapture2* const audio = driver_->GetAudioCapture(); audio != nullptr)
+    if (IIPAudioCapture2* const audio = driver_->GetAudioCapture(); audio != nullptr)
         audio->StopChannel(channel);
 }
 

@@ -19,6 +19,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// What every verb works with: the loaded driver and the host's side of it, with the driver's settings in
 /// place.
 struct Bench
@@ -46,15 +48,14 @@ public:
     OpenDriver(const OpenDriver&) = delete;
     OpenDriver& operator=(const OpenDriver&) = delete;
 
-    korvane::ipcapture::IIPVideoCaptureEx& Video() { return *video_; }
-    korvane::ipcapture::IIPCaptureDriverEx4& Driver() { return *driver_; }
+    IIPVideoCaptureEx& Video() { return *video_; }
+    IIPCaptureDriverEx4& Driver() { return *driver_; }
 
     /// The control of the device's head. Throws `Failure` (NoDriver) if the driver gives none.
-    korvane::ipcapture::IIPPTZApi& Head();
+    IIPPTZApi& Head();
 
     /// Starts a channel. Throws `Failure` (NoDriver) if the driver refuses.
-    void Start(std::uint32_t channel, korvane::ipcapture::IHostChannelClient& client,
-               const StreamOptions& stream);
+    void Start(std::uint32_t channel, IHostChannelClient& client, const StreamOptions& stream);
 
     /// Starts an audio channel. Throws `Failure` (NoDriver) if the device has no sound or the driver
     /// refuses.
@@ -68,8 +69,8 @@ public:
 
 private:
     Bench& bench_;
-    korvane::ipcapture::IIPCaptureDriverEx4* driver_;
-    korvane::ipcapture::IIPVideoCaptureEx* video_ = nullptr;
+    IIPCaptureDriverEx4* driver_;
+    IIPVideoCaptureEx* video_ = nullptr;
 };
 
 /// "running", "connecting", "stopped", or the number.

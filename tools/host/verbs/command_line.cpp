@@ -16,6 +16,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 namespace
 {
 
@@ -91,7 +93,6 @@ std::optional<std::chrono::milliseconds> ReadDurationText(const std::string& tex
 
 std::optional<std::vector<std::uint32_t>> ReadAudioFormats(const std::string& text)
 {
-    using namespace korvane::ipcapture;
     if (text == "g711")
         return std::vector<std::uint32_t>{kFormatG711MuLaw, kFormatG711ALaw};
     if (text == "g726")

@@ -25,9 +25,9 @@ const char* NameOf(std::uint32_t state)
 {
     switch (state)
     {
-    case korvane::ipcapture::kSignalLow:
+    case kSignalLow:
         return "low";
-    case korvane::ipcapture::kSignalHigh:
+    case kSignalHigh:
         return "high";
     default:
         return "unknown";
@@ -35,7 +35,7 @@ const char* NameOf(std::uint32_t state)
 }
 
 // Prints what the driver tells, on its threads.
-class InputPrinter final : public korvane::ipcapture::IHostIOClient
+class InputPrinter final : public IHostIOClient
 {
 public:
     void InputChanged(std::uint32_t number, std::uint32_t state) override
@@ -80,7 +80,7 @@ private:
 };
 
 // Switches and waits until the time is over.
-ExitStatus Follow(korvane::ipcapture::ICaptureIOApi& io, const IoOptions& options, Console& console)
+ExitStatus Follow(ICaptureIOApi& io, const IoOptions& options, Console& console)
 {
     bool good = true;
     auto next = options.switches.begin();
@@ -91,9 +91,7 @@ ExitStatus Follow(korvane::ipcapture::ICaptureIOApi& io, const IoOptions& option
         for (; next != options.switches.end() && next->at <= now; ++next)
         {
             const bool exists = next->output < io.GetOutputCount();
-            const bool taken =
-                exists && io.SetOutput(next->output, next->on ? korvane::ipcapture::kSignalHigh
-                                                              : korvane::ipcapture::kSignalLow);
+            const bool taken = exists && io.SetOutput(next->output, next->on ? kSignalHigh : kSignalLow);
             console.Line("output " + std::to_string(next->output) + (next->on ? " on" : " off") +
                          (taken    ? ""
                           : exists ? ": refused"
@@ -118,7 +116,7 @@ ExitStatus Io(const PrivateFolder& folder, const IoOptions& options)
     ExitStatus status = ExitStatus::Refused;
     {
         OpenDriver driver(bench, options.common.device);
-        korvane::ipcapture::ICaptureIOApi* const io = driver.Driver().GetIO();
+        ICaptureIOApi* const io = driver.Driver().GetIO();
         if (io == nullptr)
             throw Failure(ExitStatus::NoDriver, "the driver gives no inputs and outputs");
         bench.console.Line("inputs " + std::to_string(io->GetInputCount()) + ", outputs " +

@@ -12,8 +12,6 @@ namespace larkmoor::host
 namespace
 {
 
-using korvane::ipcapture::IIPPTZApi;
-
 constexpr std::size_t kLongestName = 1024; // a camera's name may have any length
 
 std::vector<std::string> NamesOf(IIPPTZApi& head)
@@ -42,16 +40,16 @@ std::int32_t Do(IIPPTZApi& head, const PresetOptions& options)
     case PresetOptions::What::List:
         break;
     }
-    return korvane::ipcapture::kPTZDone;
+    return kPTZDone;
 }
 
 std::string ReasonOf(std::int32_t result)
 {
     switch (result)
     {
-    case korvane::ipcapture::kPTZBadArgument:
+    case kPTZBadArgument:
         return "the name is invalid";
-    case korvane::ipcapture::kPTZPresetListFull:
+    case kPTZPresetListFull:
         return "all places are taken";
     default:
         return "the device refused, or knows no such name (" + std::to_string(result) + ")";
@@ -86,7 +84,7 @@ ExitStatus Preset(const PrivateFolder& folder, const PresetOptions& options)
             std::printf("%s\n", name.c_str());
         std::fflush(stdout);
     }
-    bool good = result == korvane::ipcapture::kPTZDone;
+    bool good = result == kPTZDone;
     if (!good)
         bench.console.Line(ReasonOf(result));
     if (options.what == PresetOptions::What::List && names.empty())

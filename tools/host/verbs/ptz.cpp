@@ -14,8 +14,6 @@ namespace larkmoor::host
 namespace
 {
 
-using korvane::ipcapture::IIPPTZApi;
-using korvane::ipcapture::kPTZDone;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
@@ -39,14 +37,14 @@ std::int32_t Move(IIPPTZApi& head, std::uint32_t speed)
 }
 
 constexpr Motion kMotions[] = {
-    {"left", Keyboard::kLeft, Move<korvane::ipcapture::kPTZLeft>},
-    {"right", Keyboard::kRight, Move<korvane::ipcapture::kPTZRight>},
-    {"up", Keyboard::kUp, Move<korvane::ipcapture::kPTZUp>},
-    {"down", Keyboard::kDown, Move<korvane::ipcapture::kPTZDown>},
-    {"up-left", 0, Move<korvane::ipcapture::kPTZUpLeft>},
-    {"up-right", 0, Move<korvane::ipcapture::kPTZUpRight>},
-    {"down-left", 0, Move<korvane::ipcapture::kPTZDownLeft>},
-    {"down-right", 0, Move<korvane::ipcapture::kPTZDownRight>},
+    {"left", Keyboard::kLeft, Move<kPTZLeft>},
+    {"right", Keyboard::kRight, Move<kPTZRight>},
+    {"up", Keyboard::kUp, Move<kPTZUp>},
+    {"down", Keyboard::kDown, Move<kPTZDown>},
+    {"up-left", 0, Move<kPTZUpLeft>},
+    {"up-right", 0, Move<kPTZUpRight>},
+    {"down-left", 0, Move<kPTZDownLeft>},
+    {"down-right", 0, Move<kPTZDownRight>},
     {"zoom-in", '+', [](IIPPTZApi& head, std::uint32_t speed) { return head.ZoomIn(speed); }},
     {"zoom-out", '-', [](IIPPTZApi& head, std::uint32_t speed) { return head.ZoomOut(speed); }},
     {"focus-near", 'n', [](IIPPTZApi& head, std::uint32_t speed) { return head.FocusNear(speed); }},
@@ -113,7 +111,7 @@ bool PtzRun::Stop()
 {
     if (!started_)
     {
-        head_.StartMove(korvane::ipcapture::kPTZLeft, 1);
+        head_.StartMove(kPTZLeft, 1);
         head_.ZoomIn(1);
     }
     started_ = false;
