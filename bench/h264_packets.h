@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "camera/media/annexb.h"
+#include "base/annexb.h"
 #include "camera/media/canned_loop.h"
 #include "rtp_packets.h"
 
@@ -32,7 +32,7 @@ public:
                 Add({}, loop->parameterSets->sps, false);
                 Add({}, loop->parameterSets->pps, false);
             }
-            const auto units = camera::SplitAnnexB(frame->bytes);
+            const auto units = larkmoor::SplitAnnexB(frame->bytes);
             for (const auto& unit : units)
                 AddUnit(frame->Unit(unit), &unit == &units.back());
             EndPicture(settings.frameRate);

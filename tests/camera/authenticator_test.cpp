@@ -1,4 +1,3 @@
-#include "camera/auth/auth_parameters.h"
 #include "camera/auth/authenticator.h"
 
 #include <gtest/gtest.h>

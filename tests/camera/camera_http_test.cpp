@@ -1,3 +1,4 @@
+#include "base/md5.h"
 #include "camera/simulated_camera.h"
 #include "http/http_sender.h"
 #include "support/table.h"

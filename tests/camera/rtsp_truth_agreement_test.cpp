@@ -1,4 +1,5 @@
-#include "camera/media/annexb.h"
+#include "base/annexb.h"
+#include "base/md5.h"
 #include "camera/rtsp/media_session.h"
 
 #include "parsers/h264_rtp_media_parser.h"
@@ -49,7 +50,7 @@ public:
             bench_.parser.SetParameterSets({sets->sps, sets->pps, {}});
         }
         session_ = std::make_shared<MediaSession>(
-            options_, services_, counters_,
+            options_, services_,
             MediaSession::Setup{context_, stream_, std::make_unique<Output>(bench_.parser), described, 3});
         session_->Play();
     }
@@ -135,7 +136,6 @@ private:
     UnitLog units_;
     const RtspOptions options_;
     RtspServices services_{hub_, authenticator_, faults_, requests_, truth_, units_, nullptr};
-    SendCounters counters_;
     std::shared_ptr<VideoStream> stream_ = hub_.Stream({0, 0});
     korvane::test::ParserBench<korvane::CH264RTPMediaParser> bench_;
     std::vector<std::string> told_;

@@ -1,5 +1,6 @@
 // The bench host as a program, with the real driver, against the simulated camera and servers that are none.
 
+#include "base/md5.h"
 #include "camera/simulated_camera.h"
 #include "host/device/device.h"
 #include "host/device/device_file.h"
@@ -193,7 +194,7 @@ std::vector<std::string> DigestsOf(const std::string& file)
     const LibavPacket packet(av_packet_alloc());
     while (av_read_frame(format, packet.get()) >= 0)
     {
-        all.push_back(Md5({packet->data, static_cast<std::size_t>(packet->size)}));
+        all.push_back(Md5Hex({packet->data, static_cast<std::size_t>(packet->size)}));
         av_packet_unref(packet.get());
     }
     avformat_close_input(&format);

@@ -1,6 +1,6 @@
 #include "host/base/failure.h"
+#include "host/recording/matroska_writer.h"
 #include "host/recording/recorder.h"
-#include "host/recording/timeline.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
 #include "support/http_test_server.h"
 
-#include "camera/auth/auth_parameters.h"
 #include "camera/auth/authenticator.h"
 #include "camera/http/certificate.h"
 

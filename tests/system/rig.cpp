@@ -1,6 +1,7 @@
 #include "system/rig.h"
 
-#include "camera/media/annexb.h"
+#include "base/annexb.h"
+#include "base/md5.h"
 #include "host/contract/driver_settings.h"
 #include "host/device/settings_file.h"
 
@@ -28,8 +29,8 @@ std::vector<std::string> FingerprintsOfUnits(std::span<const std::uint8_t> frame
 {
     std::vector<std::string> md5s;
     frame = frame.first(frame.size() - std::min(frame.size(), kDelimiterBytes));
-    for (const camera::NalUnit& unit : camera::SplitAnnexB(frame))
-        md5s.push_back(camera::Md5Hex(frame.subspan(unit.offset, unit.size)));
+    for (const larkmoor::NalUnit& unit : larkmoor::SplitAnnexB(frame))
+        md5s.push_back(larkmoor::Md5Hex(frame.subspan(unit.offset, unit.size)));
     return md5s;
 }
 
@@ -188,7 +189,7 @@ bool TestHost::TakeFrame(host::FrameHold frame)
 {
     Called();
     const host::FrameInfo& info = frame->Info();
-    SeenFrame seen{camera::Md5Hex(frame->Data()), {}, info.format, info.width, info.height};
+    SeenFrame seen{larkmoor::Md5Hex(frame->Data()), {}, info.format, info.width, info.height};
     if (info.format == kH264Key || info.format == kH264Other)
         seen.units = FingerprintsOfUnits(frame->Data());
     const std::lock_guard guard(lock_);

@@ -1,7 +1,7 @@
+#include "base/choices.h"
 #include "camera/device/profile.h"
 #include "camera/simulated_camera.h"
 
-#include <CLI/CLI.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -33,24 +33,6 @@ std::string Footer()
     return text + FaultPlan::HelpText();
 }
 
-/// Takes the words of `choices` and gives their values.
-template <typename Choice>
-CLI::Validator OneOf(const std::map<std::string, Choice>& choices)
-{
-    std::string words;
-    for (const auto& choice : choices)
-        words += (words.empty() ? "" : "|") + choice.first;
-    const auto translate = [choices, words](std::string& text)
-    {
-        const auto found = choices.find(text);
-        if (found == choices.end())
-            return "\"" + text + "\" is none of " + words;
-        text = std::to_string(static_cast<int>(found->second));
-        return std::string();
-    };
-    return CLI::Validator(translate, words);
-}
-
 void AddOptions(CLI::App& app, CameraOptions& options, unsigned& seconds)
 {
     static const std::map<std::string, AuthScheme> kSchemes = {
@@ -63,7 +45,7 @@ void AddOptions(CLI::App& app, CameraOptions& options, unsigned& seconds)
            "--source", options.source,
            "live: one encoder a stream; canned: pictures encoded beforehand, for many clients; flood: "
            "the same as fast as they are taken")
-        ->transform(OneOf(kSources))
+        ->transform(larkmoor::OneOf(kSources))
         ->option_text("live|canned|flood")
         ->group("Device");
     app.add_option("--bind", options.bind, "Address to serve on (127.0.0.1)")->group("Network");
@@ -73,7 +55,7 @@ void AddOptions(CLI::App& app, CameraOptions& options, unsigned& seconds)
         ->group("Network");
     app.add_flag("--tls", options.tls, "HTTPS, with a certificate made at the start")->group("Network");
     app.add_option("--auth", options.auth, "How clients have to say who they are (none)")
-        ->transform(OneOf(kSchemes))
+        ->transform(larkmoor::OneOf(kSchemes))
         ->option_text("none|basic|digest")
         ->group("Credentials");
     app.add_option("--user", options.user, "The one user (root)")

@@ -1,7 +1,6 @@
 #include "camera/simulated_camera.h"
 
 #include "camera/device/profile.h"
-#include "camera/encoding/audio_parameters.h"
 #include "camera/encoding/video_parameters.h"
 #include "camera/hardware/hardware.h"
 #include "camera/http/certificate.h"
@@ -323,23 +322,6 @@ std::uint16_t SimulatedCamera::HttpPort() const
 std::uint16_t SimulatedCamera::RtspPort() const
 {
     return parts_ ? parts_->RtspPort() : 0;
-}
-
-ParameterStore& SimulatedCamera::Parameters()
-{
-    return parameters_;
-}
-FaultPlan& SimulatedCamera::Faults()
-{
-    return faults_;
-}
-RequestLog& SimulatedCamera::Requests()
-{
-    return requests_;
-}
-TruthLog& SimulatedCamera::Truth()
-{
-    return truth_;
 }
 
 } // namespace larkmoor::camera

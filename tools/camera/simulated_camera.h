@@ -63,10 +63,10 @@ public:
     std::uint16_t RtspPort() const; ///< valid after Start
 
     // What tests look at and change while the camera runs, from any thread.
-    ParameterStore& Parameters();
-    FaultPlan& Faults();
-    RequestLog& Requests();
-    TruthLog& Truth();
+    ParameterStore& Parameters() { return parameters_; }
+    FaultPlan& Faults() { return faults_; }
+    RequestLog& Requests() { return requests_; }
+    TruthLog& Truth() { return truth_; }
 
 private:
     class Parts;

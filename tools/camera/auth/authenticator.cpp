@@ -1,9 +1,7 @@
 #include "camera/auth/authenticator.h"
 
-#include "camera/auth/auth_parameters.h"
-#include "camera/log/truth_log.h"
-
-#include <openssl/evp.h>
+#include "base/md5.h"
+#include "base/text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -18,20 +16,45 @@ namespace
 constexpr std::size_t kMostNonces = 4096; // several hundred clients with a connection or two each
 constexpr std::chrono::minutes kNonceLife(5);
 
-bool EqualsIgnoringCase(std::string_view a, std::string_view b)
+constexpr std::string_view kBlanksAndCommas = " \t,";
+
+void SkipAny(std::string_view& text, std::string_view characters)
 {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+    text.remove_prefix(std::min(text.find_first_not_of(characters), text.size()));
 }
 
-std::string Base64(std::string_view text)
+std::string TakeName(std::string_view& text)
 {
-    std::string encoded(4 * ((text.size() + 2) / 3) + 1, '\0');
-    const int length =
-        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
-                        reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
-    encoded.resize(static_cast<std::size_t>(length));
-    return encoded;
+    const std::size_t end = std::min(text.find_first_of(" \t,=\""), text.size());
+    std::string name(text.substr(0, end));
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    text.remove_prefix(end);
+    return name;
+}
+
+/// False for a quoted text without an end.
+bool TakeValue(std::string_view& text, std::string& value)
+{
+    if (!text.starts_with('"'))
+    {
+        const std::size_t end = std::min(text.find_first_of(kBlanksAndCommas), text.size());
+        value = text.substr(0, end);
+        text.remove_prefix(end);
+        return true;
+    }
+    for (std::size_t i = 1; i < text.size(); ++i)
+    {
+        if (text[i] == '"')
+        {
+            text.remove_prefix(i + 1);
+            return true;
+        }
+        if (text[i] == '\\' && ++i == text.size())
+            return false;
+        value += text[i];
+    }
+    return false;
 }
 
 std::string_view WithoutPadding(std::string_view text)
@@ -42,6 +65,25 @@ std::string_view WithoutPadding(std::string_view text)
 }
 
 } // namespace
+
+std::map<std::string, std::string> ParseAuthParameters(std::string_view text)
+{
+    std::map<std::string, std::string> parameters;
+    while (true)
+    {
+        SkipAny(text, kBlanksAndCommas);
+        const std::string name = TakeName(text);
+        SkipAny(text, " \t");
+        if (name.empty() || !text.starts_with('='))
+            return parameters;
+        text.remove_prefix(1);
+        SkipAny(text, " \t");
+        std::string value;
+        if (!TakeValue(text, value))
+            return parameters;
+        parameters.emplace(name, value);
+    }
+}
 
 bool ParseAuthScheme(std::string_view text, AuthScheme& scheme)
 {
@@ -101,9 +143,8 @@ bool Authenticator::Grants(std::string_view method, std::string_view uri, std::s
 {
     if (scheme_ == AuthScheme::None)
         return true;
-    const std::size_t blank = std::min(authorization.find(' '), authorization.size());
-    const std::string_view scheme = authorization.substr(0, blank);
-    const std::string_view credentials = authorization.substr(blank);
+    std::string_view credentials = authorization;
+    const std::string_view scheme = CutAt(credentials, ' ');
     const bool both = faults_.Active("auth-both");
     if ((both || scheme_ == AuthScheme::Basic) && EqualsIgnoringCase(scheme, "Basic"))
         return BasicMatches(credentials);
@@ -114,8 +155,8 @@ bool Authenticator::Grants(std::string_view method, std::string_view uri, std::s
 
 bool Authenticator::BasicMatches(std::string_view credentials) const
 {
-    credentials.remove_prefix(std::min(credentials.find_first_not_of(" \t"), credentials.size()));
-    const std::string wanted = Base64(settings_.user + ":" + settings_.password);
+    credentials = Trim(credentials);
+    const std::string wanted = Base64(AsBytes(settings_.user + ":" + settings_.password));
     return WithoutPadding(credentials) == WithoutPadding(wanted);
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <random>
 #include <string>
@@ -23,6 +24,11 @@ enum class AuthScheme
 /// Reads "none", "basic", "digest" (also "disable" for none). False, and `scheme` as it was, for any other
 /// text.
 bool ParseAuthScheme(std::string_view text, AuthScheme& scheme);
+
+/// The parameters behind the scheme of an "Authorization" header (RFC 7235, section 2.1): `name=value` or
+/// `name="value"` with "," between them. Names come in lower case; of two with one name the first counts.
+/// What does not follow the grammar ends the reading, and what was read before it stays.
+std::map<std::string, std::string> ParseAuthParameters(std::string_view text);
 
 /// What a client proves that it knows the password with.
 struct DigestInput

@@ -1,7 +1,8 @@
 #include "camera/device/parameter_store.h"
 
+#include "base/text.h"
+
 #include <algorithm>
-#include <charconv>
 #include <optional>
 
 namespace larkmoor::camera
@@ -10,46 +11,12 @@ namespace larkmoor::camera
 namespace
 {
 
-std::optional<std::uint32_t> ReadNumber(std::string_view text)
-{
-    std::uint32_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return number;
-}
-
-bool IsWordOf(std::string_view word, std::string_view list, char separator)
-{
-    while (!list.empty())
-    {
-        const std::size_t end = std::min(list.find(separator), list.size());
-        if (!word.empty() && list.substr(0, end) == word)
-            return true;
-        list.remove_prefix(std::min(end + 1, list.size()));
-    }
-    return false;
-}
-
 /// True if `key` is `name` itself or lies in the group `name`.
 bool IsAskedFor(std::string_view key, std::string_view name)
 {
     if (!key.starts_with(name))
         return false;
     return key.size() == name.size() || key[name.size()] == '_' || key[name.size()] == '.';
-}
-
-std::vector<std::string_view> Split(std::string_view text, char separator)
-{
-    std::vector<std::string_view> pieces;
-    while (!text.empty())
-    {
-        const std::size_t end = std::min(text.find(separator), text.size());
-        if (end > 0)
-            pieces.push_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return pieces;
 }
 
 int HexDigit(char c)
@@ -96,7 +63,7 @@ std::string ParameterStore::Get(std::string_view key) const
 
 std::uint32_t ParameterStore::GetNumber(std::string_view key, std::uint32_t fallback) const
 {
-    return ReadNumber(Get(key)).value_or(fallback);
+    return ReadNumber<std::uint32_t>(Get(key)).value_or(fallback);
 }
 
 bool ParameterStore::Has(std::string_view key) const
@@ -132,14 +99,14 @@ bool ParameterStore::Allows(const Parameter& parameter, const std::string& value
     if (rule.front() == '{' && rule.back() == '}')
     {
         const auto other = parameters_.find(std::string_view(rule).substr(1, rule.size() - 2));
-        return other != parameters_.end() && IsWordOf(value, other->second.value, ',');
+        return other != parameters_.end() && IsOneOf(value, other->second.value, ',');
     }
     const std::size_t dots = rule.find("..");
     if (dots == std::string::npos)
-        return IsWordOf(value, rule, '|');
-    const std::optional<std::uint32_t> number = ReadNumber(value);
-    const std::optional<std::uint32_t> least = ReadNumber(std::string_view(rule).substr(0, dots));
-    const std::optional<std::uint32_t> most = ReadNumber(std::string_view(rule).substr(dots + 2));
+        return IsOneOf(value, rule, '|');
+    const auto number = ReadNumber(value);
+    const auto least = ReadNumber(std::string_view(rule).substr(0, dots));
+    const auto most = ReadNumber(std::string_view(rule).substr(dots + 2));
     return number && least && most && *number >= *least && *number <= *most;
 }
 
@@ -207,11 +174,10 @@ void ParameterStore::RemoveListener(std::uint32_t number)
 ParameterStore::Items ParseQuery(std::string_view query)
 {
     ParameterStore::Items items;
-    for (const std::string_view item : Split(query, '&'))
+    for (std::string_view item : Split(query, '&'))
     {
-        const std::size_t equals = std::min(item.find('='), item.size());
-        items.emplace_back(Unescape(item.substr(0, equals)),
-                           Unescape(item.substr(std::min(equals + 1, item.size()))));
+        const std::string_view key = CutAt(item, '=');
+        items.emplace_back(Unescape(key), Unescape(item));
     }
     return items;
 }

@@ -1,9 +1,9 @@
 #include "camera/device/profile.h"
 
+#include "base/text.h"
 #include "camera/device/profile_texts.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace larkmoor::camera
 {
@@ -11,19 +11,14 @@ namespace larkmoor::camera
 namespace
 {
 
-std::string_view Trim(std::string_view text)
+std::string AccessNameKey(const Profile& profile, std::string_view protocol, StreamId id)
 {
-    const std::size_t first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
-std::uint32_t ToNumber(std::string_view text)
-{
-    std::uint32_t number = 0;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
+    if (profile.legacy)
+        return protocol == "rtsp" ? "network.accessname" : "network.http.accessname";
+    // A device with a single video input leaves the channel out of these keys.
+    const std::string head = "network_" + std::string(protocol);
+    const std::string channel = profile.channels < 2 ? "" : "_c" + std::to_string(id.channel);
+    return head + channel + "_s" + std::to_string(id.stream) + "_accessname";
 }
 
 void Replace(std::string& text, std::string_view mark, std::uint32_t number)
@@ -46,12 +41,9 @@ void Set(Profile& profile, Profile::Parameter parameter)
 /// names.
 void AddParameter(Profile& profile, std::string_view line)
 {
-    const std::size_t semicolon = std::min(line.find(';'), line.size());
-    const std::string_view item = line.substr(0, semicolon);
-    const std::size_t equals = std::min(item.find('='), item.size());
-    const Profile::Parameter pattern{std::string(Trim(item.substr(0, equals))),
-                                     std::string(Trim(item.substr(std::min(equals + 1, item.size())))),
-                                     std::string(Trim(line.substr(std::min(semicolon + 1, line.size()))))};
+    std::string_view item = CutAt(line, ';');
+    const std::string_view key = Trim(CutAt(item, '='));
+    const Profile::Parameter pattern{std::string(key), std::string(Trim(item)), std::string(Trim(line))};
     const std::uint32_t channels = pattern.key.find("%c") == std::string::npos ? 1 : profile.channels;
     const std::uint32_t streams = pattern.key.find("%s") == std::string::npos ? 1 : profile.streams;
     for (std::uint32_t channel = 0; channel < channels; ++channel)
@@ -75,15 +67,14 @@ void AddText(Profile& profile, std::string_view text);
 
 void AddDirective(Profile& profile, std::string_view line)
 {
-    const std::size_t blank = std::min(line.find(' '), line.size());
-    const std::string_view word = line.substr(0, blank);
-    const std::string_view value = Trim(line.substr(blank));
+    const std::string_view word = CutAt(line, ' ');
+    const std::string_view value = Trim(line);
     if (word == "@summary")
         profile.summary = value;
     else if (word == "@channels")
-        profile.channels = ToNumber(value);
+        profile.channels = ReadNumber<std::uint32_t>(value).value_or(1);
     else if (word == "@streams")
-        profile.streams = ToNumber(value);
+        profile.streams = ReadNumber<std::uint32_t>(value).value_or(1);
     else if (word == "@legacy")
         profile.legacy = true;
     else if (word == "@like")
@@ -100,9 +91,7 @@ void AddText(Profile& profile, std::string_view text)
 {
     while (!text.empty())
     {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        const std::string_view line = Trim(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
+        const std::string_view line = Trim(CutAt(text, '\n'));
         if (line.starts_with('@'))
             AddDirective(profile, line);
         else if (!line.empty() && !line.starts_with('#'))
@@ -118,6 +107,32 @@ Profile Load(const ProfileText& text)
 }
 
 } // namespace
+
+std::vector<StreamId> AllStreams(const Profile& profile)
+{
+    std::vector<StreamId> streams;
+    for (std::uint32_t channel = 0; channel < profile.channels; ++channel)
+    {
+        for (std::uint32_t stream = 0; stream < profile.streams; ++stream)
+            streams.push_back({channel, stream});
+    }
+    return streams;
+}
+
+std::optional<StreamId> FindStream(const ParameterStore& store, const Profile& profile,
+                                   std::string_view protocol, std::string_view name)
+{
+    if (name.starts_with('/'))
+        name.remove_prefix(1);
+    if (name.empty())
+        return std::nullopt;
+    for (const StreamId id : AllStreams(profile))
+    {
+        if (store.Get(AccessNameKey(profile, protocol, id)) == name)
+            return id;
+    }
+    return std::nullopt;
+}
 
 std::vector<Profile> Profile::All()
 {

@@ -1,7 +1,7 @@
 #include "camera/dido/dido_cgi.h"
 
-#include <algorithm>
-#include <charconv>
+#include "base/text.h"
+
 #include <cstring>
 #include <string>
 #include <utility>
@@ -49,12 +49,9 @@ HttpResponse DidoCgi::Set(const HttpRequest& request, const char* name, Setter s
 {
     for (const auto& [key, value] : ParseQuery(request.query))
     {
-        std::uint32_t number = 0;
-        const char* const digits = key.data() + std::min(std::strlen(name), key.size());
-        const char* const end = key.data() + key.size();
-        const bool isKey =
-            key.starts_with(name) && digits != end && std::from_chars(digits, end, number).ptr == end;
-        if (!isKey || (value != "0" && value != "1") || !(signals_.*set)(number, value == "1"))
+        const auto number = ReadNumber<std::uint32_t>(
+            key.starts_with(name) ? std::string_view(key).substr(std::strlen(name)) : std::string_view());
+        if (!number || (value != "0" && value != "1") || !(signals_.*set)(*number, value == "1"))
             return TextResponse(400, "The device has no " + key + " that becomes " + value);
     }
     return TextResponse(200, "");

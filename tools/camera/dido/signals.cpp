@@ -1,9 +1,8 @@
 #include "camera/dido/signals.h"
 
-#include "camera/fault/fault_plan.h"
+#include "base/text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 #include <utility>
 
@@ -40,18 +39,16 @@ bool Signals::Parse(std::string_view text, Event& event, std::string& error) con
         error = "input \"" + std::string(text) + "\": " + why;
         return false;
     };
-    const std::size_t equals = std::min(text.find('='), text.size());
-    const std::string_view left = text.substr(0, equals);
-    const std::string_view state = text.substr(std::min(equals + 1, text.size()));
-    const std::size_t at = std::min(left.find('@'), left.size());
-    const std::string_view number = left.substr(0, at);
-    const auto [end, problem] = std::from_chars(number.data(), number.data() + number.size(), event.input);
-    if (problem != std::errc() || end != number.data() + number.size() || event.input >= inputs_.size())
+    std::string_view state = text;
+    const std::string_view left = CutAt(state, '=');
+    std::string_view times = left;
+    const auto input = ReadNumber<std::size_t>(CutAt(times, '@'));
+    if (!input || *input >= inputs_.size())
         return fail("the device has " + std::to_string(inputs_.size()) + " inputs, numbered from 0");
+    event.input = *input;
     event.start = event.period = milliseconds(0);
-    if (at < left.size())
+    if (left.find('@') != std::string_view::npos)
     {
-        const std::string_view times = left.substr(at + 1);
         const std::size_t slash = times.find('/');
         const std::optional<milliseconds> start = ReadTime(times.substr(0, slash));
         const std::optional<milliseconds> period =
@@ -72,16 +69,13 @@ bool Signals::Parse(std::string_view text, Event& event, std::string& error) con
 bool Signals::AddScript(std::string_view text, std::string& error)
 {
     const std::lock_guard guard(lock_);
-    for (;;)
+    for (bool more = true; more;)
     {
-        const std::size_t comma = text.find(',');
+        more = text.find(',') != std::string_view::npos;
         Event event{};
-        if (!Parse(text.substr(0, comma), event, error))
+        if (!Parse(CutAt(text, ','), event, error))
             return false;
         script_.push_back(event);
-        if (comma == std::string_view::npos)
-            break;
-        text.remove_prefix(comma + 1);
     }
     std::stable_sort(script_.begin(), script_.end(),
                      [](const Event& a, const Event& b) { return a.start < b.start; });

@@ -1,8 +1,9 @@
 #include "camera/encoding/video_parameters.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,15 +22,6 @@ constexpr Steps kMjpegSteps = {180, 140, 100, 60, 20};
 constexpr Steps kMpeg4Steps = {28, 22, 16, 10, 4};
 constexpr Steps kH264Steps = {46, 36, 26, 16, 6};
 
-std::optional<std::uint32_t> ReadCount(std::string_view text)
-{
-    std::uint32_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return number;
-}
-
 std::uint32_t OfStep(const Steps& steps, std::uint32_t step)
 {
     return steps[std::clamp<std::uint32_t>(step, 1, 5) - 1];
@@ -41,8 +33,8 @@ std::optional<Size> ReadSize(std::string_view text, bool ntsc)
     const std::size_t x = text.find('x');
     if (x != std::string_view::npos)
     {
-        const auto width = ReadCount(text.substr(0, x));
-        const auto height = ReadCount(text.substr(x + 1));
+        const auto width = ReadNumber<std::uint32_t>(text.substr(0, x));
+        const auto height = ReadNumber<std::uint32_t>(text.substr(x + 1));
         return width && height ? std::optional(Size(*width, *height)) : std::nullopt;
     }
     if (text == "QCIF")
@@ -140,6 +132,29 @@ VideoSettings ReadLegacy(const ParameterStore& store, StreamId id)
 
 } // namespace
 
+std::optional<AudioSettings> ReadAudioSettings(const ParameterStore& store, StreamId id)
+{
+    const std::string head = "audioin_" + id.Text() + "_";
+    const std::string codec = store.Get(head + "codectype");
+    if (codec.empty())
+        return std::nullopt;
+    AudioSettings settings;
+    settings.muted = store.Get("audioin_c" + std::to_string(id.channel) + "_mute") == "1";
+    if (codec == "aac4")
+    {
+        settings.codec = AudioCodec::Aac;
+        settings.bitRate = store.GetNumber(head + "aac4_bitrate", settings.bitRate);
+    }
+    else if (codec == "g726")
+    {
+        settings.codec = AudioCodec::G726;
+        settings.bitRate = store.GetNumber(head + "g726_bitrate", 32000);
+    }
+    else if (store.Get(head + "g711_mode") == "pcma")
+        settings.codec = AudioCodec::G711ALaw;
+    return settings;
+}
+
 VideoSettings ReadVideoSettings(const ParameterStore& store, const Profile& profile, StreamId id)
 {
     return profile.legacy ? ReadLegacy(store, id) : ReadCurrent(store, id);
@@ -151,7 +166,7 @@ void CompleteQuality(ParameterStore::Items& items)
     ParameterStore::Items added;
     for (const auto& [key, value] : items)
     {
-        const std::optional<std::uint32_t> step = ReadCount(value);
+        const std::optional<std::uint32_t> step = ReadNumber<std::uint32_t>(value);
         if (!key.ends_with(kStep) || !step)
             continue;
         const std::string head = key.substr(0, key.size() - kStep.size());

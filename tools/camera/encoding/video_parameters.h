@@ -2,11 +2,17 @@
 
 #include "camera/device/parameter_store.h"
 #include "camera/device/profile.h"
-#include "camera/device/streams.h"
-#include "camera/media/video_settings.h"
+#include "camera/media/audio_encoder.h"
+#include "camera/media/encoded_frame.h"
+
+#include <optional>
 
 namespace larkmoor::camera
 {
+
+/// How the sound of the stream is to be encoded now, by the device's parameters; nothing if it has none, or
+/// if the stream leaves it out.
+std::optional<AudioSettings> ReadAudioSettings(const ParameterStore& store, StreamId id);
 
 /// How the stream is to be encoded now, by the device's parameters; what they leave out or have odd stays as
 /// VideoSettings has it.

@@ -1,9 +1,9 @@
 #include "camera/fault/fault_plan.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <cassert>
-#include <charconv>
-#include <cmath>
 #include <cstring>
 #include <optional>
 
@@ -15,7 +15,7 @@ namespace
 
 using std::chrono::milliseconds;
 
-constexpr double kLongestSeconds = 366.0 * 86400; // keeps sums of times far from overflow
+constexpr double kLargestNumber = 1e9;
 constexpr milliseconds kDefaultPeriod(5000);
 constexpr std::size_t kHelpColumn = 28;
 
@@ -29,54 +29,10 @@ const FaultDescription* Describe(std::string_view name)
     return nullptr;
 }
 
-std::optional<double> ReadDecimal(std::string_view text)
-{
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || !(number >= 0 && number <= 1e9))
-        return std::nullopt;
-    return number;
-}
-
-} // namespace
-
-std::optional<milliseconds> ReadTime(std::string_view text)
-{
-    double unit = 1;
-    for (const auto& [name, seconds] : {std::pair{"ms", 0.001}, std::pair{"s", 1.0}, std::pair{"m", 60.0}})
-    {
-        if (text.ends_with(name))
-        {
-            unit = seconds;
-            text.remove_suffix(std::strlen(name));
-            break;
-        }
-    }
-    const std::optional<double> number = ReadDecimal(text);
-    if (!number || *number * unit > kLongestSeconds)
-        return std::nullopt;
-    return milliseconds(std::llround(*number * unit * 1000));
-}
-
-namespace
-{
-
-bool IsChoiceOf(std::string_view value, std::string_view choices)
-{
-    while (!choices.empty())
-    {
-        const std::size_t bar = choices.find('|');
-        if (choices.substr(0, bar) == value)
-            return true;
-        choices.remove_prefix(bar == std::string_view::npos ? choices.size() : bar + 1);
-    }
-    return false;
-}
-
 std::string DefaultValue(std::string_view values)
 {
     const std::size_t bar = values.find('|');
-    return bar == std::string_view::npos ? std::string() : std::string(values.substr(0, bar));
+    return std::string(values.substr(0, bar == std::string_view::npos ? 0 : bar));
 }
 
 /// Empty if the fault takes `value`, else what it takes.
@@ -87,18 +43,15 @@ std::string WhatItTakes(std::string_view values, std::string_view value)
     if (values == "text")
         return value.empty() ? "takes a text" : "";
     if (values == "ratio")
-    {
-        const std::optional<double> number = ReadDecimal(value);
-        return number && *number <= 1 ? "" : "takes a number from 0 to 1";
-    }
+        return ReadDecimal(value, 1) ? "" : "takes a number from 0 to 1";
     if (values == "count")
-        return ReadDecimal(value) ? "" : "takes a number";
+        return ReadDecimal(value, kLargestNumber) ? "" : "takes a number";
     if (values == "time")
     {
         const std::optional<milliseconds> time = ReadTime(value);
         return time && time->count() > 0 ? "" : "takes a time above 0, as in 5s or 300ms";
     }
-    return IsChoiceOf(value, values) ? "" : "takes one of " + std::string(values);
+    return IsOneOf(value, values, '|') ? "" : "takes one of " + std::string(values);
 }
 
 /// `words` from the present column on, in lines that a terminal shows whole.
@@ -192,17 +145,14 @@ bool FaultPlan::Parse(std::string_view text, Entry& entry, std::string& error)
 bool FaultPlan::Add(std::string_view text, std::string& error)
 {
     std::vector<Entry> added;
-    while (true)
+    for (bool more = true; more;)
     {
-        const std::size_t comma = text.find(',');
+        more = text.find(',') != std::string_view::npos;
         Entry entry{};
-        if (!Parse(text.substr(0, comma), entry, error))
+        if (!Parse(CutAt(text, ','), entry, error))
             return false;
         entry.origin = now_();
         added.push_back(std::move(entry));
-        if (comma == std::string_view::npos)
-            break;
-        text.remove_prefix(comma + 1);
     }
     const std::lock_guard guard(lock_);
     entries_.insert(entries_.end(), added.begin(), added.end());
@@ -276,7 +226,7 @@ std::string FaultPlan::Value(std::string_view name) const
 
 double FaultPlan::Number(std::string_view name, double fallback) const
 {
-    return ReadDecimal(Value(name)).value_or(fallback);
+    return ReadDecimal(Value(name), kLargestNumber).value_or(fallback);
 }
 
 milliseconds FaultPlan::Time(std::string_view name, milliseconds fallback) const

@@ -22,11 +22,8 @@ struct FaultDescription
     const char* values; ///< "" none, "ratio", "time", "count", "text", or choices as in "a|b": the first is
                         ///< the default
     const char* effect; ///< one sentence for the user
-    std::chrono::milliseconds defaultDuration; ///< of a window that names none; 0 means until the end
+    std::chrono::milliseconds defaultDuration{0}; ///< of a window that names none; 0 means until the end
 };
-
-/// A time as users write it, "5s", "300ms", "2m" or bare seconds, up to some days; nothing if it is none.
-std::optional<std::chrono::milliseconds> ReadTime(std::string_view text);
 
 /// The faults that a camera was told to play, each with its value and its window of time.
 /// All operations may be called from any thread, also while the camera runs.

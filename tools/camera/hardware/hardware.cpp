@@ -74,9 +74,4 @@ void Hardware::Follow(Scene& scene, std::uint32_t channel)
         });
 }
 
-bool Hardware::AddInputScript(std::string_view text, std::string& error)
-{
-    return signals_.AddScript(text, error);
-}
-
 } // namespace larkmoor::camera

@@ -20,8 +20,11 @@ public:
     void AddPages(Site& site);                        ///< the site is served no longer than this lives
     void Follow(Scene& scene, std::uint32_t channel); ///< the scene shows it from now on
 
-    [[nodiscard]] bool AddInputScript(std::string_view text, std::string& error); ///< see Signals
-    void Begin() { signals_.Begin(); }                                            ///< the script runs
+    [[nodiscard]] bool AddInputScript(std::string_view text, std::string& error)
+    {
+        return signals_.AddScript(text, error);
+    }                                  ///< see Signals
+    void Begin() { signals_.Begin(); } ///< the script runs
 
     /// Brings the parameters up to date that `request` may ask for.
     void Refresh(const HttpRequest& request) { dido_.Refresh(request); }

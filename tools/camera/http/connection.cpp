@@ -292,26 +292,27 @@ void Connection::Stall()
 
 void Connection::Close()
 {
-    if (std::exchange(closed_, true))
-        return;
-    session_.reset();
-    idleTimer_.cancel();
-    timer_.cancel();
     ErrorCode ignored;
-    stream_.Lowest().shutdown(boost::asio::socket_base::shutdown_both, ignored);
-    stream_.Lowest().close(ignored);
-    server_.Forget(shared_from_this());
+    if (!closed_)
+        stream_.Lowest().shutdown(boost::asio::socket_base::shutdown_both, ignored);
+    End();
 }
 
 void Connection::Abort()
 {
     ErrorCode ignored;
     stream_.Lowest().set_option(boost::asio::socket_base::linger(true, 0), ignored);
+    End();
+}
+
+void Connection::End()
+{
     if (std::exchange(closed_, true))
         return;
     session_.reset();
     idleTimer_.cancel();
     timer_.cancel();
+    ErrorCode ignored;
     stream_.Lowest().close(ignored);
     server_.Forget(shared_from_this());
 }

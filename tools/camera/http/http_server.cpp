@@ -19,22 +19,10 @@ namespace
 using boost::asio::ip::tcp;
 using ErrorCode = boost::system::error_code;
 
-constexpr std::chrono::milliseconds kFaultLook(20);
-constexpr std::chrono::milliseconds kAcceptPause(100);
 constexpr std::size_t kMostConnections = 4096;
 constexpr int kSendBufferBytes =
     512 * 1024;                       // a slow client drops pictures here, not after megabytes of old ones
 constexpr int kUnansweredMs = 60'000; // until a client that does not acknowledge counts as gone
-
-bool Bind(tcp::acceptor& acceptor, const tcp::endpoint& endpoint, ErrorCode& error)
-{
-    acceptor.open(endpoint.protocol(), error);
-    if (!error)
-        acceptor.set_option(tcp::acceptor::reuse_address(true), error);
-    if (!error)
-        acceptor.bind(endpoint, error);
-    return !error;
-}
 
 void SetOptions(tcp::socket& socket)
 {
@@ -50,9 +38,9 @@ void SetOptions(tcp::socket& socket)
 
 HttpServer::HttpServer(const Parts& parts)
     : parts_(parts),
-      reservation_(parts.context),
-      acceptor_(parts.context),
-      watch_(parts.context),
+      listener_(parts.context, parts.faults,
+                {[this](tcp::socket socket) { Admit(std::move(socket)); },
+                 [this] { ForAll(&Connection::Stall); }, [this] { ForAll(&Connection::Abort); }}),
       truth_(parts.truth)
 {
 }
@@ -60,52 +48,9 @@ HttpServer::HttpServer(const Parts& parts)
 bool HttpServer::Open(const std::string& address, std::uint16_t port, std::string& error)
 {
     ErrorCode code;
-    const auto ip = boost::asio::ip::make_address(address, code);
-    if (!code && Bind(reservation_, {ip, port}, code))
-        endpoint_ = reservation_.local_endpoint(code);
-    if (code || !Listen(code))
-    {
+    if (!listener_.Open(address, port, code))
         error = "cannot serve HTTP on " + address + " port " + std::to_string(port) + ": " + code.message();
-        return false;
-    }
-    Accept();
-    WatchFaults();
-    return true;
-}
-
-bool HttpServer::Listen(ErrorCode& error)
-{
-    if (Bind(acceptor_, endpoint_, error))
-        acceptor_.listen(boost::asio::socket_base::max_listen_connections, error);
-    if (error)
-    {
-        ErrorCode ignored;
-        acceptor_.close(ignored);
-    }
-    return !error;
-}
-
-void HttpServer::Accept()
-{
-    acceptor_.async_accept(
-        [this](ErrorCode error, tcp::socket socket)
-        {
-            if (error == boost::asio::error::operation_aborted)
-                return;
-            if (!error)
-            {
-                Admit(std::move(socket));
-                return Accept();
-            }
-            // Out of descriptors, most likely: they come back when clients leave.
-            const auto pause = std::make_shared<boost::asio::steady_timer>(parts_.context, kAcceptPause);
-            pause->async_wait(
-                [this, pause](ErrorCode)
-                {
-                    if (acceptor_.is_open())
-                        Accept();
-                });
-        });
+    return !code;
 }
 
 void HttpServer::Admit(tcp::socket socket)
@@ -115,7 +60,7 @@ void HttpServer::Admit(tcp::socket socket)
     SetOptions(socket);
     const auto connection = std::make_shared<Connection>(*this, std::move(socket), parts_.tls);
     connections_.insert(connection);
-    if (halfOpen_)
+    if (listener_.IsHalfOpen())
         connection->Stall();
     else
         connection->Start();
@@ -128,56 +73,16 @@ std::unique_ptr<MjpegSession> HttpServer::MakeSession(Connection& connection, St
                                           parts_.seed + ++sessions_, parts_.stamps);
 }
 
-void HttpServer::WatchFaults()
+void HttpServer::ForAll(void (Connection::*operation)())
 {
-    const bool wasHalfOpen = std::exchange(halfOpen_, parts_.faults.Active("half-open"));
-    if (halfOpen_ && !wasHalfOpen)
-    {
-        for (const auto& connection : std::set(connections_))
-            connection->Stall();
-    }
-    // What a vanished peer still gets after its return it answers with a reset.
-    if (wasHalfOpen && !halfOpen_)
-        AbortAll();
-
-    const bool wasRebooting = std::exchange(rebooting_, parts_.faults.Active("reboot"));
-    ErrorCode error;
-    if (rebooting_ && !wasRebooting)
-    {
-        acceptor_.close(error);
-        AbortAll();
-    }
-    if (wasRebooting && !rebooting_)
-    {
-        if (Listen(error))
-            Accept();
-        else
-            rebooting_ = true; // to be tried again
-    }
-    watch_.expires_after(kFaultLook);
-    watch_.async_wait(
-        [this](ErrorCode cancelled)
-        {
-            if (!cancelled && !closed_)
-                WatchFaults();
-        });
-}
-
-void HttpServer::AbortAll()
-{
-    for (const auto& connection : std::set(connections_))
-        connection->Abort();
+    for (const auto& connection : std::set(connections_)) // one that ends takes itself out
+        ((*connection).*operation)();
 }
 
 void HttpServer::Close()
 {
-    closed_ = true;
-    ErrorCode ignored;
-    watch_.cancel();
-    acceptor_.close(ignored);
-    reservation_.close(ignored);
-    for (const auto& connection : std::set(connections_))
-        connection->Close();
+    listener_.Close();
+    ForAll(&Connection::Close);
 }
 
 } // namespace larkmoor::camera

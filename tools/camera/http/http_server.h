@@ -1,14 +1,14 @@
 #pragma once
 
 #include "camera/http/connection.h"
-#include "camera/http/picture_truth.h"
+#include "camera/http/mjpeg_session.h"
 #include "camera/http/site.h"
 #include "camera/log/request_log.h"
 #include "camera/media/stream_hub.h"
+#include "camera/net/listener.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/steady_timer.hpp>
 
 #include <cstdint>
 #include <memory>
@@ -18,8 +18,7 @@
 namespace larkmoor::camera
 {
 
-/// The device's web server. It runs on the one thread of the io_context; all but Open happens there. The
-/// faults half-open and reboot are played here.
+/// The device's web server. It runs on the one thread of the io_context; all but Open happens there.
 class HttpServer
 {
 public:
@@ -39,11 +38,10 @@ public:
     /// All parts outlive the server.
     explicit HttpServer(const Parts& parts);
 
-    /// Listens on `port` of `address`, on a free one for 0, and keeps that port also while a reboot is
-    /// played. Before the context runs. False says in `error` why not.
+    /// Listens, as Listener does. Before the context runs. False says in `error` why not.
     [[nodiscard]] bool Open(const std::string& address, std::uint16_t port, std::string& error);
 
-    std::uint16_t Port() const { return endpoint_.port(); }
+    std::uint16_t Port() const { return listener_.Port(); }
 
     /// Ends all connections and listens no more.
     void Close();
@@ -56,23 +54,14 @@ public:
     void Forget(const std::shared_ptr<Connection>& connection) { connections_.erase(connection); }
 
 private:
-    bool Listen(boost::system::error_code& error);
-    void Accept();
     void Admit(boost::asio::ip::tcp::socket socket);
-    void WatchFaults();
-    void AbortAll();
+    void ForAll(void (Connection::*operation)());
 
     const Parts parts_;
-    boost::asio::ip::tcp::endpoint endpoint_;
-    boost::asio::ip::tcp::acceptor reservation_; // bound, never listening: nobody else gets the port
-    boost::asio::ip::tcp::acceptor acceptor_;
-    boost::asio::steady_timer watch_;
+    Listener listener_;
     PictureTruth truth_;
     std::set<std::shared_ptr<Connection>> connections_;
     std::uint64_t sessions_ = 0;
-    bool rebooting_ = false;
-    bool halfOpen_ = false;
-    bool closed_ = false;
 };
 
 } // namespace larkmoor::camera

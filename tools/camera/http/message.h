@@ -1,23 +1,17 @@
 #pragma once
 
-#include "camera/device/streams.h"
+#include "base/text.h"
+#include "camera/device/profile.h"
 
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace larkmoor::camera
 {
-
-/// A view of the text, which must outlive it.
-inline std::span<const std::uint8_t> AsBytes(const std::string& text)
-{
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
 
 /// A request as a client sent it (RFC 7230).
 struct HttpRequest

@@ -1,5 +1,6 @@
 #include "camera/http/mjpeg_session.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace larkmoor::camera
@@ -8,9 +9,35 @@ namespace larkmoor::camera
 namespace
 {
 
+/// Slow clients may send a picture some seconds later than others do.
+constexpr std::size_t kRemembered = 256;
+
 constexpr std::chrono::milliseconds kFreezeLook(50);
 
 } // namespace
+
+bool PictureTruth::IsNew(StreamId id, const Picture& picture)
+{
+    std::deque<Picture>& told = told_[id];
+    if (std::find(told.begin(), told.end(), picture) != told.end())
+        return false;
+    told.push_back(picture);
+    if (told.size() > kRemembered)
+        told.pop_front();
+    return true;
+}
+
+void PictureTruth::Tell(StreamId id, Time captured, const MultipartPart& part)
+{
+    if (!log_.Wanted() || !part.isWhole)
+        return;
+    if (part.altered.empty() && !IsNew(id, {part.frame.get(), captured}))
+        return;
+    log_.Record(id.Text(), "jpeg", true, part.picture, std::nullopt);
+    // A receiver that cuts at picture markers, and not by length, gets this one instead.
+    if (!part.thumbnail.empty())
+        log_.Record(id.Text(), "jpeg-thumbnail", true, part.thumbnail, std::nullopt);
+}
 
 MjpegSession::MjpegSession(Connection& connection, std::shared_ptr<VideoStream> stream, bool pulls,
                            FaultPlan& faults, PictureTruth& truth, std::uint64_t seed, bool stamps)

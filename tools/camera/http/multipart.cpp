@@ -1,6 +1,6 @@
 #include "camera/http/multipart.h"
 
-#include "camera/encoding/frame_stamp.h"
+#include "base/frame_stamp.h"
 #include "camera/http/message.h"
 #include "camera/media/canvas.h"
 #include "camera/media/video_encoder.h"

@@ -1,5 +1,6 @@
 #include "camera/http/parameter_cgi.h"
 
+#include "base/text.h"
 #include "camera/encoding/video_parameters.h"
 
 #include <algorithm>
@@ -17,22 +18,13 @@ constexpr std::size_t kHugeBytes = 10 * 1024 * 1024;
 /// True if `key` is a parameter of one of the streams in `streams`, as in "c0_s0/c0_s1".
 bool BelongsToOneOf(const std::string& key, std::string_view streams)
 {
-    while (!streams.empty())
-    {
-        const std::size_t end = std::min(streams.find('/'), streams.size());
-        if (key.find("_" + std::string(streams.substr(0, end)) + "_") != std::string::npos)
-            return true;
-        streams.remove_prefix(std::min(end + 1, streams.size()));
-    }
-    return false;
+    const std::vector<std::string_view> all = Split(streams, '/');
+    return std::any_of(all.begin(), all.end(),
+                       [&](std::string_view stream)
+                       { return key.find("_" + std::string(stream) + "_") != std::string::npos; });
 }
 
 } // namespace
-
-HttpResponse ParameterCgi::Get(const HttpRequest& request)
-{
-    return Answer(store_.Read(request.query));
-}
 
 HttpResponse ParameterCgi::Set(const HttpRequest& request)
 {

@@ -19,7 +19,7 @@ public:
     }
 
     /// getparam: a line `key='value'` for each parameter that the query asks for; nothing for unknown names.
-    HttpResponse Get(const HttpRequest& request);
+    HttpResponse Get(const HttpRequest& request) { return Answer(store_.Read(request.query)); }
 
     /// setparam: a line `key='value'` for each item of the query. If one of them is unknown, cannot be
     /// changed or has a value that it must not have, nothing changes and its line says `key=ERR_INVALID`.

@@ -1,32 +1,17 @@
 #include "camera/http/site.h"
 
-#include <chrono>
-
 namespace larkmoor::camera
 {
 
-namespace
-{
-
-constexpr double kUsualLimit = 5; // requests a second, for the busy faults
-
-} // namespace
-
 HttpResponse Site::Handle(const HttpRequest& request)
 {
-    const FaultPlan::Clock::time_point now = FaultPlan::Clock::now();
-    if (now - second_ >= std::chrono::seconds(1))
-    {
-        second_ = now;
-        inSecond_ = 0;
-    }
-    ++inSecond_;
-    if (IsBusy("busy-503"))
+    rate_.Count();
+    if (rate_.IsTooHigh("busy-503"))
         return TextResponse(503, "Too many requests");
 
     Authenticator::Verdict verdict =
         authenticator_.Check(request.method, request.target, request.authorization);
-    if (verdict.granted && IsBusy("busy-401"))
+    if (verdict.granted && rate_.IsTooHigh("busy-401"))
         verdict = {false, {"Basic realm=\"busy\""}};
     if (!verdict.granted)
     {
@@ -36,11 +21,6 @@ HttpResponse Site::Handle(const HttpRequest& request)
         return response;
     }
     return Route(request);
-}
-
-bool Site::IsBusy(const char* fault)
-{
-    return faults_.Active(fault) && inSecond_ > faults_.Number(fault, kUsualLimit);
 }
 
 HttpResponse Site::Route(const HttpRequest& request) const

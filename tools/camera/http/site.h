@@ -1,8 +1,8 @@
 #pragma once
 
 #include "camera/auth/authenticator.h"
-#include "camera/fault/fault_plan.h"
 #include "camera/http/message.h"
+#include "camera/net/listener.h"
 
 #include <functional>
 #include <map>
@@ -19,7 +19,7 @@ public:
     using Handler = std::function<HttpResponse(const HttpRequest&)>;
 
     /// Both outlive the site. The faults busy-503 and busy-401 are played here.
-    Site(Authenticator& authenticator, FaultPlan& faults) : authenticator_(authenticator), faults_(faults) {}
+    Site(Authenticator& authenticator, FaultPlan& faults) : authenticator_(authenticator), rate_(faults) {}
 
     /// Puts a program at `path`. Before the server starts.
     void Add(const std::string& path, Handler handler) { handlers_[path] = std::move(handler); }
@@ -30,15 +30,12 @@ public:
     HttpResponse Handle(const HttpRequest& request);
 
 private:
-    bool IsBusy(const char* fault);
     HttpResponse Route(const HttpRequest& request) const;
 
     Authenticator& authenticator_;
-    FaultPlan& faults_;
     std::map<std::string, Handler> handlers_;
     Handler rest_;
-    FaultPlan::Clock::time_point second_{}; // when the present second of busy-503 began
-    std::uint32_t inSecond_ = 0;            // requests since then
+    RequestRate rate_;
 };
 
 } // namespace larkmoor::camera

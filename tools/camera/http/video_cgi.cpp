@@ -1,9 +1,9 @@
 #include "camera/http/video_cgi.h"
 
+#include "base/text.h"
 #include "camera/media/test_picture.h"
 #include "camera/media/video_encoder.h"
 
-#include <charconv>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -21,11 +21,8 @@ std::uint32_t NumberOf(const ParameterStore::Items& items, std::string_view name
 {
     for (const auto& [key, value] : items)
     {
-        if (key != name)
-            continue;
-        std::uint32_t number = 0;
-        const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-        return error == std::errc() && end == value.data() + value.size() ? number : UINT32_MAX;
+        if (key == name)
+            return ReadNumber<std::uint32_t>(value).value_or(UINT32_MAX);
     }
     return absent;
 }

@@ -10,33 +10,32 @@ bool JsonLines::Open(const std::string& path, std::string& error)
 {
     const std::lock_guard guard(lock_);
     file_.open(path, std::ios::out | std::ios::trunc);
-    if (file_.is_open())
+    isOpen_ = file_.is_open();
+    if (isOpen_)
         return true;
     error = "cannot write " + path + ": " + std::strerror(errno);
     return false;
 }
 
-void JsonLines::Write(const std::string& object)
+void JsonLines::Write(const nlohmann::ordered_json& object)
 {
+    const std::string line = object.dump(-1, ' ', true);
     const std::lock_guard guard(lock_);
-    file_ << object << '\n' << std::flush;
+    file_ << line << '\n' << std::flush;
 }
 
-std::string JsonLines::Quote(std::string_view text)
+std::string JsonLines::Text(std::string_view bytes)
 {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string quoted = "\"";
-    for (const char c : text)
+    std::string text; // UTF-8
+    for (const char c : bytes)
     {
         const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\')
-            quoted += '\\';
-        if (byte >= 0x20 && byte < 0x7F)
-            quoted += c;
+        if (byte < 0x80)
+            text += c;
         else
-            quoted += {'\\', 'u', '0', '0', kDigits[byte >> 4], kDigits[byte & 15]};
+            text += {static_cast<char>(0xC0 | byte >> 6), static_cast<char>(0x80 | (byte & 0x3F))};
     }
-    return quoted + '"';
+    return text;
 }
 
 } // namespace larkmoor::camera

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
+
+#include <atomic>
 #include <fstream>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace larkmoor::camera
 {
@@ -16,15 +21,61 @@ public:
     /// Makes the file anew. False leaves it closed and says in `error` why.
     [[nodiscard]] bool Open(const std::string& path, std::string& error);
 
-    void Write(const std::string& object);
+    bool IsOpen() const { return isOpen_; }
+    void Write(const nlohmann::ordered_json& object);
 
-    /// `text` in double quotes, with everything escaped that has to be; bytes that are not ASCII stand as
-    /// \u00XX, so that a line is well-formed whatever a client sent.
-    static std::string Quote(std::string_view text);
+    /// Any bytes as a text that a line can hold: those that are not ASCII become \u00XX, so that a line is
+    /// well-formed whatever a client sent.
+    static std::string Text(std::string_view bytes);
 
 private:
     std::mutex lock_; // guards the file; innermost
     std::ofstream file_;
+    std::atomic<bool> isOpen_{false};
+};
+
+/// Items of one kind, for a file and a listener. Any thread.
+template <typename Item>
+class ItemLog
+{
+public:
+    using Listener = std::function<void(const Item&)>;
+
+    /// Writes a JSON object a line into `path` from now on. False says in `error` why not.
+    [[nodiscard]] bool Open(const std::string& path, std::string& error)
+    {
+        const bool isOpen = lines_.Open(path, error);
+        wanted_ = isOpen;
+        return isOpen;
+    }
+
+    /// Calls `listener` for each item from now on, on the thread that tells it and under the log's lock: it
+    /// must not call the log. An empty function ends that; when SetListener returns, no call is under way.
+    void SetListener(Listener listener)
+    {
+        const std::lock_guard guard(lock_);
+        listener_ = std::move(listener);
+        wanted_ = lines_.IsOpen() || listener_;
+    }
+
+    /// False while nobody reads the log: then there is no need to work items out.
+    bool Wanted() const { return wanted_; }
+
+protected:
+    void Tell(const Item& item)
+    {
+        const std::lock_guard guard(lock_);
+        if (lines_.IsOpen())
+            lines_.Write(item.Line());
+        if (listener_)
+            listener_(item);
+    }
+
+private:
+    std::mutex lock_; // guards the listener and its calls
+    Listener listener_;
+    JsonLines lines_;
+    std::atomic<bool> wanted_{false};
 };
 
 } // namespace larkmoor::camera

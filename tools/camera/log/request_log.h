@@ -2,9 +2,6 @@
 
 #include "camera/log/json_lines.h"
 
-#include <atomic>
-#include <functional>
-#include <mutex>
 #include <string>
 
 namespace larkmoor::camera
@@ -17,29 +14,16 @@ struct LoggedRequest
     std::string method;
     std::string target; ///< as it came, query included
     int status;         ///< 0 when no answer was given
+
+    /// `time` (now: UTC, ISO 8601, to the millisecond), `protocol`, `method`, `target`, `status`.
+    nlohmann::ordered_json Line() const;
 };
 
 /// Every request of every protocol, in the order of their answers. Any thread.
-class RequestLog
+class RequestLog : public ItemLog<LoggedRequest>
 {
 public:
-    using Listener = std::function<void(const LoggedRequest&)>;
-
-    /// Writes a JSON object a line into `path` from now on: `time` (UTC, ISO 8601, to the millisecond),
-    /// `protocol`, `method`, `target`, `status`. False says in `error` why not.
-    [[nodiscard]] bool Open(const std::string& path, std::string& error);
-
-    /// Calls `listener` for each request from now on, on the thread that answers it and under the log's lock:
-    /// it must not call the log. An empty function ends that; when SetListener returns, no call is under way.
-    void SetListener(Listener listener);
-
-    void Record(const LoggedRequest& request);
-
-private:
-    std::mutex lock_; // guards the listener and its calls
-    Listener listener_;
-    JsonLines lines_;
-    std::atomic<bool> hasFile_{false};
+    void Record(const LoggedRequest& request) { Tell(request); }
 };
 
 } // namespace larkmoor::camera

@@ -1,13 +1,8 @@
 #include "camera/media/audio_encoder.h"
 
-#include <algorithm>
+#include "base/libav.h"
 
-extern "C"
-{
-#include <libavcodec/avcodec.h>
-#include <libavutil/channel_layout.h>
-#include <libavutil/log.h>
-}
+#include <algorithm>
 
 namespace larkmoor::camera
 {
@@ -15,19 +10,6 @@ namespace
 {
 
 constexpr std::uint32_t kPiecesPerSecond = 50; // of codecs without a frame of their own
-
-struct CloseContext
-{
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FreeFrame
-{
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct FreePacket
-{
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
 
 const AVCodec* FindEncoder(AudioCodec codec)
 {
@@ -59,9 +41,9 @@ public:
 private:
     bool MakeFrame();
 
-    std::unique_ptr<AVCodecContext, CloseContext> context_;
-    std::unique_ptr<AVFrame, FreeFrame> frame_{av_frame_alloc()};
-    std::unique_ptr<AVPacket, FreePacket> packet_{av_packet_alloc()};
+    LibavCodecContext context_;
+    LibavFrame frame_{av_frame_alloc()};
+    LibavPacket packet_{av_packet_alloc()};
 };
 
 bool LibavAudioEncoder::Open(const AudioSettings& settings)

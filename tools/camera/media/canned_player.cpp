@@ -47,11 +47,6 @@ void CannedPlayer::Change(Id id, std::shared_ptr<const CannedLoop> loop)
     play->second.at = 0;
 }
 
-void CannedPlayer::Stop(Id id)
-{
-    plays_.erase(id);
-}
-
 void CannedPlayer::Pull(Id id)
 {
     if (!paced_)

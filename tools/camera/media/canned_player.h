@@ -32,7 +32,7 @@ public:
     void Change(Id id, std::shared_ptr<const CannedLoop> loop);
 
     /// No call of the output comes any more.
-    void Stop(Id id);
+    void Stop(Id id) { plays_.erase(id); }
 
     /// Gives the next frame now; without effect while frames are paced or for an id that was stopped.
     void Pull(Id id);

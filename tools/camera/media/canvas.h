@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -7,6 +8,14 @@
 
 namespace larkmoor::camera
 {
+
+inline constexpr int kGlyphColumns = 5;
+inline constexpr int kGlyphRows = 7;
+inline constexpr int kGlyphAdvance = kGlyphColumns + 1; ///< with the gap to the next letter
+
+/// The columns of a letter from left to right; bit 0 is the top row. Small letters look like capitals, and a
+/// letter that the font lacks is an empty box.
+std::array<std::uint8_t, kGlyphColumns> GlyphOf(char letter);
 
 /// A colour as it stands in a picture: ITU-R BT.601, video range.
 struct Colour
@@ -54,7 +63,7 @@ public:
     /// One line of the built-in font, every dot `scale` pixels wide, in `luma` on what stands there.
     void Text(int x, int y, int scale, std::string_view text, std::uint8_t luma);
     static int TextWidth(std::string_view text, int scale);
-    static int TextHeight(int scale);
+    static int TextHeight(int scale) { return kGlyphRows * scale; }
 
     /// Luma of `area` taken from a texture of `textureWidth` by `textureHeight` bytes that repeats itself,
     /// from (`offsetX`, `offsetY`) of it on.

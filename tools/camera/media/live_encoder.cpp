@@ -82,11 +82,6 @@ void LiveEncoder::Change(const VideoSettings& settings)
     wake_.notify_all();
 }
 
-void LiveEncoder::RequestKey()
-{
-    keyWanted_.store(true, std::memory_order_relaxed);
-}
-
 void LiveEncoder::Run()
 {
     std::unique_lock held(lock_);

@@ -36,7 +36,7 @@ public:
     void Change(const VideoSettings& settings);
 
     /// Makes the next frame a key frame. Any thread.
-    void RequestKey();
+    void RequestKey() { keyWanted_.store(true, std::memory_order_relaxed); }
 
 private:
     void Run();

@@ -1,9 +1,9 @@
 #include "camera/media/test_picture.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <ctime>
 #include <numbers>
 
 namespace larkmoor::camera
@@ -42,16 +42,12 @@ std::vector<std::uint8_t> MakeGlitter()
     return texture;
 }
 
+/// "2024-03-01 12:00:00.123"
 std::string ClockText(std::chrono::system_clock::time_point time)
 {
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
-    const std::time_t seconds = static_cast<std::time_t>(ms / 1000);
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    char text[40];
-    const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts);
-    std::snprintf(text + length, sizeof text - length, ".%03d", static_cast<int>(ms % 1000));
-    return text;
+    std::string text = IsoTime(time);
+    text.pop_back();
+    return text.replace(text.find('T'), 1, " ");
 }
 
 } // namespace

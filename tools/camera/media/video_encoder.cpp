@@ -1,11 +1,11 @@
 #include "camera/media/video_encoder.h"
 
-#include "camera/media/annexb.h"
+#include "base/annexb.h"
+#include "base/libav.h"
 #include "camera/media/jpeg_encoder.h"
 
 extern "C"
 {
-#include <libavcodec/avcodec.h>
 #include <libavutil/opt.h>
 }
 
@@ -25,19 +25,6 @@ constexpr std::uint32_t kLeastBitrate = 20'000;
 constexpr std::uint32_t kMostBitrate = 80'000'000;
 constexpr int kFinestH264Quantizer = 10; // below, a picture costs more than any camera would send
 constexpr std::array<std::uint8_t, 4> kPictureStart = {0, 0, 1, 0xB6}; // ISO/IEC 14496-2, vop_start_code
-
-struct CloseContext
-{
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FreeFrame
-{
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct FreePacket
-{
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
 
 std::uint32_t EvenSide(std::uint32_t side)
 {
@@ -85,9 +72,9 @@ private:
     std::shared_ptr<const EncodedFrame> Received();
 
     VideoSettings settings_;
-    std::unique_ptr<AVCodecContext, CloseContext> context_;
-    std::unique_ptr<AVFrame, FreeFrame> frame_;
-    std::unique_ptr<AVPacket, FreePacket> packet_;
+    LibavCodecContext context_;
+    LibavFrame frame_;
+    LibavPacket packet_;
     std::shared_ptr<const ParameterSets> parameters_;
     std::int64_t nextPts_ = 0;
 };

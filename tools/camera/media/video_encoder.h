@@ -2,7 +2,6 @@
 
 #include "camera/media/canvas.h"
 #include "camera/media/encoded_frame.h"
-#include "camera/media/video_settings.h"
 
 #include <memory>
 

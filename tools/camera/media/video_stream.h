@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/device/streams.h"
+#include "camera/device/profile.h"
 #include "camera/media/canned_player.h"
 #include "camera/media/live_encoder.h"
 

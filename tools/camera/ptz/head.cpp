@@ -1,6 +1,5 @@
 #include "camera/ptz/head.h"
 
-#include <cmath>
 #include <cstdio>
 #include <utility>
 
@@ -26,104 +25,79 @@ void Head::Advance()
 
 void Head::Drive(double pan, double tilt)
 {
-    const std::lock_guard guard(lock_);
-    Advance();
-    pan_.Run(std::clamp(pan, -kFastest, kFastest));
-    tilt_.Run(std::clamp(tilt, -kFastest, kFastest));
+    Move(
+        [&]
+        {
+            pan_.Run(std::clamp(pan, -kFastest, kFastest));
+            tilt_.Run(std::clamp(tilt, -kFastest, kFastest));
+        });
 }
 
 void Head::Step(double pan, double tilt)
 {
-    const std::lock_guard guard(lock_);
-    Advance();
-    if (pan != 0)
-        pan_.Step(pan, kStepSpeed);
-    if (tilt != 0)
-        tilt_.Step(tilt, kStepSpeed);
-}
-
-void Head::Zoom(double doublings)
-{
-    const std::lock_guard guard(lock_);
-    Advance();
-    zoom_.Run(std::clamp(doublings, -kFastestZoom, kFastestZoom));
-}
-
-void Head::StepZoom(double doublings)
-{
-    const std::lock_guard guard(lock_);
-    Advance();
-    zoom_.Step(doublings, kFastestZoom);
+    Move(
+        [&]
+        {
+            if (pan != 0)
+                pan_.Step(pan, kStepSpeed);
+            if (tilt != 0)
+                tilt_.Step(tilt, kStepSpeed);
+        });
 }
 
 void Head::GoTo(const View& view)
 {
-    const std::lock_guard guard(lock_);
-    Advance();
-    pan_.GoTo(view.pan, kFastest);
-    tilt_.GoTo(view.tilt, kFastest);
-    zoom_.GoTo(std::log2(std::max(view.zoom, 1.0)), 2 * kFastestZoom);
+    Move(
+        [&]
+        {
+            pan_.GoTo(view.pan, kFastest);
+            tilt_.GoTo(view.tilt, kFastest);
+            zoom_.GoTo(std::log2(std::max(view.zoom, 1.0)), 2 * kFastestZoom);
+        });
 }
 
 void Head::Stop()
 {
-    const std::lock_guard guard(lock_);
-    Advance();
-    for (Axis* const axis : {&pan_, &tilt_, &zoom_})
-        axis->Run(0);
+    Move(
+        [&]
+        {
+            for (Axis* const axis : {&pan_, &tilt_, &zoom_})
+                axis->Run(0);
+        });
 }
 
-void Head::StopZoom()
+void Head::RunLens(Axis& lens, bool& isAuto, double rate)
 {
-    const std::lock_guard guard(lock_);
-    Advance();
-    zoom_.Run(0);
+    Move(
+        [&]
+        {
+            isAuto = false;
+            lens.Run(rate);
+        });
 }
 
-void Head::RunFocus(double rate)
+void Head::LeaveLens(Axis& lens, bool& isAuto)
 {
-    const std::lock_guard guard(lock_);
-    Advance();
-    autoFocus_ = false;
-    focus_.Run(rate);
-}
-
-void Head::RunIris(double rate)
-{
-    const std::lock_guard guard(lock_);
-    Advance();
-    autoIris_ = false;
-    iris_.Run(rate);
-}
-
-void Head::AutoFocus()
-{
-    const std::lock_guard guard(lock_);
-    Advance();
-    autoFocus_ = true;
-    focus_.GoTo(kLensMiddle, kLensSpeed);
-}
-
-void Head::AutoIris()
-{
-    const std::lock_guard guard(lock_);
-    Advance();
-    autoIris_ = true;
-    iris_.GoTo(kLensMiddle, kLensSpeed);
+    Move(
+        [&]
+        {
+            isAuto = true;
+            lens.GoTo(kLensMiddle, kLensSpeed);
+        });
 }
 
 View Head::LooksAt()
 {
-    const std::lock_guard guard(lock_);
-    Advance();
-    return {pan_.At(), tilt_.At(), std::exp2(zoom_.At())};
+    View view;
+    Move([&] { view = Looks(); });
+    return view;
 }
 
 void Head::Show(SceneState& state)
 {
     const std::lock_guard guard(lock_);
     Advance();
-    state.view = {pan_.At(), tilt_.At(), std::exp2(zoom_.At())};
+    state.view = Looks();
     state.blur = std::abs(focus_.At() - kLensMiddle);
     state.light = std::exp2(4 * (iris_.At() - kLensMiddle));
     char text[80];

@@ -1,7 +1,8 @@
 #include "camera/ptz/ptz_cgi.h"
 
+#include "base/text.h"
+
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <map>
 #include <optional>
@@ -30,10 +31,8 @@ const std::string* Find(const Items& items, std::string_view name)
 
 std::optional<int> ReadSigned(std::string_view text)
 {
-    int number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole && std::abs(number) <= kLargestNumber ? std::optional(number) : std::nullopt;
+    const std::optional<int> number = ReadNumber<int>(text, kLargestNumber);
+    return number && *number >= -kLargestNumber ? number : std::nullopt;
 }
 
 /// Puts the number of an item into `number` if there is such an item; false if it is no number.

@@ -1,114 +1,68 @@
 #include "camera/rtsp/audio_session.h"
 
+#include "camera/rtsp/audio_packets.h"
+
+#include <algorithm>
 #include <utility>
 
 namespace larkmoor::camera
 {
 
-AudioSession::AudioSession(const RtspOptions& options, const RtspServices& services, SendCounters& counters,
-                           Setup setup)
-    : options_(options),
-      services_(services),
-      counters_(counters),
-      stream_(std::move(setup.stream)),
-      output_(std::move(setup.output)),
+void AudioTruth::Tell(const AudioPiece& piece, const PacketBatch& batch, const PacketFates& fates,
+                      std::uint32_t rtp)
+{
+    if (!truth_.Wanted())
+        return;
+    if (piece.settings.codec == AudioCodec::Aac)
+    {
+        if (std::find(fates.lost.begin(), fates.lost.end(), true) == fates.lost.end())
+            truth_.Record(stream_, AudioKind(piece.settings), true, *piece.bytes, rtp);
+        return;
+    }
+    for (const OutPacket& packet : batch.packets)
+        Gather(packet, piece.settings, rtp);
+}
+
+void AudioTruth::Gather(const OutPacket& packet, const AudioSettings& settings, std::uint32_t rtp)
+{
+    const auto head = packet.Head();
+    const auto number = static_cast<std::uint16_t>(head[2] << 8 | head[3]);
+    const bool follows = anyNumber_ || number == expected_;
+    if (!follows)
+        gathered_.clear();
+    anyNumber_ = !follows;
+    expected_ = static_cast<std::uint16_t>(number + 1);
+    gathered_.insert(gathered_.end(), packet.shared.begin(), packet.shared.end());
+    if (gathered_.size() < settings.SampleRate())
+        return;
+    truth_.Record(stream_, AudioKind(settings), true, gathered_, rtp);
+    gathered_.clear();
+}
+
+AudioSession::AudioSession(const RtspOptions& options, const RtspServices& services,
+                           std::shared_ptr<AudioStream> stream, std::unique_ptr<PacketOutput> output,
+                           std::uint64_t seed)
+    : RtpSession(options, services, std::move(output), seed, AudioPayloadType(stream->Settings()),
+                 stream->Settings().SampleRate()),
+      stream_(std::move(stream)),
       described_(stream_->Settings()),
-      rtp_(Dice(setup.seed, "rtp"), AudioPayloadType(described_)),
-      faults_(services.faults, setup.seed),
       packets_(services.faults, options.packetBytes - OutPacket::kRtpHeaderBytes),
       truth_(services.truth, stream_->Id().Text())
 {
 }
 
-AudioSession::~AudioSession()
-{
-    AudioSession::Vanish();
-}
-
-void AudioSession::Play(std::function<void()> onFirstFrame)
-{
-    if (playing_ || gone_)
-        return;
-    playing_ = true;
-    onFirstFrame_ = std::move(onFirstFrame);
-    stream_->Subscribe(*this);
-}
-
-void AudioSession::Stop()
-{
-    if (pieces_ > 0 && !gone_ && !muted_ && !faults_.Frozen())
-        SendBye();
-    Vanish();
-}
-
-void AudioSession::Vanish()
-{
-    gone_ = true;
-    if (std::exchange(playing_, false))
-        stream_->Unsubscribe(*this);
-}
-
-/// False for sound that is left out.
-bool AudioSession::Admits(const AudioPiece& piece)
-{
-    if (!piece.settings.IsDescribedAs(described_))
-    {
-        // The description does not hold any more: the client has to ask anew.
-        if (!std::exchange(muted_, true) && pieces_ > 0)
-            SendBye();
-        return false;
-    }
-    if (muted_ || faults_.Frozen())
-        return false;
-    if (!output_->IsFull())
-        return true;
-    ++counters_.dropped;
-    return false;
-}
-
 void AudioSession::OnAudio(const AudioPiece& piece)
 {
-    if (!Admits(piece))
+    if (!Admits(piece.settings.IsDescribedAs(described_)))
         return;
     faults_.BeforeFrame(rtp_);
     const std::uint32_t timestamp = rtp_.TimestampAt(piece.firstSample);
-    PacketBatch batch;
     std::shared_ptr<const void> owner;
-    for (const RtpPayload& payload : packets_.Make(piece, owner))
-        batch.packets.push_back(rtp_.Make(payload, timestamp));
-    batch.owners.push_back(std::move(owner));
-    counters_.packets += batch.packets.size();
-    ++counters_.frames;
+    const std::vector<RtpPayload> payloads = packets_.Make(piece, owner);
+    PacketBatch batch = Packets(payloads, {std::move(owner)}, timestamp);
     const PacketFates fates = faults_.Play(batch);
     truth_.Tell(piece, batch, fates, timestamp);
-    lastTimestamp_ = timestamp;
-    lastCaptured_ = piece.captured;
-    output_->Send(std::move(batch));
-    if (++pieces_ == 1)
-        Tick();
-    if (auto tell = std::exchange(onFirstFrame_, nullptr))
-        tell();
-}
-
-std::uint32_t AudioSession::TimestampNow() const
-{
-    const auto since = std::chrono::duration_cast<std::chrono::microseconds>(
-        std::chrono::system_clock::now() - lastCaptured_);
-    return lastTimestamp_ + static_cast<std::uint32_t>(since.count() * described_.SampleRate() / 1'000'000);
-}
-
-void AudioSession::SendBye()
-{
-    output_->Send(ControlBatch(rtp_.Bye(std::chrono::system_clock::now(), TimestampNow())));
-}
-
-void AudioSession::Tick()
-{
-    const auto now = Clock::now();
-    if (!playing_ || pieces_ == 0 || muted_ || faults_.Frozen() || now < nextReport_)
-        return;
-    nextReport_ = now + options_.reportInterval;
-    output_->Send(ControlBatch(rtp_.SenderReport(std::chrono::system_clock::now(), TimestampNow())));
+    Send(std::move(batch), timestamp, piece.captured);
 }
 
 } // namespace larkmoor::camera

@@ -1,73 +1,61 @@
 #pragma once
 
+#include "camera/log/truth_log.h"
+#include "camera/media/audio_stream.h"
 #include "camera/rtsp/audio_packets.h"
-#include "camera/rtsp/audio_truth.h"
 #include "camera/rtsp/media_faults.h"
-#include "camera/rtsp/packet_output.h"
 #include "camera/rtsp/rtp_session.h"
-#include "camera/rtsp/rtp_stream.h"
-#include "camera/rtsp/rtsp_services.h"
 
-#include <chrono>
-#include <functional>
+#include <cstdint>
 #include <memory>
+#include <string>
 
 namespace larkmoor::camera
 {
 
-/// One audio stream on its way to one client: takes the hub's sound, makes packets of it, plays the faults
-/// and tells the truth. On the io_context's thread.
+/// Tells the truth of one audio stream. AAC: each access unit of which all packets are sent. G.711 and G.726:
+/// what a right receiver gathers of the packets, whole ones up to at least as many bytes as a second has
+/// samples, begun anew at each gap in the sequence numbers; the packet right behind that gap's first one is
+/// taken whatever its number.
+class AudioTruth
+{
+public:
+    AudioTruth(TruthLog& truth, std::string stream) : truth_(truth), stream_(std::move(stream)) {}
+
+    /// `batch` as it is sent, `rtp` the timestamp of the piece.
+    void Tell(const AudioPiece& piece, const PacketBatch& batch, const PacketFates& fates, std::uint32_t rtp);
+
+private:
+    void Gather(const OutPacket& packet, const AudioSettings& settings, std::uint32_t rtp);
+
+    TruthLog& truth_;
+    const std::string stream_;
+    Bytes gathered_;
+    std::uint16_t expected_ = 0;
+    bool anyNumber_ = true;
+};
+
+/// One audio stream on its way to one client. On the io_context's thread.
 class AudioSession : public AudioSubscriber, public RtpSession
 {
 public:
-    struct Setup
-    {
-        std::shared_ptr<AudioStream> stream;
-        std::unique_ptr<PacketOutput> output;
-        std::uint64_t seed = 0;
-    };
-
     /// The references outlive the session. The settings that the stream has now are those that the client was
     /// told.
-    AudioSession(const RtspOptions& options, const RtspServices& services, SendCounters& counters,
-                 Setup setup);
-    ~AudioSession() override;
-
-    void Play(std::function<void()> onFirstFrame) override;
-    void Stop() override;
-    void Vanish() override;
-    void Tick() override;
-    std::uint16_t FirstSequence() const override { return rtp_.NextSequence(); }
-    std::uint32_t FirstTimestamp() const override { return rtp_.FirstTimestamp(); }
-    std::uint32_t Ssrc() const override { return rtp_.Ssrc(); }
+    AudioSession(const RtspOptions& options, const RtspServices& services,
+                 std::shared_ptr<AudioStream> stream, std::unique_ptr<PacketOutput> output,
+                 std::uint64_t seed);
+    ~AudioSession() override { Vanish(); }
 
     void OnAudio(const AudioPiece& piece) override;
 
 private:
-    using Clock = std::chrono::steady_clock;
+    void Subscribe() override { stream_->Subscribe(*this); }
+    void Unsubscribe() override { stream_->Unsubscribe(*this); }
 
-    bool Admits(const AudioPiece& piece);
-    void SendBye();
-    std::uint32_t TimestampNow() const;
-
-    const RtspOptions& options_;
-    const RtspServices& services_;
-    SendCounters& counters_;
     const std::shared_ptr<AudioStream> stream_;
-    const std::unique_ptr<PacketOutput> output_;
     const AudioSettings described_;
-    RtpStream rtp_;
-    MediaFaults faults_;
     AudioPackets packets_;
     AudioTruth truth_;
-    std::function<void()> onFirstFrame_;
-    bool playing_ = false;
-    bool gone_ = false;
-    bool muted_ = false; // by a change that the client was not told of
-    std::uint64_t pieces_ = 0;
-    std::uint32_t lastTimestamp_ = 0;
-    std::chrono::system_clock::time_point lastCaptured_;
-    Clock::time_point nextReport_;
 };
 
 } // namespace larkmoor::camera

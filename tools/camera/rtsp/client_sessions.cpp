@@ -2,8 +2,8 @@
 
 #include "camera/rtsp/audio_session.h"
 #include "camera/rtsp/interleaved_output.h"
-#include "camera/rtsp/rtsp_address.h"
 #include "camera/rtsp/rtsp_server.h"
+#include "camera/rtsp/rtsp_target.h"
 
 #include <cstdio>
 #include <utility>
@@ -70,9 +70,8 @@ std::shared_ptr<RtpSession> ClientSessions::MakeAudio(const TransportRequest& wa
     auto output = MakeOutput(wanted, session, writer, transport);
     if (!output)
         return nullptr;
-    auto media =
-        std::make_shared<AudioSession>(server_.Options(), server_.Services(), server_.Counters(),
-                                       AudioSession::Setup{stream, std::move(output), server_.NextSeed()});
+    auto media = std::make_shared<AudioSession>(server_.Options(), server_.Services(), stream,
+                                                std::move(output), server_.NextSeed());
     transport += ";ssrc=" + SsrcText(media->Ssrc());
     return media;
 }
@@ -101,7 +100,7 @@ std::shared_ptr<RtpSession> ClientSessions::MakeMedia(const TransportRequest& wa
     if (!output)
         return nullptr;
     auto media =
-        std::make_shared<MediaSession>(server_.Options(), services, server_.Counters(),
+        std::make_shared<MediaSession>(server_.Options(), services,
                                        MediaSession::Setup{server_.Context(), stream, std::move(output),
                                                            std::move(described), server_.NextSeed()});
     transport += ";ssrc=" + SsrcText(media->Ssrc());

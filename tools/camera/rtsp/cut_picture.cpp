@@ -1,7 +1,6 @@
 #include "camera/rtsp/cut_picture.h"
 
 #include "camera/media/jpeg_encoder.h"
-#include "camera/media/jpeg_file.h"
 
 #include <algorithm>
 #include <array>
@@ -18,8 +17,6 @@ constexpr std::uint8_t kRestartType = 64;
 constexpr std::uint8_t kTablesInBand = 255;
 constexpr std::uint8_t kMeaninglessQ = 127;
 constexpr int kQualityOfUnknownQ = 99;
-constexpr std::size_t kMainHeaderBytes = 8;
-constexpr std::size_t kRestartHeaderBytes = 4;
 constexpr std::size_t kSizeInFrame = 1; // height and width in SOF0, behind the sample precision
 
 void Put16(Bytes& bytes, std::size_t value)

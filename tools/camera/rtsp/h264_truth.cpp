@@ -1,6 +1,6 @@
 #include "camera/rtsp/h264_truth.h"
 
-#include "camera/media/annexb.h"
+#include "base/annexb.h"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 
 #include "camera/fault/fault_plan.h"
 #include "camera/rtsp/connection_writer.h"
-#include "camera/rtsp/packet_output.h"
+#include "camera/rtsp/rtp_packet_batch.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "camera/rtsp/media_session.h"
 
-#include "camera/encoding/frame_stamp.h"
+#include "base/frame_stamp.h"
 #include "camera/rtsp/h264_truth.h"
 
 #include <boost/asio/post.hpp>
@@ -12,80 +12,46 @@ namespace larkmoor::camera
 namespace
 {
 
+constexpr std::uint32_t kVideoClockRate = 90'000;
 constexpr std::uint64_t kFramesBeforeBye = 10;
 constexpr int kFloodReportsPerTick = 20;
 constexpr int kFramesPerPump = 32;
 
 } // namespace
 
-MediaSession::MediaSession(const RtspOptions& options, const RtspServices& services, SendCounters& counters,
-                           Setup setup)
-    : options_(options),
-      services_(services),
-      counters_(counters),
+MediaSession::MediaSession(const RtspOptions& options, const RtspServices& services, Setup setup)
+    : RtpSession(options, services, std::move(setup.output), setup.seed,
+                 PayloadTypeOf(setup.stream->Settings().codec), kVideoClockRate),
       context_(setup.context),
       stream_(std::move(setup.stream)),
-      output_(std::move(setup.output)),
       described_(std::move(setup.described)),
-      codec_(stream_->Settings().codec),
-      rtp_(Dice(setup.seed, "rtp"), PayloadTypeOf(codec_)),
-      faults_(services.faults, setup.seed)
+      codec_(stream_->Settings().codec)
 {
 }
 
-MediaSession::~MediaSession()
+void MediaSession::Subscribe()
 {
-    MediaSession::Vanish();
-}
-
-void MediaSession::Play(std::function<void()> onFirstFrame)
-{
-    if (playing_ || gone_)
-        return;
-    playing_ = true;
-    onFirstFrame_ = std::move(onFirstFrame);
     stream_->Subscribe(*this);
     Pump();
-}
-
-void MediaSession::Stop()
-{
-    if (frames_ > 0 && !gone_ && !muted_ && !faults_.Frozen())
-        SendControl(rtp_.Bye(std::chrono::system_clock::now(), TimestampNow()));
-    Vanish();
-}
-
-void MediaSession::Vanish()
-{
-    gone_ = true;
-    if (std::exchange(playing_, false))
-        stream_->Unsubscribe(*this);
 }
 
 void MediaSession::OnFrame(const MediaFrame& frame)
 {
     if (!Admits(frame))
         return;
-    SendFrame(frame);
-    if (auto tell = std::exchange(onFirstFrame_, nullptr))
-        tell();
+    faults_.BeforeFrame(rtp_);
+    const std::uint32_t timestamp = rtp_.TimestampOf(frame.mediaTime);
+    PacketBatch batch = codec_ == VideoCodec::H264    ? MakeH264(frame, timestamp)
+                        : codec_ == VideoCodec::Mpeg4 ? MakeMpeg4(frame, timestamp)
+                                                      : MakeJpeg(frame, timestamp);
+    Send(std::move(batch), timestamp, frame.captured);
 }
 
 /// False for frames that are left out: then all are, up to the next key frame.
 bool MediaSession::Admits(const MediaFrame& frame)
 {
-    if (frame.encoded->codec != codec_)
+    if (!RtpSession::Admits(frame.encoded->codec == codec_))
     {
-        // The description does not hold any more: the client has to ask anew.
-        if (!std::exchange(muted_, true) && frames_ > 0)
-            SendControl(rtp_.Bye(std::chrono::system_clock::now(), TimestampNow()));
-        return false;
-    }
-    const bool isFull = output_->IsFull();
-    if (muted_ || faults_.Frozen() || isFull)
-    {
-        if (isFull && !muted_)
-            ++counters_.dropped;
         waitingForKey_ = true;
         return false;
     }
@@ -93,7 +59,6 @@ bool MediaSession::Admits(const MediaFrame& frame)
     {
         if (frames_ > 0)
         {
-            ++counters_.dropped;
             stream_->RequestKey();
         }
         return false;
@@ -131,18 +96,6 @@ JpegShape MediaSession::ShapeOfJpeg() const
     return shape;
 }
 
-PacketBatch MediaSession::Packets(const std::vector<RtpPayload>& payloads,
-                                  std::vector<std::shared_ptr<const void>> owners, std::uint32_t timestamp)
-{
-    PacketBatch batch;
-    batch.owners = std::move(owners);
-    batch.packets.reserve(payloads.size() + 1);
-    for (const RtpPayload& payload : payloads)
-        batch.packets.push_back(rtp_.Make(payload, timestamp));
-    counters_.packets += batch.packets.size();
-    return batch;
-}
-
 PacketBatch MediaSession::MakeH264(const MediaFrame& frame, std::uint32_t timestamp)
 {
     const H264AccessUnit unit(frame.encoded, Shape(), NextStamp());
@@ -174,22 +127,6 @@ PacketBatch MediaSession::MakeJpeg(const MediaFrame& frame, std::uint32_t timest
     return batch;
 }
 
-void MediaSession::SendFrame(const MediaFrame& frame)
-{
-    faults_.BeforeFrame(rtp_);
-    const std::uint32_t timestamp = rtp_.TimestampOf(frame.mediaTime);
-    PacketBatch batch = codec_ == VideoCodec::H264    ? MakeH264(frame, timestamp)
-                        : codec_ == VideoCodec::Mpeg4 ? MakeMpeg4(frame, timestamp)
-                                                      : MakeJpeg(frame, timestamp);
-    ++counters_.frames;
-    lastTimestamp_ = timestamp;
-    lastCaptured_ = frame.captured;
-    ++frames_;
-    output_->Send(std::move(batch));
-    if (frames_ == 1)
-        Tick();
-}
-
 template <typename WorkOut>
 void MediaSession::TellTruth(const char* kind, std::uint32_t timestamp, const WorkOut& workOut)
 {
@@ -199,35 +136,13 @@ void MediaSession::TellTruth(const char* kind, std::uint32_t timestamp, const Wo
         services_.truth.Record(stream_->Id().Text(), kind, expected->key, expected->bytes, timestamp);
 }
 
-void MediaSession::SendControl(Bytes packet)
+void MediaSession::PlayTimedFaults()
 {
-    output_->Send(ControlBatch(std::move(packet)));
-}
-
-std::uint32_t MediaSession::TimestampNow() const
-{
-    return lastTimestamp_ + TicksOf(std::chrono::system_clock::now() - lastCaptured_);
-}
-
-void MediaSession::Tick()
-{
-    if (!playing_ || frames_ == 0 || muted_ || faults_.Frozen())
-        return;
-    const auto now = Clock::now();
-    if (now >= nextReport_)
+    for (int i = 0; i < kFloodReportsPerTick && services_.faults.Active("rtcp-flood"); ++i)
     {
-        nextReport_ = now + options_.reportInterval;
-        SendControl(rtp_.SenderReport(std::chrono::system_clock::now(), TimestampNow()));
-    }
-    if (services_.faults.Active("rtcp-flood"))
-    {
-        for (int i = 0; i < kFloodReportsPerTick; ++i)
-        {
-            PacketBatch report =
-                ControlBatch(rtp_.SenderReport(std::chrono::system_clock::now(), TimestampNow()));
-            output_->SendStray(report);
-            output_->Send(std::move(report));
-        }
+        PacketBatch report = Report();
+        output_->SendStray(report);
+        output_->Send(std::move(report));
     }
     PlayBye();
 }
@@ -244,12 +159,7 @@ void MediaSession::PlayBye()
         return;
     byePlayed_ = true;
     muted_ = services_.faults.Active("bye", "media-stop");
-    SendControl(rtp_.Bye(std::chrono::system_clock::now(), TimestampNow()));
-}
-
-void MediaSession::OnHungry()
-{
-    Pump();
+    SendBye();
 }
 
 /// For streams without a clock: gives the output work until it has enough, a bit at a time.

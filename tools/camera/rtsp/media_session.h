@@ -1,24 +1,18 @@
 #pragma once
 
 #include "camera/rtsp/cut_picture.h"
-#include "camera/rtsp/media_faults.h"
-#include "camera/rtsp/packet_output.h"
 #include "camera/rtsp/rtp_session.h"
-#include "camera/rtsp/rtp_stream.h"
-#include "camera/rtsp/rtsp_services.h"
 
 #include <boost/asio/io_context.hpp>
 
-#include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 
 namespace larkmoor::camera
 {
 
-/// One video stream on its way to one client or group: takes the hub's frames, makes packets of them, plays
-/// the faults and tells the truth. On the io_context's thread.
+/// One video stream on its way to one client or group; it starts with a key frame. On the io_context's
+/// thread.
 class MediaSession : public FrameSubscriber,
                      public RtpSession,
                      public std::enable_shared_from_this<MediaSession>
@@ -40,28 +34,17 @@ public:
     }
 
     /// The references outlive the session.
-    MediaSession(const RtspOptions& options, const RtspServices& services, SendCounters& counters,
-                 Setup setup);
-    ~MediaSession() override;
+    MediaSession(const RtspOptions& options, const RtspServices& services, Setup setup);
+    ~MediaSession() override { Vanish(); }
 
-    void Play(std::function<void()> onFirstFrame = nullptr) override; ///< starts with the next key frame
-    void Stop() override;
-    void Vanish() override;
-    void Tick() override;
-    void OnHungry() override;
-    std::uint16_t FirstSequence() const override { return rtp_.NextSequence(); }
-    std::uint32_t FirstTimestamp() const override { return rtp_.FirstTimestamp(); }
-    std::uint32_t Ssrc() const override { return rtp_.Ssrc(); }
-
+    void OnHungry() override { Pump(); }
     void OnFrame(const MediaFrame& frame) override;
 
 private:
-    using Clock = std::chrono::steady_clock;
-
+    void Subscribe() override;
+    void Unsubscribe() override { stream_->Unsubscribe(*this); }
+    void PlayTimedFaults() override;
     bool Admits(const MediaFrame& frame);
-    void SendFrame(const MediaFrame& frame);
-    PacketBatch Packets(const std::vector<RtpPayload>& payloads,
-                        std::vector<std::shared_ptr<const void>> owners, std::uint32_t timestamp);
     PacketBatch MakeH264(const MediaFrame& frame, std::uint32_t timestamp);
     PacketBatch MakeMpeg4(const MediaFrame& frame, std::uint32_t timestamp);
     PacketBatch MakeJpeg(const MediaFrame& frame, std::uint32_t timestamp);
@@ -71,31 +54,15 @@ private:
     H264Shape Shape() const;
     std::string NextStamp();
     void PlayBye();
-    void SendControl(Bytes packet);
-    std::uint32_t TimestampNow() const;
     void Pump();
 
-    const RtspOptions& options_;
-    const RtspServices& services_;
-    SendCounters& counters_;
     boost::asio::io_context& context_;
     const std::shared_ptr<VideoStream> stream_;
-    const std::unique_ptr<PacketOutput> output_;
     const ParameterSets described_;
     const VideoCodec codec_; // that the description told
-    RtpStream rtp_;
-    MediaFaults faults_;
-    std::function<void()> onFirstFrame_;
-    bool playing_ = false;
-    bool gone_ = false;
-    bool muted_ = false;     // by a BYE that ends the media
     bool byePlayed_ = false; // in the present window of the fault
     bool waitingForKey_ = true;
     std::uint32_t stamps_ = 0;
-    std::uint64_t frames_ = 0;
-    std::uint32_t lastTimestamp_ = 0;
-    std::chrono::system_clock::time_point lastCaptured_;
-    Clock::time_point nextReport_;
 };
 
 } // namespace larkmoor::camera

@@ -54,7 +54,7 @@ std::shared_ptr<MediaSession> MulticastGroups::Join(const RtspTarget& target, co
     if (!output->Open(options_.bindAddress, target.ttl))
         return nullptr;
     MediaSession::Setup setup{context_, services_.hub.Stream(target.id), std::move(output), described, seed};
-    std::shared_ptr<MediaSession> session(new MediaSession(options_, services_, counters_, std::move(setup)),
+    std::shared_ptr<MediaSession> session(new MediaSession(options_, services_, std::move(setup)),
                                           [](MediaSession* last)
                                           {
                                               last->Stop();

@@ -20,8 +20,8 @@ class MulticastGroups
 public:
     /// The references outlive the groups.
     MulticastGroups(boost::asio::io_context& context, const RtspOptions& options,
-                    const RtspServices& services, SendCounters& counters)
-        : context_(context), options_(options), services_(services), counters_(counters)
+                    const RtspServices& services)
+        : context_(context), options_(options), services_(services)
     {
     }
 
@@ -38,7 +38,6 @@ private:
     boost::asio::io_context& context_;
     const RtspOptions& options_;
     const RtspServices& services_;
-    SendCounters& counters_;
     std::map<Key, std::weak_ptr<MediaSession>> groups_;
 };
 

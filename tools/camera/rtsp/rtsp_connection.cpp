@@ -1,8 +1,7 @@
 #include "camera/rtsp/rtsp_connection.h"
 
-#include "camera/rtsp/audio_description.h"
-#include "camera/rtsp/rtsp_address.h"
 #include "camera/rtsp/rtsp_server.h"
+#include "camera/rtsp/rtsp_target.h"
 #include "camera/rtsp/session_description.h"
 
 #include <utility>
@@ -214,11 +213,6 @@ RtspReply RtspConnection::Describe(const RtspRequest& request)
     return reply.Body("application/sdp", description);
 }
 
-void RtspConnection::Touch(const UdpSender::Endpoint& reporter)
-{
-    sessions_.Touch(reporter);
-}
-
 void RtspConnection::Tick()
 {
     if (!vanished_ && !ended_)
@@ -235,11 +229,6 @@ void RtspConnection::Reset()
 {
     sessions_.Vanish();
     End(true);
-}
-
-void RtspConnection::ResetInTheMiddle()
-{
-    writer_->ResetInTheMiddle();
 }
 
 void RtspConnection::Vanish()

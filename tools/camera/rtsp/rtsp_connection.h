@@ -34,14 +34,14 @@ public:
 
     // Faults of the whole device.
     void Reset();            ///< ends at once with an RST
-    void ResetInTheMiddle(); ///< the same, in the middle of the next thing to be sent
+    void ResetInTheMiddle() { writer_->ResetInTheMiddle(); } ///< the same, in the middle of the next thing to be sent
     void Vanish();           ///< neither reads nor writes from now on, and stays open
 
     /// For reports, time-outs and faults that come with time; some times a second.
     void Tick();
 
     /// A receiver report came from there: sessions of that client are alive.
-    void Touch(const UdpSender::Endpoint& reporter);
+    void Touch(const UdpSender::Endpoint& reporter) { sessions_.Touch(reporter); }
 
 private:
     void Read();

@@ -1,8 +1,7 @@
 #include "camera/rtsp/rtsp_message.h"
 
-#include <algorithm>
-#include <cctype>
-#include <charconv>
+#include "base/text.h"
+
 #include <cstring>
 
 namespace larkmoor::camera
@@ -15,35 +14,12 @@ constexpr std::size_t kMostBodyBytes = 64 * 1024;
 constexpr std::size_t kFrameHeadBytes = 4;
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
 
-std::string_view Trim(std::string_view text)
-{
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
-
-bool SameWord(std::string_view a, std::string_view b)
-{
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
-}
-
 template <typename Number>
-bool ReadNumber(std::string_view text, Number& number)
+bool Take(std::string_view text, Number& number)
 {
-    text = Trim(text);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size();
-}
-
-/// The text up to the next `mark`, which is taken off `rest` together with it.
-std::string_view CutAt(std::string_view& rest, char mark)
-{
-    const std::size_t end = std::min(rest.find(mark), rest.size());
-    const std::string_view piece = rest.substr(0, end);
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-    return piece;
+    const std::optional<Number> read = ReadNumber<Number>(Trim(text));
+    number = read.value_or(number);
+    return read.has_value();
 }
 
 /// "a-b" or "a", which then means a and the next number.
@@ -51,14 +27,14 @@ template <typename Number>
 bool ReadPair(std::string_view text, Number& first, Number& second)
 {
     const std::string_view one = CutAt(text, '-');
-    if (!ReadNumber(one, first))
+    if (!Take(one, first))
         return false;
     if (Trim(text).empty())
     {
         second = static_cast<Number>(first + 1);
         return true;
     }
-    return ReadNumber(text, second);
+    return Take(text, second);
 }
 
 const char* ReasonOf(int status)
@@ -98,7 +74,7 @@ std::string_view RtspRequest::Header(std::string_view name) const
 {
     for (const auto& [key, value] : headers)
     {
-        if (SameWord(key, name))
+        if (EqualsIgnoringCase(key, name))
             return value;
     }
     return {};
@@ -169,7 +145,7 @@ bool RtspRequestReader::ParseHead(std::string_view head, std::size_t& contentLen
             last_.headers.emplace_back(name, Trim(line));
     }
     const std::string_view length = last_.Header("Content-Length");
-    return length.empty() || ReadNumber(length, contentLength);
+    return length.empty() || Take(length, contentLength);
 }
 
 RtspReply& RtspReply::Header(std::string_view name, std::string_view value)
@@ -198,19 +174,19 @@ std::vector<TransportRequest> ParseTransport(std::string_view header)
         std::string_view alternative = CutAt(header, ',');
         const std::string_view protocol = Trim(CutAt(alternative, ';'));
         TransportRequest wanted;
-        if (SameWord(protocol, "RTP/AVP/TCP"))
+        if (EqualsIgnoringCase(protocol, "RTP/AVP/TCP"))
             wanted.overTcp = true;
-        else if (!SameWord(protocol, "RTP/AVP") && !SameWord(protocol, "RTP/AVP/UDP"))
+        else if (!EqualsIgnoringCase(protocol, "RTP/AVP") && !EqualsIgnoringCase(protocol, "RTP/AVP/UDP"))
             continue;
         while (!alternative.empty())
         {
             std::string_view item = CutAt(alternative, ';');
             const std::string_view key = Trim(CutAt(item, '='));
-            if (SameWord(key, "multicast"))
+            if (EqualsIgnoringCase(key, "multicast"))
                 wanted.multicast = true;
-            else if (SameWord(key, "client_port"))
+            else if (EqualsIgnoringCase(key, "client_port"))
                 wanted.hasPorts = ReadPair(item, wanted.rtpPort, wanted.rtcpPort);
-            else if (SameWord(key, "interleaved"))
+            else if (EqualsIgnoringCase(key, "interleaved"))
                 wanted.hasChannels = ReadPair(item, wanted.rtpChannel, wanted.rtcpChannel);
         }
         all.push_back(wanted);

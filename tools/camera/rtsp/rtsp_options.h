@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/device/streams.h"
+#include "camera/device/profile.h"
 
 #include <chrono>
 #include <cstddef>
@@ -36,14 +36,6 @@ struct RtspTarget
     std::uint16_t port = 0; ///< RTP port of the group, even; RTCP has the next one
     std::uint8_t ttl = 15;
     bool announceGroup = true; ///< the description names the group, so that clients can go there
-};
-
-/// What became of the frames that were to be sent, for all sessions together.
-struct SendCounters
-{
-    std::uint64_t frames = 0;  ///< sent whole
-    std::uint64_t dropped = 0; ///< left out because the client was too slow
-    std::uint64_t packets = 0; ///< RTP packets
 };
 
 } // namespace larkmoor::camera

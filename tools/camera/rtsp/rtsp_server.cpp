@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <utility>
-#include <vector>
 
 namespace larkmoor::camera
 {
@@ -16,7 +15,6 @@ using boost::asio::ip::tcp;
 
 constexpr std::chrono::milliseconds kTick{50};
 constexpr std::size_t kMostConnections = 4096;
-constexpr double kRequestsASecond = 5; // before the faults of a busy device refuse
 constexpr std::uint32_t kSmallestSide = 32;
 
 } // namespace
@@ -25,10 +23,13 @@ RtspServer::RtspServer(boost::asio::io_context& context, RtspOptions options, Rt
     : context_(context),
       options_(std::move(options)),
       services_(std::move(services)),
-      acceptor_(context),
+      listener_(context, services_.faults,
+                {[this](tcp::socket socket) { Admit(std::move(socket)); },
+                 [this] { ForAll(&RtspConnection::Vanish); }, [this] { ForAll(&RtspConnection::Reset); }}),
       tick_(context),
       udp_(context),
-      groups_(context, options_, services_, counters_)
+      groups_(context, options_, services_),
+      rate_(services_.faults)
 {
 }
 
@@ -36,9 +37,15 @@ RtspServer::~RtspServer() = default;
 
 bool RtspServer::Start(std::string& error)
 {
-    port_ = options_.port;
-    if (!udp_.Open(options_.bindAddress, error) || !Listen(error))
+    if (!udp_.Open(options_.bindAddress, error))
         return false;
+    boost::system::error_code failure;
+    if (!listener_.Open(options_.bindAddress, options_.port, failure))
+    {
+        error = "RTSP port " + std::to_string(options_.port) + " on " + options_.bindAddress + ": " +
+                failure.message();
+        return false;
+    }
     udp_.ListenForReports(
         [this](const UdpSender::Endpoint& reporter)
         {
@@ -49,79 +56,31 @@ bool RtspServer::Start(std::string& error)
     return true;
 }
 
-bool RtspServer::Listen(std::string& error)
+void RtspServer::Admit(tcp::socket socket)
 {
-    boost::system::error_code failure;
-    const auto address = boost::asio::ip::make_address(options_.bindAddress, failure);
-    if (!failure)
-        acceptor_.open(tcp::v4(), failure);
-    if (!failure)
-        acceptor_.set_option(tcp::acceptor::reuse_address(true), failure);
-    if (!failure)
-        acceptor_.bind({address, port_}, failure);
-    if (!failure)
-        acceptor_.listen(boost::asio::socket_base::max_listen_connections, failure);
-    if (failure)
-    {
-        error =
-            "RTSP port " + std::to_string(port_) + " on " + options_.bindAddress + ": " + failure.message();
-        boost::system::error_code ignored;
-        acceptor_.close(ignored);
-        return false;
-    }
-    if (port_ == 0) // the same one is taken again later
-        port_ = acceptor_.local_endpoint().port();
-    Accept();
-    return true;
-}
-
-void RtspServer::Accept()
-{
-    acceptor_.async_accept(
-        [this](const boost::system::error_code& error, tcp::socket socket)
-        {
-            if (error == boost::asio::error::operation_aborted || !acceptor_.is_open())
-                return;
-            Accept();
-            boost::system::error_code gone; // a client that left before it was looked at
-            tcp::endpoint peer;
-            if (!error)
-                peer = socket.remote_endpoint(gone);
-            if (!error && !gone && connections_.size() < kMostConnections)
-            {
-                const auto connection = std::make_shared<RtspConnection>(*this, std::move(socket), peer);
-                connections_.emplace(connection.get(), connection);
-                connection->Start();
-                if (vanished_)
-                    connection->Vanish();
-            }
-        });
+    boost::system::error_code gone; // a client that left before it was looked at
+    const tcp::endpoint peer = socket.remote_endpoint(gone);
+    if (gone || connections_.size() >= kMostConnections)
+        return;
+    const auto connection = std::make_shared<RtspConnection>(*this, std::move(socket), peer);
+    connections_.emplace(connection.get(), connection);
+    connection->Start();
+    if (listener_.IsHalfOpen())
+        connection->Vanish();
 }
 
 void RtspServer::Stop()
 {
     tick_.cancel();
-    boost::system::error_code ignored;
-    acceptor_.close(ignored);
-    CloseAll(true);
+    listener_.Close();
+    ForAll(&RtspConnection::Close);
     udp_.Close();
 }
 
-void RtspServer::CloseAll(bool politely)
+void RtspServer::ForAll(void (RtspConnection::*operation)())
 {
-    const auto connections = std::exchange(connections_, {});
-    for (const auto& [key, connection] : connections)
-    {
-        if (politely)
-            connection->Close();
-        else
-            connection->Reset();
-    }
-}
-
-void RtspServer::Forget(RtspConnection& connection)
-{
-    connections_.erase(&connection);
+    for (const auto& [key, connection] : std::map(connections_)) // one that ends takes itself out
+        ((*connection).*operation)();
 }
 
 std::string RtspServer::NewSessionId()
@@ -135,30 +94,14 @@ std::string RtspServer::NewSessionId()
 
 int RtspServer::BusyStatus()
 {
-    const FaultPlan& faults = services_.faults;
-    const auto now = std::chrono::steady_clock::now();
-    if (now - second_ >= std::chrono::seconds(1))
-    {
-        second_ = now;
-        requestsInSecond_ = 0;
-    }
-    ++requestsInSecond_;
-    for (const auto& [name, status] : {std::pair{"busy-503", 503}, std::pair{"busy-401", 401}})
-    {
-        if (faults.Active(name) && requestsInSecond_ > faults.Number(name, kRequestsASecond))
-            return status;
-    }
-    return 0;
+    rate_.Count();
+    return rate_.IsTooHigh("busy-503") ? 503 : rate_.IsTooHigh("busy-401") ? 401 : 0;
 }
 
 void RtspServer::Tick()
 {
     PlayServerFaults();
-    std::vector<std::shared_ptr<RtspConnection>> all; // a connection may end while it is looked after
-    for (const auto& [key, connection] : connections_)
-        all.push_back(connection);
-    for (const auto& connection : all)
-        connection->Tick();
+    ForAll(&RtspConnection::Tick);
     groups_.Tick();
     tick_.expires_after(kTick);
     tick_.async_wait(
@@ -172,33 +115,8 @@ void RtspServer::Tick()
 void RtspServer::PlayServerFaults()
 {
     const FaultPlan& faults = services_.faults;
-    if (const bool down = faults.Active("reboot"); down != std::exchange(down_, down))
-    {
-        boost::system::error_code ignored;
-        std::string error;
-        if (down)
-        {
-            acceptor_.close(ignored);
-            CloseAll(false);
-        }
-        else if (!Listen(error))
-            down_ = true; // the port is taken for the moment: with the next tick
-    }
-    if (const bool vanished = faults.Active("half-open"); vanished != std::exchange(vanished_, vanished))
-    {
-        for (const auto& [key, connection] : connections_)
-        {
-            if (vanished)
-                connection->Vanish();
-        }
-        if (!vanished)
-            CloseAll(false); // whoever is back knows nothing of the old connections
-    }
     if (const std::uint32_t resets = faults.Occurrences("reset"); resets != std::exchange(resets_, resets))
-    {
-        for (const auto& [key, connection] : connections_)
-            connection->ResetInTheMiddle();
-    }
+        ForAll(&RtspConnection::ResetInTheMiddle);
     ChangePictureSizes(faults.Active("sps-change"));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/net/listener.h"
 #include "camera/rtsp/multicast_groups.h"
 #include "camera/rtsp/rtsp_services.h"
 #include "camera/rtsp/udp_sender.h"
@@ -8,7 +9,6 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -35,7 +35,7 @@ public:
     /// Listens. False says in `error` why not.
     [[nodiscard]] bool Start(std::string& error);
 
-    std::uint16_t Port() const { return port_; } ///< that it listens on, also while a fault keeps it from it
+    std::uint16_t Port() const { return listener_.Port(); }
 
     /// Ends all sessions with a BYE and all connections, and listens no more.
     void Stop();
@@ -46,36 +46,29 @@ public:
     boost::asio::io_context& Context() { return context_; }
     UdpSender& Udp() { return udp_; }
     MulticastGroups& Groups() { return groups_; }
-    SendCounters& Counters() { return counters_; }
     std::string NewSessionId();
     std::uint64_t NextSeed() { return options_.seed * 1'000'003 + ++lastSeed_; }
     /// Counts a request, and gives the status that too many of them in a second get: 503, 401, or 0 for none.
     int BusyStatus();
-    void Forget(RtspConnection& connection);
+    void Forget(RtspConnection& connection) { connections_.erase(&connection); }
 
 private:
-    bool Listen(std::string& error);
-    void Accept();
+    void Admit(boost::asio::ip::tcp::socket socket);
+    void ForAll(void (RtspConnection::*operation)());
     void Tick();
     void PlayServerFaults();
-    void CloseAll(bool politely);
     void ChangePictureSizes(bool change);
 
     boost::asio::io_context& context_;
     const RtspOptions options_;
     const RtspServices services_;
-    boost::asio::ip::tcp::acceptor acceptor_;
+    Listener listener_;
     boost::asio::steady_timer tick_;
     UdpSender udp_;
-    SendCounters counters_;
     MulticastGroups groups_;
-    std::uint16_t port_ = 0;
     std::map<RtspConnection*, std::shared_ptr<RtspConnection>> connections_;
     std::uint64_t lastSeed_ = 0;
-    std::chrono::steady_clock::time_point second_;
-    std::uint32_t requestsInSecond_ = 0;
-    bool down_ = false;     // as long as the fault reboot says
-    bool vanished_ = false; // as long as the fault half-open says
+    RequestRate rate_;
     std::uint32_t resets_ = 0;
     std::map<StreamId, VideoSettings> resized_; // what streams were before the fault sps-change
 };

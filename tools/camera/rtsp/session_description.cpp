@@ -1,11 +1,30 @@
 #include "camera/rtsp/session_description.h"
 
-#include <cstdio>
+#include "base/text.h"
+#include "camera/rtsp/audio_packets.h"
 
 namespace larkmoor::camera
 {
+
 namespace
 {
+
+std::string EncodingOf(const AudioSettings& settings)
+{
+    const std::string rate = "/" + std::to_string(settings.SampleRate());
+    switch (settings.codec)
+    {
+    case AudioCodec::G711MuLaw:
+        return "PCMU" + rate;
+    case AudioCodec::G711ALaw:
+        return "PCMA" + rate;
+    case AudioCodec::G726:
+        return "G726-" + std::to_string(settings.bitRate / 1000) + rate;
+    case AudioCodec::Aac:
+        break;
+    }
+    return "mpeg4-generic" + rate + "/1";
+}
 
 constexpr std::size_t kProfileBytes = 3; // profile_idc, constraint flags, level_idc behind the NAL header
 
@@ -14,21 +33,14 @@ bool IsBroken(const FaultPlan& faults, const char* what)
     return faults.Active("sdp-broken", "all") || faults.Active("sdp-broken", what);
 }
 
-std::string HexOf(const Bytes& bytes)
+std::string HexOf(std::span<const std::uint8_t> bytes)
 {
-    constexpr const char* kDigits = "0123456789ABCDEF";
-    std::string text;
-    for (const std::uint8_t byte : bytes)
-        text += {kDigits[byte >> 4], kDigits[byte & 0x0F]};
-    return text;
+    return Hex(bytes, "0123456789ABCDEF");
 }
 
 std::string ProfileOf(const Bytes& sps)
 {
-    char text[2 * kProfileBytes + 1] = "";
-    if (sps.size() > kProfileBytes)
-        std::snprintf(text, sizeof text, "%02X%02X%02X", sps[1], sps[2], sps[3]);
-    return text;
+    return sps.size() > kProfileBytes ? HexOf(std::span(sps).subspan(1, kProfileBytes)) : "";
 }
 
 std::string ConnectionLine(const RtspTarget& target, const FaultPlan& faults)
@@ -58,20 +70,15 @@ std::string FormatLine(const DescribedVideo& video, const FaultPlan& faults)
 
 } // namespace
 
-std::string Base64(std::span<const std::uint8_t> bytes)
+std::string DescribeAudio(const AudioSettings& settings, const Bytes& config, const std::string& control)
 {
-    constexpr const char* kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += 3)
-    {
-        const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
-        std::uint32_t group = 0;
-        for (std::size_t i = 0; i < 3; ++i)
-            group = group << 8 | (i < count ? bytes[at + i] : 0u);
-        for (std::size_t i = 0; i < 4; ++i)
-            text += i <= count ? kLetters[group >> (18 - 6 * i) & 0x3F] : '=';
-    }
-    return text;
+    const std::string type = std::to_string(AudioPayloadType(settings));
+    std::string text = "m=audio 0 RTP/AVP " + type + "\r\nc=IN IP4 0.0.0.0\r\n";
+    text += "a=rtpmap:" + type + " " + EncodingOf(settings) + "\r\n";
+    if (settings.codec == AudioCodec::Aac)
+        text += "a=fmtp:" + type + " streamtype=5;profile-level-id=15;mode=AAC-hbr;config=" + Hex(config) +
+                ";sizelength=13;indexlength=3;indexdeltalength=3\r\n";
+    return text + "a=control:" + control + "\r\n";
 }
 
 std::string DescribeVideo(const DescribedVideo& video, const FaultPlan& faults)

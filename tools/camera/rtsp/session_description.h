@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/fault/fault_plan.h"
+#include "camera/media/audio_encoder.h"
 #include "camera/media/encoded_frame.h"
 #include "camera/rtsp/rtsp_options.h"
 
@@ -8,6 +9,10 @@
 
 namespace larkmoor::camera
 {
+
+/// The media section of sound behind that of video: G.711 and G.726 by RFC 3551, AAC by RFC 3640, 4.1, in the
+/// high bit-rate mode. `config` is AAC's, `control` relative to the base, or absolute.
+std::string DescribeAudio(const AudioSettings& settings, const Bytes& config, const std::string& control);
 
 /// What a description (RFC 4566) tells of a stream.
 struct DescribedVideo
@@ -24,8 +29,5 @@ struct DescribedVideo
 /// The body of the answer to DESCRIBE for a stream of H.264 (RFC 6184, 8.2.1), MPEG-4 (RFC 6416, 7.1) or
 /// JPEG (RFC 2435), told with the faults sprop-missing and sdp-broken.
 std::string DescribeVideo(const DescribedVideo& video, const FaultPlan& faults);
-
-/// RFC 4648, section 4.
-std::string Base64(std::span<const std::uint8_t> bytes);
 
 } // namespace larkmoor::camera

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/rtsp/packet_output.h"
+#include "camera/rtsp/rtp_packet_batch.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/udp.hpp>
@@ -30,7 +30,6 @@ public:
     void AllowMulticast(std::uint8_t ttl);
 
     std::uint16_t RtpPort() const { return rtpPort_; }
-    std::uint16_t RtcpPort() const { return static_cast<std::uint16_t>(rtpPort_ + 1); }
 
     /// Sends now. What the system has no room for is lost, as on any network.
     void Send(const PacketBatch& batch, const Endpoint& rtp, const Endpoint& rtcp);

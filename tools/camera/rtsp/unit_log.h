@@ -18,16 +18,15 @@ class UnitLog
 {
 public:
     /// False says in `error` why not.
-    [[nodiscard]] bool Open(const std::string& path, std::string& error);
+    [[nodiscard]] bool Open(const std::string& path, std::string& error) { return lines_.Open(path, error); }
 
-    bool Wanted() const { return wanted_; }
+    bool Wanted() const { return lines_.IsOpen(); }
 
     void Record(const std::string& stream, std::uint32_t rtp, const H264AccessUnit& unit,
                 const PacketFates& fates);
 
 private:
     JsonLines lines_;
-    bool wanted_ = false;
 };
 
 } // namespace larkmoor::camera

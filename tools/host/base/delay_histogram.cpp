@@ -27,11 +27,6 @@ std::uint64_t DelayHistogram::UpperEdge(std::size_t bucket)
     return lower + (std::uint64_t{1} << shift) - 1;
 }
 
-void DelayHistogram::Add(std::uint64_t microseconds)
-{
-    buckets_[BucketOf(microseconds)].fetch_add(1, std::memory_order_relaxed);
-}
-
 std::uint64_t DelayHistogram::Count() const
 {
     std::uint64_t count = 0;

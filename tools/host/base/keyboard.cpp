@@ -24,11 +24,6 @@ Keyboard::~Keyboard()
     tcsetattr(STDIN_FILENO, TCSANOW, &before_);
 }
 
-bool Keyboard::IsThere()
-{
-    return isatty(STDIN_FILENO) == 1;
-}
-
 std::optional<int> Keyboard::Read(std::chrono::milliseconds patience)
 {
     pollfd item{STDIN_FILENO, POLLIN, 0};

@@ -27,7 +27,7 @@ public:
     Keyboard(const Keyboard&) = delete;
     Keyboard& operator=(const Keyboard&) = delete;
 
-    static bool IsThere(); ///< true when standard input is a terminal
+    static bool IsThere() { return isatty(STDIN_FILENO) == 1; } ///< true when standard input is a terminal
 
     /// The next key, or nothing after `patience`, at an interrupt or when the terminal is gone.
     std::optional<int> Read(std::chrono::milliseconds patience);

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 
 namespace larkmoor::host
 {
@@ -13,29 +11,14 @@ namespace larkmoor::host
 namespace
 {
 
-constexpr double kLongestMs = 366.0 * 24 * 3600 * 1000;
 constexpr double kLargestRate = 1000.0; // an interval is a whole number of milliseconds
 
 } // namespace
 
-std::optional<std::uint64_t> ReadNumber(std::string_view text, std::uint64_t largest)
-{
-    std::uint64_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size() || value > largest)
-        return std::nullopt;
-    return value;
-}
-
 std::optional<double> ReadPositive(std::string_view text, double largest)
 {
-    if (text.empty() || text.find_first_not_of("0123456789.") != std::string_view::npos)
-        return std::nullopt;
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || !(value > 0) || value > largest)
-        return std::nullopt;
-    return value;
+    const std::optional<double> value = ReadDecimal(text, largest);
+    return value && *value > 0 ? value : std::nullopt;
 }
 
 std::optional<PictureSize> ReadSize(std::string_view text)
@@ -43,34 +26,17 @@ std::optional<PictureSize> ReadSize(std::string_view text)
     const std::size_t cross = text.find('x');
     if (cross == std::string_view::npos)
         return std::nullopt;
-    const auto width = ReadNumber(text.substr(0, cross), 65535);
-    const auto height = ReadNumber(text.substr(cross + 1), 65535);
+    const auto width = ReadNumber<std::uint16_t>(text.substr(0, cross));
+    const auto height = ReadNumber<std::uint16_t>(text.substr(cross + 1));
     if (!width || !height || *width == 0 || *height == 0)
         return std::nullopt;
-    return PictureSize{static_cast<std::uint16_t>(*width), static_cast<std::uint16_t>(*height)};
+    return PictureSize{*width, *height};
 }
 
 std::optional<std::chrono::milliseconds> ReadDuration(std::string_view text)
 {
-    double unit = 1000;
-    if (text.ends_with("ms"))
-    {
-        unit = 1;
-        text.remove_suffix(2);
-    }
-    else if (text.ends_with('s'))
-    {
-        text.remove_suffix(1);
-    }
-    else if (text.ends_with('m'))
-    {
-        unit = 60000;
-        text.remove_suffix(1);
-    }
-    const auto value = ReadPositive(text, kLongestMs / unit);
-    if (!value)
-        return std::nullopt;
-    return std::chrono::milliseconds(std::llround(*value * unit));
+    const std::optional<std::chrono::milliseconds> time = ReadTime(text);
+    return time && time->count() > 0 ? time : std::nullopt;
 }
 
 std::optional<Change> ReadChange(std::string_view text)
@@ -105,25 +71,6 @@ std::uint16_t IntervalOfRate(double framesPerSecond)
         return 0;
     const double interval = std::round(1000.0 / framesPerSecond);
     return interval >= 65535 ? 65535 : static_cast<std::uint16_t>(interval < 1 ? 1 : interval);
-}
-
-std::string IsoTime(std::int64_t unixMicroseconds)
-{
-    std::int64_t seconds = unixMicroseconds / 1'000'000;
-    std::int64_t rest = unixMicroseconds % 1'000'000;
-    if (rest < 0)
-    {
-        rest += 1'000'000;
-        --seconds;
-    }
-    const std::time_t moment = seconds;
-    std::tm calendar{};
-    if (gmtime_r(&moment, &calendar) == nullptr)
-        return "";
-    std::array<char, 64> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &calendar);
-    std::snprintf(text.data() + length, text.size() - length, ".%03dZ", static_cast<int>(rest / 1000));
-    return text.data();
 }
 
 std::string Printable(std::string_view text)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/text.h"
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -26,16 +28,13 @@ struct Change
     std::optional<double> rate;      ///< frames a second; none: as before
 };
 
-/// Digits only, at most `largest`. None for anything else, the empty text included.
-std::optional<std::uint64_t> ReadNumber(std::string_view text, std::uint64_t largest);
-
 /// A decimal number above 0 and at most `largest`, without sign or exponent.
 std::optional<double> ReadPositive(std::string_view text, double largest);
 
 /// "640x480"; both sides from 1 to 65535.
 std::optional<PictureSize> ReadSize(std::string_view text);
 
-/// "90", "90s", "1.5s", "250ms" or "2m"; up to a year.
+/// "90", "90s", "1.5s", "250ms" or "2m"; above 0 and up to a year.
 std::optional<std::chrono::milliseconds> ReadDuration(std::string_view text);
 
 /// "5s:640x480@10", "5s:640x480" or "5s:@10".
@@ -43,9 +42,6 @@ std::optional<Change> ReadChange(std::string_view text);
 
 /// The interval that a host asks for: milliseconds between frames, 0 for a rate of 0.
 std::uint16_t IntervalOfRate(double framesPerSecond);
-
-/// "2024-03-01T12:00:00.123Z" for microseconds since 1970.
-std::string IsoTime(std::int64_t unixMicroseconds);
 
 /// The text with dots in the place of control characters, which may come from a camera.
 std::string Printable(std::string_view text);

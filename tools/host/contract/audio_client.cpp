@@ -35,11 +35,6 @@ AudioCounts AudioClient::Counts() const
     return counts_;
 }
 
-IHostCodecItem* AudioClient::GetItem(std::uint32_t index)
-{
-    return index < items_.size() ? &items_[index] : nullptr;
-}
-
 bool AudioClient::AudioFrame(IHostFrame* frame)
 {
     FrameHold hold = allocator_.Hold(frame);

@@ -44,7 +44,10 @@ public:
     bool AudioFrame(IHostFrame* frame) override;
     void StateChanged(std::uint32_t audioChannel, std::uint32_t state) override;
     std::uint32_t GetCount() override { return static_cast<std::uint32_t>(items_.size()); }
-    IHostCodecItem* GetItem(std::uint32_t index) override;
+    IHostCodecItem* GetItem(std::uint32_t index) override
+    {
+        return index < items_.size() ? &items_[index] : nullptr;
+    }
 
 private:
     class Item final : public IHostCodecItem

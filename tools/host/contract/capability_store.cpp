@@ -1,7 +1,37 @@
 #include "host/contract/capability_store.h"
 
+#include <utility>
+
 namespace larkmoor::host
 {
+
+QueryEnd CapabilitySink::End() const
+{
+    const std::lock_guard guard(lock_);
+    return end_;
+}
+
+bool CapabilitySink::WaitFor(std::chrono::milliseconds time)
+{
+    std::unique_lock guard(lock_);
+    return changed_.wait_for(guard, time, [this] { return end_.kind != QueryEnd::Kind::None; });
+}
+
+void CapabilitySink::OnQueryFailed(std::uint32_t code, const char* text)
+{
+    if (text == nullptr)
+        faults_.Add("OnQueryFailed with a null text");
+    SetEnd({QueryEnd::Kind::Failed, code, text == nullptr ? "" : text});
+}
+
+void CapabilitySink::SetEnd(QueryEnd end)
+{
+    const std::lock_guard guard(lock_);
+    if (end_.kind != QueryEnd::Kind::None)
+        faults_.Add("a query ended twice");
+    end_ = std::move(end);
+    changed_.notify_all();
+}
 
 std::uint32_t DeviceReport::Value(std::uint32_t number) const
 {
@@ -19,11 +49,6 @@ std::string DeviceReport::Text(std::uint32_t parameter) const
             return candidate.value == "(none)" ? "" : candidate.value;
     }
     return {};
-}
-
-ICapabilityField* CapabilityStore::GetConnectionField(std::uint32_t index)
-{
-    return &fields_.emplace_back(*this, index);
 }
 
 ICapabilityParameter* CapabilityStore::AddParameter(std::uint32_t id)
@@ -45,11 +70,6 @@ std::string CapabilityStore::Checked(const char* text, const char* operation)
         return text;
     faults_.Add(std::string(operation) + " with a null text");
     return {};
-}
-
-void CapabilityStore::Reserved()
-{
-    faults_.Add("a reserved operation of the capability store was called");
 }
 
 void CapabilityStore::Field::SetText(const char* text)

@@ -2,17 +2,63 @@
 
 #include "host/contract/fault_list.h"
 
+#include <larkmoor/capability_query.h>
 #include <larkmoor/capability_store.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <map>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace larkmoor::host
 {
+
+using namespace korvane::ipcapture;
+
+/// How a capability query ended.
+struct QueryEnd
+{
+    enum class Kind
+    {
+        None, ///< it hasn't
+        Done,
+        Failed,
+        Killed, ///< given up by the driver when its module was deleted
+    };
+
+    Kind kind = Kind::None;
+    std::uint32_t code = 0; ///< of a failure: 0 bad address, 1 login refused, 3 anything else
+    std::string text;       ///< of a failure
+};
+
+/// Hears how a query ends, on the driver's threads, and tells whoever waits.
+class CapabilitySink final : public ICapabilitySink
+{
+public:
+    /// `faults` outlives this object.
+    explicit CapabilitySink(FaultList& faults) : faults_(faults) {}
+
+    QueryEnd End() const;
+    bool WaitFor(std::chrono::milliseconds time); ///< true as soon as the query has ended
+
+    void ReservedSlot1() override { faults_.Add("a reserved operation of the capability sink was called"); }
+    void OnQueryDone() override { SetEnd({QueryEnd::Kind::Done, 0, {}}); }
+    void OnQueryFailed(std::uint32_t code, const char* text) override;
+    void OnQueryKilled() override { SetEnd({QueryEnd::Kind::Killed, 0, {}}); }
+
+private:
+    void SetEnd(QueryEnd end);
+
+    FaultList& faults_;
+    mutable std::mutex lock_; // over `end_`
+    std::condition_variable changed_;
+    QueryEnd end_;
+};
 
 using namespace korvane::ipcapture;
 
@@ -60,7 +106,10 @@ public:
 
     void SetValue(std::uint32_t id, std::uint32_t value) override { report_.values.emplace_back(id, value); }
     void SetModel(const char* text) override { report_.model = Checked(text, "SetModel"); }
-    ICapabilityField* GetConnectionField(std::uint32_t index) override;
+    ICapabilityField* GetConnectionField(std::uint32_t index) override
+    {
+        return &fields_.emplace_back(*this, index);
+    }
     void ReservedSlot1() override { Reserved(); }
     ICapabilityParameter* AddParameter(std::uint32_t id) override;
     IResolutionList* GetResolutionList() override { return &resolutions_; }
@@ -120,7 +169,7 @@ private:
     };
 
     std::string Checked(const char* text, const char* operation); // null is a fault of the driver
-    void Reserved();
+    void Reserved() { faults_.Add("a reserved operation of the capability store was called"); }
 
     FaultList& faults_;
     DeviceReport report_;

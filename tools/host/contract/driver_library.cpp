@@ -18,50 +18,38 @@ constexpr bool kStaysLoaded = true;
 constexpr bool kStaysLoaded = false;
 #endif
 
-template <typename Function>
-void Resolve(void* handle, const char* name, Function& function)
-{
-    function = reinterpret_cast<Function>(dlsym(handle, name));
-    if (function == nullptr)
-        throw Failure(ExitStatus::NoDriver, std::string("no function ") + name);
-}
+constexpr const char* kFunctions[] = {
+    "CreateIPCapture",      "CreateIPCaptureEx",           "CreateIPCaptureEx2",
+    "CreateIPCaptureEx3",   "CreateIPCaptureEx4",          "DeleteIPCapture",
+    "DeleteIPCaptureEx",    "DeleteIPCaptureEx2",          "DeleteIPCaptureEx3",
+    "DeleteIPCaptureEx4",   "CreateCapabilityQueryModule", "DeleteCapabilityQueryModule",
+    "InitCapabilityQuery",  "StartCapabilityQuery",        "TerminateCapabilityQuery",
+    "UninitCapabilityQuery"};
 
 } // namespace
+
+template <typename Function>
+void DriverLibrary::Resolve(const char* name, Function& function)
+{
+    function = reinterpret_cast<Function>(dlsym(handle_, name));
+}
 
 DriverLibrary::DriverLibrary(const std::filesystem::path& file)
     : handle_(dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL))
 {
     if (handle_ == nullptr)
         throw Failure(ExitStatus::NoDriver, std::string("can't load the driver: ") + dlerror());
-    try
+    for (const char* const name : kFunctions)
     {
-        ResolveAll();
-    }
-    catch (const Failure& failure)
-    {
+        if (dlsym(handle_, name) != nullptr)
+            continue;
         dlclose(handle_);
-        throw Failure(ExitStatus::NoDriver, file.string() + " is no capture driver: " + failure.what());
+        throw Failure(ExitStatus::NoDriver, file.string() + " is no capture driver: no function " + name);
     }
-}
-
-void DriverLibrary::ResolveAll()
-{
-    Resolve(handle_, "CreateIPCapture", createIPCapture);
-    Resolve(handle_, "CreateIPCaptureEx", createIPCaptureEx);
-    Resolve(handle_, "CreateIPCaptureEx2", createIPCaptureEx2);
-    Resolve(handle_, "CreateIPCaptureEx3", createIPCaptureEx3);
-    Resolve(handle_, "CreateIPCaptureEx4", createIPCaptureEx4);
-    Resolve(handle_, "DeleteIPCapture", deleteIPCapture);
-    Resolve(handle_, "DeleteIPCaptureEx", deleteIPCaptureEx);
-    Resolve(handle_, "DeleteIPCaptureEx2", deleteIPCaptureEx2);
-    Resolve(handle_, "DeleteIPCaptureEx3", deleteIPCaptureEx3);
-    Resolve(handle_, "DeleteIPCaptureEx4", deleteIPCaptureEx4);
-    Resolve(handle_, "CreateCapabilityQueryModule", createCapabilityQueryModule);
-    Resolve(handle_, "DeleteCapabilityQueryModule", deleteCapabilityQueryModule);
-    Resolve(handle_, "InitCapabilityQuery", initCapabilityQuery);
-    Resolve(handle_, "StartCapabilityQuery", startCapabilityQuery);
-    Resolve(handle_, "TerminateCapabilityQuery", terminateCapabilityQuery);
-    Resolve(handle_, "UninitCapabilityQuery", uninitCapabilityQuery);
+    Resolve("CreateIPCaptureEx4", createIPCaptureEx4);
+    Resolve("DeleteIPCaptureEx4", deleteIPCaptureEx4);
+    Resolve("CreateCapabilityQueryModule", createCapabilityQueryModule);
+    Resolve("DeleteCapabilityQueryModule", deleteCapabilityQueryModule);
 }
 
 DriverLibrary::~DriverLibrary()

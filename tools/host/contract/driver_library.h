@@ -9,7 +9,7 @@ namespace larkmoor::host
 
 using namespace korvane::ipcapture;
 
-/// The driver's library, loaded at run time, with its sixteen functions.
+/// The driver's library, loaded at run time; it has to have all sixteen functions.
 class DriverLibrary
 {
 public:
@@ -22,25 +22,15 @@ public:
     DriverLibrary(const DriverLibrary&) = delete;
     DriverLibrary& operator=(const DriverLibrary&) = delete;
 
-    CreateIPCaptureFunction createIPCapture = nullptr;
-    CreateIPCaptureExFunction createIPCaptureEx = nullptr;
-    CreateIPCaptureEx2Function createIPCaptureEx2 = nullptr;
-    CreateIPCaptureEx3Function createIPCaptureEx3 = nullptr;
+    // Those of the sixteen that the bench host calls.
     CreateIPCaptureEx4Function createIPCaptureEx4 = nullptr;
-    DeleteIPCaptureFunction deleteIPCapture = nullptr;
-    DeleteIPCaptureExFunction deleteIPCaptureEx = nullptr;
-    DeleteIPCaptureEx2Function deleteIPCaptureEx2 = nullptr;
-    DeleteIPCaptureEx3Function deleteIPCaptureEx3 = nullptr;
     DeleteIPCaptureEx4Function deleteIPCaptureEx4 = nullptr;
     CreateCapabilityQueryModuleFunction createCapabilityQueryModule = nullptr;
     DeleteCapabilityQueryModuleFunction deleteCapabilityQueryModule = nullptr;
-    InitCapabilityQueryFunction initCapabilityQuery = nullptr;
-    StartCapabilityQueryFunction startCapabilityQuery = nullptr;
-    TerminateCapabilityQueryFunction terminateCapabilityQuery = nullptr;
-    UninitCapabilityQueryFunction uninitCapabilityQuery = nullptr;
 
 private:
-    void ResolveAll();
+    template <typename Function>
+    void Resolve(const char* name, Function& function);
 
     void* handle_;
 };

@@ -25,11 +25,15 @@ public:
 
     IHostDeviceDescription* GetDescription() override { return this; }
     IHostConnection* GetConnection() override { return this; }
-    const char* GetParameter(std::uint32_t number) override;
+    const char* GetParameter(std::uint32_t number) override
+    {
+        const auto found = device_.properties.find(number);
+        return found == device_.properties.end() ? nullptr : found->second.c_str();
+    }
 
 private:
-    void ReservedSlot1() override;
-    void ReservedSlot2() override;
+    void ReservedSlot1() override { faults_.Add("call of a reserved operation of the device settings"); }
+    void ReservedSlot2() override { ReservedSlot1(); }
     const char* GetModel() override { return device_.model.c_str(); }
     std::uint32_t GetChannelCount() override { return device_.channels; }
     std::uint32_t GetInputCount() override { return device_.inputs; }
@@ -73,8 +77,8 @@ public:
     IHostStreamSettings* GetStreamSettings() override { return this; }
 
 private:
-    void ReservedSlot1() override;
-    void ReservedSlot2() override;
+    void ReservedSlot1() override { faults_.Add("call of a reserved operation of the channel settings"); }
+    void ReservedSlot2() override { ReservedSlot1(); }
     IHostResolution* GetPictureSize() override { return &size_; }
     std::uint16_t GetFrameInterval() override { return frameInterval_; }
     std::uint16_t GetQuality() override { return quality_; }

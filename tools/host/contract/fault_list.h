@@ -12,12 +12,26 @@ namespace larkmoor::host
 class FaultList
 {
 public:
-    void Add(const std::string& text);
+    void Add(const std::string& text)
+    {
+        const std::lock_guard guard(lock_);
+        ++count_;
+        if (texts_.size() < kKept)
+            texts_.push_back(text);
+    }
 
-    std::uint64_t Count() const;
+    std::uint64_t Count() const
+    {
+        const std::lock_guard guard(lock_);
+        return count_;
+    }
 
     /// The first hundred; a driver that goes wrong at every frame shows that soon enough.
-    std::vector<std::string> Texts() const;
+    std::vector<std::string> Texts() const
+    {
+        const std::lock_guard guard(lock_);
+        return texts_;
+    }
 
 private:
     static constexpr std::size_t kKept = 100;

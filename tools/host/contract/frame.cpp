@@ -17,12 +17,11 @@ namespace larkmoor::host
 namespace
 {
 
-constexpr std::size_t kGuardBytes = 32;
 constexpr std::uint8_t kGuard = 0xA7; // neither a start code's byte nor a JPEG marker's
 
-bool IsGuard(const std::uint8_t* bytes)
+bool IsGuard(std::span<const std::uint8_t> bytes)
 {
-    return std::all_of(bytes, bytes + kGuardBytes, [](std::uint8_t byte) { return byte == kGuard; });
+    return std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == kGuard; });
 }
 
 } // namespace
@@ -63,11 +62,6 @@ Frame::~Frame()
     ASAN_UNPOISON_MEMORY_REGION(bytes_.get(), capacity_ + 2 * kGuardBytes);
 }
 
-std::span<const std::uint8_t> Frame::Data() const
-{
-    return {bytes_.get() + kGuardBytes, size_};
-}
-
 void Frame::Prepare(std::uint32_t formatCode, std::size_t room, bool isAudio)
 {
     ASAN_UNPOISON_MEMORY_REGION(bytes_.get(), capacity_ + 2 * kGuardBytes);
@@ -81,7 +75,7 @@ void Frame::Prepare(std::uint32_t formatCode, std::size_t room, bool isAudio)
 
 bool Frame::GuardsIntact() const
 {
-    return IsGuard(bytes_.get()) && IsGuard(bytes_.get() + kGuardBytes + room_);
+    return IsGuard({bytes_.get(), kGuardBytes}) && IsGuard({bytes_.get() + kGuardBytes + room_, kGuardBytes});
 }
 
 void Frame::Seal()
@@ -98,11 +92,6 @@ void Frame::SetData(const std::uint8_t* data, std::uint32_t sizeBytes)
                  std::to_string(room_));
     size_ = std::min<std::size_t>(sizeBytes, room_);
     std::copy_n(data, size_, bytes_.get() + kGuardBytes);
-}
-
-std::uint8_t* Frame::GetData()
-{
-    return bytes_.get() + kGuardBytes;
 }
 
 void Frame::SetDataSize(std::uint32_t sizeBytes)
@@ -126,11 +115,6 @@ void Frame::SetTime(const SYSTEMTIME* captureTime)
     info_.time = UnixMicroseconds(*captureTime);
 }
 
-void Frame::SetFormat(std::uint32_t formatCode)
-{
-    info_.format = formatCode;
-}
-
 void Frame::SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config)
 {
     constexpr std::uint32_t kLargestConfig = 1024; // an AudioSpecificConfig needs a few bytes
@@ -139,76 +123,10 @@ void Frame::SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config)
     info_.codecConfig.assign(config, config + sizeBytes);
 }
 
-void Frame::SetHeight(std::uint32_t pixels)
-{
-    info_.height = pixels;
-}
-
-void Frame::SetAudioBitRate(std::uint32_t bitsPerSecond)
-{
-    info_.audioBitRate = bitsPerSecond;
-}
-
-void Frame::SetWidth(std::uint32_t pixels)
-{
-    info_.width = pixels;
-}
-
-void Frame::SetAudioInput(std::uint8_t audioInput)
-{
-    info_.audioInput = audioInput;
-}
-
-void Frame::SetSizeClass(std::uint32_t sizeClass)
-{
-    info_.sizeClass = sizeClass;
-}
-
 void Frame::SetAudioFormat(std::uint32_t sampleRate, std::uint8_t /*reserved*/, bool stereo)
 {
     info_.sampleRate = sampleRate;
     info_.stereo = stereo;
-}
-
-// The driver must not call these: a call means that its table of operations and the host's differ.
-void Frame::ReservedSlot1()
-{
-    onFault_("call of a reserved operation of a frame");
-}
-
-void Frame::ReservedSlot2()
-{
-    ReservedSlot1();
-}
-
-void Frame::ReservedSlot3()
-{
-    ReservedSlot1();
-}
-
-void Frame::ReservedSlot4()
-{
-    ReservedSlot1();
-}
-
-void Frame::ReservedSlot5()
-{
-    ReservedSlot1();
-}
-
-void Frame::ReservedSlot6()
-{
-    ReservedSlot1();
-}
-
-void Frame::ReservedSlot7()
-{
-    ReservedSlot1();
-}
-
-void Frame::ReservedSlot8()
-{
-    ReservedSlot1();
 }
 
 } // namespace larkmoor::host

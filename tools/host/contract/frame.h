@@ -59,7 +59,7 @@ public:
     const FrameInfo& Info() const { return info_; }
 
     /// The bytes that the driver says are in the frame.
-    std::span<const std::uint8_t> Data() const;
+    std::span<const std::uint8_t> Data() const { return {bytes_.get() + kGuardBytes, size_}; }
 
     /// Makes the frame ready for a driver that asks for `room` bytes, at most `Capacity`.
     void Prepare(std::uint32_t formatCode, std::size_t room, bool isAudio);
@@ -71,29 +71,31 @@ public:
     void Seal();
 
     void SetData(const std::uint8_t* data, std::uint32_t sizeBytes) override;
-    std::uint8_t* GetData() override;
-    void ReservedSlot1() override;
+    std::uint8_t* GetData() override { return bytes_.get() + kGuardBytes; }
+    void ReservedSlot1() override { onFault_("call of a reserved operation of a frame"); }
     void SetDataSize(std::uint32_t sizeBytes) override;
     void SetTimeNow() override;
     void SetTime(const SYSTEMTIME* captureTime) override;
-    void ReservedSlot2() override;
-    void ReservedSlot3() override;
-    void ReservedSlot4() override;
-    void SetFormat(std::uint32_t formatCode) override;
+    void ReservedSlot2() override { ReservedSlot1(); }
+    void ReservedSlot3() override { ReservedSlot1(); }
+    void ReservedSlot4() override { ReservedSlot1(); }
+    void SetFormat(std::uint32_t formatCode) override { info_.format = formatCode; }
     void SetCodecConfig(std::uint32_t sizeBytes, const std::uint8_t* config) override;
-    void SetHeight(std::uint32_t pixels) override;
-    void SetAudioBitRate(std::uint32_t bitsPerSecond) override;
-    void SetWidth(std::uint32_t pixels) override;
-    void SetAudioInput(std::uint8_t audioInput) override;
-    void SetSizeClass(std::uint32_t sizeClass) override;
-    void ReservedSlot5() override;
-    void ReservedSlot6() override;
-    void ReservedSlot7() override;
-    void ReservedSlot8() override;
+    void SetHeight(std::uint32_t pixels) override { info_.height = pixels; }
+    void SetAudioBitRate(std::uint32_t bitsPerSecond) override { info_.audioBitRate = bitsPerSecond; }
+    void SetWidth(std::uint32_t pixels) override { info_.width = pixels; }
+    void SetAudioInput(std::uint8_t audioInput) override { info_.audioInput = audioInput; }
+    void SetSizeClass(std::uint32_t sizeClass) override { info_.sizeClass = sizeClass; }
+    void ReservedSlot5() override { ReservedSlot1(); }
+    void ReservedSlot6() override { ReservedSlot1(); }
+    void ReservedSlot7() override { ReservedSlot1(); }
+    void ReservedSlot8() override { ReservedSlot1(); }
     void SetAudioFormat(std::uint32_t sampleRate, std::uint8_t reserved, bool stereo) override;
 
 private:
     friend class FrameAllocator;
+
+    static constexpr std::size_t kGuardBytes = 32;
 
     std::size_t capacity_;
     std::size_t room_ = 0;

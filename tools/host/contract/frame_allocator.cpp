@@ -151,36 +151,4 @@ void FrameAllocator::DropHold(Frame* frame)
     free_[own->Capacity()].push_back(std::move(own));
 }
 
-IHostFrame* FrameAllocator::AllocateVideoFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                               const char* driverName)
-{
-    return Allocate(formatCode, sizeBytes, driverName, false);
-}
-
-IHostFrame* FrameAllocator::AllocateAudioFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                               const char* driverName)
-{
-    return Allocate(formatCode, sizeBytes, driverName, true);
-}
-
-void FrameAllocator::ReleaseAudioFrame(IHostFrame* frame)
-{
-    Release(frame, true);
-}
-
-void FrameAllocator::ReleaseFrame(IHostFrame* frame)
-{
-    Release(frame, false);
-}
-
-void FrameAllocator::ReservedSlot1()
-{
-    faults_.Add("call of a reserved operation of the frame allocator");
-}
-
-void FrameAllocator::ReservedSlot2()
-{
-    ReservedSlot1();
-}
-
 } // namespace larkmoor::host

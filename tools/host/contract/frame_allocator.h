@@ -62,14 +62,20 @@ public:
     /// Frees what waits to be used again.
     void Trim();
 
-    void ReservedSlot1() override;
+    void ReservedSlot1() override { faults_.Add("call of a reserved operation of the frame allocator"); }
     IHostFrame* AllocateVideoFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                   const char* driverName) override;
+                                   const char* driverName) override
+    {
+        return Allocate(formatCode, sizeBytes, driverName, false);
+    }
     IHostFrame* AllocateAudioFrame(std::uint32_t formatCode, std::uint32_t sizeBytes,
-                                   const char* driverName) override;
-    void ReleaseAudioFrame(IHostFrame* frame) override;
-    void ReservedSlot2() override;
-    void ReleaseFrame(IHostFrame* frame) override;
+                                   const char* driverName) override
+    {
+        return Allocate(formatCode, sizeBytes, driverName, true);
+    }
+    void ReleaseAudioFrame(IHostFrame* frame) override { Release(frame, true); }
+    void ReservedSlot2() override { ReservedSlot1(); }
+    void ReleaseFrame(IHostFrame* frame) override { Release(frame, false); }
 
 private:
     friend class FrameHold;

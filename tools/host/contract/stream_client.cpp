@@ -103,9 +103,4 @@ void StreamClient::SignalLost()
         counts_.signalLost.push_back(MonotonicSeconds());
 }
 
-void StreamClient::ReservedSlot1()
-{
-    faults_.Add("call of a reserved operation of the channel client");
-}
-
 } // namespace larkmoor::host

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/frame_stamp.h"
 #include "host/base/delay_histogram.h"
 #include "host/base/gap_detector.h"
 #include "host/contract/frame_allocator.h"
-#include "host/contract/frame_stamp.h"
 
 #include <larkmoor/host_channel_client.h>
 
@@ -65,7 +65,7 @@ public:
     void ForgetRate();
 
     bool DeliverFrame(IHostFrame* frame) override;
-    void ReservedSlot1() override;
+    void ReservedSlot1() override { faults_.Add("call of a reserved operation of the channel client"); }
     void SignalLost() override;
 
 private:

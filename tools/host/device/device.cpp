@@ -75,10 +75,10 @@ void ReadProperties(const nlohmann::json& object, std::map<std::uint32_t, std::s
         throw std::runtime_error("\"properties\" is no object");
     for (const auto& [key, value] : found->items())
     {
-        const auto number = ReadNumber(key, kLargestProperty);
+        const auto number = ReadNumber<std::uint32_t>(key, kLargestProperty);
         if (!number || *number == 0 || !value.is_string())
             throw std::runtime_error("property \"" + key + "\" is no number with a text");
-        properties[static_cast<std::uint32_t>(*number)] = value.get<std::string>();
+        properties[*number] = value.get<std::string>();
     }
 }
 

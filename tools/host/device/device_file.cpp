@@ -4,7 +4,6 @@
 #include "host/base/text.h"
 #include "host/recording/frame_files.h"
 
-#include <limits>
 #include <system_error>
 
 namespace larkmoor::host
@@ -56,21 +55,20 @@ nlohmann::ordered_json DeviceFile(const DeviceReport& report)
     nlohmann::ordered_json sizes = nlohmann::ordered_json::array();
     for (const DeviceReport::Size& size : report.sizes)
         sizes.push_back({{"size", size.text}, {"frame_time", size.frameTime}});
-    return {
-        {"address", Connection(report, 1)},
-        {"port", ReadNumber(Connection(report, 2), std::numeric_limits<std::uint16_t>::max()).value_or(80)},
-        {"user", Connection(report, 3)},
-        {"password", Connection(report, 4)},
-        {"model", report.model},
-        {"codec", codecs.empty() ? "h264" : codecs.front()},
-        {"channels", report.Value(kChannels)},
-        {"inputs", report.Value(kInputs)},
-        {"outputs", report.Value(kOutputs)},
-        {"properties", Properties(report)},
-        {"codecs", codecs},
-        {"sizes", sizes},
-        {"frame_times", report.frameTimes},
-        {"default_frame_time", report.defaultFrameTime}};
+    return {{"address", Connection(report, 1)},
+            {"port", ReadNumber<std::uint16_t>(Connection(report, 2)).value_or(80)},
+            {"user", Connection(report, 3)},
+            {"password", Connection(report, 4)},
+            {"model", report.model},
+            {"codec", codecs.empty() ? "h264" : codecs.front()},
+            {"channels", report.Value(kChannels)},
+            {"inputs", report.Value(kInputs)},
+            {"outputs", report.Value(kOutputs)},
+            {"properties", Properties(report)},
+            {"codecs", codecs},
+            {"sizes", sizes},
+            {"frame_times", report.frameTimes},
+            {"default_frame_time", report.defaultFrameTime}};
 }
 
 void WriteDeviceFile(const std::filesystem::path& file, const DeviceReport& report)

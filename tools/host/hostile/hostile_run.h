@@ -5,8 +5,7 @@
 #include "host/contract/driver_library.h"
 #include "host/contract/fault_list.h"
 #include "host/hostile/hostile_host.h"
-#include "host/hostile/process_threads.h"
-#include "host/hostile/promise.h"
+#include "host/hostile/operation.h"
 #include "host/hostile/trace_counter.h"
 
 #include <atomic>

@@ -1,37 +1,17 @@
 #include "host/recording/frame_files.h"
 
+#include "base/md5.h"
 #include "host/base/failure.h"
 #include "host/base/text.h"
 
 #include <nlohmann/json.hpp>
-#include <openssl/evp.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
 namespace larkmoor::host
 {
-
-std::string Md5(std::span<const std::uint8_t> bytes)
-{
-    // "-fips": a checksum needs no approval, and systems that ask for it offer none of this name.
-    static const EVP_MD* const kAlgorithm = EVP_MD_fetch(nullptr, "MD5", "-fips");
-    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-    unsigned length = 0;
-    if (kAlgorithm == nullptr ||
-        EVP_Digest(bytes.data(), bytes.size(), digest.data(), &length, kAlgorithm, nullptr) != 1)
-        throw Failure(ExitStatus::Internal, "this system has no MD5");
-    static constexpr const char* kDigits = "0123456789abcdef";
-    std::string text;
-    for (unsigned i = 0; i < length; ++i)
-    {
-        text += kDigits[digest[i] >> 4];
-        text += kDigits[digest[i] & 0x0F];
-    }
-    return text;
-}
 
 OutputFile::OutputFile(std::filesystem::path file)
     : path_(std::move(file)), stream_(path_, std::ios::binary | std::ios::trunc)
@@ -74,7 +54,7 @@ void FrameLog::Write(const Frame& frame)
         {"size", frame.Data().size()},
         {"width", info.width},
         {"height", info.height},
-        {"md5", Md5(frame.Data())},
+        {"md5", Md5Hex(frame.Data())},
     };
     const std::string text = line.dump() + '\n';
     file_.Write(text);

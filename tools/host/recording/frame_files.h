@@ -11,9 +11,6 @@
 namespace larkmoor::host
 {
 
-/// MD5 (RFC 1321) of `bytes` in lower-case hexadecimal. Throws `Failure` (Internal) on a system without it.
-std::string Md5(std::span<const std::uint8_t> bytes);
-
 /// A file to which lines or bytes are added; every failure to open or write is a `Failure` (Output).
 class OutputFile
 {

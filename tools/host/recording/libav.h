@@ -1,40 +1,37 @@
 #pragma once
 
-/// The libraries of FFmpeg, which are C, and owners for what they hand out.
+#include "base/libav.h"
 
 extern "C"
 {
-#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libavutil/error.h>
-#include <libavutil/frame.h>
-#include <libavutil/log.h>
 #include <libswscale/swscale.h>
 }
 
+#include <algorithm>
 #include <cstdint>
-#include <memory>
+#include <new>
 #include <string>
+#include <vector>
 
 namespace larkmoor::host
 {
 
-template <auto Free>
-struct LibavFree
-{
-    template <typename Object>
-    void operator()(Object* object) const
-    {
-        Free(&object);
-    }
-};
-
-using LibavPacket = std::unique_ptr<AVPacket, LibavFree<av_packet_free>>;
-using LibavFrame = std::unique_ptr<AVFrame, LibavFree<av_frame_free>>;
-using LibavCodecContext = std::unique_ptr<AVCodecContext, LibavFree<avcodec_free_context>>;
-
 /// The codec of a format code of the host; AV_CODEC_ID_NONE for no code.
 AVCodecID CodecOfFormat(std::uint32_t format);
+
+/// Copies what a decoder needs beforehand into `codec`, its context or its parameters.
+template <typename Codec>
+void SetHeaders(Codec& codec, const std::vector<std::uint8_t>& headers)
+{
+    if (headers.empty())
+        return;
+    codec.extradata = static_cast<std::uint8_t*>(av_mallocz(headers.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (codec.extradata == nullptr)
+        throw std::bad_alloc();
+    std::copy(headers.begin(), headers.end(), codec.extradata);
+    codec.extradata_size = static_cast<int>(headers.size());
+}
 
 /// What an error code of the libraries means.
 std::string LibavError(int code);

@@ -1,6 +1,6 @@
 #include "host/recording/matroska_writer.h"
 
-#include "host/recording/annex_b.h"
+#include "base/annexb.h"
 
 #include <utility>
 
@@ -14,6 +14,52 @@ constexpr AVRational kMilliseconds = {1, 1000};
 constexpr AVRational kMicroseconds = {1, 1'000'000};
 constexpr int kPictures = 0; // streams of a file
 constexpr int kSound = 1;
+
+constexpr std::size_t kStartCodeBytes = 3;
+
+using ByteSpan = std::span<const std::uint8_t>;
+
+/// The sequence and picture parameter sets of a key frame, each behind a four-byte start code, as a player
+/// wants them in front of a recording. Empty if either kind is missing.
+std::vector<std::uint8_t> H264Headers(ByteSpan keyFrame)
+{
+    std::vector<std::uint8_t> headers;
+    bool hasSequence = false;
+    bool hasPicture = false;
+    for (const NalUnit& unit : SplitAnnexB(keyFrame))
+    {
+        const ByteSpan bytes = keyFrame.subspan(unit.offset, unit.size);
+        const NalType type = NalTypeOf(bytes[0]);
+        if (type != kNalSps && type != kNalPps)
+            continue;
+        (type == kNalSps ? hasSequence : hasPicture) = true;
+        headers.insert(headers.end(), {0, 0, 0, 1});
+        headers.insert(headers.end(), bytes.begin(), bytes.end());
+    }
+    return hasSequence && hasPicture ? headers : std::vector<std::uint8_t>();
+}
+
+/// What stands in front of the first picture of an MPEG-4 key frame (ISO/IEC 14496-2, 6.2: visual object
+/// sequence, visual object, video object layer). Empty without a picture or without a layer.
+std::vector<std::uint8_t> Mpeg4Headers(ByteSpan keyFrame)
+{
+    constexpr std::uint8_t kFirstLayer = 0x20;
+    constexpr std::uint8_t kLastLayer = 0x2F;
+    constexpr std::uint8_t kGroup = 0xB3;
+    constexpr std::uint8_t kPicture = 0xB6;
+    bool hasLayer = false;
+    for (std::size_t at = FindStartCode(keyFrame, 0); at + kStartCodeBytes < keyFrame.size();
+         at = FindStartCode(keyFrame, at + kStartCodeBytes))
+    {
+        const std::uint8_t code = keyFrame[at + kStartCodeBytes];
+        hasLayer = hasLayer || (code >= kFirstLayer && code <= kLastLayer);
+        if (code == kGroup || code == kPicture)
+            return hasLayer ? std::vector<std::uint8_t>(keyFrame.begin(),
+                                                        keyFrame.begin() + static_cast<std::ptrdiff_t>(at))
+                            : std::vector<std::uint8_t>();
+    }
+    return {};
+}
 
 std::vector<std::uint8_t> CodecHeaders(AVCodecID codec, std::span<const std::uint8_t> keyFrame)
 {
@@ -33,6 +79,38 @@ void DescribePictures(AVCodecParameters& parameters, const FrameInfo& info,
 }
 
 } // namespace
+
+std::int64_t Timeline::Place(std::int64_t timeMicroseconds)
+{
+    const std::int64_t time = timeMicroseconds / 1000;
+    if (!origin_)
+    {
+        origin_ = time;
+        last_ = 0;
+        return 0;
+    }
+
+    std::int64_t place = time - *origin_;
+    if (place > last_)
+    {
+        distance_ = place - last_ < kLeap ? place - last_ : distance_;
+    }
+    else
+    {
+        ++moved_;
+        if (place < last_ - kLeap)
+        {
+            place = last_ + distance_;
+            origin_ = time - place;
+        }
+        else
+        {
+            place = last_ + 1;
+        }
+    }
+    last_ = place;
+    return place;
+}
 
 MatroskaWriter::MatroskaWriter(std::filesystem::path file, bool withSound)
     : path_(std::move(file)), waitsForSound_(withSound)

@@ -9,18 +9,6 @@
 namespace larkmoor::host
 {
 
-void SetHeaders(AVCodecParameters& parameters, const std::vector<std::uint8_t>& headers)
-{
-    if (headers.empty())
-        return;
-    parameters.extradata =
-        static_cast<std::uint8_t*>(av_mallocz(headers.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    if (parameters.extradata == nullptr)
-        throw std::bad_alloc();
-    std::copy(headers.begin(), headers.end(), parameters.extradata);
-    parameters.extradata_size = static_cast<int>(headers.size());
-}
-
 OutputContainer::OutputContainer(std::filesystem::path file, const char* muxer) : path_(std::move(file))
 {
     if (const int code = avformat_alloc_output_context2(&format_, nullptr, muxer, nullptr); code < 0)

@@ -10,9 +10,6 @@
 namespace larkmoor::host
 {
 
-/// Copies what a decoder needs beforehand into `parameters`.
-void SetHeaders(AVCodecParameters& parameters, const std::vector<std::uint8_t>& headers);
-
 /// A media file that libavformat writes. Everything throws `Failure` (Output) that says what went wrong.
 class OutputContainer
 {

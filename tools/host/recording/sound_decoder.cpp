@@ -10,22 +10,6 @@
 namespace larkmoor::host
 {
 
-namespace
-{
-
-void SetCodecBytes(AVCodecContext& context, const std::vector<std::uint8_t>& config)
-{
-    if (config.empty())
-        return;
-    context.extradata = static_cast<std::uint8_t*>(av_mallocz(config.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    if (context.extradata == nullptr)
-        throw std::bad_alloc();
-    std::copy(config.begin(), config.end(), context.extradata);
-    context.extradata_size = static_cast<int>(config.size());
-}
-
-} // namespace
-
 SoundDecoder::SoundDecoder(const FrameInfo& info)
 {
     const AVCodec* const codec = avcodec_find_decoder(CodecOfFormat(info.format));
@@ -38,7 +22,7 @@ SoundDecoder::SoundDecoder(const FrameInfo& info)
     av_channel_layout_default(&context_->ch_layout, info.stereo ? 2 : 1);
     if (info.format == kFormatG726 && info.sampleRate != 0)
         context_->bits_per_coded_sample = static_cast<int>(info.audioBitRate / info.sampleRate);
-    SetCodecBytes(*context_, info.codecConfig);
+    SetHeaders(*context_, info.codecConfig);
     if (const int code = avcodec_open2(context_.get(), codec, nullptr); code < 0)
         throw Failure(ExitStatus::Output,
                       "can't decode " + FormatName(info.format) + ": " + LibavError(code));

@@ -1,13 +1,11 @@
-#include "host/verbs/audio.h"
+#include "host/verbs/verbs.h"
 
-#include "host/base/interrupt.h"
-#include "host/base/stopwatch.h"
 #include "host/recording/frame_files.h"
 #include "host/recording/level_meter.h"
 #include "host/recording/recorder.h"
 #include "host/recording/sound_file.h"
-#include "host/verbs/audio_report.h"
 #include "host/verbs/bench.h"
+#include "host/verbs/stream_report.h"
 
 #include <cstdio>
 
@@ -46,8 +44,7 @@ public:
     ExitStatus Run();
 
 private:
-    void Follow();
-    bool IsOver(double now, const AudioCounts& counts) const;
+    bool Look(double now);
     void ShowProgress(double now, const AudioCounts& counts);
     nlohmann::ordered_json Report(const AudioCounts& counts, const RecordingEnd& end,
                                   ExitStatus status) const;
@@ -62,23 +59,14 @@ private:
     std::unique_ptr<Recorder> recorder_;
     std::unique_ptr<AudioClient> client_;
     double start_ = MonotonicSeconds();
-    double nextProgress_ = 0;
+    Pace progress_;
     double stopSeconds_ = 0;
 };
 
-bool AudioRun::IsOver(double now, const AudioCounts& counts) const
-{
-    if (counts.firstFrame == 0)
-        return now - start_ > std::chrono::duration<double>(options_.time.patience).count();
-    return options_.time.seconds &&
-           now - counts.firstFrame >= std::chrono::duration<double>(*options_.time.seconds).count();
-}
-
 void AudioRun::ShowProgress(double now, const AudioCounts& counts)
 {
-    if (now < nextProgress_)
+    if (!progress_.IsDue(now, kMeterSeconds))
         return;
-    nextProgress_ = now + kMeterSeconds;
     std::string line = AudioStateName(counts.state);
     if (counts.frames != 0)
     {
@@ -89,16 +77,14 @@ void AudioRun::ShowProgress(double now, const AudioCounts& counts)
     bench_.console.Show({line}, kPlainProgress);
 }
 
-void AudioRun::Follow()
+// False when there is nothing more to wait for.
+bool AudioRun::Look(double now)
 {
-    do
-    {
-        const double now = MonotonicSeconds();
-        const AudioCounts counts = client_->Counts();
-        if (IsOver(now, counts) || recorder_->HasFailed())
-            break;
-        ShowProgress(now, counts);
-    } while (!Interrupt::WaitFor(kAudioPoll));
+    const AudioCounts counts = client_->Counts();
+    if (IsOver(options_.time, now, start_, counts.firstFrame) || recorder_->HasFailed())
+        return false;
+    ShowProgress(now, counts);
+    return true;
 }
 
 ExitStatus AudioRun::Run()
@@ -108,7 +94,7 @@ ExitStatus AudioRun::Run()
     {
         OpenDriver driver(bench_, device);
         driver.StartAudio(options_.channel, options_.videoChannel, *client_);
-        Follow();
+        Follow(kAudioPoll, [this](double now) { return Look(now); });
         const double stopping = MonotonicSeconds();
         driver.StopAudio(options_.channel);
         stopSeconds_ = MonotonicSeconds() - stopping;
@@ -133,10 +119,8 @@ ExitStatus AudioRun::Run()
 nlohmann::ordered_json AudioRun::Report(const AudioCounts& counts, const RecordingEnd& end,
                                         ExitStatus status) const
 {
-    const Device& device = options_.common.device;
-    nlohmann::ordered_json report = {{"verb", "audio"},
-                                     {"device", device.address + ":" + std::to_string(device.port)},
-                                     {"channel", options_.channel}};
+    nlohmann::ordered_json report = ReportHead("audio", options_.common, nullptr);
+    report["channel"] = options_.channel;
     report.update(AudioReport(counts, start_));
     if (file_)
         report["file"] = {{"path", options_.out.string()},
@@ -150,7 +134,7 @@ nlohmann::ordered_json AudioRun::Report(const AudioCounts& counts, const Recordi
 
 } // namespace
 
-ExitStatus Audio(const PrivateFolder& folder, const AudioOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const AudioOptions& options)
 {
     return AudioRun(folder, options).Run();
 }

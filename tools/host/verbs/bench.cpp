@@ -1,6 +1,5 @@
 #include "host/verbs/bench.h"
 
-#include "host/base/interrupt.h"
 #include "host/contract/driver_settings.h"
 #include "host/device/settings_file.h"
 #include "host/recording/frame_files.h"
@@ -113,6 +112,22 @@ std::uint32_t OpenDriver::State(std::uint32_t channel)
     return state;
 }
 
+bool IsOver(const TimeOptions& time, double now, double start, double firstFrame)
+{
+    using Seconds = std::chrono::duration<double>;
+    if (firstFrame == 0)
+        return now - start > Seconds(time.patience).count();
+    return time.seconds && now - firstFrame >= Seconds(*time.seconds).count();
+}
+
+bool Pace::IsDue(double now, double seconds)
+{
+    if (now < next_)
+        return false;
+    next_ = now + seconds;
+    return true;
+}
+
 std::string StateName(std::uint32_t state)
 {
     switch (state)
@@ -134,6 +149,16 @@ std::string StreamName(Codec codec, Transport transport)
     static constexpr const char* kTransports[] = {"udp", "tcp", "multicast", "http"};
     return std::string(kCodecs[static_cast<std::size_t>(codec)]) + " over " +
            kTransports[static_cast<std::size_t>(transport)];
+}
+
+nlohmann::ordered_json ReportHead(const char* verb, const CommonOptions& common, const StreamOptions* stream)
+{
+    const Device& device = common.device;
+    nlohmann::ordered_json head = {{"verb", verb},
+                                   {"device", device.address + ":" + std::to_string(device.port)}};
+    if (stream != nullptr)
+        head["stream"] = StreamName(device.codec, stream->transport);
+    return head;
 }
 
 nlohmann::ordered_json HostSideReport(const Bench& bench)

@@ -2,6 +2,8 @@
 
 #include "host/base/console.h"
 #include "host/base/failure.h"
+#include "host/base/interrupt.h"
+#include "host/base/stopwatch.h"
 #include "host/contract/audio_client.h"
 #include "host/contract/driver_library.h"
 #include "host/contract/fault_list.h"
@@ -73,11 +75,37 @@ private:
     IIPVideoCaptureEx* video_ = nullptr;
 };
 
+/// Calls `look` with the moment, of `MonotonicSeconds`, every so often, until it says that it has seen enough
+/// or somebody interrupts.
+template <typename Look>
+void Follow(std::chrono::milliseconds every, const Look& look)
+{
+    while (look(MonotonicSeconds()) && !Interrupt::WaitFor(every))
+    {
+    }
+}
+
+/// Whether the time of a verb that began at `start` is over; `firstFrame` is 0 before it.
+bool IsOver(const TimeOptions& time, double now, double start, double firstFrame);
+
+/// Lets something happen once in so many seconds. One thread.
+class Pace
+{
+public:
+    bool IsDue(double now, double seconds);
+
+private:
+    double next_ = 0;
+};
+
 /// "running", "connecting", "stopped", or the number.
 std::string StateName(std::uint32_t state);
 
 /// "h264 over udp" and so on.
 std::string StreamName(Codec codec, Transport transport);
+
+/// The beginning of a report: the verb and the device, and its stream but for sound.
+nlohmann::ordered_json ReportHead(const char* verb, const CommonOptions& common, const StreamOptions* stream);
 
 /// What the log, the allocator and the faults hold, as part of a report.
 nlohmann::ordered_json HostSideReport(const Bench& bench);

@@ -1,17 +1,13 @@
 #include "host/verbs/command_line.h"
 
+#include "base/choices.h"
 #include "host/base/failure.h"
-#include "host/verbs/hardware_command_line.h"
-#include "host/verbs/hostile_command_line.h"
+#include "host/verbs/add_options.h"
 
 #include <larkmoor/host_frame.h>
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
-#include <functional>
 #include <map>
-#include <memory>
 
 namespace larkmoor::host
 {
@@ -22,6 +18,8 @@ namespace
 {
 
 constexpr std::uint32_t kMostStreams = 4096;
+constexpr const char* kStreamGroup = "The stream";
+constexpr const char* kFilesGroup = "What is written";
 
 const std::map<std::string, Codec> kCodecs = {
     {"mjpeg", Codec::Mjpeg}, {"mpeg4", Codec::Mpeg4}, {"h264", Codec::H264}};
@@ -42,89 +40,57 @@ struct DeviceArguments
     std::optional<std::uint32_t> channels;
     std::optional<std::uint16_t> rtspPort;
     std::vector<std::string> streamPaths;
-    std::map<std::uint32_t, std::string> properties;
+    std::vector<std::pair<std::uint32_t, std::string>> properties;
     std::optional<Codec> codec;
     std::optional<Transport> transport;
 };
 
-// An option whose text is read by one of our readers, which says why it refuses.
 template <typename Value>
-CLI::Option* AddRead(CLI::App& app, const std::string& name, const std::string& help,
-                     const std::string& shape, std::function<std::optional<Value>(const std::string&)> read,
-                     std::function<void(const Value&)> store)
+CLI::Option* AddChoice(CLI::App& app, const std::string& name, std::optional<Value>& target,
+                       const std::map<std::string, Value>& choices, const std::string& help)
 {
-    return app
-        .add_option(
-            name,
-            [name, shape, read, store](const CLI::results_t& texts)
-            {
-                for (const std::string& text : texts)
-                {
-                    const auto value = read(text);
-                    if (!value)
-                        throw CLI::ValidationError(name, "\"" + text + "\" is not " + shape);
-                    store(*value);
-                }
-                return true;
-            },
-            help)
-        ->type_name(shape);
+    const CLI::Validator oneOf = OneOf(choices);
+    return app.add_option(name, target, help)
+        ->transform(oneOf)
+        ->option_text(oneOf.get_description())
+        ->group(kStreamGroup);
 }
 
-template <typename Value>
-CLI::Option* AddChoice(CLI::App& app, const std::string& name, const std::string& help,
-                       const std::map<std::string, Value>& choices, std::optional<Value>& target)
+CLI::Option* AddFile(CLI::App& app, const std::string& name, std::filesystem::path& target,
+                     const std::string& help)
 {
-    std::string shape;
-    for (const auto& [text, value] : choices)
-        shape += (shape.empty() ? "" : "|") + text;
-    const auto read = [&choices](const std::string& text)
-    {
-        const auto found = choices.find(text);
-        return found == choices.end() ? std::optional<Value>() : std::optional<Value>(found->second);
-    };
-    return AddRead<Value>(app, name, help, shape, read, [&target](const Value& value) { target = value; });
+    return app.add_option(name, target, help)->type_name("FILE");
 }
 
-std::optional<std::chrono::milliseconds> ReadDurationText(const std::string& text)
-{
-    return ReadDuration(text);
-}
-
-std::optional<std::vector<std::uint32_t>> ReadAudioFormats(const std::string& text)
+std::optional<std::vector<std::uint32_t>> ReadAudioFormats(std::string_view text)
 {
     if (text == "g711")
-        return std::vector<std::uint32_t>{kFormatG711MuLaw, kFormatG711ALaw};
+        return std::vector{kFormatG711MuLaw, kFormatG711ALaw};
     if (text == "g726")
-        return std::vector<std::uint32_t>{kFormatG726};
-    return text == "aac" ? std::optional(std::vector<std::uint32_t>{kFormatAac}) : std::nullopt;
+        return std::vector{kFormatG726};
+    return text == "aac" ? std::optional(std::vector{kFormatAac}) : std::nullopt;
 }
 
-std::optional<std::pair<std::uint32_t, std::string>> ReadProperty(const std::string& text)
+std::optional<std::pair<std::uint32_t, std::string>> ReadProperty(std::string_view text)
 {
-    const std::size_t equals = text.find('=');
-    const auto number = ReadNumber(text.substr(0, equals), kLargestProperty);
-    if (equals == std::string::npos || !number || *number == 0)
+    const bool hasText = text.find('=') != std::string_view::npos;
+    const auto number = ReadNumber<std::uint32_t>(CutAt(text, '='), kLargestProperty);
+    if (!hasText || !number || *number == 0)
         return std::nullopt;
-    return std::pair(static_cast<std::uint32_t>(*number), text.substr(equals + 1));
+    return std::pair(*number, std::string(text));
 }
 
-std::optional<RecordOptions::PictureAt> ReadPictureAt(const std::string& text)
+std::optional<RecordOptions::PictureAt> ReadPictureAt(std::string_view text)
 {
-    const std::size_t colon = text.find(':');
-    const auto at = ReadDuration(text.substr(0, colon));
-    if (!at || colon == std::string::npos || colon + 1 == text.size())
-        return std::nullopt;
-    return RecordOptions::PictureAt{*at, text.substr(colon + 1)};
+    const auto at = ReadDuration(CutAt(text, ':'));
+    return at && !text.empty() ? std::optional(RecordOptions::PictureAt{*at, text}) : std::nullopt;
 }
 
 void AddCommon(CLI::App& app, CommonOptions& common, DeviceArguments& device)
 {
-    app.add_option("--library", common.library, "the driver; liblarkmoor.so beside this program unless told")
-        ->type_name("FILE");
-    app.add_option("--json", common.json, "write what was measured to FILE")->type_name("FILE");
-    app.add_option("--settings", common.settings, "give the driver a copy of this settings file")
-        ->type_name("FILE")
+    AddFile(app, "--library", common.library, "the driver; liblarkmoor.so beside this program unless told");
+    AddFile(app, "--json", common.json, "write what was measured to FILE");
+    AddFile(app, "--settings", common.settings, "give the driver a copy of this settings file")
         ->check(CLI::ExistingFile);
     app.add_option("--host-version", common.hostVersion,
                    "the version that the driver finds of its host, as 7.4.4.0");
@@ -154,86 +120,77 @@ void AddCommon(CLI::App& app, CommonOptions& common, DeviceArguments& device)
         ->type_name("PATH")
         ->allow_extra_args(false)
         ->group(group);
-    AddRead<std::pair<std::uint32_t, std::string>>(
-        app, "--property", "a numbered property (repeatable)", "N=TEXT", ReadProperty,
-        [&device](const auto& property) { device.properties[property.first] = property.second; })
-        ->allow_extra_args(false)
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+    AddRead(app, "--property", device.properties, "N=TEXT", ReadProperty, "a numbered property (repeatable)")
         ->group(group);
 }
 
 void AddTime(CLI::App& app, TimeOptions& time)
 {
-    const std::string group = "The stream";
-    AddRead<std::chrono::milliseconds>(app, "--seconds",
-                                       "how long, from the first frame on; until Ctrl-C unless told", "TIME",
-                                       ReadDurationText, [&time](const auto& value) { time.seconds = value; })
-        ->group(group);
-    AddRead<std::chrono::milliseconds>(app, "--patience", "how long to wait for the first frame (30s)",
-                                       "TIME", ReadDurationText,
-                                       [&time](const auto& value) { time.patience = value; })
-        ->group(group);
+    AddRead(app, "--seconds", time.seconds, "TIME", ReadDuration,
+            "how long, from the first frame on; until Ctrl-C unless told")
+        ->group(kStreamGroup);
+    AddRead(app, "--patience", time.patience, "TIME", ReadDuration,
+            "how long to wait for the first frame (30s)")
+        ->group(kStreamGroup);
+}
+
+void AddChannel(CLI::App& app, const std::string& name, std::uint32_t& channel, const std::string& help)
+{
+    app.add_option(name, channel, help)->check(CLI::Range(0u, kMostChannels - 1))->group(kStreamGroup);
+}
+
+void AddAudioCodec(CLI::App& app, StreamOptions& stream, const std::string& help)
+{
+    app.add_option("--audio-codec", stream.audioCodec, help)
+        ->check(CLI::IsMember({"aac4", "g711", "g726"}))
+        ->group(kStreamGroup);
+}
+
+// The files of those verbs that keep frames.
+template <typename Options>
+void AddFrameFiles(CLI::App& app, Options& options, const std::string& helpOfOut)
+{
+    AddFile(app, "--out", options.out, helpOfOut)->group(kFilesGroup);
+    AddFile(app, "--raw", options.raw, "the bytes of all frames, one behind the other")->group(kFilesGroup);
+    AddFile(app, "--frames", options.frames, "a JSON object a line for each frame")->group(kFilesGroup);
 }
 
 void AddAudio(CLI::App& app, AudioOptions& options, DeviceArguments& device)
 {
-    const std::string group = "The stream";
-    AddChoice(app, "--transport", "how it comes (udp)", kTransports, device.transport)->group(group);
-    app.add_option("--channel", options.channel, "audio channel, from 0 (0)")
-        ->check(CLI::Range(0u, kMostChannels - 1))
-        ->group(group);
-    app.add_option("--video-channel", options.videoChannel, "video channel that it belongs to, from 0 (0)")
-        ->check(CLI::Range(0u, kMostChannels - 1))
-        ->group(group);
-    AddRead<std::vector<std::uint32_t>>(
-        app, "--take", "what this host plays (repeatable; all)", "g711|g726|aac", ReadAudioFormats,
-        [&options](const auto& codes)
-        { options.formats.insert(options.formats.end(), codes.begin(), codes.end()); })
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->allow_extra_args(false)
-        ->group(group);
-    app.add_option("--audio-codec", options.stream.audioCodec, "that the settings file names")
-        ->check(CLI::IsMember({"aac4", "g711", "g726"}))
-        ->group(group);
+    AddChoice(app, "--transport", device.transport, kTransports, "how it comes (udp)");
+    AddChannel(app, "--channel", options.channel, "audio channel, from 0 (0)");
+    AddChannel(app, "--video-channel", options.videoChannel, "video channel that it belongs to, from 0 (0)");
+    AddRead(app, "--take", options.formats, "g711|g726|aac", ReadAudioFormats,
+            "what this host plays (repeatable; all)")
+        ->group(kStreamGroup);
+    AddAudioCodec(app, options.stream, "that the settings file names");
     AddTime(app, options.time);
-    const std::string files = "What is written";
-    app.add_option("--out", options.out, "a .wav, .mka or .aac file")->type_name("FILE")->group(files);
-    app.add_option("--raw", options.raw, "the bytes of all frames, one behind the other")
-        ->type_name("FILE")
-        ->group(files);
-    app.add_option("--frames", options.frames, "a JSON object a line for each frame")
-        ->type_name("FILE")
-        ->group(files);
+    AddFrameFiles(app, options, "a .wav, .mka or .aac file");
 }
 
 void AddStream(CLI::App& app, StreamOptions& stream, DeviceArguments& device, TimeOptions& time)
 {
-    const std::string group = "The stream";
-    AddChoice(app, "--codec", "what the device encodes (h264)", kCodecs, device.codec)->group(group);
-    AddChoice(app, "--transport", "how it comes (udp; http is for mjpeg only)", kTransports, device.transport)
-        ->group(group);
-    AddRead<PictureSize>(app, "--size", "picture size in pixels (640x480)", "WxH", ReadSize,
-                         [&stream](const PictureSize& size) { stream.size = size; })
-        ->group(group);
+    AddChoice(app, "--codec", device.codec, kCodecs, "what the device encodes (h264)");
+    AddChoice(app, "--transport", device.transport, kTransports,
+              "how it comes (udp; http is for mjpeg only)");
+    AddRead(app, "--size", stream.size, "WxH", ReadSize, "picture size in pixels (640x480)")
+        ->group(kStreamGroup);
     app.add_option("--rate", stream.rate, "frames a second (25); 0 asks for no rate")
         ->check(CLI::Range(0.0, 1000.0))
-        ->group(group);
+        ->group(kStreamGroup);
     app.add_option("--quality", stream.quality, "0 worst to 100 best (60)")
         ->check(CLI::Range(0, 100))
-        ->group(group);
+        ->group(kStreamGroup);
     app.add_option("--bitrate", stream.bitRate, "bits a second, in place of a quality")
         ->check(CLI::Range(10u, 100'000'000u))
-        ->group(group);
+        ->group(kStreamGroup);
     AddTime(app, time);
 }
 
 void AddQuery(CLI::App& app, QueryOptions& options)
 {
-    app.add_option("--save", options.save,
-                   "write a device file for --device of the other verbs; it holds the password")
-        ->type_name("FILE");
+    AddFile(app, "--save", options.save,
+            "write a device file for --device of the other verbs; it holds the password");
     app.add_flag("--raw", options.raw, "print every number and parameter as it came, too");
     app.add_flag("--ntsc", options.ntsc,
                  "for a device that does not tell its video standard; PAL unless told");
@@ -241,43 +198,18 @@ void AddQuery(CLI::App& app, QueryOptions& options)
 
 void AddRecord(CLI::App& app, RecordOptions& options)
 {
-    const std::string group = "What is written";
-    app.add_option("--channel", options.channel, "video channel, from 0 (0)")
-        ->check(CLI::Range(0u, kMostChannels - 1))
-        ->group("The stream");
-    AddRead<Change>(
-        app, "--change", "change size, rate or both while recording, as 5s:640x480@10 (repeatable)",
-        "TIME:WxH@FPS", [](const std::string& text) { return ReadChange(text); },
-        [&options](const Change& change) { options.changes.push_back(change); })
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->allow_extra_args(false)
-        ->group("The stream");
+    AddChannel(app, "--channel", options.channel, "video channel, from 0 (0)");
+    AddRead(app, "--change", options.changes, "TIME:WxH@FPS", ReadChange,
+            "change size, rate or both while recording, as 5s:640x480@10 (repeatable)")
+        ->group(kStreamGroup);
     app.add_flag("--audio", options.audio, "the sound of the channel too, in the Matroska recording")
-        ->group("The stream");
-    app.add_option("--audio-codec", options.stream.audioCodec, "of the sound, that the settings file names")
-        ->check(CLI::IsMember({"aac4", "g711", "g726"}))
-        ->group("The stream");
-    app.add_option("--out", options.out,
-                   "a Matroska recording; goes on in NAME-2.mkv when the picture size changes")
-        ->type_name("FILE")
-        ->group(group);
-    app.add_option("--raw", options.raw, "the bytes of all frames, one behind the other")
-        ->type_name("FILE")
-        ->group(group);
-    app.add_option("--frames", options.frames, "a JSON object a line for each frame")
-        ->type_name("FILE")
-        ->group(group);
-    app.add_option("--picture", options.picture, "the last key frame as PNG")
-        ->type_name("FILE")
-        ->group(group);
-    AddRead<RecordOptions::PictureAt>(
-        app, "--picture-at", "the last key frame at that time as PNG (repeatable)", "TIME:FILE",
-        ReadPictureAt, [&options](const auto& picture) { options.picturesAt.push_back(picture); })
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->allow_extra_args(false)
-        ->group(group);
+        ->group(kStreamGroup);
+    AddAudioCodec(app, options.stream, "of the sound, that the settings file names");
+    AddFrameFiles(app, options, "a Matroska recording; goes on in NAME-2.mkv when the picture size changes");
+    AddFile(app, "--picture", options.picture, "the last key frame as PNG")->group(kFilesGroup);
+    AddRead(app, "--picture-at", options.picturesAt, "TIME:FILE", ReadPictureAt,
+            "the last key frame at that time as PNG (repeatable)")
+        ->group(kFilesGroup);
 }
 
 // The device out of its file, with what stands on the command line put over it.
@@ -379,7 +311,7 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
     watchApp.add_option("--channel", watch.channels, "video channel, from 0 (repeatable; 0)")
         ->check(CLI::Range(0u, kMostChannels - 1))
         ->allow_extra_args(false)
-        ->group("The stream");
+        ->group(kStreamGroup);
 
     CLI::App& audioApp = *app.add_subcommand("audio", "record the sound of one channel, with its level");
     AddCommon(audioApp, audio.common, device);
@@ -395,9 +327,8 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
     loadApp.add_option("--streams", load.channels, "channels that each driver runs (1)")
         ->check(CLI::Range(1u, kMostChannels))
         ->group(group);
-    AddRead<std::chrono::milliseconds>(loadApp, "--ramp", "time over which the streams are started (2s)",
-                                       "TIME", ReadDurationText,
-                                       [&load](const auto& value) { load.ramp = value; })
+    AddRead(loadApp, "--ramp", load.ramp, "TIME", ReadDuration,
+            "time over which the streams are started (2s)")
         ->group(group);
     loadApp.add_option("--rounds", load.rounds, "how often all is opened, run and closed (1)")
         ->check(CLI::Range(1u, 100'000u))
@@ -425,18 +356,20 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
         return NoCommand{app.exit(error) == 0 ? 0 : static_cast<int>(ExitStatus::Usage)};
     }
 
-    if (hostileApp.parsed())
-        return Command(hostile);
-    if (queryApp.parsed())
-    {
-        query.common.device = BuildDevice(device, 1, Transport::Udp);
-        return Command(query);
-    }
     const auto simple = [&](auto& options)
     {
         options.common.device = BuildDevice(device, 1, Transport::Udp);
         return Command(options);
     };
+    const auto withStream = [&](auto& options, std::uint32_t leastChannels)
+    {
+        Complete(options.common, options.stream, device, leastChannels);
+        return Command(options);
+    };
+    if (hostileApp.parsed())
+        return Command(hostile);
+    if (queryApp.parsed())
+        return simple(query);
     if (ptzApp.parsed())
         return simple(ptz);
     if (presetApp.parsed())
@@ -450,24 +383,15 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
     {
         RefuseBehindEnd("--picture-at", record.picturesAt, record.time.seconds);
         RefuseBehindEnd("--change", record.changes, record.time.seconds);
-        Complete(record.common, record.stream, device, record.channel + 1);
-        return Command(record);
+        return withStream(record, record.channel + 1);
     }
     if (watchApp.parsed())
     {
         if (watch.channels.empty())
             watch.channels.push_back(0);
-        Complete(watch.common, watch.stream, device,
-                 *std::max_element(watch.channels.begin(), watch.channels.end()) + 1);
-        return Command(watch);
+        return withStream(watch, *std::ranges::max_element(watch.channels) + 1);
     }
-    if (audioApp.parsed())
-    {
-        Complete(audio.common, audio.stream, device, audio.videoChannel + 1);
-        return Command(audio);
-    }
-    Complete(load.common, load.stream, device, load.channels);
-    return Command(load);
+    return audioApp.parsed() ? withStream(audio, audio.videoChannel + 1) : withStream(load, load.channels);
 }
 
 } // namespace larkmoor::host

@@ -1,6 +1,5 @@
-#include "host/verbs/hostile.h"
+#include "host/verbs/verbs.h"
 
-#include "host/base/interrupt.h"
 #include "host/device/settings_file.h"
 #include "host/hostile/hostile_run.h"
 #include "host/verbs/bench.h"
@@ -140,7 +139,7 @@ ExitStatus Judge(Console& console, const FaultList& faults, const HostileOptions
 
 } // namespace
 
-ExitStatus Hostile(const PrivateFolder& folder, const HostileOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const HostileOptions& options)
 {
     setenv("LARKMOOR_DEBUG", "1", 1); // for the traces of threads that are given up without a line
     const TraceCounter traces("was given up");

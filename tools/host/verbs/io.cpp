@@ -1,7 +1,5 @@
-#include "host/verbs/io.h"
+#include "host/verbs/verbs.h"
 
-#include "host/base/interrupt.h"
-#include "host/base/stopwatch.h"
 #include "host/verbs/bench.h"
 
 #include <larkmoor/capture_io.h>
@@ -109,7 +107,7 @@ ExitStatus Follow(ICaptureIOApi& io, const IoOptions& options, Console& console)
 
 } // namespace
 
-ExitStatus Io(const PrivateFolder& folder, const IoOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const IoOptions& options)
 {
     Bench bench(folder, options.common, {});
     InputPrinter client;

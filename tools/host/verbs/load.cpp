@@ -1,6 +1,5 @@
-#include "host/verbs/load.h"
+#include "host/verbs/verbs.h"
 
-#include "host/base/interrupt.h"
 #include "host/verbs/bench.h"
 #include "host/verbs/load_round.h"
 
@@ -23,7 +22,7 @@ ExitStatus Judge(Bench& bench, const LoadOptions& options, std::size_t silent)
 
 } // namespace
 
-ExitStatus Load(const PrivateFolder& folder, const LoadOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const LoadOptions& options)
 {
     Bench bench(folder, options.common, options.stream);
     const Device& device = options.common.device;
@@ -32,11 +31,8 @@ ExitStatus Load(const PrivateFolder& folder, const LoadOptions& options)
                        StreamName(device.codec, options.stream.transport) + " from " + device.address + ":" +
                        std::to_string(device.port));
 
-    nlohmann::ordered_json report = {{"verb", "load"},
-                                     {"device", device.address + ":" + std::to_string(device.port)},
-                                     {"stream", StreamName(device.codec, options.stream.transport)},
-                                     {"drivers", options.drivers},
-                                     {"streams_per_driver", options.channels}};
+    nlohmann::ordered_json report = ReportHead("load", options.common, &options.stream);
+    report.update({{"drivers", options.drivers}, {"streams_per_driver", options.channels}});
     report["rounds"] = nlohmann::ordered_json::array();
     std::size_t silent = 0;
     for (std::uint32_t round = 0; round < options.rounds && !Interrupt::Requested(); ++round)

@@ -1,8 +1,5 @@
 #include "host/verbs/load_round.h"
 
-#include "host/base/interrupt.h"
-#include "host/base/stopwatch.h"
-
 #include <algorithm>
 #include <atomic>
 #include <thread>
@@ -79,12 +76,15 @@ std::size_t LoadRound::Delivering() const
 void LoadRound::WaitForFrames()
 {
     const double end = MonotonicSeconds() + Seconds(options_.time.patience).count();
-    std::size_t delivering = Delivering();
-    while (delivering < result_.streams && MonotonicSeconds() < end && !Interrupt::WaitFor(kRoundPoll))
-    {
-        delivering = Delivering();
-        Show(std::to_string(delivering) + " of " + std::to_string(result_.streams) + " streams deliver");
-    }
+    std::size_t delivering = 0;
+    Follow(kRoundPoll,
+           [&](double now)
+           {
+               delivering = Delivering();
+               Show(std::to_string(delivering) + " of " + std::to_string(result_.streams) +
+                    " streams deliver");
+               return delivering < result_.streams && now < end;
+           });
     result_.silent = result_.streams - delivering;
     for (const Stream& stream : streams_)
         lastFirstFrame_ = std::max(lastFirstFrame_, stream.client->Counts().firstFrame);

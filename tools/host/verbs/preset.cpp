@@ -1,4 +1,4 @@
-#include "host/verbs/preset.h"
+#include "host/verbs/verbs.h"
 
 #include "host/base/web_probe.h"
 #include "host/verbs/bench.h"
@@ -67,7 +67,7 @@ bool Answers(Bench& bench, const Device& device)
 
 } // namespace
 
-ExitStatus Preset(const PrivateFolder& folder, const PresetOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const PresetOptions& options)
 {
     Bench bench(folder, options.common, {});
     std::vector<std::string> names;

@@ -1,6 +1,5 @@
-#include "host/verbs/ptz.h"
+#include "host/verbs/verbs.h"
 
-#include "host/base/interrupt.h"
 #include "host/base/keyboard.h"
 #include "host/contract/stream_client.h"
 #include "host/verbs/bench.h"
@@ -226,7 +225,7 @@ std::string PtzActionNames()
     return names;
 }
 
-ExitStatus Ptz(const PrivateFolder& folder, const PtzOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const PtzOptions& options)
 {
     if (options.actions.empty() && !Keyboard::IsThere())
         throw Failure(ExitStatus::Usage, "without a terminal, ptz takes actions; --help lists all");

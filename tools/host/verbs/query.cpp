@@ -1,9 +1,6 @@
-#include "host/verbs/query.h"
+#include "host/verbs/verbs.h"
 
-#include "host/base/interrupt.h"
-#include "host/base/stopwatch.h"
 #include "host/base/web_probe.h"
-#include "host/contract/capability_sink.h"
 #include "host/contract/capability_store.h"
 #include "host/device/device_file.h"
 #include "host/verbs/bench.h"
@@ -188,7 +185,7 @@ nlohmann::ordered_json QueryRun::Report(ExitStatus status) const
 
 } // namespace
 
-ExitStatus Query(const PrivateFolder& folder, const QueryOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const QueryOptions& options)
 {
     return QueryRun(folder, options).Run();
 }

@@ -1,16 +1,12 @@
-#include "host/verbs/record.h"
+#include "host/verbs/verbs.h"
 
-#include "host/base/interrupt.h"
-#include "host/base/stopwatch.h"
 #include "host/contract/driver_settings.h"
 #include "host/contract/stream_client.h"
 #include "host/recording/frame_files.h"
 #include "host/recording/matroska_writer.h"
 #include "host/recording/picture.h"
 #include "host/recording/recorder.h"
-#include "host/verbs/audio_report.h"
 #include "host/verbs/bench.h"
-#include "host/verbs/state_log.h"
 #include "host/verbs/stream_report.h"
 
 #include <algorithm>
@@ -84,8 +80,7 @@ public:
     ExitStatus Run();
 
 private:
-    void Follow(OpenDriver& driver);
-    bool IsOver(double now, double firstFrame) const;
+    bool Look(OpenDriver& driver, double now);
     void DoWhatIsDue(OpenDriver& driver, milliseconds sinceFirstFrame);
     void ApplyChange(OpenDriver& driver, const Change& change, milliseconds sinceFirstFrame);
     void ShowProgress(double now);
@@ -104,21 +99,13 @@ private:
     std::int64_t startWall_ = WallMicroseconds();
     StateLog states_{start_};
     RateMeter meter_;
-    double nextProgress_ = 0;
+    Pace progress_;
     std::size_t nextChange_ = 0;
     std::size_t nextPicture_ = 0;
     nlohmann::ordered_json changes_ = nlohmann::ordered_json::array();
     double stopSeconds_ = 0;
     double closeSeconds_ = 0;
 };
-
-bool RecordRun::IsOver(double now, double firstFrame) const
-{
-    if (firstFrame == 0)
-        return now - start_ > std::chrono::duration<double>(options_.time.patience).count();
-    return options_.time.seconds &&
-           now - firstFrame >= std::chrono::duration<double>(*options_.time.seconds).count();
-}
 
 void RecordRun::ApplyChange(OpenDriver& driver, const Change& change, milliseconds sinceFirstFrame)
 {
@@ -152,9 +139,8 @@ void RecordRun::DoWhatIsDue(OpenDriver& driver, milliseconds sinceFirstFrame)
 
 void RecordRun::ShowProgress(double now)
 {
-    if (now < nextProgress_)
+    if (!progress_.IsDue(now, kProgressSeconds))
         return;
-    nextProgress_ = now + kProgressSeconds;
     const StreamCounts counts = client_.Counts();
     meter_.Add(now, counts);
     const double done = counts.frames == 0 ? 0 : now - counts.firstFrame;
@@ -163,19 +149,17 @@ void RecordRun::ShowProgress(double now)
         kPlainProgress);
 }
 
-void RecordRun::Follow(OpenDriver& driver)
+// False when there is nothing more to wait for.
+bool RecordRun::Look(OpenDriver& driver, double now)
 {
-    do
-    {
-        states_.Add(driver.State(options_.channel));
-        const double now = MonotonicSeconds();
-        const double firstFrame = client_.Counts().firstFrame;
-        if (firstFrame != 0)
-            DoWhatIsDue(driver, milliseconds(static_cast<long>((now - firstFrame) * 1000)));
-        if (IsOver(now, firstFrame) || recorder_.HasFailed())
-            break;
-        ShowProgress(now);
-    } while (!Interrupt::WaitFor(kRecordPoll));
+    states_.Add(driver.State(options_.channel));
+    const double firstFrame = client_.Counts().firstFrame;
+    if (firstFrame != 0)
+        DoWhatIsDue(driver, milliseconds(static_cast<long>((now - firstFrame) * 1000)));
+    if (IsOver(options_.time, now, start_, firstFrame) || recorder_.HasFailed())
+        return false;
+    ShowProgress(now);
+    return true;
 }
 
 ExitStatus RecordRun::Run()
@@ -189,7 +173,7 @@ ExitStatus RecordRun::Run()
         driver.Start(options_.channel, client_, options_.stream);
         if (options_.audio)
             driver.StartAudio(0, options_.channel, audio_);
-        Follow(driver);
+        Follow(kRecordPoll, [&](double now) { return Look(driver, now); });
         const double stopping = MonotonicSeconds();
         driver.Video().StopChannel(options_.channel);
         driver.StopAudio(0);
@@ -233,12 +217,8 @@ void RecordRun::Summarise(const StreamCounts& counts)
 nlohmann::ordered_json RecordRun::Report(const StreamCounts& counts, const RecordingEnd& end,
                                          ExitStatus status) const
 {
-    const Device& device = options_.common.device;
-    nlohmann::ordered_json report = {{"verb", "record"},
-                                     {"device", device.address + ":" + std::to_string(device.port)},
-                                     {"stream", StreamName(device.codec, options_.stream.transport)},
-                                     {"channel", options_.channel},
-                                     {"started", IsoTime(startWall_)}};
+    nlohmann::ordered_json report = ReportHead("record", options_.common, &options_.stream);
+    report.update({{"channel", options_.channel}, {"started", IsoTime(startWall_)}});
     report.update(StreamReport(counts, start_, delays_));
     if (options_.audio)
         report.update(AudioReport(audio_.Counts(), start_));
@@ -267,7 +247,7 @@ nlohmann::ordered_json RecordRun::Report(const StreamCounts& counts, const Recor
 
 } // namespace
 
-ExitStatus Record(const PrivateFolder& folder, const RecordOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const RecordOptions& options)
 {
     return RecordRun(folder, options).Run();
 }

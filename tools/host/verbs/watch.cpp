@@ -1,10 +1,7 @@
-#include "host/verbs/watch.h"
+#include "host/verbs/verbs.h"
 
-#include "host/base/interrupt.h"
-#include "host/base/stopwatch.h"
 #include "host/contract/stream_client.h"
 #include "host/verbs/bench.h"
-#include "host/verbs/state_log.h"
 #include "host/verbs/stream_report.h"
 
 #include <array>
@@ -76,8 +73,8 @@ public:
     ExitStatus Run();
 
 private:
-    void Follow(OpenDriver& driver);
-    bool IsOver(double now) const;
+    bool Look(OpenDriver& driver, double now); // false when the time is over
+    double FirstFrame() const;                 // of any channel; 0: none yet
     void Draw(double now);
     nlohmann::ordered_json Report(ExitStatus status) const;
     ExitStatus Judge();
@@ -85,10 +82,11 @@ private:
     WatchOptions options_;
     Bench bench_;
     double start_ = MonotonicSeconds();
+    Pace draw_;
     std::vector<std::unique_ptr<Watched>> watched_;
 };
 
-bool WatchRun::IsOver(double now) const
+double WatchRun::FirstFrame() const
 {
     double first = 0;
     for (const auto& watched : watched_)
@@ -96,10 +94,7 @@ bool WatchRun::IsOver(double now) const
         const double own = watched->client.Counts().firstFrame;
         first = first == 0 || (own != 0 && own < first) ? own : first;
     }
-    // Somebody who watches without a time wants to see what becomes of a silent device.
-    return options_.time.seconds &&
-           (first == 0 ? now - start_ > std::chrono::duration<double>(options_.time.patience).count()
-                       : now - first >= std::chrono::duration<double>(*options_.time.seconds).count());
+    return first;
 }
 
 void WatchRun::Draw(double now)
@@ -107,16 +102,15 @@ void WatchRun::Draw(double now)
     if (!bench_.console.IsTerminal())
     {
         for (const auto& watched : watched_)
+        {
+            const StreamCounts counts = watched->client.Counts();
+            watched->meter.Add(now, counts);
             bench_.console.Line("channel " + std::to_string(watched->channel) + ": " +
-                                [&]
-                                {
-                                    const StreamCounts counts = watched->client.Counts();
-                                    watched->meter.Add(now, counts);
-                                    return StateName(watched->states.Last()) + ", " +
-                                           ProgressText(counts, watched->meter,
-                                                        counts.frames == 0 ? 0 : now - counts.firstFrame,
-                                                        options_.time.seconds);
-                                }());
+                                StateName(watched->states.Last()) + ", " +
+                                ProgressText(counts, watched->meter,
+                                             counts.frames == 0 ? 0 : now - counts.firstFrame,
+                                             options_.time.seconds));
+        }
         return;
     }
     std::vector<std::string> table = {kHeading};
@@ -125,23 +119,18 @@ void WatchRun::Draw(double now)
     bench_.console.Show(table, kTableEvery);
 }
 
-void WatchRun::Follow(OpenDriver& driver)
+bool WatchRun::Look(OpenDriver& driver, double now)
 {
-    double nextDraw = 0;
-    for (double now = MonotonicSeconds(); !IsOver(now); now = MonotonicSeconds())
-    {
-        for (const auto& watched : watched_)
-            watched->states.Add(driver.State(watched->channel));
-        if (now >= nextDraw)
-        {
-            Draw(now);
-            nextDraw =
-                now + (bench_.console.IsTerminal() ? kRedrawSeconds
-                                                   : std::chrono::duration<double>(kTableEvery).count());
-        }
-        if (Interrupt::WaitFor(kWatchPoll))
-            return;
-    }
+    // Somebody who watches without a time wants to see what becomes of a silent device.
+    if (options_.time.seconds && IsOver(options_.time, now, start_, FirstFrame()))
+        return false;
+    for (const auto& watched : watched_)
+        watched->states.Add(driver.State(watched->channel));
+    const double every =
+        bench_.console.IsTerminal() ? kRedrawSeconds : std::chrono::duration<double>(kTableEvery).count();
+    if (draw_.IsDue(now, every))
+        Draw(now);
+    return true;
 }
 
 ExitStatus WatchRun::Run()
@@ -150,7 +139,7 @@ ExitStatus WatchRun::Run()
         OpenDriver driver(bench_, options_.common.device);
         for (const auto& watched : watched_)
             driver.Start(watched->channel, watched->client, options_.stream);
-        Follow(driver);
+        Follow(kWatchPoll, [&](double now) { return Look(driver, now); });
         for (const auto& watched : watched_)
         {
             driver.Video().StopChannel(watched->channel);
@@ -183,10 +172,7 @@ ExitStatus WatchRun::Judge()
 
 nlohmann::ordered_json WatchRun::Report(ExitStatus status) const
 {
-    const Device& device = options_.common.device;
-    nlohmann::ordered_json report = {{"verb", "watch"},
-                                     {"device", device.address + ":" + std::to_string(device.port)},
-                                     {"stream", StreamName(device.codec, options_.stream.transport)}};
+    nlohmann::ordered_json report = ReportHead("watch", options_.common, &options_.stream);
     report["channels"] = nlohmann::ordered_json::array();
     for (const auto& watched : watched_)
     {
@@ -202,7 +188,7 @@ nlohmann::ordered_json WatchRun::Report(ExitStatus status) const
 
 } // namespace
 
-ExitStatus Watch(const PrivateFolder& folder, const WatchOptions& options)
+ExitStatus Run(const PrivateFolder& folder, const WatchOptions& options)
 {
     return WatchRun(folder, options).Run();
 }
