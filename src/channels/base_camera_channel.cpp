@@ -1,7 +1,7 @@
 #include "channels/base_camera_channel.h"
 
-#include "runtime/text.h"
 #include "runtime/base_thread.h"
+#include "runtime/text.h"
 
 #include <string>
 

@@ -79,7 +79,8 @@ std::int32_t CBasePTZComm::Queue(const char* operation, const Arguments& argumen
     auto* const item = new (std::nothrow) CWorkItem(arguments);
     if (item != nullptr && PostWorkItem(item, GetMaxQueuedCommands()))
         return ipcapture::kPTZDone;
-    driver_->DebugMessage(1, "korvane::CBasePTZComm::%s: cannot send message (%d) to thread", operation,
+    driver_->DebugMessage(kLevelError, "%s: cannot send message (%d) to thread",
+                          (std::string("korvane::CBasePTZComm::") + operation).c_str(),
                           static_cast<int>(arguments.command));
     return ipcapture::kPTZNotQueued;
 }

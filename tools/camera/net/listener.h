@@ -13,8 +13,8 @@
 namespace larkmoor::camera
 {
 
-/// A port of the device on which clients come in, with what goes wrong there: the faults half-open and reboot.
-/// It runs on the one thread of the io_context; all but Open happens there.
+/// A port of the device on which clients come in, with what goes wrong there: the faults half-open and
+/// reboot. It runs on the one thread of the io_context; all but Open happens there.
 class Listener
 {
 public:
@@ -23,9 +23,9 @@ public:
     /// What the server that listens does.
     struct Server
     {
-        std::function<void(Socket)> admit;  ///< takes a client in, stalled while IsHalfOpen
-        std::function<void()> stallAll;     ///< has all connections neither read nor write, but stay open
-        std::function<void()> abortAll;     ///< ends all connections with a reset
+        std::function<void(Socket)> admit; ///< takes a client in, stalled while IsHalfOpen
+        std::function<void()> stallAll;    ///< has all connections neither read nor write, but stay open
+        std::function<void()> abortAll;    ///< ends all connections with a reset
     };
 
     /// All outlive the listener.
@@ -63,7 +63,7 @@ class RequestRate
 public:
     explicit RequestRate(const FaultPlan& faults) : faults_(faults) {}
 
-    void Count();                         ///< one more
+    void Count();                            ///< one more
     bool IsTooHigh(const char* fault) const; ///< for the fault, if it is played: above so many a second
 
 private:

@@ -33,9 +33,12 @@ public:
     void Close();
 
     // Faults of the whole device.
-    void Reset();            ///< ends at once with an RST
-    void ResetInTheMiddle() { writer_->ResetInTheMiddle(); } ///< the same, in the middle of the next thing to be sent
-    void Vanish();           ///< neither reads nor writes from now on, and stays open
+    void Reset(); ///< ends at once with an RST
+    void ResetInTheMiddle()
+    {
+        writer_->ResetInTheMiddle();
+    }              ///< the same, in the middle of the next thing to be sent
+    void Vanish(); ///< neither reads nor writes from now on, and stays open
 
     /// For reports, time-outs and faults that come with time; some times a second.
     void Tick();

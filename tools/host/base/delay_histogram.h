@@ -14,7 +14,10 @@ class DelayHistogram
 {
 public:
     /// Counts one delay; what lies beyond 2^40 us counts as that.
-    void Add(std::uint64_t microseconds) { buckets_[BucketOf(microseconds)].fetch_add(1, std::memory_order_relaxed); }
+    void Add(std::uint64_t microseconds)
+    {
+        buckets_[BucketOf(microseconds)].fetch_add(1, std::memory_order_relaxed);
+    }
 
     std::uint64_t Count() const;
 

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include <malloc.h>
+#include <sys/syscall.h>
 
 namespace larkmoor::host
 {
@@ -18,6 +19,22 @@ namespace
 
 // Every signal that can be blocked, but for the two that the C library keeps.
 constexpr std::uint64_t kAllSignals = 0xFFFFFFFE7FFBFEFF;
+
+/// The system call of a thread that waits for a signal: what `pause` becomes.
+#ifdef SYS_pause
+constexpr long kPauseCall = SYS_pause;
+#else
+constexpr long kPauseCall = SYS_ppoll;
+#endif
+
+/// A thread blocks all signals for a moment too, when it makes another thread, and some library's do for as
+/// long as they live. Only one that was given up waits for a signal that can't come.
+bool WaitsForASignal(const std::filesystem::path& folder)
+{
+    std::ifstream file(folder / "syscall");
+    long call = -1;
+    return file >> call && call == kPauseCall;
+}
 
 ProcessThread ReadThread(const std::filesystem::path& folder)
 {
@@ -30,7 +47,8 @@ ProcessThread ReadThread(const std::filesystem::path& folder)
         if (line.starts_with("Name:"))
             thread.name = line.substr(value);
         else if (line.starts_with("SigBlk:"))
-            thread.isHalted = (std::stoull(line.substr(value), nullptr, 16) & kAllSignals) == kAllSignals;
+            thread.isHalted = (std::stoull(line.substr(value), nullptr, 16) & kAllSignals) == kAllSignals &&
+                              WaitsForASignal(folder);
     }
     return thread;
 }
