@@ -54,46 +54,14 @@ std::string CAudioCapabilities::Text() const
     return "Count=" + std::to_string(count) + "; IsStereo=" + (stereo ? "1" : "0");
 }
 
-std::uint32_t CameraResolution::GetFirstFrameTime()
-{
-    cursor_ = 0;
-    return GetNextFrameTime();
-}
-
-std::uint32_t CameraResolution::GetNextFrameTime()
-{
-    return cursor_ < frameTimes_.size() ? frameTimes_[cursor_++] : 0;
-}
-
-std::uint32_t CCameraProperties::GetFirstCodec()
-{
-    codecCursor_ = 0;
-    return GetNextCodec();
-}
-
-std::uint32_t CCameraProperties::GetNextCodec()
-{
-    return codecCursor_ < codecs_.size() ? codecs_[codecCursor_++] : 0;
-}
-
 void CCameraProperties::AddResolution(const CameraResolution& resolution)
 {
-    const bool isKnown =
-        std::ranges::any_of(resolutions_, [&](const CameraResolution& known)
-                            { return known.width == resolution.width && known.height == resolution.height; });
-    if (!isKnown || resolution.width == 0)
-        resolutions_.push_back(resolution);
-}
-
-CameraResolution* CCameraProperties::GetFirstResolution()
-{
-    resolutionCursor_ = 0;
-    return GetNextResolution();
-}
-
-CameraResolution* CCameraProperties::GetNextResolution()
-{
-    return resolutionCursor_ < resolutions_.size() ? &resolutions_[resolutionCursor_++] : nullptr;
+    for (auto* known = resolutions_.First(); known != nullptr; known = resolutions_.Next())
+    {
+        if (known->width == resolution.width && known->height == resolution.height && resolution.width != 0)
+            return;
+    }
+    resolutions_.Add(resolution);
 }
 
 } // namespace korvane

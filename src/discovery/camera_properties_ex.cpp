@@ -16,7 +16,7 @@ bool CCameraPropertiesEx::SaveProperties(ipcapture::ICapabilityStore* store)
 
 void CCameraPropertiesEx::Save(CStoreWriter& writer)
 {
-    writer.SetModel(GetModel());
+    writer.SetModel(model_);
     SaveValues(writer);
     SaveCodecs(writer);
     SaveResolutions(writer);
@@ -26,17 +26,17 @@ void CCameraPropertiesEx::Save(CStoreWriter& writer)
 
 void CCameraPropertiesEx::SaveValues(CStoreWriter& writer)
 {
-    writer.SetValue(ipcapture::kCapabilityChannelCount, GetChannelCount());
-    if (GetInputCount() != 0)
-        writer.SetValue(ipcapture::kCapabilityInputCount, GetInputCount());
-    if (GetOutputCount() != 0)
-        writer.SetValue(ipcapture::kCapabilityOutputCount, GetOutputCount());
-    if (HasAudio())
+    writer.SetValue(ipcapture::kCapabilityChannelCount, channelCount_);
+    if (inputCount_ != 0)
+        writer.SetValue(ipcapture::kCapabilityInputCount, inputCount_);
+    if (outputCount_ != 0)
+        writer.SetValue(ipcapture::kCapabilityOutputCount, outputCount_);
+    if (hasAudio_)
         writer.SetValue(ipcapture::kCapabilityAudio, 1);
-    if (HasPTZ())
+    if (hasPTZ_)
         writer.SetValue(ipcapture::kCapabilityPTZ, 1);
-    writer.SetValue(ipcapture::kCapabilityModernStream1, IsModernStream1() ? 1 : 0);
-    writer.SetValue(ipcapture::kCapabilityModernStream2, IsModernStream2() ? 1 : 0);
+    writer.SetValue(ipcapture::kCapabilityModernStream1, modernStream1_ ? 1 : 0);
+    writer.SetValue(ipcapture::kCapabilityModernStream2, modernStream2_ ? 1 : 0);
 }
 
 void CCameraPropertiesEx::SaveCodecs(CStoreWriter& writer)
@@ -50,9 +50,9 @@ void CCameraPropertiesEx::SaveCodecs(CStoreWriter& writer)
                  {kCapabilityCodecH264, ipcapture::kCapabilityH264}};
     for (const auto& kind : kinds)
     {
-        for (std::uint32_t code = GetFirstCodec(); code != 0; code = GetNextCodec())
+        for (const auto* code = codecs_.First(); code != nullptr; code = codecs_.Next())
         {
-            if (code == kind.code)
+            if (*code == kind.code)
                 writer.SetValue(kind.value, 1);
         }
     }
@@ -63,10 +63,12 @@ void CCameraPropertiesEx::SaveResolutions(CStoreWriter& writer)
     auto* const list = writer.ResolutionList();
     if (list == nullptr)
         return;
-    for (CameraResolution* size = GetFirstResolution(); size != nullptr; size = GetNextResolution())
+    for (auto* size = resolutions_.First(); size != nullptr; size = resolutions_.Next())
     {
         const std::string text = Utils::FormatString("%ux%u", unsigned(size->width), unsigned(size->height));
-        const std::uint32_t width = size->width, height = size->height, time = size->GetFirstFrameTime();
+        const auto* const frameTime = size->frameTimes.First();
+        const std::uint32_t width = size->width, height = size->height;
+        const std::uint32_t time = frameTime == nullptr ? 0 : *frameTime;
         writer.Tell([=, &text] { list->Add(text.c_str(), width, height, time); });
     }
 }

@@ -40,13 +40,14 @@ public:
 
 protected:
     bool IsCancelled() const { return cancelled_; }
-    const DEVICE_INFO& DeviceInfo() const { return deviceInfo_; }
-    std::uint32_t HostVideoStandard() const { return hostVideoStandard_; }
-    CAudioCapabilities& AudioInput() { return audioInput_; }
-    CAudioCapabilities& AudioOutput() { return audioOutput_; }
 
     /// Writes what the base has; a device family adds its own before and behind it.
     virtual void Save(CStoreWriter& writer);
+
+    const DEVICE_INFO deviceInfo_;
+    const std::uint32_t hostVideoStandard_; ///< 0 PAL, anything else NTSC
+    CAudioCapabilities audioInput_;
+    CAudioCapabilities audioOutput_;
 
 private:
     void SaveValues(CStoreWriter& writer);
@@ -56,10 +57,6 @@ private:
     void SaveAudio(CStoreWriter& writer);
 
     std::atomic<bool> cancelled_ = false;
-    const DEVICE_INFO deviceInfo_;
-    const std::uint32_t hostVideoStandard_;
-    CAudioCapabilities audioInput_;
-    CAudioCapabilities audioOutput_;
 };
 
 } // namespace korvane

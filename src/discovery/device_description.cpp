@@ -91,9 +91,9 @@ void FixResolutions(DeviceDescription& device, std::initializer_list<Size> sizes
     device.defaultFrameRate = *device.frameRates.lower_bound(highest / 2);
     for (const Size& size : sizes)
     {
-        CameraResolution resolution(size.width, size.height);
+        CameraResolution resolution{size.width, size.height, {}};
         if (frameTime >= highest)
-            resolution.AddFrameTime(frameTime);
+            resolution.frameTimes.Add(frameTime);
         device.resolutions.resolutions.push_back(resolution);
     }
 }

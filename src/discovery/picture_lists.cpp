@@ -37,7 +37,7 @@ std::optional<CameraResolution> ReadNumericResolution(std::string_view text)
     SkipSpace(text);
     text.remove_prefix(std::min<std::size_t>(text.size(), 1));
     const std::uint16_t height = TakeDimension(text);
-    return width == 0 || height == 0 ? std::nullopt : std::optional(CameraResolution(width, height));
+    return width == 0 || height == 0 ? std::nullopt : std::optional(CameraResolution{width, height, {}});
 }
 
 std::optional<CameraResolution> ReadNamedResolution(std::string_view text, bool isNtsc)
@@ -45,7 +45,7 @@ std::optional<CameraResolution> ReadNamedResolution(std::string_view text, bool 
     const std::string name = Utils::RemoveChars(text, " ");
     for (const NamedSize& size : kNamedSizes)
         if (name == size.name)
-            return CameraResolution(size.width, isNtsc ? size.heightNtsc : size.heightPal);
+            return CameraResolution{size.width, isNtsc ? size.heightNtsc : size.heightPal, {}};
     return std::nullopt;
 }
 
@@ -91,7 +91,7 @@ ResolutionList MatchResolutions(const std::vector<std::string>& texts,
         if (!resolution)
             continue;
         list.notation = notation;
-        resolution->AddFrameTime(Utils::FrameTimeFromRate(rates[at]));
+        resolution->frameTimes.Add(Utils::FrameTimeFromRate(rates[at]));
         list.lowestRate = list.resolutions.empty() ? rates[at] : std::min(list.lowestRate, rates[at]);
         list.resolutions.push_back(*resolution);
     }

@@ -89,9 +89,7 @@ bool CVivotekCameraProperties::FetchProperties(std::uint32_t* errorCode)
     }
     if (IsCancelled())
         return false;
-    const bool isModern = !isDiscontinued_ && !isJpegOverHttp_;
-    SetModernStream1(isModern);
-    SetModernStream2(isModern);
+    modernStream1_ = modernStream2_ = !isDiscontinued_ && !isJpegOverHttp_;
     return true;
 }
 
@@ -129,13 +127,13 @@ bool CVivotekCameraProperties::DetectModel()
         return false;
 
     const bool isSony = Utils::ToUpper(name).starts_with("SNC-H");
-    SetManufacturer(isSony ? "Sony" : "Vivotek");
+    manufacturer_ = isSony ? "Sony" : "Vivotek";
     if (!isSony)
     {
         const std::size_t digit = name.find_first_of("0123456789");
         isJpegOverHttp_ = digit != std::string::npos && name[digit] == '7';
     }
-    SetModel(GetManufacturer() + " " + name);
+    model_ = manufacturer_ + " " + name;
     return true;
 }
 
@@ -151,7 +149,7 @@ bool CVivotekCameraProperties::ReadFirmware()
         return Take(DescribeCurrent(text, device_.isNtsc));
     }
     return ReadParameters("system&video&network", text) &&
-           Take(DescribeLegacy(GetModel(), Utils::RemoveChars(text, " "), device_.isNtsc));
+           Take(DescribeLegacy(model_, Utils::RemoveChars(text, " "), device_.isNtsc));
 }
 
 bool CVivotekCameraProperties::Take(const std::optional<DeviceDescription>& device)
@@ -159,11 +157,11 @@ bool CVivotekCameraProperties::Take(const std::optional<DeviceDescription>& devi
     if (!device)
         return false;
     device_ = *device;
-    SetInputCount(device_.inputCount);
-    SetOutputCount(device_.outputCount);
-    SetChannelCount(device_.channelCount);
+    inputCount_ = device_.inputCount;
+    outputCount_ = device_.outputCount;
+    channelCount_ = device_.channelCount;
     for (const std::uint32_t code : device_.codecs)
-        AddCodec(code);
+        codecs_.Add(code);
     for (const CameraResolution& resolution : device_.resolutions.resolutions)
         AddResolution(resolution);
     isJpegOverHttp_ = isJpegOverHttp_ || device_.isJpegOverHttp;
@@ -177,9 +175,9 @@ void CVivotekCameraProperties::ReadAudio(std::string_view text)
 {
     audioInputCodecs_ = ReadAudioCodecs(text, "in");
     audioOutputCodecs_ = ReadAudioCodecs(text, "out");
-    AudioInput().count = audioInputCodecs_.empty() ? 0 : 1;
-    AudioOutput().count = audioOutputCodecs_.empty() ? 0 : 1;
-    SetHasAudio(!audioInputCodecs_.empty() || !audioOutputCodecs_.empty());
+    audioInput_.count = audioInputCodecs_.empty() ? 0 : 1;
+    audioOutput_.count = audioOutputCodecs_.empty() ? 0 : 1;
+    hasAudio_ = !audioInputCodecs_.empty() || !audioOutputCodecs_.empty();
 }
 
 std::string CVivotekCameraProperties::ReadAudioCodecs(std::string_view text, const std::string& direction)
@@ -208,7 +206,7 @@ bool CVivotekCameraProperties::ReadPTZ()
     }
     if (!ptzFlags_.front())
         return true;
-    SetHasPTZ(true);
+    hasPTZ_ = true;
     ReadPTZRange(text);
     return true;
 }
@@ -228,10 +226,10 @@ std::uint32_t CVivotekCameraProperties::ReadPresetCount(std::string_view text)
 
 void CVivotekCameraProperties::ReadPTZRange(std::string_view text)
 {
-    const TransportSettings settings = settings_.ReadTransportSettings(DeviceInfo());
+    const TransportSettings settings = settings_.ReadTransportSettings(deviceInfo_);
     const auto special =
         std::ranges::find_if(settings.specialPTZ, [&](const PTZCapability& capability)
-                             { return GetModel().find(capability.device) != std::string::npos; });
+                             { return model_.find(capability.device) != std::string::npos; });
     const PTZCapability& range = special != settings.specialPTZ.end() ? *special : settings.defaultPTZ;
     ptzType_ = range.type;
     ptzSubtype_ = range.subtype;
@@ -271,7 +269,7 @@ bool CVivotekCameraProperties::ReadNetwork()
 CStreamPathTable::Paths CVivotekCameraProperties::ReadAccessNames(std::string_view text,
                                                                   const std::string& protocol) const
 {
-    CStreamPathTable::Paths table(GetChannelCount());
+    CStreamPathTable::Paths table(channelCount_);
     for (std::size_t channel = 0; channel < table.size() && !IsCancelled(); ++channel)
     {
         // A device with a single video input leaves the channel out of these keys.
@@ -319,7 +317,7 @@ void CVivotekCameraProperties::SaveParameters(CStoreWriter& writer) const
     for (const bool isSet : ptzFlags_)
         ptzFlags += flag(isSet);
 
-    number(kPropertyVideoStandard, "Video standard", flag(HostVideoStandard() != 0));
+    number(kPropertyVideoStandard, "Video standard", flag(hostVideoStandard_ != 0));
     number(kPropertyCameraVideoStandard, "Camera video standard", flag(device_.isNtsc));
     number(kPropertyCameraType, "Camera type",
            std::to_string(static_cast<std::uint32_t>(device_.resolutions.notation)));

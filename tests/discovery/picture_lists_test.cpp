@@ -16,7 +16,7 @@ std::string Told(std::vector<CameraResolution> resolutions)
     std::string text;
     for (CameraResolution& size : resolutions)
         text += std::to_string(size.width) + "x" + std::to_string(size.height) + "@" +
-                std::to_string(size.GetFirstFrameTime()) + " ";
+                std::to_string(*size.frameTimes.First()) + " ";
     return text;
 }
 
