@@ -1,8 +1,6 @@
 #include "discovery/camera_properties.h"
 
 #include <algorithm>
-#include <charconv>
-#include <system_error>
 
 namespace korvane
 {
@@ -15,18 +13,11 @@ void SkipSpace(std::string_view& text)
 namespace
 {
 
-/// Takes `word` and a number, which may have blanks in front, off the front of `text`.
-bool TakeNumber(std::string_view& text, std::string_view word, std::uint32_t& number)
+bool TakeWord(std::string_view& text, std::string_view word)
 {
-    if (!text.starts_with(word))
-        return false;
-    text.remove_prefix(word.size());
-    SkipSpace(text);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc())
-        return false;
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    return true;
+    const bool isThere = text.starts_with(word);
+    text.remove_prefix(isThere ? word.size() : 0);
+    return isThere;
 }
 
 } // namespace
@@ -38,11 +29,10 @@ bool CAudioCapabilities::Parse(const char* text)
     std::string_view rest = text == nullptr ? "" : text;
     std::uint32_t channels = 0;
     std::uint32_t stereoNumber = 0;
-    if (!TakeNumber(rest, "Count=", channels) || !rest.starts_with(';'))
+    if (!TakeWord(rest, "Count=") || !TakeNumber(rest, channels) || !TakeWord(rest, ";"))
         return false;
-    rest.remove_prefix(1);
     SkipSpace(rest);
-    if (!TakeNumber(rest, "IsStereo=", stereoNumber))
+    if (!TakeWord(rest, "IsStereo=") || !TakeNumber(rest, stereoNumber))
         return false;
     count = channels;
     stereo = stereoNumber == 1;

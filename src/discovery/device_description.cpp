@@ -1,7 +1,6 @@
 #include "discovery/device_description.h"
 
 #include "http/param_text.h"
-#include "runtime/text.h"
 
 #include <algorithm>
 #include <initializer_list>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "discovery/picture_lists.h"
+#include "runtime/text.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -25,12 +26,9 @@ inline constexpr std::size_t kMaxAnswerBytes =
     1 << 20; ///< of one answer; what stands behind it is not looked at
 
 /// The number that the leading digits of `text` make, wrapped at 32 bits; 0 without a leading digit.
-constexpr std::uint32_t LeadingNumber(std::string_view text)
+inline std::uint32_t LeadingNumber(std::string_view text)
 {
-    std::uint32_t number = 0;
-    for (std::size_t at = 0; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at)
-        number = number * 10 + static_cast<std::uint32_t>(text[at] - '0');
-    return number;
+    return Utils::ToUInt32(text.substr(0, text.find_first_not_of("0123456789")));
 }
 
 struct DeviceDescription

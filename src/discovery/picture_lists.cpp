@@ -17,27 +17,14 @@ constexpr std::uint32_t kSteps[] = {30, 25, 20, 15, 10, 8, 5, 3, 2, 1};
 constexpr std::uint32_t kFullRateNtsc = 30;
 constexpr std::uint32_t kFullRatePal = 25;
 
-/// Takes a number off the front of `text`; 0 if there is none, or none that a picture can have.
-std::uint16_t TakeDimension(std::string_view& text)
-{
-    SkipSpace(text);
-    std::uint32_t number = 0;
-    while (!text.empty() && text.front() >= '0' && text.front() <= '9')
-    {
-        number =
-            std::min<std::uint32_t>(number * 10 + static_cast<std::uint32_t>(text.front() - '0'), 0x10000);
-        text.remove_prefix(1);
-    }
-    return number > 0xFFFF ? std::uint16_t(0) : static_cast<std::uint16_t>(number);
-}
-
 std::optional<CameraResolution> ReadNumericResolution(std::string_view text)
 {
-    const std::uint16_t width = TakeDimension(text);
+    CameraResolution size;
+    TakeNumber(text, size.width);
     SkipSpace(text);
     text.remove_prefix(std::min<std::size_t>(text.size(), 1));
-    const std::uint16_t height = TakeDimension(text);
-    return width == 0 || height == 0 ? std::nullopt : std::optional(CameraResolution{width, height, {}});
+    TakeNumber(text, size.height);
+    return size.width == 0 || size.height == 0 ? std::nullopt : std::optional(size);
 }
 
 std::optional<CameraResolution> ReadNamedResolution(std::string_view text, bool isNtsc)
