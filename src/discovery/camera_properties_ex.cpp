@@ -86,12 +86,10 @@ void CCameraPropertiesEx::SaveAudio(CStoreWriter& writer)
     if (audioInput_.count != 0)
     {
         writer.SetValue(ipcapture::kCapabilityAudio, audioInput_.count);
-        writer.AddParameter(ipcapture::kPropertyAudioInput, "Audio Input Parameters",
-                            CStoreWriter::ParameterType::Text, audioInput_.Text());
+        writer.AddText(ipcapture::kPropertyAudioInput, "Audio Input Parameters", audioInput_.Text());
     }
     if (audioOutput_.count != 0)
-        writer.AddParameter(ipcapture::kPropertyAudioOutput, "Audio Output Parameters",
-                            CStoreWriter::ParameterType::Text, audioOutput_.Text());
+        writer.AddText(ipcapture::kPropertyAudioOutput, "Audio Output Parameters", audioOutput_.Text());
 }
 
 } // namespace korvane

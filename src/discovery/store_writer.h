@@ -16,13 +16,6 @@ namespace korvane
 class CStoreWriter
 {
 public:
-    /// What parameters are: an empty value is written as "(none)".
-    enum class ParameterType
-    {
-        Number,
-        Text
-    };
-
     explicit CStoreWriter(ipcapture::ICapabilityStore& store) : store_(store) {}
 
     bool HasRefused() const { return hasRefused_; }
@@ -40,15 +33,19 @@ public:
         if (auto* const field = Part([&store = store_, index] { return store.GetConnectionField(index); }))
             Tell([field, &text] { field->SetText(text.c_str()); });
     }
-    void AddParameter(std::uint32_t id, const char* name, ParameterType type, const std::string& value)
+
+    /// Parameters: an empty value is written as "(none)". `digits` are what a device told.
+    void AddText(std::uint32_t id, const char* name, const std::string& text)
     {
-        auto* const parameter = Part([&store = store_, id] { return store.AddParameter(id); });
-        if (parameter == nullptr)
-            return;
-        Tell([=] { parameter->SetName(name); });
-        Tell([=] { parameter->SetReserved(0); });
-        Tell([=] { parameter->SetIsText(type == ParameterType::Text); });
-        Tell([parameter, text = value.empty() ? "(none)" : value.c_str()] { parameter->SetValue(text); });
+        AddParameter(id, name, true, text);
+    }
+    void AddNumber(std::uint32_t id, const char* name, const std::string& digits)
+    {
+        AddParameter(id, name, false, digits);
+    }
+    void AddNumber(std::uint32_t id, const char* name, std::int64_t number)
+    {
+        AddParameter(id, name, false, std::to_string(number));
     }
 
     /// A part of the store, which may have none; what it is told goes through `Tell`.
@@ -71,6 +68,17 @@ public:
     }
 
 private:
+    void AddParameter(std::uint32_t id, const char* name, bool isText, const std::string& value)
+    {
+        auto* const parameter = Part([&store = store_, id] { return store.AddParameter(id); });
+        if (parameter == nullptr)
+            return;
+        Tell([=] { parameter->SetName(name); });
+        Tell([=] { parameter->SetReserved(0); });
+        Tell([=] { parameter->SetIsText(isText); });
+        Tell([parameter, text = value.empty() ? "(none)" : value.c_str()] { parameter->SetValue(text); });
+    }
+
     template <class Get>
     auto Part(Get get) -> decltype(get())
     {

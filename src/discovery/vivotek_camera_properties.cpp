@@ -35,21 +35,6 @@ private:
     Web::CHttpClient client_;
 };
 
-/// The audio codecs of a device's list that the driver can take, best first. Compared without case, told as
-/// the device writes them, each once.
-std::string SelectAudioCodecs(std::string_view offered, bool isAacAllowed)
-{
-    const std::vector<std::string> entries = Utils::SplitString(offered, ',');
-    std::vector<std::string> selected;
-    for (const std::string_view codec : {"aac4", "g711", "g726"})
-    {
-        const auto entry = std::ranges::find(entries, codec, Utils::ToLower);
-        if (entry != entries.end() && (codec != "aac4" || isAacAllowed))
-            selected.push_back(*entry);
-    }
-    return Utils::JoinWithComma(selected);
-}
-
 } // namespace
 
 CVivotekCameraProperties::CVivotekCameraProperties(const DEVICE_INFO& deviceInfo,
@@ -180,34 +165,42 @@ void CVivotekCameraProperties::ReadAudio(std::string_view text)
     hasAudio_ = !audioInputCodecs_.empty() || !audioOutputCodecs_.empty();
 }
 
+/// The audio codecs of the device's list that the driver can take, best first. Compared without case, told as
+/// the device writes them, each once.
 std::string CVivotekCameraProperties::ReadAudioCodecs(std::string_view text, const std::string& direction)
 {
     if (Utils::GetParamValue(text, "capability_naudio" + direction) != "1")
         return {};
     if (!features_.IsVersionKnown())
         features_ = CBastrelSupportedFeatures(platform::ReadProductVersion(kHostCoreLibrary));
-    return SelectAudioCodecs(Utils::GetParamValue(text, "capability_audio" + direction + "_codec"),
-                             features_.AllowsAac4());
+    const std::vector<std::string> offered =
+        Utils::SplitString(Utils::GetParamValue(text, "capability_audio" + direction + "_codec"), ',');
+    std::vector<std::string> selected;
+    for (const std::string_view codec : {"aac4", "g711", "g726"})
+    {
+        const auto entry = std::ranges::find(offered, codec, Utils::ToLower);
+        if (entry != offered.end() && (codec != "aac4" || features_.AllowsAac4()))
+            selected.push_back(*entry);
+    }
+    return Utils::JoinWithComma(selected);
 }
 
 bool CVivotekCameraProperties::ReadPTZ()
 {
-    ptzFlags_.fill(false);
     std::string text;
     if (!ReadParameters("capability", text))
         return false;
-    if (!text.empty())
-    {
-        presetCount_ = ReadPresetCount(text);
-        const std::uint32_t bits = LeadingNumber(Utils::GetParamValue(text, "capability_ptzenabled"));
-        for (std::size_t flag = 0; flag < ptzFlags_.size(); ++flag)
-            ptzFlags_[flag] = (bits >> flag & 1) != 0;
-        ptzFlags_.back() = !ptzFlags_.back(); // this bit alone says what the device lacks
-    }
-    if (!ptzFlags_.front())
+    if (text.empty())
         return true;
-    hasPTZ_ = true;
-    ReadPTZRange(text);
+    presetCount_ = ReadPresetCount(text);
+    constexpr std::uint32_t kSaysWhatIsMissing = 1 << 7; // this bit alone says what the device lacks
+    const std::uint32_t bits =
+        LeadingNumber(Utils::GetParamValue(text, "capability_ptzenabled")) ^ kSaysWhatIsMissing;
+    for (std::size_t flag = 0; flag < ptzFlags_.size(); ++flag)
+        ptzFlags_[flag] = (bits >> flag & 1) != 0 ? '1' : '0';
+    hasPTZ_ = ptzFlags_.front() == '1';
+    if (hasPTZ_)
+        ReadPTZRange(text);
     return true;
 }
 
@@ -230,17 +223,11 @@ void CVivotekCameraProperties::ReadPTZRange(std::string_view text)
     const auto special =
         std::ranges::find_if(settings.specialPTZ, [&](const PTZCapability& capability)
                              { return model_.find(capability.device) != std::string::npos; });
-    const PTZCapability& range = special != settings.specialPTZ.end() ? *special : settings.defaultPTZ;
-    ptzType_ = range.type;
-    ptzSubtype_ = range.subtype;
-    ptzMinSpeed_ = range.minMove;
-    ptzMaxSpeed_ = range.maxMove;
-    zoomMinSpeed_ = range.minZoom;
-    zoomMaxSpeed_ = range.maxZoom;
+    head_ = special != settings.specialPTZ.end() ? *special : settings.defaultPTZ;
     if (const std::uint32_t speed = Utils::GetParamUInt(text, "capability_ptz_panspeedlv"))
-        ptzMaxSpeed_ = speed;
+        head_.maxMove = speed;
     if (const std::uint32_t speed = Utils::GetParamUInt(text, "capability_ptz_zoomspeedlv"))
-        zoomMaxSpeed_ = speed;
+        head_.maxZoom = speed;
 }
 
 bool CVivotekCameraProperties::ReadVideoIn()
@@ -306,36 +293,25 @@ void CVivotekCameraProperties::Save(CStoreWriter& writer)
 void CVivotekCameraProperties::SaveParameters(CStoreWriter& writer) const
 {
     using namespace ipcapture; // the numbers of the properties
-    using Type = CStoreWriter::ParameterType;
-    const auto number = [&](std::uint32_t id, const char* name, const std::string& value)
-    { writer.AddParameter(id, name, Type::Number, value); };
-    const auto text = [&](std::uint32_t id, const char* name, const std::string& value)
-    { writer.AddParameter(id, name, Type::Text, value); };
-    const auto flag = [](bool isSet) { return std::string(isSet ? "1" : "0"); };
-
-    std::string ptzFlags;
-    for (const bool isSet : ptzFlags_)
-        ptzFlags += flag(isSet);
-
-    number(kPropertyVideoStandard, "Video standard", flag(hostVideoStandard_ != 0));
-    number(kPropertyCameraVideoStandard, "Camera video standard", flag(device_.isNtsc));
-    number(kPropertyCameraType, "Camera type",
-           std::to_string(static_cast<std::uint32_t>(device_.resolutions.notation)));
-    number(kPropertyRtspPort, "RTSP port", device_.rtspPort);
-    text(kPropertyStreams, "Vivotek streams", streams_.Text());
-    number(kPropertyPresetCount, "Preset count", std::to_string(presetCount_));
-    text(kPropertyPTZFlags, "PTZ capability flags", ptzFlags);
-    number(kPropertyJpegOverHttp, "JPEG over HTTP", flag(isJpegOverHttp_));
-    number(kPropertyFrameMode, "Frame-Mode Option", flag(hasFrameModeOption_));
-    number(kPropertyDiscontinuedDevice, "Discontinued Device", flag(isDiscontinued_));
-    number(kPropertyPTZMinSpeed, "PTZ min speed", std::to_string(ptzMinSpeed_));
-    number(kPropertyPTZMaxSpeed, "PTZ max speed", std::to_string(ptzMaxSpeed_));
-    number(kPropertyZoomMinSpeed, "Zoom min speed", std::to_string(zoomMinSpeed_));
-    number(kPropertyZoomMaxSpeed, "Zoom max speed", std::to_string(zoomMaxSpeed_));
-    number(kPropertyPTZType, "PTZ type", Utils::FormatString("%d", static_cast<int>(ptzType_)));
-    text(kPropertyPTZSubtype, "PTZ subtype", ptzSubtype_);
-    text(kPropertyAudioInputCodecs, "Selected audio input codecs", audioInputCodecs_);
-    text(kPropertyAudioOutputCodecs, "Selected audio output codecs", audioOutputCodecs_);
+    writer.AddNumber(kPropertyVideoStandard, "Video standard", hostVideoStandard_ != 0);
+    writer.AddNumber(kPropertyCameraVideoStandard, "Camera video standard", device_.isNtsc);
+    writer.AddNumber(kPropertyCameraType, "Camera type",
+                     static_cast<std::uint32_t>(device_.resolutions.notation));
+    writer.AddNumber(kPropertyRtspPort, "RTSP port", device_.rtspPort);
+    writer.AddText(kPropertyStreams, "Vivotek streams", streams_.Text());
+    writer.AddNumber(kPropertyPresetCount, "Preset count", presetCount_);
+    writer.AddText(kPropertyPTZFlags, "PTZ capability flags", ptzFlags_);
+    writer.AddNumber(kPropertyJpegOverHttp, "JPEG over HTTP", isJpegOverHttp_);
+    writer.AddNumber(kPropertyFrameMode, "Frame-Mode Option", hasFrameModeOption_);
+    writer.AddNumber(kPropertyDiscontinuedDevice, "Discontinued Device", isDiscontinued_);
+    writer.AddNumber(kPropertyPTZMinSpeed, "PTZ min speed", head_.minMove);
+    writer.AddNumber(kPropertyPTZMaxSpeed, "PTZ max speed", head_.maxMove);
+    writer.AddNumber(kPropertyZoomMinSpeed, "Zoom min speed", head_.minZoom);
+    writer.AddNumber(kPropertyZoomMaxSpeed, "Zoom max speed", head_.maxZoom);
+    writer.AddNumber(kPropertyPTZType, "PTZ type", static_cast<std::int32_t>(head_.type));
+    writer.AddText(kPropertyPTZSubtype, "PTZ subtype", head_.subtype);
+    writer.AddText(kPropertyAudioInputCodecs, "Selected audio input codecs", audioInputCodecs_);
+    writer.AddText(kPropertyAudioOutputCodecs, "Selected audio output codecs", audioOutputCodecs_);
 }
 
 } // namespace korvane

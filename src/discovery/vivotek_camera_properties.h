@@ -6,7 +6,6 @@
 #include "runtime/device_properties.h"
 #include "runtime/settings_file.h"
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -74,17 +73,12 @@ private:
     const CSettingsFile settings_;
     DeviceDescription device_;
     CStreamPathTable streams_;
-    std::array<bool, 8> ptzFlags_{};
+    std::string ptzFlags_ = "00000000"; // each 1 or 0, in the order of the property
     std::uint32_t presetCount_ = 0;
     bool isJpegOverHttp_ = false;
     bool hasFrameModeOption_ = false;
     bool isDiscontinued_ = false;
-    std::uint32_t ptzMinSpeed_ = 0;
-    std::uint32_t ptzMaxSpeed_ = 0;
-    std::uint32_t zoomMinSpeed_ = 0;
-    std::uint32_t zoomMaxSpeed_ = 0;
-    std::uint32_t ptzType_ = 0;
-    std::string ptzSubtype_;
+    PTZCapability head_{0, "", 0, 0, 0, 0, ""}; // all 0 without a head
     std::string audioOutputCodecs_;
     std::string audioInputCodecs_;
     CBastrelSupportedFeatures features_{platform::ReadProductVersion(kHostCoreLibrary)};
