@@ -2,9 +2,9 @@
 
 #include "platform/host_process.h"
 #include "runtime/base_thread.h"
+#include "runtime/guarded.h"
 #include "runtime/host_call.h"
 
-#include <exception>
 #include <string>
 
 namespace korvane
@@ -25,9 +25,8 @@ constexpr std::uint32_t kOther = 3;
 
 struct Outcome
 {
-    bool isDone = false;
     std::uint32_t code = kOther;
-    std::string text;
+    std::string text; // empty: the query is done
 };
 
 Outcome Fetch(CCameraPropertiesEx& properties, ipcapture::ICapabilityStore* store)
@@ -42,8 +41,7 @@ Outcome Fetch(CCameraPropertiesEx& properties, ipcapture::ICapabilityStore* stor
             outcome.text += ", device is offline or is located in unaccessible subnet";
         return outcome;
     }
-    outcome.isDone = properties.SaveProperties(store);
-    if (!outcome.isDone)
+    if (!properties.SaveProperties(store))
         outcome.text = "Failed to save capability query results";
     return outcome;
 }
@@ -66,20 +64,17 @@ CCapabilityQueryModule::~CCapabilityQueryModule()
 std::uint32_t CCapabilityQueryModule::StartQuery(const char* address, std::uint16_t port, const char* user,
                                                  const char* password, ipcapture::ICapabilityStore* store)
 {
-    try
-    {
-        const COneAtATime::Turn turn(turn_);
-        if (thread_.HasHandle())
-            return 0;
-        store_ = store;
-        if (!Prepare(address, port, user, password))
-            return 0;
-        return thread_.Start(&ThreadEntry, this, "Capability query") ? 1 : 0;
-    }
-    catch (const std::exception&)
-    {
-        return 0;
-    }
+    const bool runs = Guarded(false,
+                              [&]
+                              {
+                                  const COneAtATime::Turn turn(turn_);
+                                  if (thread_.HasHandle())
+                                      return false;
+                                  store_ = store;
+                                  return Prepare(address, port, user, password) &&
+                                         thread_.Start(&ThreadEntry, this, "Capability query");
+                              });
+    return runs ? 1 : 0;
 }
 
 bool CCapabilityQueryModule::Prepare(const char* address, std::uint16_t port, const char* user,
@@ -113,15 +108,12 @@ void CCapabilityQueryModule::TerminateQuery()
 
 std::uint32_t CCapabilityQueryModule::ThreadEntry(void* module)
 {
-    try
-    {
-        static_cast<CCapabilityQueryModule*>(module)->RunQuery();
-        return 0;
-    }
-    catch (...)
-    {
-        return kExitOfException; // the sink hears nothing
-    }
+    return Guarded(kExitOfException, // of which the sink hears nothing
+                   [=]
+                   {
+                       static_cast<CCapabilityQueryModule*>(module)->RunQuery();
+                       return 0u;
+                   });
 }
 
 void CCapabilityQueryModule::RunQuery()
@@ -145,7 +137,7 @@ void CCapabilityQueryModule::RunQuery()
     }
     if (sink == nullptr)
         return;
-    if (outcome.isDone)
+    if (outcome.text.empty())
         CallHost([sink] { sink->OnQueryDone(); });
     else
         CallHost([sink, &outcome] { sink->OnQueryFailed(outcome.code, outcome.text.c_str()); });

@@ -47,11 +47,8 @@ protected:
     /// an object that is half gone; a second call does nothing.
     void StopQuery();
 
-    /// Which device, set before `CreateProperties` is asked.
-    const DEVICE_INFO& Device() const { return device_; }
-    /// Of the device record, for a device that may take longer or shorter than 10000 ms. Before `StartQuery`.
-    void SetNetworkTimeout(std::uint32_t milliseconds) { device_.networkTimeoutMs = milliseconds; }
-    std::uint32_t VideoStandardFlag() const { return videoStandardFlag_; } ///< 1 NTSC, 0 PAL
+    const std::uint32_t videoStandardFlag_; ///< 1 NTSC, 0 PAL
+    DEVICE_INFO device_;                    ///< which device, set before `CreateProperties` is asked
 
 private:
     using Properties = TSmartPtr<CCameraPropertiesEx>;
@@ -60,8 +57,6 @@ private:
     bool Prepare(const char* address, std::uint16_t port, const char* user, const char* password);
     Properties ShareProperties();
 
-    const std::uint32_t videoStandardFlag_;
-    DEVICE_INFO device_;
     ipcapture::ICapabilitySink* const sink_;
     ipcapture::ICapabilityStore* store_ = nullptr;
     Properties properties_;

@@ -17,7 +17,7 @@ public:
 
     CCameraPropertiesEx* CreateProperties() override
     {
-        return new (std::nothrow) CVivotekCameraProperties(Device(), VideoStandardFlag());
+        return new (std::nothrow) CVivotekCameraProperties(device_, videoStandardFlag_);
     }
 };
 

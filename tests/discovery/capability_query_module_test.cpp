@@ -86,9 +86,9 @@ public:
     ~ScriptedModule() override { StopQuery(); }
     CCameraPropertiesEx* CreateProperties() override
     {
-        return script_ == nullptr ? nullptr : new ScriptedProperties(Device(), *script_);
+        return script_ == nullptr ? nullptr : new ScriptedProperties(device_, *script_);
     }
-    using CCapabilityQueryModule::SetNetworkTimeout;
+    using CCapabilityQueryModule::device_;
 
 private:
     Script* const script_;
@@ -193,7 +193,7 @@ TEST(CapabilityQueryModule, GivesUpAQueryThatHangs)
 {
     static Fixture& f = *new Fixture; // the thread is halted with what it holds
     f.script.hangs = true;
-    f.module->SetNetworkTimeout(10);
+    f.module->device_.networkTimeoutMs = 10;
     EXPECT_EQ(f.Start(), 1u);
     EXPECT_TRUE(f.script.fetching.Wait(kPatienceMs));
     f.Delete();
@@ -225,7 +225,7 @@ TEST(CapabilityQueryModule, CallsNoStoreThatItWasGivenUpIn)
     static Fixture& f = *new Fixture; // the thread is halted with what it holds
     static std::atomic<std::uint32_t> thread;
     static CManualEvent stalls;
-    f.module->SetNetworkTimeout(10);
+    f.module->device_.networkTimeoutMs = 10;
     f.store.OnLine(
         []
         {

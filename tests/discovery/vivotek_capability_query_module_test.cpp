@@ -42,7 +42,7 @@ class Module : public CVivotekCapabilityQueryModule
 public:
     Module(ipcapture::ICapabilitySink* sink, std::uint32_t timeoutMs) : CVivotekCapabilityQueryModule(sink, 1)
     {
-        SetNetworkTimeout(timeoutMs);
+        device_.networkTimeoutMs = timeoutMs;
     }
 };
 
