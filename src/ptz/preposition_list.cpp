@@ -75,47 +75,37 @@ std::uint32_t CPrepositionList::GetCount()
     return static_cast<std::uint32_t>(named_.size());
 }
 
-bool CPrepositionList::NameAt(std::size_t index, std::string& name)
-{
-    if (index >= named_.size())
-        return false;
-    const auto place = places_.find(named_[index]);
-    if (place == places_.end())
-        return false;
-    name = place->second;
-    return true;
-}
-
 bool CPrepositionList::GetName(std::uint32_t index, std::string& name)
 {
     const COneAtATime::Turn turn(turn_);
     LoadOnce();
-    return NameAt(index, name);
+    if (index >= named_.size())
+        return false;
+    name = places_.at(named_[index]);
+    return true;
 }
 
 bool CPrepositionList::GetCurrentName(std::string& name)
 {
     const COneAtATime::Turn turn(turn_);
-    LoadOnce();
-    return NameAt(current_, name);
+    return CPrepositionList::GetName(current_, name);
 }
 
-std::size_t CPrepositionList::IndexOf(const std::string& name)
+std::uint32_t CPrepositionList::IndexOf(const std::string& name)
 {
     const COneAtATime::Turn turn(turn_);
     const auto place =
         std::find_if(places_.begin(), places_.end(), [&](const auto& entry) { return entry.second == name; });
-    if (place == places_.end())
+    if (place == places_.end() || name.empty())
         return kNone;
-    const auto found = std::find(named_.begin(), named_.end(), place->first);
-    return found == named_.end() ? kNone : static_cast<std::size_t>(found - named_.begin());
+    return static_cast<std::uint32_t>(std::ranges::find(named_, place->first) - named_.begin());
 }
 
 bool CPrepositionList::RecallPreposition(const std::string& name, std::uint32_t speed)
 {
     LoadOnce();
-    const std::size_t index = name.empty() ? kNone : IndexOf(name);
-    if (index == kNone || comm_ == nullptr || !comm_->RecallPreposition(name, speed))
+    const std::uint32_t index = IndexOf(name);
+    if (index == kNone || !comm_->RecallPreposition(name, speed))
         return false;
     current_ = index;
     return true;
@@ -173,19 +163,13 @@ bool CPrepositionList::DeletePreposition(const std::string& name)
 bool CPrepositionList::Forget(const std::string& name)
 {
     const COneAtATime::Turn turn(turn_);
-    for (auto& [position, placeName] : places_)
-    {
-        if (placeName != name)
-            continue;
-        placeName.clear();
-        const auto found = std::find(named_.begin(), named_.end(), position);
-        if (found == named_.end())
-            continue;
-        named_.erase(found);
-        current_ = kNone;
-        return true;
-    }
-    return false;
+    const std::uint32_t index = IndexOf(name);
+    if (index == kNone)
+        return false;
+    places_[named_[index]].clear();
+    named_.erase(named_.begin() + index);
+    current_ = kNone;
+    return true;
 }
 
 } // namespace korvane

@@ -4,7 +4,6 @@
 #include "runtime/one_at_a_time.h"
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -61,14 +60,13 @@ public:
     std::uint32_t Channel() const { return channel_; }
 
 private:
-    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+    static constexpr std::uint32_t kNone = UINT32_MAX;
 
     bool Fill();
     void LoadOnce();
     void Clear();
     std::int32_t Add(const std::string& name);
-    std::size_t IndexOf(const std::string& name);
-    bool NameAt(std::size_t index, std::string& name);
+    std::uint32_t IndexOf(const std::string& name);
     bool NotePreposition(const std::string& name);
     bool Forget(const std::string& name);
 
@@ -77,8 +75,8 @@ private:
     std::uint32_t maximum_ = 0;
     COneAtATime turn_;                            // to use what follows; comes before that of the comm
     std::map<std::uint32_t, std::string> places_; // by position; free ones with an empty name
-    std::vector<std::uint32_t> named_;            // positions with a name, in the host's order
-    std::atomic<std::size_t> current_{kNone};     // index into named_
+    std::vector<std::uint32_t> named_;            // all positions with a name, in the host's order
+    std::atomic<std::uint32_t> current_{kNone};   // index into named_
     bool loaded_ = false;
 };
 
