@@ -5,6 +5,7 @@
 #include "runtime/text.h"
 
 #include <new>
+#include <utility>
 
 namespace korvane
 {
@@ -26,10 +27,14 @@ bool CIOBase::SetClient(ipcapture::IHostIOClient* client)
     return true;
 }
 
+std::string CIOBase::DeviceText() const
+{
+    return driver_->GetDriverName() + " / " + driver_->GetDeviceName();
+}
+
 std::string CIOBase::ThreadName(const char* kind) const
 {
-    return Utils::FormatString("Digital %s thread (%s / %s)", kind, driver_->GetDriverName().c_str(),
-                               driver_->GetDeviceName().c_str());
+    return Utils::FormatString("Digital %s thread (%s)", kind, DeviceText().c_str());
 }
 
 bool CIOBase::StartIO()
@@ -53,10 +58,9 @@ bool CIOBase::StartIO()
 // All outputs are driven low at the start: what they were before is not known.
 bool CIOBase::StartOutputs(std::uint32_t count)
 {
-    const std::string name = ThreadName("Output");
-    if (!outputThread_.StartQueue(name))
+    if (!outputThread_.StartQueue(ThreadName("Output")))
     {
-        driver_->DebugMessage(1, "korvane::CIOBase::StartIO: Starting of %s failed!", name.c_str());
+        TellFailed("korvane::CIOBase::StartIO: Starting", "Output");
         return false;
     }
     for (std::uint32_t number = 0; number < count; ++number)
@@ -66,11 +70,10 @@ bool CIOBase::StartOutputs(std::uint32_t count)
 
 bool CIOBase::StartInputs()
 {
-    const std::string name = ThreadName("Input");
-    if (inputThread_.StartThreadWithFirstTick(name))
-        return true;
-    driver_->DebugMessage(1, "korvane::CIOBase::StartIO: Starting of %s failed!", name.c_str());
-    return false;
+    const bool started = inputThread_.StartThreadWithFirstTick(ThreadName("Input"));
+    if (!started)
+        TellFailed("korvane::CIOBase::StartIO: Starting", "Input");
+    return started;
 }
 
 void CIOBase::StopIO()
@@ -89,9 +92,9 @@ void CIOBase::EndThreads(bool tellsFailure)
     const std::uint32_t timeoutMs = driver_->GetDeviceInfo().networkTimeoutMs;
     InterruptRequests();
     if (!outputThread_.StopQueue(timeoutMs) && tellsFailure)
-        TellStopFailed("Output");
+        TellFailed("korvane::CIOBase::StopIO: Stopping", "Output");
     if (!inputThread_.JoinThread(timeoutMs) && tellsFailure)
-        TellStopFailed("Input");
+        TellFailed("korvane::CIOBase::StopIO: Stopping", "Input");
 }
 
 // Both threads may be here at once, and another one may wait for them.
@@ -101,15 +104,16 @@ void CIOBase::StopFromInside()
     inputThread_.StopEvent().Set();
     gate_.Shut();
     InterruptRequests();
-    TellStopFailed(platform::Thread::CurrentId() == inputThreadId_ ? "Input" : "Output");
+    TellFailed("korvane::CIOBase::StopIO: Stopping",
+               platform::Thread::CurrentId() == inputThreadId_ ? "Input" : "Output");
     ResetStates();
     const CLockGuard guard(lock_);
     untilThreadEnds_ = weak_from_this().lock();
 }
 
-void CIOBase::TellStopFailed(const char* kind)
+void CIOBase::TellFailed(const char* what, const char* kind)
 {
-    driver_->DebugMessage(1, "korvane::CIOBase::StopIO: Stopping of %s failed!", ThreadName(kind).c_str());
+    driver_->DebugMessage(1, "%s of %s failed!", what, ThreadName(kind).c_str());
 }
 
 void CIOBase::LetGo()
@@ -123,17 +127,8 @@ void CIOBase::ResetStates()
 {
     const auto [inputs, outputs] = driver_->GetIOCounts();
     const CLockGuard guard(lock_);
-    inputStates_.clear();
-    outputStates_.clear();
-    for (std::uint32_t number = 0; number < outputs; ++number)
-        outputStates_[number] = ipcapture::kSignalUnknown;
-    for (std::uint32_t number = 0; number < inputs; ++number)
-        inputStates_[number] = ipcapture::kSignalUnknown;
-}
-
-void CIOBase::TellConnectionLost()
-{
-    gate_.Tell(&ipcapture::IHostIOClient::ConnectionLost);
+    outputStates_.assign(outputs, ipcapture::kSignalUnknown);
+    inputStates_.assign(inputs, ipcapture::kSignalUnknown);
 }
 
 // What a poll throws for want of memory is gone with it: the next one comes in 2 s.
@@ -150,7 +145,7 @@ bool CIOBase::Poll()
         ResetStates();
     SetInputsConnectionState(polled);
     if (!polled)
-        TellConnectionLost();
+        gate_.Tell(&ipcapture::IHostIOClient::ConnectionLost);
     return polled;
 }
 
@@ -160,31 +155,16 @@ void CIOBase::SetInputsConnectionState(bool connected)
     if (connected == inputsConnected_ || inputThread_.StopEvent().Wait(0))
         return;
     inputsConnected_ = connected;
-    const std::string driver = driver_->GetDriverName();
-    const std::string device = driver_->GetDeviceName();
-    if (connected)
-        driver_->DebugMessage(
-            3,
-            "korvane::CIOBase::SetInputsConnectionState: Digital input connection (%s / %s) "
-            "is established",
-            driver.c_str(), device.c_str());
-    else
-        driver_->DebugMessage(
-            1,
-            "korvane::CIOBase::SetInputsConnectionState: Digital input connection (%s / %s) "
-            "was lost",
-            driver.c_str(), device.c_str());
+    driver_->DebugMessage(connected ? 3 : 1,
+                          "korvane::CIOBase::SetInputsConnectionState: Digital input connection (%s) %s",
+                          DeviceText().c_str(), connected ? "is established" : "was lost");
 }
 
 // Whether the table has that number and held another state.
 bool CIOBase::Store(States& states, std::uint32_t number, std::uint32_t state)
 {
     const CLockGuard guard(lock_);
-    const auto found = states.find(number);
-    if (found == states.end() || found->second == state)
-        return false;
-    found->second = state;
-    return true;
+    return number < states.size() && std::exchange(states[number], state) != state;
 }
 
 void CIOBase::SetInputState(std::uint32_t number, std::uint32_t state)
@@ -198,8 +178,8 @@ bool CIOBase::SetOutput(std::uint32_t number, std::uint32_t state)
     auto* const item = new (std::nothrow) COutputState(number, state);
     if (item != nullptr && outputThread_.PostItem(item))
         return true;
-    driver_->DebugMessage(1, "korvane::CIOBase::SetOutput: Set output #%u failed by %s / %s", number,
-                          driver_->GetDriverName().c_str(), driver_->GetDeviceName().c_str());
+    driver_->DebugMessage(1, "korvane::CIOBase::SetOutput: Set output #%u failed by %s", number,
+                          DeviceText().c_str());
     return false;
 }
 
@@ -213,13 +193,12 @@ void CIOBase::SetOutputStateWrapper(std::uint32_t number, std::uint32_t state)
         return;
     }
     ResetStates();
-    TellConnectionLost();
+    gate_.Tell(&ipcapture::IHostIOClient::ConnectionLost);
     if (outputsWorking_.exchange(false))
-        driver_->DebugMessage(
-            1,
-            "korvane::CIOBase::SetOutputStateWrapper: Unable to switch state of digital output "
-            "#%u (%s / %s)",
-            number, driver_->GetDriverName().c_str(), driver_->GetDeviceName().c_str());
+        driver_->DebugMessage(1,
+                              "korvane::CIOBase::SetOutputStateWrapper: Unable to switch state of digital "
+                              "output #%u (%s)",
+                              number, DeviceText().c_str());
 }
 
 } // namespace korvane

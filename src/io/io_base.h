@@ -11,9 +11,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace korvane
 {
@@ -92,19 +92,19 @@ private:
         CIOBase* const io_;
     };
 
-    using States = std::map<std::uint32_t, std::uint32_t>; // by number
+    using States = std::vector<std::uint32_t>; // by number
 
     void PollTick();
     bool Poll();
     void SetInputsConnectionState(bool connected);
     void ResetStates();
-    void TellConnectionLost();
-    bool Store(States& states, std::uint32_t number, std::uint32_t state);
     bool StartOutputs(std::uint32_t count);
     bool StartInputs();
+    bool Store(States& states, std::uint32_t number, std::uint32_t state);
+    std::string DeviceText() const;
     std::string ThreadName(const char* kind) const;
+    void TellFailed(const char* what, const char* kind);
     void StopFromInside();
-    void TellStopFailed(const char* kind);
     void LetGo();
 
     TInterruptedThread<TTickThread<CIOBase>> inputThread_;
