@@ -38,9 +38,7 @@ std::array<bool, 8> ReadFlags(const std::string& text)
 } // namespace
 
 HeadFacts::HeadFacts(const IDriver& driver)
-    : presetCount(static_cast<std::uint32_t>(
-          std::clamp<std::int32_t>(driver.GetPropertyInt(ipcapture::kPropertyPresetCount), 0, kMostPresets))),
-      flags(ReadFlags(driver.GetPropertyText(ipcapture::kPropertyPTZFlags))),
+    : flags(ReadFlags(driver.GetPropertyText(ipcapture::kPropertyPTZFlags))),
       type(driver.GetPropertyInt(ipcapture::kPropertyPTZType)),
       subtype(driver.GetPropertyText(ipcapture::kPropertyPTZSubtype)),
       move{driver.GetPropertyInt(ipcapture::kPropertyPTZMinSpeed),
@@ -71,7 +69,8 @@ CVivotekPTZComm::~CVivotekPTZComm()
 
 bool CVivotekPTZComm::Open()
 {
-    presetCount_ = head_.presetCount;
+    presetCount_ = static_cast<std::uint32_t>(
+        std::clamp<std::int32_t>(driver_->GetPropertyInt(ipcapture::kPropertyPresetCount), 0, kMostPresets));
     return CBasePTZComm::Open();
 }
 

@@ -27,7 +27,6 @@ struct HeadFacts
 
     explicit HeadFacts(const IDriver& driver);
 
-    std::uint32_t presetCount;
     std::array<bool, 8> flags; ///< all false if the property is not eight characters long
     std::int32_t type;
     std::string subtype;
