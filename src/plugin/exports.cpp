@@ -6,7 +6,6 @@
 #include "plugin/larkmoor_driver.h"
 #include "runtime/guarded.h"
 
-#include <new>
 #include <utility>
 
 using namespace korvane::ipcapture; // the names in this file are the host's
@@ -14,107 +13,90 @@ using namespace korvane::ipcapture; // the names in this file are the host's
 namespace
 {
 
-korvane::CLarkmoorDriver* CreateDriver()
+/// A new object for the host; null without memory for one.
+template <class Object, class... Arguments>
+Object* Create(Arguments... arguments)
 {
-    return korvane::Guarded(static_cast<korvane::CLarkmoorDriver*>(nullptr),
-                            [] { return new (std::nothrow) korvane::CLarkmoorDriver; });
-}
-
-/// Any object that the host holds goes through its virtual destructor, which doesn't throw.
-template <class Interface>
-void Delete(Interface* object)
-{
-    delete object;
+    return korvane::Guarded<Object*>(nullptr, [=] { return new Object(arguments...); });
 }
 
 /// The query module of the process; null before `InitCapabilityQuery` and after `UninitCapabilityQuery`.
 IIPCapabilityQuery* processModule = nullptr;
 
-IIPCapabilityQuery* CreateModule(ICapabilitySink* sink, std::uint8_t videoStandard)
-{
-    return korvane::Guarded(
-        static_cast<IIPCapabilityQuery*>(nullptr),
-        [&] { return new (std::nothrow) korvane::CVivotekCapabilityQueryModule(sink, videoStandard); });
-}
-
 } // namespace
 
 IIPCaptureDriver* CreateIPCapture()
 {
-    return CreateDriver();
+    return Create<korvane::CLarkmoorDriver>();
 }
 
 IIPCaptureDriverEx* CreateIPCaptureEx()
 {
-    return CreateDriver();
+    return Create<korvane::CLarkmoorDriver>();
 }
 
 IIPCaptureDriverEx2* CreateIPCaptureEx2()
 {
-    return CreateDriver();
+    return Create<korvane::CLarkmoorDriver>();
 }
 
 IIPCaptureDriverEx3* CreateIPCaptureEx3()
 {
-    return CreateDriver();
+    return Create<korvane::CLarkmoorDriver>();
 }
 
 IIPCaptureDriverEx4* CreateIPCaptureEx4()
 {
-    return CreateDriver();
+    return Create<korvane::CLarkmoorDriver>();
 }
 
 void DeleteIPCapture(IIPCaptureDriver* driver)
 {
-    Delete(driver);
+    delete driver;
 }
 
 void DeleteIPCaptureEx(IIPCaptureDriverEx* driver)
 {
-    Delete(driver);
+    delete driver;
 }
 
 void DeleteIPCaptureEx2(IIPCaptureDriverEx2* driver)
 {
-    Delete(driver);
+    delete driver;
 }
 
 void DeleteIPCaptureEx3(IIPCaptureDriverEx3* driver)
 {
-    Delete(driver);
+    delete driver;
 }
 
 void DeleteIPCaptureEx4(IIPCaptureDriverEx4* driver)
 {
-    Delete(driver);
+    delete driver;
 }
 
 IIPCapabilityQuery* CreateCapabilityQueryModule(ICapabilitySink* sink, std::uint8_t videoStandard)
 {
-    return CreateModule(sink, videoStandard);
+    return Create<korvane::CVivotekCapabilityQueryModule>(sink, videoStandard);
 }
 
 void DeleteCapabilityQueryModule(IIPCapabilityQuery* module)
 {
-    Delete(module);
+    delete module;
 }
 
 std::uint32_t InitCapabilityQuery(ICapabilitySink* sink, std::uint8_t videoStandard)
 {
     if (processModule != nullptr)
         return 0;
-    processModule = CreateModule(sink, videoStandard);
+    processModule = Create<korvane::CVivotekCapabilityQueryModule>(sink, videoStandard);
     return 1; // also without memory for a module: `StartCapabilityQuery` shows that
 }
 
 std::uint32_t StartCapabilityQuery(const char* address, std::uint16_t port, const char* user,
                                    const char* password, ICapabilityStore* store)
 {
-    if (address == nullptr || user == nullptr || password == nullptr || processModule == nullptr)
-        return 0;
-    return korvane::Guarded(0u,
-                            [&]() -> std::uint32_t
-                            { return processModule->StartQuery(address, port, user, password, store); });
+    return processModule == nullptr ? 0 : processModule->StartQuery(address, port, user, password, store);
 }
 
 std::uint32_t TerminateCapabilityQuery()
@@ -126,6 +108,6 @@ std::uint32_t TerminateCapabilityQuery()
 
 std::uint32_t UninitCapabilityQuery()
 {
-    Delete(std::exchange(processModule, nullptr)); // the sink may call this once more
+    delete std::exchange(processModule, nullptr); // the sink may call this once more
     return 1;
 }
