@@ -27,11 +27,6 @@ std::string TextOf(const char* text)
 
 } // namespace
 
-CIPCaptureDriver::~CIPCaptureDriver()
-{
-    DeleteObjects();
-}
-
 bool CIPCaptureDriver::Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,
                             ipcapture::IHostDeviceSettings* deviceSettings)
 {
@@ -53,8 +48,8 @@ bool CIPCaptureDriver::OpenDevice(ipcapture::IHostDeviceSettings& deviceSettings
     if (connection == nullptr || description == nullptr)
         return false;
     codec_ = AskHost([=] { return connection->GetCodec(); });
-    inputCount_ = AskHost([=] { return description->GetInputCount(); });
-    outputCount_ = AskHost([=] { return description->GetOutputCount(); });
+    ioCounts_.first = AskHost([=] { return description->GetInputCount(); });
+    ioCounts_.second = AskHost([=] { return description->GetOutputCount(); });
     channelCount_ = AskHost([=] { return description->GetChannelCount(); });
     // One by one: hosts may log the calls.
     const std::string address = TextOf(AskHost([=] { return connection->GetAddress(); }));
@@ -126,25 +121,19 @@ void CIPCaptureDriver::DebugMessage(std::int32_t level, const char* format, ...)
     va_start(arguments, format);
     try
     {
-        std::string text = Utils::FormatStringList(format, arguments);
+        const std::string text = Utils::FormatStringList(format, arguments);
         if (level == kLevelDebugTrace)
             platform::WriteDebugText(text + "\r\n");
-        else
-            WriteToHost(level, text.c_str());
+        else if (ipcapture::IHostSink* const sink = hostSink_)
+        {
+            CDebugInfo message(HostMessageLevel(level, hostVersion_), text.c_str());
+            CallHost([&] { sink->WriteMessage(&message); });
+        }
     }
     catch (...) // no memory: a message is never a reason to fail
     {
     }
     va_end(arguments);
-}
-
-void CIPCaptureDriver::WriteToHost(std::int32_t level, const char* text) const
-{
-    ipcapture::IHostSink* const sink = hostSink_;
-    if (sink == nullptr)
-        return;
-    CDebugInfo message(HostMessageLevel(level, hostVersion_), text);
-    CallHost([&] { sink->WriteMessage(&message); });
 }
 
 std::string CIPCaptureDriver::GetPropertyText(std::uint32_t number) const

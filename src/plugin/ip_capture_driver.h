@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace korvane
 {
@@ -18,14 +19,13 @@ namespace korvane
 /// One device: what the host gave at `Open`, and the objects that do the work. Knows no device family.
 ///
 /// The fields are written in `Open` and `Close` only, while no thread of the device runs, and read without a
-/// lock in between. `Close` and the destructor delete the objects first, and each of them stops its own
-/// threads. The video capture object goes first of all, while a head may still ask for a channel's settings:
-/// it has a lock.
+/// lock in between. `Close` and the family's destructor delete the objects first, and each of them stops its
+/// own threads. The video capture object goes first of all, while a head may still ask for a channel's
+/// settings: it has a lock.
 class CIPCaptureDriver : public ipcapture::IIPCaptureDriverEx4, public IDriver, public ICustomCreator
 {
 public:
     CIPCaptureDriver() = default;
-    ~CIPCaptureDriver() override; ///< deletes what the family's own destructor has left
     CIPCaptureDriver(const CIPCaptureDriver&) = delete;
     CIPCaptureDriver& operator=(const CIPCaptureDriver&) = delete;
 
@@ -46,10 +46,7 @@ public:
     [[gnu::format(printf, 3, 4)]] void DebugMessage(std::int32_t level, const char* format, ...) override;
     std::string GetHostDirectory() const override { return hostDirectory_; }
     const DEVICE_INFO& GetDeviceInfo() const override { return device_; }
-    std::pair<std::uint32_t, std::uint32_t> GetIOCounts() const override
-    {
-        return {inputCount_, outputCount_};
-    }
+    std::pair<std::uint32_t, std::uint32_t> GetIOCounts() const override { return ioCounts_; }
     ipcapture::IHostFrameAllocator* GetFrameAllocator() const override { return frameAllocator_; }
     std::uint32_t GetVideoStandard() const override { return videoStandard_; }
     std::uint32_t GetCodec() const override { return codec_; }
@@ -71,7 +68,8 @@ public:
                                  const std::string& driverName, const std::string& firmware);
 
 protected:
-    void DeleteObjects(); ///< video capture, I/O and PTZ, in this order
+    /// Video capture, I/O and PTZ, in this order. Also for the family's destructor.
+    void DeleteObjects();
 
     DEVICE_INFO device_;
     std::uint32_t videoStandard_ = 0;              ///< 1 NTSC, 0 PAL
@@ -81,12 +79,10 @@ protected:
 private:
     bool OpenDevice(ipcapture::IHostDeviceSettings& deviceSettings);
     void ReadProperties(ipcapture::IHostDeviceSettings& deviceSettings);
-    void WriteToHost(std::int32_t level, const char* text) const;
 
     ipcapture::IHostSink* hostSink_ = nullptr;
     ipcapture::IHostFrameAllocator* frameAllocator_ = nullptr;
-    std::uint32_t inputCount_ = 0;
-    std::uint32_t outputCount_ = 0;
+    std::pair<std::uint32_t, std::uint32_t> ioCounts_;
     std::uint32_t channelCount_ = 0;
     std::uint32_t codec_ = 0;
     std::map<std::uint32_t, std::string> properties_;

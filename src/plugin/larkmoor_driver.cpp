@@ -59,9 +59,8 @@ bool CLarkmoorDriver::Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrame
 std::unique_ptr<ICameraChannel> CLarkmoorDriver::CreateChannel(std::uint32_t channel,
                                                                ipcapture::IHostChannelClient* channelClient)
 {
-    std::int32_t jpegOverHttp = 0;
-    if (!Utils::IsInteger(GetPropertyText(ipcapture::kPropertyJpegOverHttp), jpegOverHttp))
-        jpegOverHttp = 0;
+    std::int32_t jpegOverHttp = 0; // and so it stays for a text that is no number
+    Utils::IsInteger(GetPropertyText(ipcapture::kPropertyJpegOverHttp), jpegOverHttp);
     switch (GetCodec())
     {
     case ipcapture::kDeviceCodecMotionJpeg:
@@ -82,14 +81,7 @@ IAudioInputChannel* CLarkmoorDriver::CreateAudioInputChannel(std::uint32_t audio
                                                              ipcapture::IHostAudioClient* client,
                                                              ipcapture::IHostCodecList* codecList)
 {
-    return std::make_unique<CAudioCaptureChannel>(this, audioChannel, videoChannel, client, codecList)
-        .release();
-}
-
-IAudioOutputChannel* CLarkmoorDriver::CreateAudioOutputChannel(std::uint32_t, std::uint32_t, std::uint32_t,
-                                                               std::uint32_t)
-{
-    return nullptr;
+    return new CAudioCaptureChannel(this, audioChannel, videoChannel, client, codecList);
 }
 
 bool CLarkmoorDriver::ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings)

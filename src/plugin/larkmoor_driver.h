@@ -38,8 +38,11 @@ public:
     IAudioInputChannel* CreateAudioInputChannel(std::uint32_t audioChannel, std::uint32_t videoChannel,
                                                 ipcapture::IHostAudioClient* client,
                                                 ipcapture::IHostCodecList* codecList) override;
-    IAudioOutputChannel* CreateAudioOutputChannel(std::uint32_t audioChannel, std::uint32_t a,
-                                                  std::uint32_t b, std::uint32_t c) override;
+    IAudioOutputChannel* CreateAudioOutputChannel(std::uint32_t, std::uint32_t, std::uint32_t,
+                                                  std::uint32_t) override
+    {
+        return nullptr;
+    }
 
     bool ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings) override;
     void DestructAudio() override;
