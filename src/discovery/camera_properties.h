@@ -67,9 +67,9 @@ private:
 /// A picture size that a device offers, with the frame times that it can keep at that size.
 struct CameraResolution
 {
-    std::uint16_t width = 0;               ///< pixels
-    std::uint16_t height = 0;              ///< pixels
-    TCursorList<std::uint32_t> frameTimes; ///< milliseconds
+    std::uint16_t width = 0;                    ///< pixels
+    std::uint16_t height = 0;                   ///< pixels
+    TCursorList<std::uint32_t> frameTimes = {}; ///< milliseconds
 };
 
 /// What a device is and can do, as far as every device family has it. One thread at a time.

@@ -3,7 +3,7 @@
 #include "http/param_text.h"
 
 #include <algorithm>
-#include <initializer_list>
+#include <utility>
 
 namespace korvane
 {
@@ -75,26 +75,19 @@ void AddRate(DeviceDescription& device, std::string_view text, const std::string
         device.frameRates.insert(rate);
 }
 
-struct Size
-{
-    std::uint16_t width;
-    std::uint16_t height;
-};
-
 /// Gives every size the frame time of the highest rate, and the device as its default the lowest rate that is
 /// at least half of the highest. A frame time below the rate as a number is not kept.
-void FixResolutions(DeviceDescription& device, std::initializer_list<Size> sizes)
+void FixResolutions(DeviceDescription& device, std::vector<CameraResolution> sizes)
 {
     const std::uint32_t highest = *device.frameRates.rbegin();
     const std::uint32_t frameTime = Utils::FrameTimeFromRate(highest);
     device.defaultFrameRate = *device.frameRates.lower_bound(highest / 2);
-    for (const Size& size : sizes)
+    for (CameraResolution& size : sizes)
     {
-        CameraResolution resolution{size.width, size.height, {}};
         if (frameTime >= highest)
-            resolution.frameTimes.Add(frameTime);
-        device.resolutions.resolutions.push_back(resolution);
+            size.frameTimes.Add(frameTime);
     }
+    device.resolutions.resolutions = std::move(sizes);
 }
 
 /// A video server with a channel for each "video.enable" that it lists, and Motion JPEG over HTTP.

@@ -32,7 +32,7 @@ std::optional<CameraResolution> ReadNamedResolution(std::string_view text, bool 
     const std::string name = Utils::RemoveChars(text, " ");
     for (const NamedSize& size : kNamedSizes)
         if (name == size.name)
-            return CameraResolution{size.width, isNtsc ? size.heightNtsc : size.heightPal, {}};
+            return CameraResolution{size.width, isNtsc ? size.heightNtsc : size.heightPal};
     return std::nullopt;
 }
 
