@@ -67,7 +67,7 @@ public:
             sockaddr_in address{};
             socklen_t size = sizeof address;
             if (getsockname(handle, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
-                address.sin_family == AF_INET && address.sin_port == platform::ToNetwork(port))
+                address.sin_family == AF_INET && address.sin_port == htons(port))
                 handle_ = handle;
         }
     }

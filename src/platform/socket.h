@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -24,16 +23,6 @@ struct SocketAddress
     bool operator==(const SocketAddress&) const = default;
 };
 static_assert(sizeof(SocketAddress) == 16);
-
-constexpr std::uint16_t ToNetwork(std::uint16_t value)
-{
-    return std::endian::native == std::endian::big ? value
-                                                   : static_cast<std::uint16_t>(value << 8 | value >> 8);
-}
-constexpr std::uint16_t ToHost(std::uint16_t value)
-{
-    return ToNetwork(value);
-}
 
 /// The address of a dotted text such as "239.1.2.3" in network byte order; nothing for any other text.
 std::optional<std::uint32_t> ParseIPv4(const std::string& dotted);
@@ -81,8 +70,7 @@ struct ReceiveResult
     {
         kReceived,
         kTimeout,
-        kClosed,    ///< a stream's orderly end, or `Shutdown`
-        kTruncated, ///< the datagram was larger than the buffer; the rest is gone
+        kClosed, ///< a stream's orderly end, or `Shutdown`
         kError,
     };
     Status status = Status::kError;
@@ -116,36 +104,28 @@ public:
     bool SetReceiveBuffer(std::uint32_t payloadBytes);
     static constexpr std::uint32_t kLeastDatagramRoom = 256 * 1024;
 
-    bool SetReceiveTimeout(std::uint32_t timeoutMs); ///< for `Receive` and `ReceiveFrom`; 0 waits for ever
-    bool SetSendTimeout(std::uint32_t timeoutMs);    ///< for `Send` and `SendTo`; 0 waits for ever
-    bool SetReuseAddress(bool reuse);
+    /// Of an open socket: for `Receive`, and for `Send` and `SendTo`. 0 waits for ever.
+    void SetReceiveTimeout(std::uint32_t timeoutMs) { receiveTimeoutMs_ = timeoutMs; }
+    void SetSendTimeout(std::uint32_t timeoutMs) { sendTimeoutMs_ = timeoutMs; }
+    bool SetReuseAddress();
     bool JoinGroup(std::uint32_t group); ///< network byte order; on the interface that the system chooses
     bool LeaveGroup(std::uint32_t group);
 
     bool Bind(std::uint16_t port);   ///< on all interfaces; 0 takes a free port
     std::uint16_t LocalPort() const; ///< host byte order; 0 if not bound
 
-    enum class ConnectResult
-    {
-        kConnected,
-        kInProgress,
-        kFailed,
-    };
-    /// Begins to connect and does not wait.
-    ConnectResult BeginConnect(const SocketAddress& peer);
-    /// Waits for the end of a connect that is in progress: signalled is connected, failed is refused.
+    /// Begins to connect and does not wait; false if it was refused at once.
+    bool BeginConnect(const SocketAddress& peer);
+    /// Waits for the end of a connect that has begun: signalled is connected, failed is refused.
     WaitResult WaitConnected(std::uint32_t timeoutMs);
-
-    /// Waits until something can be read: data, an end, or an error. `Shutdown` ends it with signalled.
-    WaitResult WaitReadable(std::uint32_t timeoutMs);
 
     /// Sends all of `data`; gives the bytes that went, fewer on a time-out or an error.
     std::size_t Send(std::span<const std::uint8_t> data);
+    /// One read, or one datagram; what passes `buffer` of that is lost, and an empty one counts as closed.
     ReceiveResult Receive(std::span<std::uint8_t> buffer);
 
     /// Bytes sent (0 is a datagram too), or -1.
     std::ptrdiff_t SendTo(const SocketAddress& peer, std::span<const std::uint8_t> data);
-    ReceiveResult ReceiveFrom(std::span<std::uint8_t> buffer, SocketAddress& sender);
 
     /// Waits until something has arrived, and takes up to `kMostDatagrams` datagrams that are there, in one
     /// call. `kSignalled` with a `count` of 0 after a shutdown. The memory has to be the calling thread's
@@ -164,24 +144,23 @@ public:
     /// Lets `Wake` end the waits of an open stream socket, at the price of one descriptor. False if there is
     /// none to be had.
     bool EnableWake();
-    /// Ends a `Receive`, `WaitReadable` or `WaitConnected` that waits, and each one that would, as if its
+    /// Ends a `Receive` or `WaitConnected` that waits, and each one that would, as if its
     /// time had run out, until `ClearWake`. The connection stays. Any thread; nothing without `EnableWake`.
     void Wake();
     void ClearWake();
 
     /// Datagrams that the system threw away because the receive buffer was full, since the socket was opened;
-    /// wraps. Known from the next one that `ReceiveMany` takes. Nothing if the system doesn't tell. Any
-    /// thread.
-    std::optional<std::uint32_t> DroppedDatagrams() const;
+    /// wraps. Known from the next one that `ReceiveMany` takes. 0 if the system doesn't tell. Any thread.
+    std::uint32_t DroppedDatagrams() const { return drops_.load(std::memory_order_relaxed); }
 
 private:
     bool Open(int type);
     bool SetBlockingTimeout(std::uint32_t timeoutMs);
-    bool SetOption(int level, int name, const void* value, std::uint32_t size) const;
+    template <class Value>
+    bool SetOption(int level, int name, const Value& value) const;
     int handle_ = -1;
     int wakeHandle_ = -1;
     bool datagram_ = false;
-    bool tellsDrops_ = false;
     std::atomic<std::uint32_t> drops_{0};
     bool likelyEmpty_ = true; // a read would find nothing, so waiting first saves a call
     std::atomic<bool> shutDown_{false};

@@ -226,7 +226,7 @@ void CRTPReceiver::TellSlowUser()
 
 void CRTPReceiver::TellLosses()
 {
-    const std::uint32_t losses = client_->DroppedDatagrams().value_or(0);
+    const std::uint32_t losses = client_->DroppedDatagrams();
     untoldLosses_ += losses - std::exchange(lossesSeen_, losses);
     if (untoldLosses_ == 0)
         return;

@@ -86,22 +86,13 @@ bool CBaseRTSPClient::Begin(const RTSPClientParams& params, IRTSPClientUser* use
 bool CBaseRTSPClient::Connect()
 {
     if (!socket_.OpenStream() || (mode_ == kTransportInterleaved && !socket_.EnableWake()) ||
-        !socket_.SetReceiveBuffer(params_.receiveBufferBytes) || !socket_.SetReceiveTimeout(ReadStepMs()) ||
-        !socket_.SetSendTimeout(params_.sendTimeoutMs))
+        !socket_.SetReceiveBuffer(params_.receiveBufferBytes))
         return false;
+    socket_.SetReceiveTimeout(ReadStepMs());
+    socket_.SetSendTimeout(params_.sendTimeoutMs);
     const std::uint32_t address = Utils::ResolveHostAddress(params_.host);
-    if (address == 0)
-        return false;
-    switch (socket_.BeginConnect(platform::MakeSocketAddress(address, params_.serverPort)))
-    {
-    case platform::Socket::ConnectResult::kConnected:
-        return true;
-    case platform::Socket::ConnectResult::kInProgress:
-        return WaitConnected();
-    case platform::Socket::ConnectResult::kFailed:
-        break;
-    }
-    return false;
+    return address != 0 && socket_.BeginConnect(platform::MakeSocketAddress(address, params_.serverPort)) &&
+           WaitConnected();
 }
 
 bool CBaseRTSPClient::WaitConnected()

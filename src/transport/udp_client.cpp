@@ -61,8 +61,9 @@ bool CUDPClient::Open(std::optional<std::uint32_t> group, std::uint16_t port)
 {
     if (!socket_.OpenDatagram())
         return false;
-    if ((group && !socket_.SetReuseAddress(true)) || !socket_.SetReceiveBuffer(kDatagramBufferBytes) ||
-        !socket_.SetReceiveTimeout(kReceiveTimeoutMs) || !socket_.SetSendTimeout(kSendTimeoutMs) ||
+    socket_.SetReceiveTimeout(kReceiveTimeoutMs);
+    socket_.SetSendTimeout(kSendTimeoutMs);
+    if ((group && !socket_.SetReuseAddress()) || !socket_.SetReceiveBuffer(kDatagramBufferBytes) ||
         !socket_.Bind(port))
     {
         socket_.Close();

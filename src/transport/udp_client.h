@@ -103,7 +103,7 @@ public:
 
     /// Datagrams since the start that the system dropped because they were not read in time, as far as it has
     /// told: with each one that arrives behind them. Any thread.
-    std::optional<std::uint32_t> DroppedDatagrams() const { return socket_.DroppedDatagrams(); }
+    std::uint32_t DroppedDatagrams() const { return socket_.DroppedDatagrams(); }
 
     void Run() override;
 

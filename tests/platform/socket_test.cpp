@@ -22,7 +22,7 @@ TEST(Socket, APortIsTakenOnceUnlessItIsShared)
     for (Socket* socket : {&first, &second})
     {
         socket->Close();
-        ASSERT_TRUE(socket->OpenDatagram() && socket->SetReuseAddress(true));
+        ASSERT_TRUE(socket->OpenDatagram() && socket->SetReuseAddress());
         EXPECT_TRUE(socket->Bind(port));
     }
     EXPECT_EQ(Socket().LocalPort(), 0);
@@ -41,9 +41,12 @@ TEST(Socket, WorksAboveDescriptor1023)
     {
         Socket receiver;
         ASSERT_TRUE(receiver.OpenDatagram() && receiver.Bind(0));
-        EXPECT_EQ(receiver.WaitReadable(1), WaitResult::kTimeout);
+        std::uint8_t byte = 0;
+        receiver.SetReceiveTimeout(1);
+        EXPECT_EQ(receiver.Receive({&byte, 1}).status, ReceiveResult::Status::kTimeout);
         test::UDPPeer(receiver.LocalPort()).Send({1});
-        EXPECT_EQ(receiver.WaitReadable(test::kPatienceMs), WaitResult::kSignalled);
+        receiver.SetReceiveTimeout(test::kPatienceMs);
+        EXPECT_EQ(receiver.Receive({&byte, 1}).status, ReceiveResult::Status::kReceived);
     }
     for (const int filler : fillers)
         close(filler);

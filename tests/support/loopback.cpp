@@ -44,9 +44,7 @@ void LoopbackListener::End() const
 
 BlackHole::BlackHole()
 {
-    if (!filler_.OpenStream() ||
-        filler_.BeginConnect(platform::MakeSocketAddress(kLoopback, Port())) ==
-            platform::Socket::ConnectResult::kFailed ||
+    if (!filler_.OpenStream() || !filler_.BeginConnect(platform::MakeSocketAddress(kLoopback, Port())) ||
         filler_.WaitConnected(kPatienceMs) != platform::WaitResult::kSignalled)
         throw std::runtime_error("the listening port could not be filled");
 }

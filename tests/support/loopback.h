@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -68,12 +69,14 @@ public:
     Bytes Receive(std::uint32_t patienceMs = kPatienceMs) ///< the next one; empty when none comes
     {
         Bytes buffer(1500);
-        socket_.SetReceiveTimeout(patienceMs);
-        const auto result = socket_.ReceiveFrom(buffer, sender_);
-        buffer.resize(result.status == platform::ReceiveResult::Status::kReceived ? result.length : 0);
+        platform::Datagram datagram;
+        datagram.buffer = buffer;
+        const std::size_t count = socket_.ReceiveMany({&datagram, 1}, patienceMs).count;
+        sender_ = datagram.sender;
+        buffer.resize(count != 0 && !datagram.truncated ? datagram.length : 0);
         return buffer;
     }
-    std::uint16_t SenderPort() const { return platform::ToHost(sender_.port); } ///< of the last one received
+    std::uint16_t SenderPort() const { return ntohs(sender_.port); } ///< of the last one received
 
 private:
     const std::uint16_t to_;

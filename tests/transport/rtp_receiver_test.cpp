@@ -42,7 +42,7 @@ public:
     void OnRTPReceived(const platform::SocketAddress& sender, CRTPPacket& packet) override
     {
         const std::uint16_t sequence = packet.SequenceNumber();
-        ports.Add(platform::ToHost(sender.port));
+        ports.Add(ntohs(sender.port));
         sequences.Add(sequence);
         if (sequence == 1)
         {
@@ -347,7 +347,7 @@ TEST_F(RTPReceiver, TellsOnceAMinuteWhatTheSystemDropped)
                                  "packets were dropped",
                                  &port, &count));
         EXPECT_EQ(receiver.GetPort(), port);
-        const std::uint32_t dropped = receiver.Client()->DroppedDatagrams().value();
+        const std::uint32_t dropped = receiver.Client()->DroppedDatagrams();
         if (texts.size() != told.size())
         {
             EXPECT_GE(count, toTell);

@@ -40,7 +40,7 @@ public:
                     std::uint32_t length) override
     {
         EXPECT_EQ(sender.address, kLoopback);
-        heard.Add({length, data[length - 1], platform::ToHost(sender.port)});
+        heard.Add({length, data[length - 1], ntohs(sender.port)});
         if (data[0] == 'G')
         {
             held.Set();
@@ -196,7 +196,7 @@ TEST(UDPClient, CountsWhatTheSystemDropped)
     const auto heard = user.heard.Get();
     const auto arrived = std::count_if(heard.begin(), heard.end(), [](auto& one) { return one.last == 1; });
     EXPECT_GT(client.DroppedDatagrams(), 0u);
-    EXPECT_GE(*client.DroppedDatagrams(), kSent - arrived);
+    EXPECT_GE(client.DroppedDatagrams(), kSent - arrived);
 }
 
 TEST(UDPClient, AStopEndsTheLongestWaitAndGivesAllBack)

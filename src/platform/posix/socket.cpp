@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cstring>
 #include <netinet/in.h>
@@ -90,15 +91,14 @@ struct alignas(cmsghdr) DropNote
     std::array<std::uint8_t, CMSG_SPACE(sizeof(std::uint32_t))> bytes;
 };
 
-std::optional<std::uint32_t> DropsOf(const msghdr& message)
+void ReadDrops(const msghdr& message, std::atomic<std::uint32_t>& drops)
 {
-    std::optional<std::uint32_t> drops;
-#ifdef SO_RXQ_OVFL
     const cmsghdr* const note = CMSG_FIRSTHDR(&message);
-    if (note != nullptr && note->cmsg_level == SOL_SOCKET && note->cmsg_type == SO_RXQ_OVFL)
-        std::memcpy(&drops.emplace(), CMSG_DATA(note), sizeof(*drops));
-#endif
-    return drops;
+    if (note == nullptr || note->cmsg_level != SOL_SOCKET || note->cmsg_type != SO_RXQ_OVFL)
+        return;
+    std::uint32_t count = 0;
+    std::memcpy(&count, CMSG_DATA(note), sizeof(count));
+    drops.store(count, std::memory_order_relaxed);
 }
 
 ReceiveResult Failure()
@@ -118,7 +118,7 @@ std::optional<std::uint32_t> ParseIPv4(const std::string& dotted)
 
 SocketAddress MakeSocketAddress(std::uint32_t address, std::uint16_t port)
 {
-    return {AF_INET, ToNetwork(port), address, {}};
+    return {AF_INET, htons(port), address, {}};
 }
 
 bool SocketLibraryUse::Start()
@@ -166,13 +166,9 @@ bool Socket::OpenDatagram()
     if (!Open(SOCK_DGRAM))
         return false;
     // Else a socket also gets the groups that others in this system joined on the same port.
-    const int onlyOwnGroups = 0;
-    SetOption(IPPROTO_IP, IP_MULTICAST_ALL, &onlyOwnGroups, sizeof(onlyOwnGroups));
+    SetOption(IPPROTO_IP, IP_MULTICAST_ALL, 0);
     drops_ = 0;
-#ifdef SO_RXQ_OVFL
-    const int tell = 1;
-    tellsDrops_ = SetOption(SOL_SOCKET, SO_RXQ_OVFL, &tell, sizeof(tell));
-#endif
+    SetOption(SOL_SOCKET, SO_RXQ_OVFL, 1);
     return true;
 }
 
@@ -209,9 +205,10 @@ void Socket::ClearWake()
         static_cast<void>(eventfd_read(wakeHandle_, &count));
 }
 
-bool Socket::SetOption(int level, int name, const void* value, std::uint32_t size) const
+template <class Value>
+bool Socket::SetOption(int level, int name, const Value& value) const
 {
-    return setsockopt(handle_, level, name, value, size) == 0;
+    return setsockopt(handle_, level, name, &value, sizeof(value)) == 0;
 }
 
 bool Socket::SetReceiveBuffer(std::uint32_t payloadBytes)
@@ -220,8 +217,8 @@ bool Socket::SetReceiveBuffer(std::uint32_t payloadBytes)
     // cards hand over packets of 1.4 KB in blocks of up to 4 KB, so twice that is asked for.
     const std::uint32_t room = datagram_ ? std::max(payloadBytes, kLeastDatagramRoom) : payloadBytes;
     const int value = static_cast<int>(std::min<std::uint64_t>(std::uint64_t{room} * 2, 0x3FFFFFFF));
-    return SetOption(SOL_SOCKET, SO_RCVBUFFORCE, &value, sizeof(value)) || // past the cap, with the right to
-           SetOption(SOL_SOCKET, SO_RCVBUF, &value, sizeof(value));
+    return SetOption(SOL_SOCKET, SO_RCVBUFFORCE, value) || // past the cap, with the right to
+           SetOption(SOL_SOCKET, SO_RCVBUF, value);
 }
 
 bool Socket::SetBlockingTimeout(std::uint32_t timeoutMs)
@@ -232,40 +229,25 @@ bool Socket::SetBlockingTimeout(std::uint32_t timeoutMs)
         span = {static_cast<time_t>(timeoutMs / 1000), static_cast<suseconds_t>(timeoutMs % 1000) * 1000};
     if (timeoutMs == 0)
         span.tv_usec = 1;
-    if (!SetOption(SOL_SOCKET, SO_RCVTIMEO, &span, sizeof(span)))
+    if (!SetOption(SOL_SOCKET, SO_RCVTIMEO, span))
         return false;
     blockingTimeoutMs_ = timeoutMs;
     return true;
 }
 
-bool Socket::SetReceiveTimeout(std::uint32_t timeoutMs)
+bool Socket::SetReuseAddress()
 {
-    receiveTimeoutMs_ = timeoutMs;
-    return IsOpen();
-}
-
-bool Socket::SetSendTimeout(std::uint32_t timeoutMs)
-{
-    sendTimeoutMs_ = timeoutMs;
-    return IsOpen();
-}
-
-bool Socket::SetReuseAddress(bool reuse)
-{
-    const int value = reuse ? 1 : 0;
-    return SetOption(SOL_SOCKET, SO_REUSEADDR, &value, sizeof(value));
+    return SetOption(SOL_SOCKET, SO_REUSEADDR, 1);
 }
 
 bool Socket::JoinGroup(std::uint32_t group)
 {
-    const ip_mreq request{{group}, {INADDR_ANY}};
-    return SetOption(IPPROTO_IP, IP_ADD_MEMBERSHIP, &request, sizeof(request));
+    return SetOption(IPPROTO_IP, IP_ADD_MEMBERSHIP, ip_mreq{{group}, {INADDR_ANY}});
 }
 
 bool Socket::LeaveGroup(std::uint32_t group)
 {
-    const ip_mreq request{{group}, {INADDR_ANY}};
-    return SetOption(IPPROTO_IP, IP_DROP_MEMBERSHIP, &request, sizeof(request));
+    return SetOption(IPPROTO_IP, IP_DROP_MEMBERSHIP, ip_mreq{{group}, {INADDR_ANY}});
 }
 
 bool Socket::Bind(std::uint16_t port)
@@ -280,15 +262,14 @@ std::uint16_t Socket::LocalPort() const
     socklen_t size = sizeof(address);
     if (getsockname(handle_, reinterpret_cast<sockaddr*>(&address), &size) != 0)
         return 0;
-    return ToHost(address.sin_port);
+    return ntohs(address.sin_port);
 }
 
-Socket::ConnectResult Socket::BeginConnect(const SocketAddress& peer)
+bool Socket::BeginConnect(const SocketAddress& peer)
 {
     const sockaddr_in address = ToSystem(peer);
-    if (connect(handle_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0)
-        return ConnectResult::kConnected;
-    return errno == EINPROGRESS || errno == EINTR ? ConnectResult::kInProgress : ConnectResult::kFailed;
+    return connect(handle_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 ||
+           errno == EINPROGRESS || errno == EINTR;
 }
 
 WaitResult Socket::WaitConnected(std::uint32_t timeoutMs)
@@ -300,11 +281,6 @@ WaitResult Socket::WaitConnected(std::uint32_t timeoutMs)
     socklen_t size = sizeof(error);
     const bool told = getsockopt(handle_, SOL_SOCKET, SO_ERROR, &error, &size) == 0;
     return told && error == 0 ? WaitResult::kSignalled : WaitResult::kFailed;
-}
-
-WaitResult Socket::WaitReadable(std::uint32_t timeoutMs)
-{
-    return Poll(handle_, POLLIN, posix::Deadline(timeoutMs), wakeHandle_);
 }
 
 std::size_t Socket::Send(std::span<const std::uint8_t> data)
@@ -324,14 +300,9 @@ std::size_t Socket::Send(std::span<const std::uint8_t> data)
 
 ReceiveResult Socket::Receive(std::span<std::uint8_t> buffer)
 {
-    if (datagram_)
-    {
-        SocketAddress sender;
-        return ReceiveFrom(buffer, sender);
-    }
     const ssize_t got = Await(
         handle_, POLLIN, OrForever(receiveTimeoutMs_), likelyEmpty_, shutDown_,
-        [&] { return recv(handle_, buffer.data(), buffer.size(), 0); }, wakeHandle_);
+        [&] { return recv(handle_, buffer.data(), buffer.size(), MSG_DONTWAIT); }, wakeHandle_);
     likelyEmpty_ = got < static_cast<ssize_t>(buffer.size());
     if (got < 0)
         return Failure();
@@ -349,27 +320,6 @@ std::ptrdiff_t Socket::SendTo(const SocketAddress& peer, std::span<const std::ui
                      return sendto(handle_, data.data(), data.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
                                    reinterpret_cast<const sockaddr*>(&address), sizeof(address));
                  });
-}
-
-ReceiveResult Socket::ReceiveFrom(std::span<std::uint8_t> buffer, SocketAddress& sender)
-{
-    sockaddr_in address{};
-    iovec part{buffer.data(), buffer.size()};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_name = &address;
-    message.msg_namelen = sizeof(address);
-    const ssize_t got = Await(handle_, POLLIN, OrForever(receiveTimeoutMs_), likelyEmpty_, shutDown_,
-                              [&] { return recvmsg(handle_, &message, MSG_DONTWAIT); });
-    if (got < 0)
-        return Failure();
-    if (got == 0 && shutDown_)
-        return {ReceiveResult::Status::kClosed, 0};
-    sender = std::bit_cast<SocketAddress>(address);
-    const bool truncated = (message.msg_flags & MSG_TRUNC) != 0;
-    return {truncated ? ReceiveResult::Status::kTruncated : ReceiveResult::Status::kReceived,
-            static_cast<std::size_t>(got)};
 }
 
 Socket::ManyResult Socket::ReceiveMany(std::span<Datagram> datagrams, std::uint32_t timeoutMs)
@@ -414,8 +364,7 @@ Socket::ManyResult Socket::ReceiveMany(std::span<Datagram> datagrams, std::uint3
     {
         datagrams[i].length = messages[i].msg_len;
         datagrams[i].truncated = (messages[i].msg_hdr.msg_flags & MSG_TRUNC) != 0;
-        if (const std::optional<std::uint32_t> drops = DropsOf(messages[i].msg_hdr))
-            drops_.store(*drops, std::memory_order_relaxed);
+        ReadDrops(messages[i].msg_hdr, drops_);
     }
     return {WaitResult::kSignalled, static_cast<std::size_t>(got)};
 }
@@ -426,11 +375,6 @@ void Socket::Shutdown()
     if (IsOpen())
         shutdown(handle_,
                  SHUT_RDWR); // "not connected" for a datagram socket, and wakes its reader all the same
-}
-
-std::optional<std::uint32_t> Socket::DroppedDatagrams() const
-{
-    return tellsDrops_ ? std::optional(drops_.load(std::memory_order_relaxed)) : std::nullopt;
 }
 
 } // namespace korvane::platform
