@@ -6,6 +6,8 @@
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <memory>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -114,6 +116,24 @@ std::optional<std::uint32_t> ParseIPv4(const std::string& dotted)
     if (inet_pton(AF_INET, dotted.c_str(), &address) != 1)
         return std::nullopt;
     return address.s_addr;
+}
+
+std::uint32_t LookUpIPv4(const std::string& name)
+{
+    addrinfo hints{};
+    hints.ai_family = AF_INET;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    {
+        // A copy: the caller's name may be gone when a slow resolver comes back.
+        const std::string ownName(name.begin(), name.end());
+        const AwayScope away;
+        // getaddrinfo and not gethostbyname: the latter answers all threads from one static buffer.
+        if (getaddrinfo(ownName.c_str(), nullptr, &hints, &found) != 0 || found == nullptr)
+            return 0;
+    }
+    const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(found, freeaddrinfo);
+    return reinterpret_cast<const sockaddr_in*>(found->ai_addr)->sin_addr.s_addr;
 }
 
 SocketAddress MakeSocketAddress(std::uint32_t address, std::uint16_t port)
