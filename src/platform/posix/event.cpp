@@ -28,10 +28,7 @@ public:
     void Sleep(std::uint32_t timeoutMs) const
     {
         const AwayScope away; // from here on only this object, on the thread's own stack
-        const posix::Deadline deadline(timeoutMs);
-        while (Decision() == kWaiting && posix::FutexWait(word_, kWaiting, deadline))
-        {
-        }
+        posix::FutexWait(word_, kWaiting, timeoutMs);
     }
 
     static constexpr std::uint32_t kWaiting = 0;

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
-#include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <linux/futex.h>
@@ -20,44 +21,38 @@ static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t));
 class Deadline
 {
 public:
-    explicit Deadline(std::uint32_t timeoutMs) : infinite_(timeoutMs == kInfinite)
+    explicit Deadline(std::uint32_t timeoutMs)
+        : infinite_(timeoutMs == kInfinite), at_(Clock::now() + std::chrono::milliseconds(timeoutMs))
     {
-        if (infinite_)
-            return;
-        clock_gettime(CLOCK_MONOTONIC, &at_);
-        at_.tv_sec += timeoutMs / 1000;
-        at_.tv_nsec += static_cast<long>(timeoutMs % 1000) * 1000000;
-        if (at_.tv_nsec >= 1000000000)
-        {
-            ++at_.tv_sec;
-            at_.tv_nsec -= 1000000000;
-        }
     }
-
-    const timespec* At() const { return infinite_ ? nullptr : &at_; }
 
     /// Milliseconds left, rounded up, for calls that take a span; `kInfinite` without an end.
     std::uint32_t LeftMs() const
     {
-        if (infinite_)
-            return kInfinite;
-        timespec now{};
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        const std::int64_t left = (at_.tv_sec - now.tv_sec) * 1000000000LL + (at_.tv_nsec - now.tv_nsec);
-        return left <= 0 ? 0 : static_cast<std::uint32_t>((left + 999999) / 1000000);
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(at_ - Clock::now()).count();
+        return infinite_ ? kInfinite : static_cast<std::uint32_t>(std::max<std::int64_t>(left, 0));
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
     bool infinite_;
-    timespec at_{};
+    Clock::time_point at_;
 };
 
-/// Sleeps while `word` holds `seen`. May return for no reason; gives false once the deadline has passed.
-inline bool FutexWait(const std::atomic<std::uint32_t>& word, std::uint32_t seen, const Deadline& deadline)
+/// Sleeps while `word` holds `seen`. False if it still does after `timeoutMs`.
+inline bool FutexWait(const std::atomic<std::uint32_t>& word, std::uint32_t seen, std::uint32_t timeoutMs)
 {
-    return syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, seen, deadline.At(), nullptr,
-                   FUTEX_BITSET_MATCH_ANY) == 0 ||
-           errno != ETIMEDOUT;
+    const Deadline deadline(timeoutMs);
+    while (word.load(std::memory_order_acquire) == seen)
+    {
+        const std::uint32_t leftMs = deadline.LeftMs();
+        if (leftMs == 0)
+            return false;
+        const timespec span{leftMs / 1000, static_cast<long>(leftMs % 1000) * 1000000};
+        syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, seen, leftMs == kInfinite ? nullptr : &span, nullptr,
+                0);
+    }
+    return true;
 }
 
 /// Wakes all who sleep on `word`. The word may be gone already: it is only an address here.

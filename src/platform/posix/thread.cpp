@@ -123,10 +123,7 @@ void ThreadState::HaltBySignal()
         return;
     // A signal comes before the thread's next instruction, but for one that runs right now on another
     // processor: that one is given the time to notice.
-    const posix::Deadline deadline(1000);
-    while (phase_.load(std::memory_order_acquire) == kGivenUp && posix::FutexWait(phase_, kGivenUp, deadline))
-    {
-    }
+    posix::FutexWait(phase_, kGivenUp, 1000);
 }
 
 bool ThreadState::GiveUp()
@@ -141,17 +138,8 @@ bool ThreadState::GiveUp()
         if (phase_.compare_exchange_weak(phase, next, std::memory_order_acq_rel))
             break;
     }
-    if (phase == kAway)
-        return true;
-    const posix::Deadline deadline(Thread::kGiveUpMs);
-    while (phase_.load(std::memory_order_acquire) == kGivenUp)
-    {
-        if (!posix::FutexWait(phase_, kGivenUp, deadline))
-        {
-            HaltBySignal();
-            break;
-        }
-    }
+    if (phase != kAway && !posix::FutexWait(phase_, kGivenUp, Thread::kGiveUpMs))
+        HaltBySignal();
     return true;
 }
 
