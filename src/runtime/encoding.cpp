@@ -39,11 +39,9 @@ std::uint8_t HexValue(char digit)
 
 std::string Md5Hex(std::string_view text)
 {
-    std::array<std::uint8_t, 16> digest{};
-    platform::Md5({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}, digest);
     std::string hex;
-    hex.reserve(2 * digest.size());
-    for (const std::uint8_t byte : digest)
+    for (const std::uint8_t byte :
+         platform::Md5({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}))
     {
         hex += kHexDigits[byte >> 4];
         hex += kHexDigits[byte & 0x0F];
