@@ -80,33 +80,24 @@ bool Base64Decode(const char* text, std::uint32_t size, std::uint8_t* out, std::
     const std::uint32_t room = outSize;
     outSize = 0;
     std::uint32_t written = 0;
-    std::uint32_t group = 0;
-    std::uint32_t digits = 0; // of the group in hand
-    const auto flush = [&]
-    {
-        const std::uint32_t bytes = digits * 6 / 8; // 0 to 3; a lone digit gives none
-        if (bytes > room - written)
-            return false;
-        group <<= 6 * (4 - digits);
-        for (std::uint32_t i = 0; i < bytes; ++i)
-            out[written++] = static_cast<std::uint8_t>(group >> (16 - 8 * i));
-        group = 0;
-        digits = 0;
-        return true;
-    };
+    std::uint32_t bits = 0;
+    std::uint32_t pending = 0; // of the bits, the last ones: not written yet; none between two groups of four
     for (std::uint32_t at = 0; at < size; ++at)
     {
-        if (text[at] == '\0' && digits == 0)
+        if (text[at] == '\0' && pending == 0)
             break;
         const std::size_t value = kBase64Alphabet.find(text[at]);
         if (value == std::string_view::npos)
             continue;
-        group = group << 6 | static_cast<std::uint32_t>(value);
-        if (++digits == 4 && !flush())
+        bits = bits << 6 | static_cast<std::uint32_t>(value);
+        pending += 6;
+        if (pending < 8)
+            continue;
+        if (written == room)
             return false;
+        pending -= 8;
+        out[written++] = static_cast<std::uint8_t>(bits >> pending);
     }
-    if (digits != 0 && !flush())
-        return false;
     outSize = written;
     return true;
 }
