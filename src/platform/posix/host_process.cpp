@@ -4,11 +4,9 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string_view>
-#include <sys/types.h>
-#include <unistd.h>
-#include <vector>
 
 namespace korvane::platform
 {
@@ -16,7 +14,6 @@ namespace korvane::platform
 namespace
 {
 
-constexpr std::size_t kLongestPath = 64 * 1024;
 constexpr std::size_t kLongestVersionText = 64; // four numbers, three dots, and white space to spare
 
 std::optional<ProductVersion> ParseVersion(std::string_view text)
@@ -44,20 +41,9 @@ std::optional<ProductVersion> ParseVersion(std::string_view text)
 
 std::string HostDirectory()
 {
-    std::vector<char> path(1024);
-    while (path.size() <= kLongestPath)
-    {
-        const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-        if (length < 0)
-            return {};
-        if (static_cast<std::size_t>(length) < path.size())
-        {
-            const std::string_view whole(path.data(), static_cast<std::size_t>(length));
-            return std::string(whole.substr(0, whole.rfind('/') + 1));
-        }
-        path.resize(path.size() * 2); // it may have been cut
-    }
-    return {};
+    std::error_code error;
+    const std::string path = std::filesystem::read_symlink("/proc/self/exe", error).string();
+    return path.substr(0, path.rfind('/') + 1);
 }
 
 std::optional<ProductVersion> ReadProductVersion(const std::string& name, const std::string& directory)
