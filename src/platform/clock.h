@@ -14,7 +14,7 @@ inline constexpr std::uint64_t kTicksPerSecond = 10000000; ///< of the 100 ns ti
 class Clock
 {
 public:
-    /// UTC in 100 ns ticks since 1 January 1601; 0 when the system can't tell.
+    /// UTC in 100 ns ticks since 1 January 1601.
     static std::uint64_t UtcTicks();
 
     /// 100 ns ticks since some moment in the past, for durations: nobody can set them back.

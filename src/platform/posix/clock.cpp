@@ -2,7 +2,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <ctime>
+#include <ratio>
 
 namespace korvane::platform
 {
@@ -15,6 +15,8 @@ constexpr std::int64_t kDaysTo1970 = 134774;
 constexpr std::uint64_t kTicksPerDay = 86400 * kTicksPerSecond;
 constexpr std::uint64_t kTicksEnd = std::uint64_t{1} << 63;
 
+using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, kTicksPerSecond>>;
+
 std::atomic<bool> isManual{false};
 std::atomic<std::uint64_t> manualUtcTicks{0};
 std::atomic<std::uint64_t> manualMonotonicTicks{0};
@@ -25,21 +27,16 @@ std::uint64_t Clock::UtcTicks()
 {
     if (isManual.load(std::memory_order_acquire))
         return manualUtcTicks.load(std::memory_order_relaxed);
-    timespec now{};
-    if (clock_gettime(CLOCK_REALTIME, &now) != 0 || now.tv_sec < 0)
-        return 0;
-    return kTicksTo1970 + static_cast<std::uint64_t>(now.tv_sec) * kTicksPerSecond +
-           static_cast<std::uint64_t>(now.tv_nsec) / 100;
+    const auto since1970 = std::chrono::system_clock::now().time_since_epoch();
+    return kTicksTo1970 + static_cast<std::uint64_t>(std::chrono::duration_cast<Ticks>(since1970).count());
 }
 
 std::uint64_t Clock::MonotonicTicks()
 {
     if (isManual.load(std::memory_order_acquire))
         return manualMonotonicTicks.load(std::memory_order_relaxed);
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * kTicksPerSecond +
-           static_cast<std::uint64_t>(now.tv_nsec) / 100;
+    const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<std::uint64_t>(std::chrono::duration_cast<Ticks>(sinceStart).count());
 }
 
 bool ToSystemTime(std::uint64_t ticks, SYSTEMTIME& out)
