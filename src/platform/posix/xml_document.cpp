@@ -29,28 +29,16 @@ bool ReadFile(const std::string& path, std::string& bytes)
     return !bytes.empty();
 }
 
-/// Without recursion, since the depth is not known yet.
-bool IsTooDeep(const pugi::xml_node& root)
+/// Walks without recursion, since the depth is not known yet.
+struct DepthLimit : pugi::xml_tree_walker
 {
-    std::size_t depth = 0;
-    pugi::xml_node node = root;
-    while (node)
-    {
-        if (const pugi::xml_node child = node.first_child())
-        {
-            if (++depth > XmlDocument::kMaxDepth)
-                return true;
-            node = child;
-            continue;
-        }
-        while (node && node != root && !node.next_sibling())
-        {
-            node = node.parent();
-            --depth;
-        }
-        node = node == root ? pugi::xml_node() : node.next_sibling();
-    }
-    return false;
+    bool for_each(pugi::xml_node&) override { return depth() < static_cast<int>(XmlDocument::kMaxDepth); }
+};
+
+bool IsTooDeep(pugi::xml_document& document)
+{
+    DepthLimit limit;
+    return !document.traverse(limit);
 }
 
 bool HasOneRootElement(const pugi::xml_document& document)
@@ -59,22 +47,14 @@ bool HasOneRootElement(const pugi::xml_document& document)
                          [](const pugi::xml_node& node) { return node.type() == pugi::node_element; }) == 1;
 }
 
-std::string TextOf(const pugi::xml_node& node)
-{
-    if (node.type() != pugi::node_element)
-        return node.value();
-    std::string text;
-    for (const pugi::xml_node& child : node)
-        text += TextOf(child); // as deep as documents may be
-    return text;
-}
-
-/// The first node selected; none also for an expression that is broken.
-pugi::xpath_node Select(const pugi::xml_document& document, const std::string& xpath)
+/// The nodes selected, in document order; none also for an expression that is broken.
+pugi::xpath_node_set Select(const pugi::xml_document& document, const std::string& xpath)
 {
     try
     {
-        return document.select_node(xpath.c_str());
+        pugi::xpath_node_set found = document.select_nodes(xpath.c_str());
+        found.sort();
+        return found;
     }
     catch (const pugi::xpath_exception&)
     {
@@ -114,36 +94,28 @@ bool XmlDocument::IsTooLarge(const std::string& path)
 
 bool XmlDocument::HasNode(const std::string& xpath) const
 {
-    return static_cast<bool>(Select(tree_->document, xpath));
+    return !Select(tree_->document, xpath).empty();
 }
 
 std::string XmlDocument::FirstChildText(const std::string& xpath) const
 {
-    const pugi::xpath_node found = Select(tree_->document, xpath);
-    return found.attribute() ? found.attribute().value() : TextOf(found.node().first_child());
+    const pugi::xpath_node found = Select(tree_->document, xpath).first();
+    const pugi::xpath_node text = found.attribute() ? found : found.node().first_child();
+    return pugi::xpath_query("string()").evaluate_string(text);
 }
 
 std::string XmlDocument::Attribute(const std::string& xpath, const std::string& name) const
 {
-    return Select(tree_->document, xpath).node().attribute(name.c_str()).value();
+    return Select(tree_->document, xpath).first().node().attribute(name.c_str()).value();
 }
 
 std::vector<std::string> XmlDocument::Attributes(const std::string& xpath, const std::string& name) const
 {
     std::vector<std::string> values;
-    try
+    for (const pugi::xpath_node& node : Select(tree_->document, xpath))
     {
-        pugi::xpath_node_set found = tree_->document.select_nodes(xpath.c_str());
-        found.sort();
-        for (const pugi::xpath_node& node : found)
-        {
-            if (const pugi::xml_attribute attribute = node.node().attribute(name.c_str()))
-                values.emplace_back(attribute.value());
-        }
-    }
-    catch (const pugi::xpath_exception&)
-    {
-        values.clear();
+        if (const pugi::xml_attribute attribute = node.node().attribute(name.c_str()))
+            values.emplace_back(attribute.value());
     }
     return values;
 }
