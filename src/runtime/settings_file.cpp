@@ -117,8 +117,7 @@ RateSettings CSettingsFile::ReadRateSettings(const DEVICE_INFO& deviceInfo, std:
 {
     RateSettings settings;
     CXMLParser file;
-    if (!file.Open(path_))
-        return settings;
+    file.Open(path_);
     // One node decides: what a device's own element leaves out is not looked for in the file's defaults.
     const std::string node = ChannelNode(file, deviceInfo, channel);
     const auto read = [&](const char* key) { return file.ReadText(node, node, key); };
@@ -144,8 +143,7 @@ TransportSettings CSettingsFile::ReadTransportSettings(const DEVICE_INFO& device
 {
     TransportSettings settings;
     CXMLParser file;
-    if (!file.Open(path_))
-        return settings;
+    file.Open(path_);
     const DeviceReader reader(file, deviceInfo);
 
     TakeMode(reader.Text("/RTPMode"), {{"RTPOVERRTSP", RtpMode::kInterleaved}}, settings.rtpMode);
@@ -168,8 +166,7 @@ TransportSettings CSettingsFile::ReadTransportSettings(const DEVICE_INFO& device
 StreamingMode CSettingsFile::ReadStreamingMode() const
 {
     CXMLParser file;
-    if (!file.Open(path_))
-        return StreamingMode::kUnicast;
+    file.Open(path_);
     const std::string text = Utils::ToLower(file.GetText("Configuration/StreamingMode"));
     if (text.find("multicast") == std::string::npos)
         return StreamingMode::kUnicast;
@@ -180,8 +177,7 @@ StreamingMode CSettingsFile::ReadStreamingMode() const
 AudioCodecs CSettingsFile::ReadAudioCodecs(const DEVICE_INFO& deviceInfo) const
 {
     CXMLParser file;
-    if (!file.Open(path_))
-        return {};
+    file.Open(path_);
     const DeviceReader reader(file, deviceInfo);
     return {reader.Text("AudioInputChannel/Codec"), reader.Text("AudioOutputChannel/Codec")};
 }

@@ -75,8 +75,8 @@ struct AudioCodecs
 
 /// The XML file beside the host's executable by which an administrator tunes the driver;
 /// docs/settings-file.md tells what may stand in it. Each read opens the file anew, so that a change counts
-/// from the next read on. Without the file, and with a broken one, all is as the defaults say. Any thread;
-/// nothing throws.
+/// from the next read on. Without the file, and with a broken one, all is as the defaults say: nothing is
+/// found in it. Any thread; nothing throws.
 class CSettingsFile
 {
 public:

@@ -65,16 +65,10 @@ OpenFiles& TheOpenFiles()
     return files.value;
 }
 
-void ForgetUnread(OpenFiles& files)
-{
-    std::erase_if(files.byPath, [](const auto& file) { return file.second.expired(); });
-}
-
 std::shared_ptr<Readers> ReadersOf(const std::string& path)
 {
     OpenFiles& files = TheOpenFiles();
     const CLockGuard guard(files.lock);
-    ForgetUnread(files);
     std::shared_ptr<Readers> readers = files.byPath[path].lock();
     if (readers == nullptr)
         files.byPath[path] = readers = std::make_shared<Readers>();
@@ -111,7 +105,7 @@ Document ReadShared(const std::string& path)
     }
     readers.reset();
     const CLockGuard guard(TheOpenFiles().lock);
-    ForgetUnread(TheOpenFiles());
+    std::erase_if(TheOpenFiles().byPath, [](const auto& file) { return file.second.expired(); });
     return document;
 }
 
