@@ -64,7 +64,7 @@ bool CIOBase::StartOutputs(std::uint32_t count)
         return false;
     }
     for (std::uint32_t number = 0; number < count; ++number)
-        outputThread_.PostItem(new COutputState(number, ipcapture::kSignalLow));
+        outputThread_.PostItem(new COutputState{number, ipcapture::kSignalLow});
     return true;
 }
 
@@ -175,7 +175,7 @@ void CIOBase::SetInputState(std::uint32_t number, std::uint32_t state)
 
 bool CIOBase::SetOutput(std::uint32_t number, std::uint32_t state)
 {
-    auto* const item = new (std::nothrow) COutputState(number, state);
+    auto* const item = new (std::nothrow) COutputState{number, state};
     if (item != nullptr && outputThread_.PostItem(item))
         return true;
     driver_->DebugMessage(1, "korvane::CIOBase::SetOutput: Set output #%u failed by %s", number,

@@ -119,18 +119,10 @@ private:
 };
 
 /// A request to bring one output into one state.
-class COutputState
+struct COutputState
 {
-public:
-    COutputState(std::uint32_t number, std::uint32_t state) : number_(number), state_(state) {}
-    virtual ~COutputState() = default;
-
-    std::uint32_t Number() const { return number_; }
-    std::uint32_t State() const { return state_; }
-
-private:
-    std::uint32_t number_;
-    std::uint32_t state_;
+    std::uint32_t number;
+    std::uint32_t state;
 };
 
 /// Hands queued output requests to a member of another object, which is not owned and outlives the thread.
@@ -149,7 +141,7 @@ public:
     void HandleItem(COutputState* item) override
     {
         if (object_ != nullptr && member_ != nullptr && item != nullptr)
-            (object_->*member_)(item->Number(), item->State());
+            (object_->*member_)(item->number, item->state);
     }
 
 private:
