@@ -10,17 +10,27 @@ namespace korvane::platform
 namespace
 {
 
-/// Those that a user and a password answer, in the order in which libcurl prefers them.
-constexpr struct
+struct KnownScheme
 {
-    HttpScheme scheme;
-    unsigned long curlBit;
-    const char* name;
-} kSchemes[] = {
+    HttpScheme scheme = HttpScheme::kNone;
+    unsigned long curlBit = 0;
+    const char* name = nullptr;
+};
+
+/// Those that a user and a password answer, in the order in which libcurl prefers them.
+constexpr KnownScheme kSchemes[] = {
     {HttpScheme::kDigest, CURLAUTH_DIGEST, "Digest"},
     {HttpScheme::kNtlm, CURLAUTH_NTLM, "NTLM"},
     {HttpScheme::kBasic, CURLAUTH_BASIC, "Basic"},
 };
+
+/// The first that `fits`; one without anything if none does.
+template <typename Fits>
+KnownScheme FirstOf(const Fits& fits)
+{
+    const auto* const found = std::ranges::find_if(kSchemes, fits);
+    return found == std::end(kSchemes) ? KnownScheme() : *found;
+}
 
 std::string_view Trimmed(std::string_view text)
 {
@@ -61,38 +71,20 @@ std::size_t ElementEnd(std::string_view list)
     return list.size();
 }
 
-HttpScheme SchemeOf(const std::string& name)
-{
-    for (const auto& known : kSchemes)
-    {
-        if (curl_strequal(name.c_str(), known.name) != 0)
-            return known.scheme;
-    }
-    return HttpScheme::kNone;
-}
-
 } // namespace
 
 unsigned long CurlAuthOf(HttpScheme scheme)
 {
     if (scheme == HttpScheme::kNegotiate)
         return CURLAUTH_NEGOTIATE;
-    for (const auto& known : kSchemes)
-    {
-        if (known.scheme == scheme)
-            return known.curlBit;
-    }
-    return 0;
+    return FirstOf([scheme](const KnownScheme& known) { return known.scheme == scheme; }).curlBit;
 }
 
 HttpScheme PickedOf(std::uint32_t offered)
 {
-    for (const auto& known : kSchemes)
-    {
-        if ((offered & static_cast<std::uint32_t>(known.scheme)) != 0)
-            return known.scheme;
-    }
-    return HttpScheme::kNone;
+    const auto isOffered = [offered](const KnownScheme& known)
+    { return (offered & static_cast<std::uint32_t>(known.scheme)) != 0; };
+    return FirstOf(isOffered).scheme;
 }
 
 bool HttpHead::AddLine(CURL* easy, std::string_view line)
@@ -139,7 +131,9 @@ void HttpHead::AddChallenges(std::string_view value)
         const std::string_view element = Trimmed(value.substr(0, end));
         const std::string_view word = element.substr(0, element.find_first_of(" \t="));
         const bool isParameter = Trimmed(element.substr(word.size())).starts_with('=');
-        const HttpScheme scheme = isParameter ? HttpScheme::kNone : SchemeOf(std::string(word));
+        const auto isNamed = [name = std::string(word), isParameter](const KnownScheme& known)
+        { return !isParameter && curl_strequal(name.c_str(), known.name) != 0; };
+        const HttpScheme scheme = FirstOf(isNamed).scheme;
         offered.schemes |= static_cast<std::uint32_t>(scheme);
         if (offered.first == HttpScheme::kNone)
             offered.first = scheme;
