@@ -108,27 +108,22 @@ void HexToBytes(std::string_view text, std::vector<std::uint8_t>& bytes)
     bytes.reserve((text.size() + 1) / 2);
     for (std::size_t at = 0; at < text.size(); at += 2)
     {
-        const std::uint8_t first = HexValue(text[at]);
-        const bool isPair = at + 1 < text.size();
-        bytes.push_back(isPair ? static_cast<std::uint8_t>(first << 4 | HexValue(text[at + 1])) : first);
+        unsigned value = 0;
+        for (const char digit : text.substr(at, 2))
+            value = value << 4 | HexValue(digit);
+        bytes.push_back(static_cast<std::uint8_t>(value));
     }
 }
 
 bool MakeBasicCredentials(const std::string& user, const std::string& password, std::string& out)
 {
-    out.clear();
     const std::string plain = user + ":" + password;
-    if (plain.size() > kMaxCredentialsBytes)
-        return false;
-    std::array<char, kMaxCredentialsBytes> encoded{};
-    auto length = static_cast<std::uint32_t>(encoded.size());
-    if (!Base64Encode(reinterpret_cast<const std::uint8_t*>(plain.data()),
-                      static_cast<std::uint32_t>(plain.size()), encoded.data(), length))
-    {
-        return false;
-    }
-    out.assign(encoded.data(), length);
-    return true;
+    out.resize(kMaxCredentialsBytes);
+    auto length = static_cast<std::uint32_t>(out.size());
+    const bool fits = Base64Encode(reinterpret_cast<const std::uint8_t*>(plain.data()),
+                                   static_cast<std::uint32_t>(plain.size()), out.data(), length);
+    out.resize(length);
+    return fits;
 }
 
 } // namespace korvane::Utils
