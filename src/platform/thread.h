@@ -61,8 +61,7 @@ public:
     /// Lets go of the handle; a thread that still runs is left running on its own.
     void Close();
 
-    static std::uint32_t CurrentId();      ///< the system's id of the calling thread; never 0
-    static std::uint32_t ProcessorCount(); ///< at least 1
+    static std::uint32_t CurrentId(); ///< the system's id of the calling thread; never 0
 
 private:
     std::shared_ptr<ThreadState> state_;

@@ -2,20 +2,10 @@
 
 #include "platform/thread.h"
 
+#include <thread>
+
 namespace korvane
 {
-
-namespace
-{
-
-std::uint32_t SpinCount()
-{
-    // Where another processor may free the lock meanwhile.
-    static const std::uint32_t count = platform::Thread::ProcessorCount() > 1 ? 4000 : 0;
-    return count;
-}
-
-} // namespace
 
 void CRecursiveLock::Take(std::uint32_t thread)
 {
@@ -43,7 +33,9 @@ bool CRecursiveLock::TryEnter()
             Take(self);
             return true;
         }
-        if (round == SpinCount())
+        // Where another processor may free the lock meanwhile.
+        static const std::uint32_t spinCount = std::thread::hardware_concurrency() > 1 ? 4000 : 0;
+        if (round == spinCount)
             return false;
     }
 }

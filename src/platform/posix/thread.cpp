@@ -267,12 +267,6 @@ std::uint32_t Thread::CurrentId()
     return currentId;
 }
 
-std::uint32_t Thread::ProcessorCount()
-{
-    const long count = sysconf(_SC_NPROCESSORS_ONLN);
-    return count < 1 ? 1 : static_cast<std::uint32_t>(count);
-}
-
 ThreadMark ThreadMark::Current()
 {
     ThreadMark mark;
