@@ -4,8 +4,10 @@
 #include "runtime/one_at_a_time.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <map>
+#include <new>
 #include <utility>
 
 namespace korvane
@@ -50,19 +52,13 @@ struct OpenFiles
     std::map<std::string, std::weak_ptr<Readers>> byPath;
 };
 
-/// Never destroyed: a thread of the driver may outlive the destructors of the process. It lies in the
-/// library's own memory, so that unloading the library leaves nothing behind: it holds nothing by then.
-union OpenFilesForever
-{
-    OpenFilesForever() : value() {}
-    ~OpenFilesForever() {}
-    OpenFiles value;
-};
-
+/// Never destroyed: a thread of the driver may outlive the destructors of the process. They are in the
+/// library's own memory, so that unloading the library leaves nothing behind: they hold nothing by then.
 OpenFiles& TheOpenFiles()
 {
-    static OpenFilesForever files;
-    return files.value;
+    alignas(OpenFiles) static std::byte room[sizeof(OpenFiles)];
+    static OpenFiles& files = *new (room) OpenFiles;
+    return files;
 }
 
 std::shared_ptr<Readers> ReadersOf(const std::string& path)
