@@ -3,6 +3,7 @@
 #include "platform/held_locks.h"
 #include "platform/reserve.h"
 #include "platform/thread.h"
+#include "runtime/guarded.h"
 
 #include <optional>
 #include <stdexcept>
@@ -35,15 +36,12 @@ private:
 template <class Result, class Call>
 Result CallHost(Result failure, Call&& call) noexcept
 {
-    try
-    {
-        const HostCallScope scope;
-        return std::forward<Call>(call)();
-    }
-    catch (...)
-    {
-        return failure;
-    }
+    return Guarded(std::move(failure),
+                   [&call]
+                   {
+                       const HostCallScope scope;
+                       return std::forward<Call>(call)();
+                   });
 }
 
 /// The same for a call without a result: true if it returned.
