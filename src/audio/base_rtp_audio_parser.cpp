@@ -159,26 +159,15 @@ bool CBaseRTPAudioParser::TakeAccessUnit()
     const std::size_t whole = kAuHeaderBytes + size;
     if (auBuffer_.size() < whole)
         return false;
-    const auto begin = auBuffer_.begin();
     if (isTorn_ && !MayBeginUnit(std::span(auBuffer_).subspan(whole)))
     {
         auBuffer_.clear(); // its pieces are of two units
         return false;
     }
     isTorn_ = false;
-    if (size == 0)
-    {
-        auBuffer_.erase(begin, begin + static_cast<std::ptrdiff_t>(whole));
-        return true;
-    }
-    auBuffer_.erase(begin, begin + kAuHeaderBytes);
-    // An exception costs that frame alone: the next one begins after it.
-    Guarded(false,
-            [&]
-            {
-                ProcessAudioFrame(auBuffer_, size);
-                return true;
-            });
+    auBuffer_.erase(auBuffer_.begin(), auBuffer_.begin() + kAuHeaderBytes);
+    if (size != 0) // an exception costs that frame alone: the next one begins after it
+        Guarded([&] { ProcessAudioFrame(auBuffer_, size); });
     auBuffer_.erase(auBuffer_.begin(), auBuffer_.begin() + static_cast<std::ptrdiff_t>(size));
     return true;
 }

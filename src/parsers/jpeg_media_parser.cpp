@@ -2,6 +2,7 @@
 
 #include "parsers/jpeg_tables.h"
 #include "runtime/byte_order.h"
+#include "runtime/guarded.h"
 #include "runtime/host_frame.h"
 
 #include <cstring>
@@ -72,7 +73,7 @@ void CJpegMediaParser::OnMarker(std::span<const std::uint8_t> block, std::size_t
         {
             frame_.insert(frame_.end(), block.begin() + static_cast<std::ptrdiff_t>(start),
                           block.begin() + static_cast<std::ptrdiff_t>(at) + 2);
-            Deliver();
+            Guarded([this] { Deliver(); }); // if the host throws, that costs this picture and no more
         }
         Forget();
         start = 0;
@@ -94,19 +95,13 @@ void CJpegMediaParser::Deliver()
     if (receiver_ == nullptr || width_ == 0 || height_ == 0)
         return;
     const auto sizeBytes = static_cast<std::uint32_t>(frame_.size());
-    try
-    {
-        const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driver_->GetDriverName(),
-                               ipcapture::kFormatJpeg, sizeBytes);
-        std::uint8_t* const buffer = frame.Get() == nullptr ? nullptr : frame.Room();
-        if (buffer == nullptr || !frame.DescribeVideo(width_, height_, sizeBytes, nullptr))
-            return;
-        std::memcpy(buffer, frame_.data(), sizeBytes);
-        receiver_->OnMediaFrame(frame.Get());
-    }
-    catch (...) // the host's allocator threw, or no memory: that costs this picture and no more
-    {
-    }
+    const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driver_->GetDriverName(),
+                           ipcapture::kFormatJpeg, sizeBytes);
+    std::uint8_t* const buffer = frame.Get() == nullptr ? nullptr : frame.Room();
+    if (buffer == nullptr || !frame.DescribeVideo(width_, height_, sizeBytes, nullptr))
+        return;
+    std::memcpy(buffer, frame_.data(), sizeBytes);
+    receiver_->OnMediaFrame(frame.Get());
 }
 
 } // namespace korvane

@@ -20,4 +20,16 @@ Result Guarded(Result failure, Operation&& operation) noexcept
     }
 }
 
+/// The same where no result counts: true if the operation returned.
+template <class Operation>
+bool Guarded(Operation&& operation) noexcept
+{
+    const auto run = [&operation]
+    {
+        std::forward<Operation>(operation)();
+        return true;
+    };
+    return Guarded(false, run);
+}
+
 } // namespace korvane

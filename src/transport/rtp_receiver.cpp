@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/clock.h"
+#include "runtime/guarded.h"
 
 namespace korvane
 {
@@ -246,14 +247,7 @@ void CRTPReceiver::Give(const platform::SocketAddress& sender, CRTPPacket& packe
     if (user_ == nullptr || IsStopping())
         return;
     client_->Turn().BeginPacket();
-    try
-    {
-        user_->OnRTPReceived(sender, packet);
-    }
-    catch (...)
-    {
-        // one packet that the user fails on is no reason to keep the next from it
-    }
+    Guarded([&] { user_->OnRTPReceived(sender, packet); }); // a user that fails on one packet gets the next
 }
 
 } // namespace korvane

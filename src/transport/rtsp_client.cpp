@@ -122,20 +122,15 @@ void CBaseRTSPClient::Stop(std::uint32_t limitMs)
 
 void CBaseRTSPClient::Run()
 {
-    const auto tellEnd = [this]
-    {
-        user_->OnSessionEnded();
-        return true;
-    };
-    Guarded(false, [this] { return RunSession(); }); // out of memory it is over, which the user has to hear
-    Guarded(false, tellEnd);
+    Guarded([this] { RunSession(); }); // out of memory it is over, which the user has to hear
+    Guarded([this] { user_->OnSessionEnded(); });
 }
 
-bool CBaseRTSPClient::RunSession()
+void CBaseRTSPClient::RunSession()
 {
     isTearingDown_ = false;
     if (!Request(kDescribe))
-        return false;
+        return;
     if (Guarded(false, [this] { return user_->SdpInfoReceived(parser_.Response()); }) && Request(kSetup))
     {
         Request(kPlay);
@@ -144,7 +139,7 @@ bool CBaseRTSPClient::RunSession()
     }
     isTearingDown_ = true;
     teardownMs_ = platform::Clock::Milliseconds();
-    return Request(kTeardown);
+    Request(kTeardown);
 }
 
 void CBaseRTSPClient::KeepAlive()

@@ -85,7 +85,7 @@ private:
     bool Begin(const RTSPClientParams& params, IRTSPClientUser* user, std::uint32_t mode, bool multicast);
     bool Connect();
     bool WaitConnected();
-    bool RunSession();
+    void RunSession();
     void KeepAlive();
     bool Request(std::string_view method);
     bool SendAndRead(std::string_view method);

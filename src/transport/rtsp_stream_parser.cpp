@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "runtime/byte_order.h"
+#include "runtime/guarded.h"
 #include "transport/rtcp_packet.h"
 
 namespace korvane
@@ -63,24 +64,18 @@ std::size_t CRTSPStreamParser::Cut(std::span<const std::uint8_t> stream)
         const std::size_t length = Utils::LoadBigEndian16(&stream[at + 2]);
         if (length > stream.size() - at - kFrameHeaderBytes)
             return at;
-        Deliver(channel, stream.subspan(at + kFrameHeaderBytes, length));
+        // One frame that the user could not take costs that frame and not the session.
+        Guarded([&] { Deliver(channel, stream.subspan(at + kFrameHeaderBytes, length)); });
         from = at + kFrameHeaderBytes + length;
     }
 }
 
 void CRTSPStreamParser::Deliver(std::uint8_t channel, std::span<const std::uint8_t> frame)
 {
-    try
-    {
-        if (channel != rtpChannel_)
-            DeliverControl(frame);
-        else if (packet_.ParseInPlace(frame.data(), static_cast<std::uint32_t>(frame.size())))
-            user_->OnStreamPacket(packet_);
-    }
-    catch (...)
-    {
-        // One frame that the user could not take costs that frame and not the session.
-    }
+    if (channel != rtpChannel_)
+        DeliverControl(frame);
+    else if (packet_.ParseInPlace(frame.data(), static_cast<std::uint32_t>(frame.size())))
+        user_->OnStreamPacket(packet_);
 }
 
 void CRTSPStreamParser::DeliverControl(std::span<const std::uint8_t> frame)

@@ -124,13 +124,8 @@ template <class Callback>
 void CUDPClient::TellUser(Callback callback)
 {
     IRTPClientUser* const user = user_;
-    const auto tell = [&]
-    {
-        callback(*user);
-        return true;
-    };
     if (user != nullptr)
-        Guarded(false, tell); // a user that fails on one datagram gets the next
+        Guarded([&] { callback(*user); }); // a user that fails on one datagram gets the next
 }
 
 bool CUDPClient::SendTo(const platform::SocketAddress& address, const std::uint8_t* data,
