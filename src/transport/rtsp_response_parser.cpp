@@ -1,7 +1,9 @@
 #include "transport/rtsp_response_parser.h"
 
 #include <algorithm>
+#include <charconv>
 #include <limits>
+#include <system_error>
 #include <utility>
 
 #include "http/param_text.h"
@@ -43,16 +45,13 @@ public:
 
     bool Number(std::uint32_t& number)
     {
-        constexpr std::uint64_t kLimit = std::numeric_limits<std::uint32_t>::max();
         SkipWhiteSpace();
-        const std::size_t digits = std::min(rest_.find_first_not_of("0123456789"), rest_.size());
-        std::uint64_t value = 0;
-        for (const char digit : rest_.substr(0, digits))
-            value = std::min(value * 10 + static_cast<std::uint64_t>(digit - '0'), kLimit);
-        rest_.remove_prefix(digits);
-        if (digits != 0)
-            number = static_cast<std::uint32_t>(value);
-        return digits != 0;
+        const char* const begin = rest_.data();
+        const auto [end, error] = std::from_chars(begin, begin + rest_.size(), number);
+        if (error == std::errc::result_out_of_range)
+            number = std::numeric_limits<std::uint32_t>::max();
+        rest_.remove_prefix(static_cast<std::size_t>(end - begin));
+        return error != std::errc::invalid_argument;
     }
 
 private:
@@ -62,35 +61,6 @@ private:
     }
 
     std::string_view rest_;
-};
-
-/// The lines of a text of which each end is taken for CR LF, whichever of the two it begins with.
-class LineReader
-{
-public:
-    explicit LineReader(std::string_view text) : text_(text) {}
-
-    /// The next line; empty when no line end is left.
-    std::string_view Next()
-    {
-        const std::size_t end = text_.find_first_of("\r\n", at_);
-        if (end == std::string_view::npos)
-        {
-            at_ = end;
-            return {};
-        }
-        const std::string_view line = text_.substr(at_, end - at_);
-        at_ = end + 2;
-        return line;
-    }
-
-    /// Whether the text goes on to where the reader stands.
-    bool Valid() const { return at_ <= text_.size(); }
-    std::string_view Rest() const { return text_.substr(at_); }
-
-private:
-    std::string_view text_;
-    std::size_t at_ = 0;
 };
 
 bool ReadNumber(std::string_view lower, std::string_view name, std::uint32_t& number)
@@ -103,16 +73,24 @@ bool ReadNumber(std::string_view lower, std::string_view name, std::uint32_t& nu
 
 bool CRTSPResponseParser::Parse(std::string_view method, std::string_view text)
 {
-    LineReader lines(text);
-    if (!ReadStatusLine(lines.Next()))
+    std::size_t at = 0;
+    // Empty when no line end is left. Each is taken for CR LF, whichever of the two it begins with.
+    const auto nextLine = [&]
+    {
+        const std::size_t begin = at;
+        const std::size_t end = text.find_first_of("\r\n", begin);
+        at = end == std::string_view::npos ? end : end + 2;
+        return end == std::string_view::npos ? std::string_view() : text.substr(begin, end - begin);
+    };
+    if (!ReadStatusLine(nextLine()))
         return false;
-    for (std::string_view line = lines.Next(); !line.empty(); line = lines.Next())
+    for (std::string_view line = nextLine(); !line.empty(); line = nextLine())
         if (!ReadHeader(line))
             return false;
 
-    if (response_.contentLength == 0 || !lines.Valid() || method != "DESCRIBE")
+    if (response_.contentLength == 0 || at > text.size() || method != "DESCRIBE")
         return true;
-    return ReadDescription(lines.Rest().substr(0, response_.contentLength));
+    return ReadDescription(text.substr(at, response_.contentLength));
 }
 
 bool CRTSPResponseParser::ReadStatusLine(std::string_view line)

@@ -48,18 +48,6 @@ Bytes DecodeBase64(std::string_view text)
     return bytes;
 }
 
-/// The number of `key` in a line of "key=value" items without blanks; 0 when it is missing.
-std::uint32_t LengthOf(const std::vector<std::string>& items, std::string_view key)
-{
-    for (const std::string& item : items)
-    {
-        const std::size_t assign = item.find('=');
-        if (assign == key.size() && item.compare(0, assign, key) == 0)
-            return Utils::ToUInt32(std::string_view(item).substr(assign + 1));
-    }
-    return 0;
-}
-
 } // namespace
 
 const SDPMediaSection& SDPDescription::Section(std::uint32_t selector) const
@@ -286,20 +274,15 @@ bool CSDPResponseParser::ReadAudioFormat(std::string_view line)
     parameters.streamtype = valueOf("streamtype");
     parameters.profileLevelId = valueOf("profile-level-id");
     Utils::HexToBytes(valueOf("config"), parameters.config);
-    ReadAudioLengths(line);
-    return isAac;
-}
 
-void CSDPResponseParser::ReadAudioLengths(std::string_view line)
-{
-    const std::vector<std::string> items =
-        Utils::SplitString(Utils::ToLower(Utils::RemoveChars(line, " ")), ';');
-    SDPAudioParameters& parameters = working_.audioParameters;
-    parameters.sizelength = LengthOf(items, "sizelength");
-    parameters.indexlength = LengthOf(items, "indexlength");
-    parameters.indexdeltalength = LengthOf(items, "indexdeltalength");
-    parameters.ctsdeltalength = LengthOf(items, "ctsdeltalength");
-    parameters.dtsdeltalength = LengthOf(items, "dtsdeltalength");
+    const auto lengthOf = [text = Utils::ToLower(Utils::RemoveChars(line, " "))](std::string_view key)
+    { return Utils::GetParamUInt(text, key, "=", ";"); };
+    parameters.sizelength = lengthOf("sizelength");
+    parameters.indexlength = lengthOf("indexlength");
+    parameters.indexdeltalength = lengthOf("indexdeltalength");
+    parameters.ctsdeltalength = lengthOf("ctsdeltalength");
+    parameters.dtsdeltalength = lengthOf("dtsdeltalength");
+    return isAac;
 }
 
 } // namespace korvane

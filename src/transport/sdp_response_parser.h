@@ -99,7 +99,6 @@ private:
     bool ReadVideoFormat(std::string_view line);
     bool ReadParameterSets(std::string_view value);
     bool ReadAudioFormat(std::string_view line);
-    void ReadAudioLengths(std::string_view line);
     void StoreSection();
 
     SDPDescription result_;
