@@ -36,11 +36,6 @@ constexpr std::size_t kSmallStreamReadBytes = 4096; // below this the next read 
 
 constexpr std::string_view kHeadersEnd = "\r\n\r\n";
 
-std::span<std::uint8_t> AsBytes(char* data, std::size_t size)
-{
-    return {reinterpret_cast<std::uint8_t*>(data), size};
-}
-
 /// Bytes of the response of which the headers end at `bodyAt`.
 std::size_t ResponseBytes(const std::string& text, std::size_t bodyAt)
 {
@@ -158,23 +153,14 @@ bool CBaseRTSPClient::Request(std::string_view method)
 {
     if (IsStopping() && method != kTeardown)
         return false;
-    if (!SendAndRead(method))
-        return false;
+    lastResult_ = Exchange(method);
     const RTSPResponse& response = parser_.Response();
-    if (response.status == 401 && response.challengeScheme != params_.authenticationMode)
+    if (lastResult_ && response.status == 401 && response.challengeScheme != params_.authenticationMode)
     {
         params_.authenticationMode = response.challengeScheme;
-        if (!SendAndRead(method))
-            return false;
+        lastResult_ = Exchange(method);
     }
-    return response.status >= 200 && response.status <= 299;
-}
-
-bool CBaseRTSPClient::SendAndRead(std::string_view method)
-{
-    const bool result = Exchange(method);
-    lastResult_ = result;
-    return result;
+    return lastResult_ && response.status >= 200 && response.status <= 299;
 }
 
 bool CBaseRTSPClient::Exchange(std::string_view method)
@@ -219,13 +205,13 @@ std::string CBaseRTSPClient::ReadResponse()
     std::size_t expected = kUnknownResponseBytes;
     std::size_t next = kFirstReadBytes;
     bool headersEnded = false;
-    char buffer[kLargestReadBytes];
+    std::uint8_t buffer[kLargestReadBytes];
     while (text.size() < expected)
     {
-        const auto read = Receive(AsBytes(buffer, next));
+        const auto read = Receive({buffer, next});
         if (read.status != platform::ReceiveResult::Status::kReceived || read.length == 0)
             break;
-        text.append(buffer, read.length);
+        text.append(buffer, buffer + read.length);
         if (!headersEnded)
         {
             const std::size_t end = text.find(kHeadersEnd);

@@ -88,7 +88,6 @@ private:
     void RunSession();
     void KeepAlive();
     bool Request(std::string_view method);
-    bool SendAndRead(std::string_view method);
     bool Exchange(std::string_view method);
     std::string ReadResponse();
     std::uint32_t ReadStepMs() const;
