@@ -1,12 +1,15 @@
 #include "transport/rtcp_handler.h"
 
+#include <algorithm>
 #include <bit>
 #include <random>
 #include <utility>
 
 #include "platform/clock.h"
 #include "platform/held_locks.h"
+#include "runtime/byte_order.h"
 #include "runtime/guarded.h"
+#include "transport/rtcp_packet.h"
 
 namespace korvane
 {
@@ -19,6 +22,10 @@ constexpr std::uint32_t kSocketWaitMs = 1000;
 constexpr std::uint32_t kHandlerStopMs = 5000;
 constexpr double kDelayUnitsPerMs = 65.536; // of 1/65536 s
 constexpr std::uint32_t kLeastDatagramBytes = 4;
+constexpr std::size_t kSenderInfoBytes = 16; // header, SSRC, NTP time
+constexpr std::uint8_t kVersionMask = 0xC0;
+constexpr std::size_t kReceiverReportBytes = 32;
+constexpr std::size_t kByeBytes = 8;
 
 std::array<std::uint8_t, 4> NewSsrc()
 {
@@ -28,6 +35,19 @@ std::array<std::uint8_t, 4> NewSsrc()
         id = static_cast<std::uint32_t>(
             std::minstd_rand(static_cast<unsigned>(platform::Clock::UtcTicks()))());
     return std::bit_cast<std::array<std::uint8_t, 4>>(id);
+}
+
+/// A packet of one block (RFC 3550, section 6.4.2) or one source (section 6.6), with 0 behind the source.
+template <std::size_t Bytes>
+std::array<std::uint8_t, Bytes> MakePacket(std::uint8_t versionBits, std::uint8_t type,
+                                           const std::array<std::uint8_t, 4>& ssrc)
+{
+    std::array<std::uint8_t, Bytes> packet{};
+    packet[0] = versionBits | 1;
+    packet[1] = type;
+    Utils::StoreBigEndian16(&packet[2], Bytes / 4 - 1);
+    std::ranges::copy(ssrc, &packet[4]);
+    return packet;
 }
 
 } // namespace
@@ -111,12 +131,17 @@ void CRTCPHandler::OnDatagram(IRTPClient&, const platform::SocketAddress& sender
     }
 }
 
+//  |V P  RC |   PT=200  |   length  |           SSRC            |
+//  |        NTP seconds             |       NTP fraction        |  of which the middle 32 bits count
 void CRTCPHandler::TakeSenderReport(const platform::SocketAddress& sender,
                                     std::span<const std::uint8_t> packet)
 {
-    const CLockGuard guard(lock_);
-    if (!ReadSenderReport(packet, sender_))
+    if (packet.size() < kSenderInfoBytes)
         return;
+    const CLockGuard guard(lock_);
+    sender_.versionBits = packet[0] & kVersionMask;
+    std::ranges::copy(packet.subspan(4, 4), sender_.ssrc.begin());
+    std::ranges::copy(packet.subspan(10, 4), sender_.ntpMiddle.begin());
     if (!reportSeen_)
         peerAddress_ = sender;
     reportSeen_ = true;
@@ -159,8 +184,11 @@ void CRTCPHandler::SendReport()
             return;
         const std::uint32_t sinceMs = platform::Clock::Milliseconds() - lastReportTick_;
         const auto delay = lastReportTick_ == 0 ? 0 : static_cast<std::uint64_t>(sinceMs * kDelayUnitsPerMs);
-        report = MakeReceiverReport(sender_, ownSsrc_, sequence_.ExtendedHighest(),
-                                    static_cast<std::uint32_t>(delay));
+        report = MakePacket<kReceiverReportBytes>(sender_.versionBits, kRTCPReceiverReport, ownSsrc_);
+        std::ranges::copy(sender_.ssrc, &report[8]);
+        Utils::StoreBigEndian32(&report[16], sequence_.ExtendedHighest()); // loss and jitter stay 0
+        std::ranges::copy(sender_.ntpMiddle, &report[24]);
+        Utils::StoreBigEndian32(&report[28], static_cast<std::uint32_t>(delay));
         target = peerAddress_;
     }
     Send(target, report);
@@ -175,7 +203,7 @@ void CRTCPHandler::SendBye()
         const CLockGuard guard(lock_);
         if (!std::exchange(reportSeen_, false))
             return;
-        bye = MakeBye(sender_.versionBits, ownSsrc_);
+        bye = MakePacket<kByeBytes>(sender_.versionBits, kRTCPBye, ownSsrc_);
         target = peerAddress_;
     }
     Send(target, bye);

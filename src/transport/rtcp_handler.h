@@ -10,7 +10,6 @@
 #include "runtime/base_thread.h"
 #include "runtime/one_at_a_time.h"
 #include "runtime/recursive_lock.h"
-#include "transport/rtcp_packet.h"
 #include "transport/sequence_counter.h"
 #include "transport/udp_client.h"
 
@@ -72,6 +71,14 @@ public:
     void OnClosed(IRTPClient&) override {}
 
 private:
+    /// What the device's sender report says that a receiver report repeats.
+    struct SenderInfo
+    {
+        std::uint8_t versionBits = 0;            // the first byte's upper two
+        std::array<std::uint8_t, 4> ssrc{};      // as sent
+        std::array<std::uint8_t, 4> ntpMiddle{}; // the middle of its NTP time, as sent
+    };
+
     template <class StartClient>
     bool Start(std::uint32_t peer, StartClient startClient);
     void Initialise(std::uint32_t peer);
@@ -95,7 +102,7 @@ private:
     bool reportSeen_ = false;     // and so reports may be sent
     platform::SocketAddress peerAddress_;
     std::uint32_t lastReportTick_ = 0; // ms; 0 when there was none
-    RTCPSenderInfo sender_;
+    SenderInfo sender_;
     std::array<std::uint8_t, 4> ownSsrc_{};
 };
 

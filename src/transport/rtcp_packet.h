@@ -1,8 +1,10 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
+
+#include "runtime/byte_order.h"
 
 namespace korvane
 {
@@ -20,7 +22,18 @@ public:
     explicit RTCPWalker(std::span<const std::uint8_t> compound) : rest_(compound) {}
 
     /// Moves to the next packet; false when there is none.
-    bool Next();
+    bool Next()
+    {
+        constexpr std::size_t kHeaderBytes = 4;
+        if (rest_.size() < kHeaderBytes)
+            return false;
+        const std::size_t size = kHeaderBytes + 4u * Utils::LoadBigEndian16(&rest_[2]);
+        if (size > rest_.size())
+            return false;
+        packet_ = rest_.first(size);
+        rest_ = rest_.subspan(size);
+        return true;
+    }
 
     unsigned Version() const { return packet_[0] >> 6; }
     std::uint8_t Type() const { return packet_[1]; }
@@ -30,29 +43,5 @@ private:
     std::span<const std::uint8_t> rest_;
     std::span<const std::uint8_t> packet_;
 };
-
-/// What the other side's sender report says that a receiver report repeats.
-struct RTCPSenderInfo
-{
-    std::uint8_t versionBits = 0;            ///< the first byte's upper two
-    std::array<std::uint8_t, 4> ssrc{};      ///< as sent
-    std::array<std::uint8_t, 4> ntpMiddle{}; ///< the middle of its NTP time, as sent
-};
-
-/// Reads a sender report; false when the packet is too short for one.
-[[nodiscard]] bool ReadSenderReport(std::span<const std::uint8_t> packet, RTCPSenderInfo& info);
-
-inline constexpr std::size_t kReceiverReportBytes = 32;
-inline constexpr std::size_t kByeBytes = 8;
-
-/// A receiver report of one block (RFC 3550, section 6.4.2) that claims no loss and no jitter.
-std::array<std::uint8_t, kReceiverReportBytes> MakeReceiverReport(const RTCPSenderInfo& sender,
-                                                                  const std::array<std::uint8_t, 4>& ownSsrc,
-                                                                  std::uint32_t highestSequence,
-                                                                  std::uint32_t delayUnits);
-
-/// A BYE of one source (RFC 3550, section 6.6).
-std::array<std::uint8_t, kByeBytes> MakeBye(std::uint8_t versionBits,
-                                            const std::array<std::uint8_t, 4>& ownSsrc);
 
 } // namespace korvane
