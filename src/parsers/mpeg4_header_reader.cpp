@@ -27,7 +27,7 @@ constexpr std::uint32_t kChroma420 = 1;
 constexpr std::uint32_t kMaxExtent = 32000; // pixels
 constexpr std::uint8_t kStuffing = 0x7F;    // a whole byte of it, before a start code that is aligned anyway
 
-/// One run over the headers. An operation that gives false has found something that ends the reading.
+/// One run over the headers. Once something is not as required, what else is read does not count.
 class HeaderReader
 {
 public:
@@ -35,11 +35,13 @@ public:
 
     std::optional<PictureSize> Read()
     {
-        const bool found = FindLayer();
-        const bool isRead = found && (isShort_ ? ReadShortHeader() : ReadLayer());
-        if (!isRead || bits_.Failed() || !IsPicture(size_.width) || !IsPicture(size_.height))
-            return std::nullopt;
-        return size_;
+        Require(FindLayer());
+        if (isShort_)
+            ReadShortHeader();
+        else
+            ReadLayer();
+        Require(IsPicture(size_.width) && IsPicture(size_.height));
+        return isSound_ && !bits_.Failed() ? std::optional(size_) : std::nullopt;
     }
 
 private:
@@ -128,72 +130,65 @@ private:
         return false;
     }
 
-    bool Marker() { return bits_.Bit(); }
+    void Require(bool condition) { isSound_ = isSound_ && condition; }
+    void Marker() { Require(bits_.Bit()); }
 
     /// video_object_layer, from the last four bits of its start code on.
-    bool ReadLayer()
+    void ReadLayer()
     {
         bits_.Skip(4 + 1); // id, random_accessible_vol
         const std::uint32_t type = bits_.Bits(8);
-        if (type != kSimpleObject && type != kAdvancedSimple)
-            return false;
+        Require(type == kSimpleObject || type == kAdvancedSimple);
         if (bits_.Bit())   // is_object_layer_identifier
             bits_.Skip(7); // verid, priority
         if (bits_.Bits(4) == kExtendedAspect)
-            bits_.Skip(16);                // par_width, par_height
-        if (bits_.Bit() && !ReadControl()) // vol_control_parameters
-            return false;
-        if (bits_.Bits(2) != 0 || !Marker()) // shape: rectangular
-            return false;
+            bits_.Skip(16); // par_width, par_height
+        if (bits_.Bit())    // vol_control_parameters
+            ReadControl();
+        Require(bits_.Bits(2) == 0); // shape: rectangular
+        Marker();
         const std::uint32_t resolution = bits_.Bits(16); // vop_time_increment_resolution
-        if (!Marker())
-            return false;
+        Marker();
         if (bits_.Bit()) // fixed_vop_rate
             bits_.Skip(resolution > 2 ? static_cast<unsigned>(std::bit_width(resolution - 1)) : 1);
-        if (!Marker())
-            return false;
+        Marker();
         size_.width = bits_.Bits(13);
-        if (!Marker())
-            return false;
+        Marker();
         size_.height = bits_.Bits(13);
-        return Marker();
+        Marker();
     }
 
-    bool ReadControl()
+    void ReadControl()
     {
-        if (bits_.Bits(2) != kChroma420 || !bits_.Bit()) // chroma_format, low_delay
-            return false;
-        if (!bits_.Bit()) // vbv_parameters
-            return true;
-        for (const unsigned item : {15u, 15u, 15u}) // both halves of bit_rate, the first of vbv_buffer_size
+        Require(bits_.Bits(2) == kChroma420);
+        Require(bits_.Bit()); // low_delay
+        if (!bits_.Bit())     // vbv_parameters
+            return;
+        // Two halves each of bit_rate, vbv_buffer_size and vbv_occupancy, with no marker within 3 + 11.
+        for (const unsigned item : {15, 15, 15, 3 + 11, 15})
         {
             bits_.Skip(item);
-            if (!Marker())
-                return false;
+            Marker();
         }
-        bits_.Skip(3 + 11); // the second half, and the first of vbv_occupancy
-        if (!Marker())
-            return false;
-        bits_.Skip(15);
-        return Marker();
     }
 
-    bool ReadShortHeader()
+    void ReadShortHeader()
     {
         bits_.Skip(8); // temporal reference
-        if (!Marker() ||
-            bits_.Bits(3) != 0) // the bit that tells it from H.261, split screen, document camera
-            return false;
-        bits_.Skip(1); // freeze picture release
+        Marker();
+        Require(bits_.Bits(3) == 0); // the bit that tells it from H.261, split screen, document camera
+        bits_.Skip(1);               // freeze picture release
         const std::uint32_t format = bits_.Bits(3);
-        return format == 7 ? ReadExtendedHeader() : SetFormat(format);
+        if (format == 7)
+            ReadExtendedHeader();
+        else
+            SetFormat(format);
     }
 
     /// PLUSPTYPE, ITU-T H.263, clause 5.1.4: its optional part must be there, for it holds the size.
-    bool ReadExtendedHeader()
+    void ReadExtendedHeader()
     {
-        if (bits_.Bits(3) != 1) // UFEP
-            return false;
+        Require(bits_.Bits(3) == 1); // UFEP
         const std::uint32_t format = bits_.Bits(3);
         bits_.Skip(15 + 9); // the rest of OPPTYPE, MPPTYPE
         if (bits_.Bit())    // CPM
@@ -202,24 +197,21 @@ private:
             return SetFormat(format);
         bits_.Skip(4); // pixel aspect ratio of CPFMT, clause 5.1.5
         size_.width = (bits_.Bits(9) + 1) * 4;
-        if (!Marker())
-            return false;
+        Marker();
         size_.height = bits_.Bits(9) * 4;
-        return true;
     }
 
-    bool SetFormat(std::uint32_t format)
+    void SetFormat(std::uint32_t format) // without a size for one that is not known
     {
         static constexpr PictureSize kSizes[] = {{128, 96}, {176, 144}, {352, 288}, {704, 576}, {1408, 1152}};
-        if (format < 1 || format > std::size(kSizes))
-            return false;
-        size_ = kSizes[format - 1];
-        return true;
+        if (format >= 1 && format <= std::size(kSizes))
+            size_ = kSizes[format - 1];
     }
 
     const std::span<const std::uint8_t> bytes_;
     BitReader bits_;
     bool isShort_ = false;
+    bool isSound_ = true;
     PictureSize size_;
 };
 
