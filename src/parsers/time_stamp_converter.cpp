@@ -52,30 +52,25 @@ void CTimeStampConverter::Convert(std::uint32_t timestamp)
 {
     const std::uint64_t now = platform::Clock::UtcTicks();
     if (now == 0 || current_ == 0 || lastTimestamp_ == 0 || now + kClockWasSetBack < lastArrival_)
-    {
-        TakeLocalClock(timestamp, now);
-        return;
-    }
+        return TakeLocalClock(timestamp, now);
 
-    Step step = Step::NoteLead;
+    bool notesLead = true;
     if (timestamp > lastTimestamp_)
-        step = Advance(timestamp - lastTimestamp_);
+        notesLead = Advance(timestamp - lastTimestamp_);
     else // a wrap, a leap back, or a second frame of one timestamp
         current_ = std::max(current_ + kMillisecond, now);
 
-    if (step == Step::TakeLocalClock || current_ <= now)
-    {
-        TakeLocalClock(timestamp, now);
-        return;
-    }
-    if (step == Step::NoteLead || current_ - now > kNotableLead)
+    if (current_ <= now)
+        return TakeLocalClock(timestamp, now);
+    if (notesLead || current_ - now > kNotableLead)
         lead_ = current_ - now;
     lastArrival_ = now;
     lastArrivalTick_ = platform::Clock::MonotonicTicks();
     lastTimestamp_ = timestamp;
 }
 
-CTimeStampConverter::Step CTimeStampConverter::Advance(std::uint32_t ticks)
+/// True when the lead is to be noted whatever it is.
+bool CTimeStampConverter::Advance(std::uint32_t ticks)
 {
     timestampDeltas_.Add(ticks);
     arrivalDeltas_.Add(static_cast<std::uint32_t>(platform::Clock::MonotonicTicks() - lastArrivalTick_));
@@ -83,13 +78,11 @@ CTimeStampConverter::Step CTimeStampConverter::Advance(std::uint32_t ticks)
     if (timestampDeltas_.Count() > kMeasuredAfter)
     {
         current_ += MeasuredStep(ticks);
-        return Step::Plain;
+        return false;
     }
     const std::uint64_t assumed = ticks * kUnitsPerTick;
-    if (assumed >= kLongestAssumedStep)
-        return Step::TakeLocalClock;
-    current_ += assumed;
-    return timestampDeltas_.Count() == kMeasuredAfter ? Step::NoteLead : Step::Plain;
+    current_ = assumed < kLongestAssumedStep ? current_ + assumed : 0; // 0: the local clock is taken
+    return timestampDeltas_.Count() == kMeasuredAfter;
 }
 
 /// The step by the measured clock rate, less what it pays back of the lead. Never more than the duration of

@@ -35,14 +35,7 @@ public:
     std::uint64_t Current() const { return current_; } ///< the same in 100 ns since 1601; 0 for none
 
 private:
-    enum class Step
-    {
-        Plain,
-        NoteLead,
-        TakeLocalClock
-    };
-
-    Step Advance(std::uint32_t ticks);
+    bool Advance(std::uint32_t ticks);
     std::uint64_t MeasuredStep(std::uint32_t ticks);
     void TakeLocalClock(std::uint32_t timestamp, std::uint64_t now);
 
