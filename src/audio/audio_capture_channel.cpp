@@ -48,12 +48,6 @@ std::string Value(std::string_view parameters, const std::string& key)
     return Utils::RemoveChars(Utils::GetParamValue(parameters, key, "=", "\r\n"), "'");
 }
 
-void StoreUnlessZero(std::uint32_t& value, const std::string& text)
-{
-    if (const std::uint32_t read = Utils::ToUInt32(text); read != 0)
-        value = read;
-}
-
 } // namespace
 
 CAudioCaptureChannel::CAudioCaptureChannel(IDriver* driver, std::uint32_t audioChannel,
@@ -83,20 +77,11 @@ std::string CAudioCaptureChannel::ParameterKey(const char* name) const
 
 std::string CAudioCaptureChannel::CodecDefaults(const std::string& name)
 {
-    switch (Utils::ToLower(name) == "aac" ? kNoFormat : FormatOf(name))
-    {
-    case ipcapture::kFormatAac:
-        format_ = {ipcapture::kFormatAac, 44100, 128000, 16, 1};
-        return name;
-    case ipcapture::kFormatG726:
-        format_ = {ipcapture::kFormatG726, 8000, 32000, 16, 1};
-        return name;
-    case ipcapture::kFormatG711MuLaw:
-        format_ = {ipcapture::kFormatG711MuLaw, 8000, 64000, 16, 1};
-        return name;
-    default:
+    const std::uint32_t format = Utils::ToLower(name) == "aac" ? kNoFormat : FormatOf(name);
+    if (format == kNoFormat)
         return "";
-    }
+    format_ = DefaultFormat(format);
+    return name;
 }
 
 std::vector<std::string> CAudioCaptureChannel::Candidates(std::string_view selectedText) const
@@ -171,12 +156,10 @@ std::uint32_t CAudioCaptureChannel::DeviceBitRate() const
 
 void CAudioCaptureChannel::ReadDevice(std::string_view parameters)
 {
-    StoreUnlessZero(g726BitRate_, Value(parameters, ParameterKey("g726_bitrate")));
-    StoreUnlessZero(aacBitRate_, Value(parameters, ParameterKey("aac4_bitrate")));
-    if (const std::uint16_t port = Utils::ToUInt16(Value(parameters, "network_rtsp_port")); port != 0)
-        rtspPort_ = port;
-    if (const std::uint32_t bitRate = DeviceBitRate(); bitRate != 0)
-        format_.bitRate = bitRate;
+    ReplaceUnlessZero(g726BitRate_, Utils::ToUInt32(Value(parameters, ParameterKey("g726_bitrate"))));
+    ReplaceUnlessZero(aacBitRate_, Utils::ToUInt32(Value(parameters, ParameterKey("aac4_bitrate"))));
+    ReplaceUnlessZero(rtspPort_, Utils::ToUInt16(Value(parameters, "network_rtsp_port")));
+    ReplaceUnlessZero(format_.bitRate, DeviceBitRate());
     const std::string mode = Value(parameters, ParameterKey("g711_mode"));
     if (format_.codecCode == ipcapture::kFormatG711MuLaw && !mode.empty() && mode != "pcmu")
         format_.codecCode = ipcapture::kFormatG711ALaw;
@@ -209,11 +192,8 @@ bool CAudioCaptureChannel::SdpInfoReceived(const RTSPResponse& response)
 {
     if (!CBaseAudioRTSPChannel::SdpInfoReceived(response))
         return false;
-    if (const std::uint32_t bitRate = DeviceBitRate(); bitRate != 0)
-    {
-        format_.bitRate = bitRate;
-        parser_.SetFormat(format_);
-    }
+    ReplaceUnlessZero(format_.bitRate, DeviceBitRate());
+    parser_.SetFormat(format_);
     isDescribed_ = true;
     return true;
 }

@@ -8,12 +8,9 @@ namespace korvane
 namespace
 {
 
-constexpr std::uint8_t kMonoReserved = 16; // what goes with one channel
-constexpr std::uint32_t kG711BitRate = 64000;
-constexpr std::uint32_t kG726BitRate = 32000;
-constexpr std::uint32_t kTelephoneRate = 8000; // Hz
-constexpr std::uint32_t kRoundMs = 2000;       // between looks at a multicast stream
-constexpr std::uint32_t kShortRoundMs = 20;    // the same, after a session that brought nothing
+constexpr std::uint8_t kMonoReserved = 16;  // what goes with one channel
+constexpr std::uint32_t kRoundMs = 2000;    // between looks at a multicast stream
+constexpr std::uint32_t kShortRoundMs = 20; // the same, after a session that brought nothing
 constexpr const char* kAudioSdpFunction = "korvane::CBaseAudioRTSPChannel::SdpInfoReceived";
 
 bool IsAllowed(AudioState from, AudioState to)
@@ -35,13 +32,14 @@ bool IsAllowed(AudioState from, AudioState to)
     return false;
 }
 
-void ReplaceUnlessZero(std::uint32_t& value, std::uint32_t offered)
-{
-    if (offered != 0)
-        value = offered;
-}
-
 } // namespace
+
+SDPAudioFormat CBaseAudioRTSPChannel::DefaultFormat(std::uint32_t codecCode)
+{
+    if (codecCode == ipcapture::kFormatAac)
+        return {codecCode, 44100, 128000, kMonoReserved, 1};
+    return {codecCode, 8000, codecCode == ipcapture::kFormatG726 ? 32000u : 64000u, kMonoReserved, 1};
+}
 
 CBaseAudioRTSPChannel::CBaseAudioRTSPChannel(IDriver* driver, std::uint32_t audioChannel,
                                              std::uint32_t videoChannel, ipcapture::IHostAudioClient* client,
@@ -253,10 +251,11 @@ bool CBaseAudioRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
     {
     case ipcapture::kFormatG711MuLaw:
     case ipcapture::kFormatG711ALaw:
-        TakeG711(offered);
+        TakeRates(offered);
         break;
     case ipcapture::kFormatG726:
-        TakeG726(offered);
+        TakeRates(offered);
+        ReplaceUnlessZero(format_.bitRate, offered.bitRate);
         break;
     case ipcapture::kFormatAac:
         TakeAac(response);
@@ -275,19 +274,11 @@ bool CBaseAudioRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
     return true;
 }
 
-void CBaseAudioRTSPChannel::TakeG711(const SDPAudioFormat& offered)
+void CBaseAudioRTSPChannel::TakeRates(const SDPAudioFormat& offered)
 {
     if (format_.codecCode != offered.codecCode)
-        format_ = {offered.codecCode, kTelephoneRate, kG711BitRate, kMonoReserved, 1};
+        format_ = DefaultFormat(offered.codecCode);
     ReplaceUnlessZero(format_.sampleRate, offered.sampleRate);
-}
-
-void CBaseAudioRTSPChannel::TakeG726(const SDPAudioFormat& offered)
-{
-    if (format_.codecCode != offered.codecCode)
-        format_ = {offered.codecCode, kTelephoneRate, kG726BitRate, kMonoReserved, 1};
-    ReplaceUnlessZero(format_.sampleRate, offered.sampleRate);
-    ReplaceUnlessZero(format_.bitRate, offered.bitRate);
 }
 
 void CBaseAudioRTSPChannel::TakeAac(const RTSPResponse& response)
@@ -312,8 +303,7 @@ void CBaseAudioRTSPChannel::TakeAac(const RTSPResponse& response)
         return;
     }
     ReplaceUnlessZero(format_.sampleRate, offered.sampleRate);
-    if (offered.channels != 0)
-        format_.channels = offered.channels;
+    ReplaceUnlessZero(format_.channels, offered.channels);
 }
 
 } // namespace korvane

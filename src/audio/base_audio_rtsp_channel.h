@@ -75,6 +75,16 @@ protected:
     /// Fills in what only the device family knows: section, port and path of the stream.
     virtual void FillSessionParameters(RTSPClientParams& params) = 0;
 
+    /// What a codec's format is until a device or its description says more.
+    static SDPAudioFormat DefaultFormat(std::uint32_t codecCode);
+
+    template <class Number>
+    static void ReplaceUnlessZero(Number& value, Number offered)
+    {
+        if (offered != 0)
+            value = offered;
+    }
+
     ipcapture::IHostCodecList* const codecList_;
     CBaseRTPAudioParser parser_;
     SDPAudioFormat format_; ///< of the frames; the channel's thread before a session, the client's in it
@@ -88,8 +98,7 @@ private:
     void SetDeviceState(bool signal);
     std::string DeviceText() const;
     bool StartSession();
-    void TakeG711(const SDPAudioFormat& offered);
-    void TakeG726(const SDPAudioFormat& offered);
+    void TakeRates(const SDPAudioFormat& offered);
     void TakeAac(const RTSPResponse& response);
     std::uint32_t OpenMulticastSession();
 
