@@ -101,9 +101,9 @@ void CCommonRTSPChannel::ReadSensorMode()
         return;
     const std::string mode = Utils::ToLower(Utils::GetParamValue(response, key, "=", "&\r\n"));
     if (mode.find("framerate") != std::string::npos)
-        sensorMode_ = SensorMode::kFrameRate;
+        sensorMode_ = VideoMode::kFrameRate;
     else if (mode.find("quality") != std::string::npos)
-        sensorMode_ = SensorMode::kQuality;
+        sensorMode_ = VideoMode::kQuality;
 }
 
 bool CCommonRTSPChannel::CheckSensorMode()
@@ -113,17 +113,16 @@ bool CCommonRTSPChannel::CheckSensorMode()
     const VideoMode wanted = ReadRateSettings().videoMode;
     if (wanted == VideoMode::kAuto)
         return true;
-    if (sensorMode_ == SensorMode::kUnknown)
+    if (!sensorMode_)
         ReadSensorMode();
-    const SensorMode mode = wanted == VideoMode::kQuality ? SensorMode::kQuality : SensorMode::kFrameRate;
-    if (mode == sensorMode_)
+    if (wanted == sensorMode_)
         return true;
     std::string response;
     const std::string change = Utils::FormatString("videoin_c%u_options=%s", channel_,
-                                                   mode == SensorMode::kQuality ? "quality" : "framerate");
+                                                   wanted == VideoMode::kQuality ? "quality" : "framerate");
     if (!CameraCgi::Ask(httpClient_, CameraCgi::kSetParam + change, response) || response.empty())
         return false;
-    sensorMode_ = mode;
+    sensorMode_ = wanted;
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace korvane
@@ -45,13 +46,6 @@ protected:
     Web::CHttpClient httpClient_;
 
 private:
-    enum class SensorMode : std::uint32_t
-    {
-        kFrameRate = 0,
-        kQuality = 1,
-        kUnknown = 3,
-    };
-
     bool CheckSensorMode();
     void ReadSensorMode();
     bool SendChange(bool resolution, bool frameRate);
@@ -61,8 +55,8 @@ private:
     const EncoderCodec& codec_;
     const std::unique_ptr<CRTPMediaParser> codecParser_;
 
-    std::uint32_t streamNumber_ = 0; // that the last ConfigureDevice settled on
-    SensorMode sensorMode_ = SensorMode::kUnknown;
+    std::uint32_t streamNumber_ = 0;      // that the last ConfigureDevice settled on
+    std::optional<VideoMode> sensorMode_; // nothing until it is known; never kAuto
 };
 
 } // namespace korvane
