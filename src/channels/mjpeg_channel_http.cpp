@@ -35,31 +35,6 @@ bool ReadParameter(Web::CWinINetHttpClient& client, const std::string& name, std
 
 } // namespace
 
-/// An HTTP client that a stop can interrupt for as long as it stands.
-class CMJPEGChannelHTTP::CurrentClient
-{
-public:
-    explicit CurrentClient(CMJPEGChannelHTTP& channel)
-        : channel_(channel), client_(channel.driver_->GetDeviceInfo(), Web::CWinINetHttpClient::kUserAgent)
-    {
-        const CLockGuard guard(channel_.clientLock_);
-        channel_.httpClient_ = &client_;
-    }
-    ~CurrentClient()
-    {
-        const CLockGuard guard(channel_.clientLock_);
-        channel_.httpClient_ = nullptr;
-    }
-    CurrentClient(const CurrentClient&) = delete;
-    CurrentClient& operator=(const CurrentClient&) = delete;
-
-    Web::CWinINetHttpClient& operator*() { return client_; }
-
-private:
-    CMJPEGChannelHTTP& channel_;
-    Web::CWinINetHttpClient client_;
-};
-
 CMJPEGChannelHTTP::CMJPEGChannelHTTP(std::uint32_t channel, IDriver* driver,
                                      ipcapture::IHostChannelClient* client)
     : CBaseCameraChannel(channel, driver, client), device_(*driver), parser_(driver)
@@ -110,11 +85,22 @@ bool CMJPEGChannelHTTP::Attempt()
         });
 }
 
+/// One that a stop can interrupt for as long as the caller holds it.
+std::shared_ptr<Web::CWinINetHttpClient> CMJPEGChannelHTTP::MakeClient()
+{
+    const auto client = std::make_shared<Web::CWinINetHttpClient>(driver_->GetDeviceInfo());
+    const CLockGuard guard(clientLock_);
+    httpClient_ = client;
+    return client;
+}
+
 void CMJPEGChannelHTTP::OnStopRequested()
 {
+    std::shared_ptr<Web::CWinINetHttpClient> client; // may be the last owner, and goes without the lock then
     const CLockGuard guard(clientLock_);
-    if (httpClient_ != nullptr)
-        httpClient_->CloseRequest();
+    client = httpClient_.lock();
+    if (client != nullptr)
+        client->CloseRequest();
 }
 
 bool CMJPEGChannelHTTP::ConfigureCurrent()
@@ -126,18 +112,18 @@ bool CMJPEGChannelHTTP::ConfigureCurrent()
     if (size.empty() || size.ends_with('='))
         return false; // the device could not be told the size that the host wants
     const std::string items = request.Codec() + size + request.FrameRate() + request.Quality();
-    CurrentClient client(*this);
-    return IsStopping() || (*client).SendRequest("GET", CameraCgi::kSetParam + items.substr(1));
+    const auto client = MakeClient();
+    return IsStopping() || client->SendRequest("GET", CameraCgi::kSetParam + items.substr(1));
 }
 
 bool CMJPEGChannelHTTP::ConfigureLegacy()
 {
-    CurrentClient client(*this);
+    const auto client = MakeClient();
     std::string parameters;
     if (!CameraCgi::Read(*client, "video", parameters))
         return false;
     const std::string changes = LegacyMjpegChanges(channel_, settings_, Utils::RemoveChars(parameters, "' "));
-    return changes.empty() || (*client).SendRequest("GET", CameraCgi::kSetParam + changes);
+    return changes.empty() || client->SendRequest("GET", CameraCgi::kSetParam + changes);
 }
 
 bool CMJPEGChannelHTTP::CheckSensorMode()
@@ -146,7 +132,7 @@ bool CMJPEGChannelHTTP::CheckSensorMode()
     const std::string resolutionName = Utils::FormatString("videoin_c%u_s0_resolution", channel_);
     const std::string wanted = settings_.width > kWidestAtFrameRate ? "quality" : "framerate";
 
-    CurrentClient client(*this);
+    const auto client = MakeClient();
     std::string mode;
     if (!ReadParameter(*client, optionsName, mode))
         return false;
@@ -159,7 +145,7 @@ bool CMJPEGChannelHTTP::CheckSensorMode()
     if (!ReadParameter(*client, resolutionName, resolution))
         return false;
     const auto set = [&](const std::string& change)
-    { return !IsStopping() && (*client).SendRequest("GET", CameraCgi::kSetParam + change); };
+    { return !IsStopping() && client->SendRequest("GET", CameraCgi::kSetParam + change); };
     if (resolution == "800x600" && !set(resolutionName + "=640x480"))
         return false;
     if (!set(optionsName + "=" + wanted))
@@ -180,8 +166,8 @@ bool CMJPEGChannelHTTP::RunStream()
                                               : CStreamPathTable::At(device_.streams.http, channel_, 0);
     if (path.empty())
         return false;
-    CurrentClient client(*this);
-    if (IsStopping() || !(*client).SendRequest("GET", path))
+    const auto client = MakeClient();
+    if (IsStopping() || !client->SendRequest("GET", path))
         return false;
     setUp_.Succeed();
     return ReadStream(*client);

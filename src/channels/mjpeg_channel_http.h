@@ -6,6 +6,7 @@
 #include "runtime/device_properties.h"
 
 #include <cstdint>
+#include <memory>
 
 namespace korvane
 {
@@ -29,8 +30,7 @@ protected:
     void OnStopRequested() override;
 
 private:
-    class CurrentClient;
-
+    std::shared_ptr<Web::CWinINetHttpClient> MakeClient();
     bool Attempt();
     bool ConfigureCurrent();
     bool ConfigureLegacy();
@@ -43,7 +43,7 @@ private:
     CJpegMediaParser parser_;    // with its half-made frame it outlives a reconnection
 
     CRecursiveLock clientLock_; // guards the pointer
-    Web::CWinINetHttpClient* httpClient_ = nullptr;
+    std::weak_ptr<Web::CWinINetHttpClient> httpClient_;
 };
 
 } // namespace korvane
