@@ -90,7 +90,11 @@ bool CRTSPResponseParser::Parse(std::string_view method, std::string_view text)
 
     if (response_.contentLength == 0 || at > text.size() || method != "DESCRIBE")
         return true;
-    return ReadDescription(text.substr(at, response_.contentLength));
+    CSDPResponseParser parser;
+    if (!parser.Parse(text.substr(at, response_.contentLength)))
+        return false;
+    response_.description = std::move(parser.Description());
+    return true;
 }
 
 bool CRTSPResponseParser::ReadStatusLine(std::string_view line)
@@ -195,15 +199,6 @@ bool CRTSPResponseParser::ReadChallenge(std::string_view line)
     response_.nonce = valueOf("nonce");
     return response_.challengeScheme == RTSPResponse::kBasic ||
            (!response_.realm.empty() && !response_.nonce.empty());
-}
-
-bool CRTSPResponseParser::ReadDescription(std::string_view body)
-{
-    CSDPResponseParser parser;
-    if (!parser.Parse(body))
-        return false;
-    response_.description = std::move(parser.Description());
-    return true;
 }
 
 } // namespace korvane

@@ -61,7 +61,6 @@ private:
     bool ReadTransport(std::string_view line);
     bool ReadSession(std::string_view line);
     bool ReadChallenge(std::string_view line);
-    bool ReadDescription(std::string_view body);
 
     RTSPResponse response_;
 };

@@ -98,19 +98,14 @@ bool CSDPResponseParser::ReadLine(std::string_view line)
 
 void CSDPResponseParser::StoreSection()
 {
-    const auto storeIn = [this](SDPMediaSection& target)
-    {
-        if (!target.control.empty())
-            return false;
-        target = std::move(working_.section);
-        return true;
-    };
-
-    if (type_ == MediaType::Video)
-        storeIn(result_.video);
-    else if (type_ == MediaType::Data)
-        storeIn(result_.data);
-    else if (type_ == MediaType::Audio && storeIn(result_.audio))
+    const bool isAudio = type_ == MediaType::Audio;
+    SDPMediaSection& target = isAudio                     ? result_.audio
+                              : type_ == MediaType::Video ? result_.video
+                                                          : result_.data;
+    if (type_ == MediaType::None || !target.control.empty())
+        return;
+    target = std::move(working_.section);
+    if (isAudio)
     {
         result_.audioFormat = working_.audioFormat;
         result_.audioParameters = std::move(working_.audioParameters);
@@ -213,18 +208,11 @@ void CSDPResponseParser::ReadAudioEncoding()
 
 bool CSDPResponseParser::ReadFormat(std::string_view line)
 {
-    switch (type_)
-    {
-    case MediaType::Video:
+    if (type_ == MediaType::Video)
         return ReadVideoFormat(line);
-    case MediaType::Audio:
+    if (type_ == MediaType::Audio)
         return ReadAudioFormat(line);
-    case MediaType::Data:
-        return true;
-    case MediaType::None:
-        break;
-    }
-    return false;
+    return type_ == MediaType::Data;
 }
 
 bool CSDPResponseParser::ReadVideoFormat(std::string_view line)
