@@ -2,6 +2,10 @@
 
 #include "runtime/text.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 namespace korvane
 {
 
@@ -15,21 +19,13 @@ constexpr const char* kAudioSdpFunction = "korvane::CBaseAudioRTSPChannel::SdpIn
 
 bool IsAllowed(AudioState from, AudioState to)
 {
-    switch (from)
-    {
-    case AudioState::kStopped:
-        return to == AudioState::kStarting;
-    case AudioState::kStarting:
-        return to == AudioState::kStreaming || to == AudioState::kStopping || to == AudioState::kSignalLost;
-    case AudioState::kStreaming:
-        return to == AudioState::kStopping || to == AudioState::kSignalLost;
-    case AudioState::kStopping:
-    case AudioState::kError:
-        return to == AudioState::kStopped;
-    case AudioState::kSignalLost:
-        return to == AudioState::kStarting || to == AudioState::kStopping;
-    }
-    return false;
+    using enum AudioState;
+    static constexpr std::pair<AudioState, AudioState> kMoves[] = {
+        {kStopped, kStarting},    {kStarting, kStreaming},   {kStarting, kStopping}, {kStarting, kSignalLost},
+        {kStreaming, kStopping},  {kStreaming, kSignalLost}, {kStopping, kStopped},  {kError, kStopped},
+        {kSignalLost, kStarting}, {kSignalLost, kStopping},
+    };
+    return std::ranges::find(kMoves, std::pair(from, to)) != std::end(kMoves);
 }
 
 } // namespace

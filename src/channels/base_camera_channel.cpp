@@ -106,16 +106,6 @@ bool CBaseCameraChannel::ChangeSettings(const ChannelChange& change)
     return true;
 }
 
-std::uint32_t CBaseCameraChannel::GetChannelState() const
-{
-    return state_;
-}
-
-void CBaseCameraChannel::SetChannelState(std::uint32_t state)
-{
-    state_ = state;
-}
-
 ChannelSettings CBaseCameraChannel::GetSettings() const
 {
     const CLockGuard guard(changeLock_);

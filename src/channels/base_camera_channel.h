@@ -43,8 +43,8 @@ public:
     bool Start(const ChannelSettings& settings) override;
     bool Stop() override;
     bool ChangeSettings(const ChannelChange& change) override;
-    std::uint32_t GetChannelState() const override;
-    void SetChannelState(std::uint32_t state) override;
+    std::uint32_t GetChannelState() const override { return state_; }
+    void SetChannelState(std::uint32_t state) override { state_ = state; }
     ChannelSettings GetSettings() const override;
 
 protected:
