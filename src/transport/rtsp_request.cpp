@@ -9,7 +9,7 @@ namespace korvane
 namespace
 {
 
-constexpr std::uint32_t kMaxBasicCharacters = 99;
+constexpr std::size_t kMostBasicBytes = 69; // of user name, colon and password
 constexpr std::string_view kPlainProtocol = "RTP/AVP";
 
 std::string Header(const char* name, const std::string& value)
@@ -19,14 +19,12 @@ std::string Header(const char* name, const std::string& value)
 
 std::string BasicHeader(const RTSPClientParams& params)
 {
-    const std::string text = params.userName + ":" + params.password;
-    char encoded[kMaxBasicCharacters];
-    std::uint32_t size = kMaxBasicCharacters;
-    if (!Utils::Base64Encode(reinterpret_cast<const std::uint8_t*>(text.data()),
-                             static_cast<std::uint32_t>(text.size()), encoded, size))
+    std::string credentials;
+    if (params.userName.size() + 1 + params.password.size() > kMostBasicBytes ||
+        !Utils::MakeBasicCredentials(params.userName, params.password, credentials))
         return {};
     // A line break within the value would end the header.
-    return Header("Authorization: Basic ", Utils::RemoveChars({encoded, size}, "\r\n"));
+    return Header("Authorization: Basic ", Utils::RemoveChars(credentials, "\r\n"));
 }
 
 std::string DigestHeader(std::string_view method, const std::string& uri, const RTSPClientParams& params,
