@@ -85,13 +85,12 @@ void CIPCaptureDriver::ReadProperties(ipcapture::IHostDeviceSettings& deviceSett
 
 void CIPCaptureDriver::Close()
 {
-    Guarded(false,
-            [&]
-            {
-                DestructAudio();
-                DeleteObjects();
-                return true;
-            });
+    Guarded(
+        [&]
+        {
+            DestructAudio();
+            DeleteObjects();
+        });
     hostSink_ = nullptr; // the host's objects may go from now on
     frameAllocator_ = nullptr;
 }

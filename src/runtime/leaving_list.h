@@ -21,12 +21,11 @@ public:
         const auto stopOrKeep = [&]
         {
             if (channel->Stop())
-                return true;
+                return;
             const CLockGuard guard(lock_);
             leaving_.push_back(channel);
-            return true;
         };
-        Guarded(false, stopOrKeep);
+        Guarded(stopOrKeep);
     }
 
     void EndAll() ///< those that were kept

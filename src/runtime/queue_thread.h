@@ -7,6 +7,7 @@
 #include <string>
 
 #include "runtime/base_thread.h"
+#include "runtime/guarded.h"
 #include "runtime/recursive_lock.h"
 
 namespace korvane
@@ -91,15 +92,8 @@ private:
     {
         while (const std::unique_ptr<T> item = TakeItem())
         {
-            try
-            {
-                if (!IsStopping() || OutlivesStop(*item))
-                    HandleItem(item.get());
-            }
-            catch (...)
-            {
-                // one item that fails is no reason to lose those behind it
-            }
+            if (!IsStopping() || OutlivesStop(*item))
+                Guarded([&] { HandleItem(item.get()); }); // one that fails is no reason to lose the next
         }
     }
 

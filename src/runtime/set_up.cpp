@@ -152,9 +152,8 @@ void CSetUp::TellShortage(bool isStarted) const
             debug_->DebugMessage(kLevelError,
                                  "%s: No %s left for a stream of device %s, the channel is not started",
                                  kFunction, what, device.c_str());
-        return true;
     };
-    Guarded(false, tell); // there may be no memory for the line
+    Guarded(tell); // there may be no memory for the line
 }
 
 void CSetUp::Close()
