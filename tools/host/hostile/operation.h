@@ -42,7 +42,8 @@ inline constexpr std::array kPromises = {
     PromiseTraits{"GetPTZControl", std::chrono::seconds(10), {}}, // reads the presets on this thread
     PromiseTraits{"an order that is queued", std::chrono::seconds(1), {}},
     PromiseTraits{"Close", std::chrono::seconds(6), {}}, // of it 4 s for the head
-    PromiseTraits{"DeleteCapabilityQueryModule", std::chrono::seconds(2), std::chrono::seconds(22)},
+    PromiseTraits{"DeleteCapabilityQueryModule", std::chrono::seconds(2),
+                  std::chrono::seconds(30)}, // 20 s, and OnQueryKilled on the thread that deletes
 };
 
 constexpr const PromiseTraits& TraitsOf(Promise promise)
