@@ -7,8 +7,15 @@
 namespace korvane::platform
 {
 
-/// The directory of the host's executable with its closing separator; empty if it can't be told. Any thread.
+/// The host's directory, with its closing separator: the one that the environment variable
+/// LARKMOOR_HOST_DIRECTORY names, for a host that shares its executable with others; if that is not set or
+/// empty, the directory of the executable. Read once per process. Empty if it can't be told. Any thread.
 std::string HostDirectory();
+
+/// Holds the settings of all hosts on this machine that have no file of their own.
+inline constexpr const char* kSystemDirectory = "/etc/larkmoor/";
+
+bool IsFileThere(const std::string& path); ///< of any kind; any thread
 
 /// The four parts of a product version; members compare in order.
 struct ProductVersion
@@ -22,7 +29,7 @@ struct ProductVersion
     operator<=>(const ProductVersion&) const = default; // NOLINT(modernize-use-nullptr): not in this text
 };
 
-/// The product version of the module `name` (such as "bastrel.dll") beside the host's executable.
+/// The product version of the module `name` (such as "bastrel.dll") in the host's directory.
 ///
 /// There is no version block to read here, so the version stands in a text file `name.version` in the host's
 /// directory: four numbers of 0 to 65535 with dots between, as in "7.4.4.0", and at most white space behind.

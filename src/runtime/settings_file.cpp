@@ -1,6 +1,5 @@
 #include "runtime/settings_file.h"
 
-#include "platform/host_process.h"
 #include "runtime/text.h"
 #include "runtime/xml_parser.h"
 
@@ -98,8 +97,9 @@ private:
 
 } // namespace
 
-CSettingsFile::CSettingsFile(const std::string& hostDirectory, const std::string& driverName)
-    : path_(PathOf(hostDirectory, driverName))
+CSettingsFile::CSettingsFile(const std::string& hostDirectory, const std::string& driverName,
+                             const std::string& systemDirectory)
+    : path_(PathOf(hostDirectory, driverName)), systemPath_(PathOf(systemDirectory, driverName))
 {
 }
 
@@ -113,11 +113,16 @@ CSettingsFile::CSettingsFile(const IDriver& driver)
 {
 }
 
+void CSettingsFile::OpenIn(CXMLParser& file) const
+{
+    file.Open(platform::IsFileThere(path_) ? path_ : systemPath_);
+}
+
 RateSettings CSettingsFile::ReadRateSettings(const DEVICE_INFO& deviceInfo, std::uint32_t channel) const
 {
     RateSettings settings;
     CXMLParser file;
-    file.Open(path_);
+    OpenIn(file);
     // One node decides: what a device's own element leaves out is not looked for in the file's defaults.
     const std::string node = ChannelNode(file, deviceInfo, channel);
     const auto read = [&](const char* key) { return file.ReadText(node, node, key); };
@@ -143,7 +148,7 @@ TransportSettings CSettingsFile::ReadTransportSettings(const DEVICE_INFO& device
 {
     TransportSettings settings;
     CXMLParser file;
-    file.Open(path_);
+    OpenIn(file);
     const DeviceReader reader(file, deviceInfo);
 
     TakeMode(reader.Text("/RTPMode"), {{"RTPOVERRTSP", RtpMode::kInterleaved}}, settings.rtpMode);
@@ -166,7 +171,7 @@ TransportSettings CSettingsFile::ReadTransportSettings(const DEVICE_INFO& device
 StreamingMode CSettingsFile::ReadStreamingMode() const
 {
     CXMLParser file;
-    file.Open(path_);
+    OpenIn(file);
     const std::string text = Utils::ToLower(file.GetText("Configuration/StreamingMode"));
     if (text.find("multicast") == std::string::npos)
         return StreamingMode::kUnicast;
@@ -177,7 +182,7 @@ StreamingMode CSettingsFile::ReadStreamingMode() const
 AudioCodecs CSettingsFile::ReadAudioCodecs(const DEVICE_INFO& deviceInfo) const
 {
     CXMLParser file;
-    file.Open(path_);
+    OpenIn(file);
     const DeviceReader reader(file, deviceInfo);
     return {reader.Text("AudioInputChannel/Codec"), reader.Text("AudioOutputChannel/Codec")};
 }

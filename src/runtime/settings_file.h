@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/host_process.h"
 #include "runtime/device_info.h"
 #include "runtime/driver.h"
 
@@ -10,6 +11,8 @@
 
 namespace korvane
 {
+
+class CXMLParser;
 
 enum class QualityMode : std::uint32_t
 {
@@ -73,10 +76,10 @@ struct AudioCodecs
     std::string output;
 };
 
-/// The XML file beside the host's executable by which an administrator tunes the driver;
-/// docs/settings-file.md tells what may stand in it. Each read opens the file anew, so that a change counts
-/// from the next read on. Without the file, and with a broken one, all is as the defaults say: nothing is
-/// found in it. Any thread; nothing throws.
+/// The XML file by which an administrator tunes the driver, in the host's directory or, if there is none, in
+/// the system's; docs/settings-file.md tells what may stand in it. Each read opens the file anew, so that a
+/// change counts from the next read on. Without the file, and with a broken one, all is as the defaults say:
+/// nothing is found in it. Any thread; nothing throws.
 class CSettingsFile
 {
 public:
@@ -85,8 +88,9 @@ public:
 
     /// `hostDirectory` with its closing separator, which is added when missing; empty stands for the current
     /// directory. Without a driver name there is no file.
-    CSettingsFile(const std::string& hostDirectory, const std::string& driverName);
-    explicit CSettingsFile(const std::string& driverName); ///< in the directory of the host's executable
+    CSettingsFile(const std::string& hostDirectory, const std::string& driverName,
+                  const std::string& systemDirectory = platform::kSystemDirectory);
+    explicit CSettingsFile(const std::string& driverName); ///< in `platform::HostDirectory`
     explicit CSettingsFile(const IDriver& driver);
 
     RateSettings ReadRateSettings(const DEVICE_INFO& deviceInfo, std::uint32_t channel) const;
@@ -94,10 +98,13 @@ public:
     StreamingMode ReadStreamingMode() const;
     AudioCodecs ReadAudioCodecs(const DEVICE_INFO& deviceInfo) const;
 
-    const std::string& Path() const { return path_; }
+    const std::string& Path() const { return path_; } ///< in the host's directory
 
 private:
+    void OpenIn(CXMLParser& file) const;
+
     const std::string path_;
+    const std::string systemPath_;
 };
 
 } // namespace korvane

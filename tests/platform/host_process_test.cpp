@@ -1,5 +1,7 @@
 #include "platform/host_process.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -42,6 +44,30 @@ TEST(HostProcess, ReadsTheVersionBesideAModule)
     EXPECT_EQ(ReadProductVersion("other.dll", directory), std::nullopt);
     std::filesystem::remove_all(directory);
     EXPECT_EQ(ReadProductVersion("bastrel.dll", directory), std::nullopt);
+}
+
+// Each in a process of its own, for the variable is read once.
+TEST(HostProcess, TakesTheFolderOfTheEnvironmentBeforeThatOfTheExecutable)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const std::string own = std::filesystem::read_symlink("/proc/self/exe").parent_path().string() + "/";
+    for (const auto& [value, directory] : test::Table<const char*, std::string>{
+             {"/srv/recorder", "/srv/recorder/"}, {"/srv/recorder/", "/srv/recorder/"}, {"", own}})
+    {
+        SCOPED_TRACE(value);
+        const auto tell = [](const char* text)
+        {
+            setenv("LARKMOOR_HOST_DIRECTORY", text, 1);
+            const std::string first = HostDirectory();
+            setenv("LARKMOOR_HOST_DIRECTORY", "/too/late", 1);
+            std::fprintf(stderr, "first %s then %s", first.c_str(), HostDirectory().c_str());
+            std::_Exit(0);
+        };
+        EXPECT_EXIT(tell(value), testing::ExitedWithCode(0),
+                    "^first " + directory + " then " + directory + "$");
+    }
+    unsetenv("LARKMOOR_HOST_DIRECTORY");
+    EXPECT_EQ(HostDirectory(), own);
 }
 
 } // namespace korvane::platform

@@ -90,6 +90,20 @@ TEST_F(SettingsFile, IsOptional)
     EXPECT_EQ(CSettingsFile("", "").ReadStreamingMode(), StreamingMode::kUnicast);
 }
 
+TEST_F(SettingsFile, IsTheSystemsWhereTheHostHasNone)
+{
+    const test::SettingsFolder system;
+    system.Write("<Configuration><StreamingMode>multicast</StreamingMode></Configuration>");
+    const CSettingsFile file(folder_.Path(), "Larkmoor", system.Path());
+    EXPECT_EQ(file.ReadStreamingMode(), StreamingMode::kMulticast);
+    folder_.Write("<Configuration><StreamingMode>multicast primary</StreamingMode></Configuration>");
+    EXPECT_EQ(file.ReadStreamingMode(), StreamingMode::kMulticastPrimary);
+    folder_.Write("broken, and yet there");
+    EXPECT_EQ(file.ReadStreamingMode(), StreamingMode::kUnicast);
+    std::filesystem::remove(file.Path());
+    EXPECT_EQ(file.ReadStreamingMode(), StreamingMode::kMulticast);
+}
+
 TEST_F(SettingsFile, SharesOneParseAmongReadersAtTheSameTime)
 {
     constexpr int kReaders = 32;

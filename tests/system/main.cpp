@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <exception>
 
-/// The driver looks for its settings beside the executable of its host: these tests go on as an executable in
-/// a folder of their own, so that several runs don't meet.
+/// The driver reads its settings from a private folder, so that runs at the same time don't disturb each
+/// other.
 int main(int argc, char** argv)
 try
 {
-    const larkmoor::host::PrivateFolder folder(argv);
+    const larkmoor::host::PrivateFolder folder;
     testing::InitGoogleMock(&argc, argv);
     larkmoor::test::Rig::Begin(folder);
     return RUN_ALL_TESTS();

@@ -14,7 +14,7 @@ int Do(int argc, char** argv)
     const auto command = ReadCommandLine(argc, argv);
     if (const auto* none = std::get_if<NoCommand>(&command))
         return none->exitStatus;
-    const PrivateFolder folder(argv);
+    const PrivateFolder folder;
     Interrupt::Install();
     return static_cast<int>(std::visit([&folder](const auto& options) { return Run(folder, options); },
                                        std::get<Command>(command)));

@@ -37,13 +37,34 @@ std::optional<ProductVersion> ParseVersion(std::string_view text)
     return ProductVersion{parts[0], parts[1], parts[2], parts[3]};
 }
 
-} // namespace
-
-std::string HostDirectory()
+std::string ExecutableDirectory()
 {
     std::error_code error;
     const std::string path = std::filesystem::read_symlink("/proc/self/exe", error).string();
     return path.substr(0, path.rfind('/') + 1);
+}
+
+std::string ReadHostDirectory()
+{
+    const char* const chosen = std::getenv("LARKMOOR_HOST_DIRECTORY");
+    const std::string directory = chosen == nullptr ? "" : chosen;
+    if (directory.empty())
+        return ExecutableDirectory();
+    return directory.back() == '/' ? directory : directory + '/';
+}
+
+} // namespace
+
+std::string HostDirectory()
+{
+    static const std::string directory = ReadHostDirectory();
+    return directory;
+}
+
+bool IsFileThere(const std::string& path)
+{
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
 }
 
 std::optional<ProductVersion> ReadProductVersion(const std::string& name, const std::string& directory)

@@ -17,59 +17,20 @@ namespace fs = std::filesystem;
 namespace
 {
 
-constexpr const char* kHomeVariable = "LARKMOOR_HOST_HOME"; // set for the second life only
-constexpr const char* kFolderPrefix = "larkmoor-host-";
-
 fs::path MakeFolder()
 {
-    std::string name = (fs::temp_directory_path() / kFolderPrefix).string() + "XXXXXX";
+    std::string name = (fs::temp_directory_path() / "larkmoor-host-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr)
-        throw Failure(ExitStatus::Internal, "can't make a folder " + name + ": " + std::strerror(errno));
+        throw Failure(ExitStatus::Internal, "can't make a folder " + name + ": " + std::strerror(errno) +
+                                                " (TMPDIR may name another place)");
     return name;
-}
-
-fs::path PlaceExecutable(const fs::path& executable, const fs::path& folder)
-{
-    const fs::path place = folder / executable.filename();
-    std::error_code error;
-    fs::create_hard_link(executable, place, error);
-    if (error) // another file system, or another owner's file
-        fs::copy_file(executable, place, error);
-    if (error)
-        throw Failure(ExitStatus::Internal,
-                      "can't put the executable into " + folder.string() + ": " + error.message());
-    return place;
 }
 
 } // namespace
 
-PrivateFolder::PrivateFolder(char** argv)
+PrivateFolder::PrivateFolder() : path_(MakeFolder())
 {
-    const fs::path executable = fs::read_symlink("/proc/self/exe");
-    const char* home = std::getenv(kHomeVariable);
-    if (home != nullptr && executable.parent_path().filename().string().starts_with(kFolderPrefix))
-    {
-        path_ = executable.parent_path();
-        home_ = home;
-        unsetenv(kHomeVariable);
-        return;
-    }
-
-    const fs::path folder = MakeFolder();
-    try
-    {
-        const fs::path place = PlaceExecutable(executable, folder);
-        setenv(kHomeVariable, executable.parent_path().c_str(), 1);
-        execv(place.c_str(), argv);
-        throw Failure(ExitStatus::Internal, "can't execute " + place.string() + ": " + std::strerror(errno) +
-                                                " (TMPDIR may name another place)");
-    }
-    catch (const Failure&)
-    {
-        std::error_code ignored;
-        fs::remove_all(folder, ignored);
-        throw;
-    }
+    setenv("LARKMOOR_HOST_DIRECTORY", path_.c_str(), 1);
 }
 
 PrivateFolder::~PrivateFolder()
@@ -90,6 +51,11 @@ fs::path PrivateFolder::Write(const std::string& name, const std::string& text) 
     if (!stream || error)
         throw Failure(ExitStatus::Internal, "can't write " + file.string());
     return file;
+}
+
+fs::path ExecutableFolder()
+{
+    return fs::read_symlink("/proc/self/exe").parent_path();
 }
 
 } // namespace larkmoor::host

@@ -156,7 +156,8 @@ ExitStatus Run(const PrivateFolder& folder, const HostileOptions& options)
 
     Console console;
     FaultList faults;
-    const DriverLibrary library(options.library.empty() ? folder.Home() / "liblarkmoor.so" : options.library);
+    const DriverLibrary library(options.library.empty() ? ExecutableFolder() / "liblarkmoor.so"
+                                                        : options.library);
     const HostileResult result = HostileRun(library, traces, faults, console, plan).Run();
     Print(result);
     const ExitStatus status = Judge(console, faults, options, result);
