@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace larkmoor::gst::test
+{
+
+/// A simulated camera in a process of its own, on free ports, with its truth in a file.
+class CameraProcess
+{
+public:
+    explicit CameraProcess(std::vector<std::string> words = {});
+    ~CameraProcess();
+    CameraProcess(const CameraProcess&) = delete;
+    CameraProcess& operator=(const CameraProcess&) = delete;
+
+    void Kill();  ///< at once, as a power cut does
+    void Halt();  ///< it holds its connections, and says nothing any more
+    void Begin(); ///< again, on the same ports
+
+    std::uint16_t HttpPort() const { return httpPort_; }
+    std::uint16_t RtspPort() const { return rtspPort_; }
+    std::string Location(const std::string& path = "") const; ///< as the element takes it
+
+    /// The MD5s of all units of that kind that were sent so far, in order.
+    std::vector<std::string> Truth(const std::string& kind) const;
+
+private:
+    std::filesystem::path folder_;
+    std::vector<std::string> words_;
+    std::uint16_t httpPort_ = 0;
+    std::uint16_t rtspPort_ = 0;
+    int lives_ = 0;
+    pid_t process_ = -1;
+};
+
+/// A port to which connections are made, and which never answers.
+class SilentPort
+{
+public:
+    SilentPort();
+    ~SilentPort();
+    SilentPort(const SilentPort&) = delete;
+    SilentPort& operator=(const SilentPort&) = delete;
+
+    std::string Location() const;
+
+private:
+    int socket_;
+    std::uint16_t port_ = 0;
+};
+
+} // namespace larkmoor::gst::test
