@@ -23,7 +23,7 @@
 
 extern "C"
 {
-    /// Creates a driver that is not open yet; null if there is no memory. The host deletes it with any of the
+    /// Creates a driver that is not open yet; null if memory runs out. The host deletes it with any of the
     /// `Delete...` functions. All five create the same object and return it under different interfaces. Any
     /// thread.
     LARKMOOR_EXPORT korvane::ipcapture::IIPCaptureDriver* CreateIPCapture();
@@ -40,7 +40,7 @@ extern "C"
     LARKMOOR_EXPORT void DeleteIPCaptureEx3(korvane::ipcapture::IIPCaptureDriverEx3* driver);
     LARKMOOR_EXPORT void DeleteIPCaptureEx4(korvane::ipcapture::IIPCaptureDriverEx4* driver);
 
-    /// Creates a query module; null if there is no memory. `videoStandard`: 0 PAL, otherwise NTSC; used for
+    /// Creates a query module; null if memory runs out. `videoStandard`: 0 PAL, otherwise NTSC; used for
     /// property 1, and for a device that does not report its own. `sink` may be null and must stay valid
     /// until the module is deleted. Any thread.
     LARKMOOR_EXPORT korvane::ipcapture::IIPCapabilityQuery*

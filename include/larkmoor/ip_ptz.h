@@ -12,7 +12,7 @@ constexpr std::int32_t kPTZDone = 1;         ///< done, or queued
 constexpr std::int32_t kPTZBadArgument = -3; ///< also: the name does not fit into the buffer
 constexpr std::int32_t kPTZNotQueued =
     -18; ///< not queued, the driver is closing, or the preset was not added
-constexpr std::int32_t kPTZPresetFailed = -23;   ///< there is no such preset, or the device refused
+constexpr std::int32_t kPTZPresetFailed = -23;   ///< no preset of this name, or the device refused
 constexpr std::int32_t kPTZPresetListFull = -26; ///< the device cannot store another preset
 
 /// Directions of `IIPPTZApi::StartMove`.
