@@ -2,6 +2,7 @@
 
 #include "platform/socket.h"
 #include "support/fake_driver.h"
+#include "support/own_descriptors.h"
 
 #include <gtest/gtest.h>
 
@@ -21,14 +22,6 @@ using test::FakeDriver;
 
 namespace
 {
-
-/// Skips where the undefined-behaviour sanitizer is in: its check of an object's type needs a descriptor to
-/// look at memory that it has not seen yet.
-#ifdef __SANITIZE_ADDRESS__ // that preset holds both
-#define SKIP_UNLESS_DESCRIPTORS_ARE_OURS() GTEST_SKIP() << "the sanitizer needs descriptors of its own"
-#else
-#define SKIP_UNLESS_DESCRIPTORS_ARE_OURS() static_cast<void>(0)
-#endif
 
 /// Leaves the process room for `count` more descriptors, for a scope.
 class RoomForDescriptors

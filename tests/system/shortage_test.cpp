@@ -1,5 +1,6 @@
 #include "host/base/process_usage.h"
 #include "support/multicast_network.h"
+#include "support/own_descriptors.h"
 #include "system/rig.h"
 
 #include <gtest/gtest.h>
@@ -31,15 +32,6 @@ using Clock = std::chrono::steady_clock;
 constexpr bool kAddressSpaceIsOurs = false; // a sanitizer takes terabytes of it
 #else
 constexpr bool kAddressSpaceIsOurs = true;
-#endif
-
-/// Skips a test that uses up all descriptors where the undefined-behaviour sanitizer is in: its check of an
-/// object's type needs a descriptor to look at memory that it has not seen yet, and without one it calls
-/// every object foreign.
-#ifdef __SANITIZE_ADDRESS__ // that preset holds both
-#define SKIP_UNLESS_DESCRIPTORS_ARE_OURS() GTEST_SKIP() << "the sanitizer needs descriptors of its own"
-#else
-#define SKIP_UNLESS_DESCRIPTORS_ARE_OURS() static_cast<void>(0)
 #endif
 
 /// A camera in a process of its own, which no limit of this one touches.
