@@ -232,6 +232,7 @@ void HostileRun::JudgeProcess()
 
 HostileResult HostileRun::Run()
 {
+    std::thread([] {}).join(); // a sanitizer starts a thread of its own with the process's first
     const ProcessUsage first = MeasureProcess();
     result_.threadsAtFirst = first.threads;
     result_.descriptorsAtFirst = first.descriptors;
