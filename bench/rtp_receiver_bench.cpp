@@ -122,7 +122,7 @@ void ReceiveBare(benchmark::State& state)
                     reached.Set();
             }
         });
-    SendBursts(state, platform::ToHost(address.sin_port),
+    SendBursts(state, ntohs(address.sin_port),
                [&](std::uint64_t packets)
                {
                    awaited = packets;
