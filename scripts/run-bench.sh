@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # [NAME...]: runs the benchmarks of build/bench, or those named (rtp_packet for rtp_packet_bench).
-# peers [SECONDS]: the driver beside other receivers, each load for SECONDS (15).
+# peers [SECONDS [LOAD...]]: the driver beside other receivers, each load (16udp, 64tcp ...) for SECONDS (15); with
+# LARKMOOR_BEFORE=FOLDER beside the driver of another build too.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ "${1:-}" = peers ]; then

@@ -44,7 +44,7 @@ struct Load
 struct Usage
 {
     double cpuSeconds = 0;
-    double residentMB = 0;
+    double memoryMB = 0;
     int threads = 0;
 };
 
@@ -52,7 +52,7 @@ struct Result
 {
     std::string receiver;
     double msPerStreamSecond = 0; // processor time
-    double residentMBPerStream = 0;
+    double memoryMBPerStream = 0;
     double marginalMBPerStream = 0; // of each stream but the first; 0 with one stream
     int threads = 0;
     double frames = 0; // whole run
@@ -105,7 +105,7 @@ Usage UsageOf(const std::vector<pid_t>& processes)
         for (const auto& task : std::filesystem::directory_iterator(folder + "/task", gone))
             usage.cpuSeconds += std::atof(ReadFile(task.path() / "schedstat").c_str()) / 1e9;
         const std::string status = ReadFile(folder + "/status");
-        usage.residentMB += Number(status, "VmRSS:\\s+(\\d+)") / 1024.0;
+        usage.memoryMB += Number(ReadFile(folder + "/smaps_rollup"), "\nPss:\\s+(\\d+)") / 1024.0;
         usage.threads += static_cast<int>(Number(status, "Threads:\\s+(\\d+)"));
     }
     return usage;
@@ -150,10 +150,12 @@ public:
     }
 
     // First, because it sets the camera's encoder for those behind it.
-    Result Driver()
+    Result Driver() { return Driver("driver", build_); }
+
+    Result Driver(const std::string& name, const std::string& build)
     {
         const std::string json = "/tmp/larkmoor-peers-load.json";
-        Words words = {build_ + "/larkmoor-host",
+        Words words = {build + "/larkmoor-host",
                        "load",
                        "--address",
                        "127.0.0.1",
@@ -178,7 +180,7 @@ public:
                        "--json",
                        json,
                        "--quiet"};
-        Result result = Measure("driver", {words});
+        Result result = Measure(name, {words});
         const std::string report = ReadFile(json);
         result.frames = Number(report, "\"frames\": (\\d+)");
         result.megabytesPerSecond = Number(report, "\"bytes\": (\\d+)") / 1e6 / (kWarmSeconds + seconds_ + 1);
@@ -260,7 +262,7 @@ private:
         result.receiver = name;
         result.msPerStreamSecond =
             (after.cpuSeconds - before.cpuSeconds) * 1000.0 / (seconds_ - 1) / load_.streams;
-        result.residentMBPerStream = after.residentMB / load_.streams;
+        result.memoryMBPerStream = after.memoryMB / load_.streams;
         result.threads = after.threads;
         return result;
     }
@@ -279,10 +281,10 @@ void FillMarginalMemory(const Load& load, std::vector<Result>& results)
     {
         const std::string key = result.receiver + load.transport + load.size;
         if (load.streams == 1)
-            ofOne[key] = result.residentMBPerStream;
+            ofOne[key] = result.memoryMBPerStream;
         else if (ofOne.contains(key))
             result.marginalMBPerStream =
-                (result.residentMBPerStream * load.streams - ofOne[key]) / (load.streams - 1);
+                (result.memoryMBPerStream * load.streams - ofOne[key]) / (load.streams - 1);
     }
 }
 
@@ -294,26 +296,28 @@ void Print(const Load& load, const std::vector<Result>& results)
                 "MB/stream", "MB/further", "threads", "MB/s");
     for (const Result& result : results)
         std::printf("  %-10s %10.0f %15.2f %10.2f %10.2f %8d %10.1f\n", result.receiver.c_str(),
-                    result.frames, result.msPerStreamSecond, result.residentMBPerStream,
+                    result.frames, result.msPerStreamSecond, result.memoryMBPerStream,
                     result.marginalMBPerStream, result.threads, result.megabytesPerSecond);
     const Result& driver = results.front();
     double cpu = 1e9;
     double memory = 1e9;
     double marginal = 1e9;
     double speed = 0;
-    for (std::size_t i = 2; i < results.size(); ++i) // behind the driver and the floor
+    for (const Result& result : results)
     {
-        cpu = std::min(cpu, results[i].msPerStreamSecond);
-        memory = std::min(memory, results[i].residentMBPerStream);
-        marginal = std::min(marginal, results[i].marginalMBPerStream);
-        speed = std::max(speed, results[i].megabytesPerSecond);
+        if (result.receiver != "GStreamer" && result.receiver != "FFmpeg")
+            continue;
+        cpu = std::min(cpu, result.msPerStreamSecond);
+        memory = std::min(memory, result.memoryMBPerStream);
+        marginal = std::min(marginal, result.marginalMBPerStream);
+        speed = std::max(speed, result.megabytesPerSecond);
     }
     if (load.flood)
         std::printf("  driver's speed to the best peer's: %.2f\n", driver.megabytesPerSecond / speed);
     else
         std::printf("  driver to the best peer: processor time %.2f, memory %.2f, of a further stream %.2f; "
                     "processor time to the floor %.2f\n",
-                    driver.msPerStreamSecond / cpu, driver.residentMBPerStream / memory,
+                    driver.msPerStreamSecond / cpu, driver.memoryMBPerStream / memory,
                     marginal > 0 ? driver.marginalMBPerStream / marginal : 0.0,
                     driver.msPerStreamSecond / results[1].msPerStreamSecond);
     std::fflush(stdout);
@@ -350,6 +354,8 @@ int main(int argc, char** argv)
         Run run(build, seconds, load, camera);
         std::vector<Result> results = {run.Driver(), run.Bare(), run.GStreamer()};
         results.push_back(run.FFmpeg(results.front()));
+        if (const char* before = std::getenv("LARKMOOR_BEFORE"))
+            results.push_back(run.Driver("before", before));
         FillMarginalMemory(load, results);
         Print(load, results);
     }
