@@ -1,7 +1,7 @@
 // The key and value reader over any text. The input's first line holds the key, the assignment and the
 // separators, cut by tabs; the rest is the text.
 
-#include "http/param_text.h"
+#include "runtime/param_text.h"
 
 #include <cstdlib>
 #include <string_view>

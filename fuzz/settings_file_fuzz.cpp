@@ -1,6 +1,6 @@
 // The settings file with any content, through every reader.
 
-#include "runtime/settings_file.h"
+#include "device/settings_file.h"
 
 #include <cstdio>
 #include <cstdlib>

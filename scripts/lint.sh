@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Format, floors, names, the share of tests, then clang-tidy. `lint.sh quick` leaves clang-tidy out.
+# Format, layers, names, the share of tests, then clang-tidy. `lint.sh quick` leaves clang-tidy out.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 failed=0
@@ -11,18 +11,19 @@ echo "== format"
 sources src include tools gstreamer examples tests fuzz bench | { xargs clang-format --dry-run -Werror 2>&1 || true; } |
     { grep -E 'error:' || true; } | found && fail "run ./dev format"
 
-echo "== floors"
+echo "== layers"
 # A folder may include itself and what stands in the list behind its name.
 allowed()
 {
     case "$1" in
         platform) echo "" ;;
         runtime) echo "platform" ;;
-        http) echo "runtime platform" ;;
-        transport) echo "http runtime platform" ;;
-        parsers) echo "transport http runtime platform" ;;
-        channels | audio | ptz | io | discovery) echo "parsers transport http runtime platform" ;;
-        plugin) echo "channels audio ptz io discovery parsers transport http runtime platform" ;;
+        device) echo "runtime platform" ;;
+        http) echo "device runtime platform" ;;
+        transport) echo "http device runtime platform" ;;
+        parsers) echo "transport http device runtime platform" ;;
+        channels | audio | ptz | io | discovery) echo "parsers transport http device runtime platform" ;;
+        plugin) echo "channels audio ptz io discovery parsers transport http device runtime platform" ;;
     esac
 }
 for file in $(sources src); do
@@ -39,11 +40,11 @@ for file in $(sources include); do
     grep -nE '^#include' "$file" | grep -vE '<cstdint>|<larkmoor/|"larkmoor/|"[a-z_]+\.h"' && fail "$file includes more than <cstdint>"
 done
 for file in $(sources tools/host); do
-    grep -nE '^#include "(platform|runtime|http|transport|parsers|channels|audio|ptz|io|discovery|plugin)/' "$file" &&
+    grep -nE '^#include "(platform|runtime|device|http|transport|parsers|channels|audio|ptz|io|discovery|plugin)/' "$file" &&
         ! [ -e "tools/$(grep -oE '"[^"]+"' "$file" | head -1 | tr -d '"')" ] && fail "$file reaches into the driver"
 done
 for file in $(sources gstreamer); do
-    grep -nE '^#include "(platform|runtime|http|transport|parsers|channels|audio|ptz|io|discovery|plugin|camera)/' "$file" &&
+    grep -nE '^#include "(platform|runtime|device|http|transport|parsers|channels|audio|ptz|io|discovery|plugin|camera)/' "$file" &&
         fail "$file reaches into the driver"
 done
 for file in $(sources examples); do

@@ -6,8 +6,8 @@
 #include <functional>
 #include <vector>
 
+#include "device/driver.h"
 #include "parsers/rtp_media_parser.h"
-#include "runtime/driver.h"
 
 namespace korvane::test
 {

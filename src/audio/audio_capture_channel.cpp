@@ -1,9 +1,9 @@
 #include "audio/audio_capture_channel.h"
 
-#include "http/param_text.h"
+#include "device/device_properties.h"
+#include "device/host_call.h"
 #include "http/send_request.h"
-#include "runtime/device_properties.h"
-#include "runtime/host_call.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 #include <algorithm>

@@ -3,8 +3,8 @@
 #include "audio/audio_channel_creator.h"
 #include "audio/base_rtp_audio_parser.h"
 #include "audio/base_rtp_data_channel.h"
+#include "device/client_gate.h"
 #include "platform/socket.h"
-#include "runtime/client_gate.h"
 #include "runtime/logger_instance.h"
 #include "runtime/one_at_a_time.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/driver.h"
-#include "runtime/host_frame.h"
+#include "device/driver.h"
+#include "device/host_frame.h"
 #include "runtime/time.h"
 #include "transport/sdp_response_parser.h"
 

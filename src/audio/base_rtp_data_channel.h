@@ -1,7 +1,7 @@
 #pragma once
 
+#include "device/driver.h"
 #include "runtime/base_thread.h"
-#include "runtime/driver.h"
 #include "runtime/time.h"
 #include "transport/rtsp_stream.h"
 

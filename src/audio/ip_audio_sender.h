@@ -2,7 +2,7 @@
 
 #include "audio/audio_channel_creator.h"
 #include "audio/audio_channel_table.h"
-#include "runtime/host_call.h"
+#include "device/host_call.h"
 
 namespace korvane
 {

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "channels/camera_channel.h"
+#include "device/client_gate.h"
+#include "device/driver.h"
 #include "platform/socket.h"
 #include "platform/thread.h"
-#include "runtime/client_gate.h"
-#include "runtime/driver.h"
 #include "runtime/event.h"
 #include "runtime/recursive_lock.h"
 #include "runtime/set_up.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/channel_settings.h"
+#include "device/channel_settings.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "channels/common_rtsp_channel.h"
 
-#include "http/param_text.h"
 #include "http/send_request.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 #include <utility>

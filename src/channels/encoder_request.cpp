@@ -1,6 +1,6 @@
 #include "channels/encoder_request.h"
 
-#include "http/param_text.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "runtime/channel_settings.h"
-#include "runtime/device_properties.h"
-#include "runtime/settings_file.h"
+#include "device/channel_settings.h"
+#include "device/device_properties.h"
+#include "device/settings_file.h"
 
 #include <cstdint>
 #include <string>

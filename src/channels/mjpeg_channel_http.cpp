@@ -1,8 +1,8 @@
 #include "channels/mjpeg_channel_http.h"
 
 #include "channels/encoder_request.h"
-#include "http/param_text.h"
 #include "http/send_request.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 #include <algorithm>

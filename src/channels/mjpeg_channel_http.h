@@ -1,9 +1,9 @@
 #pragma once
 
 #include "channels/base_camera_channel.h"
+#include "device/device_properties.h"
 #include "http/win_inet_http_client.h"
 #include "parsers/jpeg_media_parser.h"
-#include "runtime/device_properties.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "device/device_info.h"
 #include "discovery/camera_properties.h"
 #include "discovery/store_writer.h"
-#include "runtime/device_info.h"
 
 #include <larkmoor/capability_store.h>
 

@@ -1,9 +1,9 @@
 #include "discovery/capability_query_module.h"
 
+#include "device/host_call.h"
 #include "platform/host_process.h"
 #include "runtime/base_thread.h"
 #include "runtime/guarded.h"
-#include "runtime/host_call.h"
 
 #include <string>
 

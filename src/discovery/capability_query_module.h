@@ -1,8 +1,8 @@
 #pragma once
 
+#include "device/device_info.h"
 #include "discovery/camera_properties_ex.h"
 #include "platform/thread.h"
-#include "runtime/device_info.h"
 #include "runtime/one_at_a_time.h"
 #include "runtime/smart_ptr.h"
 

@@ -1,6 +1,6 @@
 #include "discovery/device_description.h"
 
-#include "http/param_text.h"
+#include "runtime/param_text.h"
 
 #include <algorithm>
 #include <utility>

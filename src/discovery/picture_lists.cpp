@@ -1,6 +1,6 @@
 #include "discovery/picture_lists.h"
 
-#include "runtime/device_properties.h"
+#include "device/device_properties.h"
 #include "runtime/text.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "discovery/vivotek_camera_properties.h"
 
-#include "http/param_text.h"
 #include "http/send_request.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "device/bastrel_supported_features.h"
+#include "device/device_properties.h"
+#include "device/settings_file.h"
 #include "discovery/camera_properties_ex.h"
 #include "discovery/device_description.h"
-#include "runtime/bastrel_supported_features.h"
-#include "runtime/device_properties.h"
-#include "runtime/settings_file.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "device/device_info.h"
 #include "platform/http_exchange.h"
-#include "runtime/device_info.h"
 #include "runtime/recursive_lock.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/client_gate.h"
-#include "runtime/driver.h"
+#include "device/client_gate.h"
+#include "device/driver.h"
 #include "runtime/one_at_a_time.h"
 #include "runtime/queue_thread.h"
 #include "runtime/recursive_lock.h"

@@ -1,8 +1,8 @@
 #include "io/vivotek_io.h"
 
-#include "http/param_text.h"
+#include "device/device_properties.h"
 #include "http/send_request.h"
-#include "runtime/device_properties.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 #include <string>

@@ -1,9 +1,9 @@
 #include "parsers/jpeg_media_parser.h"
 
+#include "device/host_frame.h"
 #include "parsers/jpeg_tables.h"
 #include "runtime/byte_order.h"
 #include "runtime/guarded.h"
-#include "runtime/host_frame.h"
 
 #include <cstring>
 #include <string>

@@ -10,9 +10,9 @@
 
 #include <larkmoor/host_frame.h>
 
+#include "device/driver.h"
+#include "device/host_frame.h"
 #include "parsers/time_stamp_converter.h"
-#include "runtime/driver.h"
-#include "runtime/host_frame.h"
 #include "transport/rtp_packet.h"
 
 namespace korvane

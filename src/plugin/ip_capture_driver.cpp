@@ -1,9 +1,9 @@
 #include "plugin/ip_capture_driver.h"
 
-#include "runtime/bastrel_supported_features.h"
+#include "device/bastrel_supported_features.h"
+#include "device/host_call.h"
 #include "runtime/debug_info.h"
 #include "runtime/guarded.h"
-#include "runtime/host_call.h"
 #include "runtime/text.h"
 
 #include <cstdarg>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "device/driver.h"
 #include "platform/host_process.h"
 #include "plugin/ip_video_capture.h"
-#include "runtime/driver.h"
 #include "runtime/recursive_lock.h"
 
 #include <larkmoor/ip_capture_driver.h>

@@ -1,7 +1,7 @@
 #include "plugin/ip_video_capture.h"
 
+#include "device/host_call.h"
 #include "runtime/guarded.h"
-#include "runtime/host_call.h"
 
 #include <utility>
 

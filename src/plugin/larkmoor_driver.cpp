@@ -3,12 +3,12 @@
 #include "audio/audio_capture_channel.h"
 #include "channels/codec_channels_rtsp.h"
 #include "channels/mjpeg_channel_http.h"
+#include "device/device_properties.h"
+#include "device/host_call.h"
 #include "discovery/camera_properties.h"
 #include "io/vivotek_io.h"
 #include "ptz/vivotek_ptz_control.h"
-#include "runtime/device_properties.h"
 #include "runtime/guarded.h"
-#include "runtime/host_call.h"
 #include "runtime/text.h"
 
 namespace korvane

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "device/driver.h"
 #include "ptz/preposition_list.h"
-#include "runtime/driver.h"
 #include "runtime/queue_thread.h"
 #include "runtime/recursive_lock.h"
 

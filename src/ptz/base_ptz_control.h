@@ -1,9 +1,9 @@
 #pragma once
 
+#include "device/driver.h"
 #include "ptz/base_ptz_comm.h"
 #include "ptz/open_calls.h"
 #include "ptz/preposition_list.h"
-#include "runtime/driver.h"
 #include "runtime/one_at_a_time.h"
 
 #include <larkmoor/ip_ptz.h>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "device/driver.h"
 #include "ptz/base_ptz_control.h"
-#include "runtime/driver.h"
 
 #include <larkmoor/ip_ptz.h>
 

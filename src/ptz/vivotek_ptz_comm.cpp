@@ -1,8 +1,8 @@
 #include "ptz/vivotek_ptz_comm.h"
 
-#include "http/param_text.h"
+#include "device/device_properties.h"
 #include "http/send_request.h"
-#include "runtime/device_properties.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 #include <algorithm>

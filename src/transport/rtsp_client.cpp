@@ -4,9 +4,9 @@
 #include <span>
 #include <vector>
 
-#include "http/param_text.h"
 #include "platform/clock.h"
 #include "runtime/guarded.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 namespace korvane

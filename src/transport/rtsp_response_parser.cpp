@@ -6,7 +6,7 @@
 #include <system_error>
 #include <utility>
 
-#include "http/param_text.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 namespace korvane

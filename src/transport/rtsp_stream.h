@@ -4,10 +4,10 @@
 #include <functional>
 #include <string>
 
-#include "runtime/driver.h"
+#include "device/driver.h"
+#include "device/settings_file.h"
 #include "runtime/event.h"
 #include "runtime/set_up.h"
-#include "runtime/settings_file.h"
 #include "transport/rtcp_handler.h"
 #include "transport/rtp_receiver.h"
 #include "transport/rtsp_client.h"

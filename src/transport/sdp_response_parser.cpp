@@ -4,8 +4,8 @@
 
 #include <larkmoor/host_frame.h>
 
-#include "http/param_text.h"
 #include "runtime/encoding.h"
+#include "runtime/param_text.h"
 #include "runtime/text.h"
 
 namespace korvane

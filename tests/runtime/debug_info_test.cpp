@@ -2,7 +2,7 @@
 
 #include "support/table.h"
 
-#include "runtime/bastrel_supported_features.h"
+#include "device/bastrel_supported_features.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/driver.h"
+#include "device/driver.h"
 #include "support/fake_host.h"
 
 #include <map>

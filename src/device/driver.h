@@ -1,8 +1,8 @@
 #pragma once
 
-#include "runtime/channel_settings.h"
+#include "device/channel_settings.h"
+#include "device/device_info.h"
 #include "runtime/debug_message.h"
-#include "runtime/device_info.h"
 
 #include <larkmoor/host_frame.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/host_call.h"
+#include "device/host_call.h"
 
 #include <atomic>
 #include <cstdint>

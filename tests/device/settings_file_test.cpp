@@ -1,4 +1,4 @@
-#include "runtime/settings_file.h"
+#include "device/settings_file.h"
 
 #include "support/settings_folder.h"
 #include "support/table.h"

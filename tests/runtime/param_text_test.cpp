@@ -1,4 +1,4 @@
-#include "http/param_text.h"
+#include "runtime/param_text.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
-#include "runtime/host_frame.h"
+#include "device/host_frame.h"
 
-#include "runtime/host_call.h"
+#include "device/host_call.h"
 
 #include <vector>
 

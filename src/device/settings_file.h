@@ -1,8 +1,8 @@
 #pragma once
 
+#include "device/device_info.h"
+#include "device/driver.h"
 #include "platform/host_process.h"
-#include "runtime/device_info.h"
-#include "runtime/driver.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/driver.h"
+#include "device/driver.h"
 
 #include <larkmoor/device_property.h>
 

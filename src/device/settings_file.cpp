@@ -1,4 +1,4 @@
-#include "runtime/settings_file.h"
+#include "device/settings_file.h"
 
 #include "runtime/text.h"
 #include "runtime/xml_parser.h"

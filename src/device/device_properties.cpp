@@ -1,4 +1,4 @@
-#include "runtime/device_properties.h"
+#include "device/device_properties.h"
 
 #include "runtime/text.h"
 
