@@ -12,6 +12,12 @@
 namespace korvane
 {
 
+// Codes of a failed query, and of a failed fetch.
+constexpr std::uint32_t kBadAddress = 0;
+constexpr std::uint32_t kLoginRefused = 1;
+constexpr std::uint32_t kOffline = 2;
+constexpr std::uint32_t kOtherFailure = 3;
+
 /// What a device is and can do, read from the device and then written into the host's store.
 ///
 /// Made for one query, filled once and saved once, on the query's thread. `CancelFetch` alone may come from
@@ -29,7 +35,7 @@ public:
     virtual ~CCameraPropertiesEx() = default;
 
     /// Reads the device; blocks for as long as its requests take. On false `errorCode` receives the reason,
-    /// 1 for a refused login and 3 for anything else, unless the fetch was cancelled.
+    /// `kLoginRefused` or `kOtherFailure`, unless the fetch was cancelled.
     virtual bool FetchProperties(std::uint32_t* errorCode) = 0;
 
     /// Writes all into `store`. False for a null store, and for one that throws.

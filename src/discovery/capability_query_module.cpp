@@ -17,15 +17,9 @@ constexpr std::uint32_t kTimeoutMs = 10000;
 constexpr std::uint32_t kExitOfException = 0x123456;
 constexpr const char* kNeverInAddress = "@#$%^&*(){}[]/\\+=|:;,~'\"!?";
 
-// Codes of a failed query, and of a failed fetch.
-constexpr std::uint32_t kBadAddress = 0;
-constexpr std::uint32_t kLoginRefused = 1;
-constexpr std::uint32_t kOffline = 2;
-constexpr std::uint32_t kOther = 3;
-
 struct Outcome
 {
-    std::uint32_t code = kOther;
+    std::uint32_t code = kOtherFailure;
     std::string text; // empty: the query is done
 };
 

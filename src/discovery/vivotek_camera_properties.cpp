@@ -15,8 +15,6 @@ namespace
 
 constexpr const char* kDriverName = "Larkmoor";
 constexpr std::uint32_t kUnauthorized = 401;
-constexpr std::uint32_t kLoginRefused = 1;
-constexpr std::uint32_t kOtherFailure = 3;
 constexpr std::uint32_t kListedPresets = 256; // names that are looked for when a device tells no count
 
 class CHttpParameterSource : public IParameterSource
