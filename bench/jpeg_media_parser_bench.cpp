@@ -115,6 +115,7 @@ BENCHMARK(WalkAndCopyTwice)->Name("memchr walk and two memcpy")->Arg(640)->Arg(1
 class Counter final : public korvane::IMediaReceiver
 {
 public:
+    bool WantsFrames() override { return true; }
     bool OnMediaFrame(korvane::ipcapture::IHostFrame*) override
     {
         ++frames;

@@ -17,6 +17,7 @@ using Bytes = std::vector<std::uint8_t>;
 class Collector final : public korvane::IMediaReceiver
 {
 public:
+    bool WantsFrames() override { return true; }
     Collector() { parser_.SetReceiver(this); }
 
     bool OnMediaFrame(korvane::ipcapture::IHostFrame*) override

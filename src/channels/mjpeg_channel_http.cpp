@@ -43,10 +43,7 @@ CMJPEGChannelHTTP::CMJPEGChannelHTTP(std::uint32_t channel, IDriver* driver,
 
 bool CMJPEGChannelHTTP::OnMediaFrame(ipcapture::IHostFrame* frame)
 {
-    const bool isTaken = SendFrameToHost(frame);
-    if (IsStopping())
-        parser_.SetReceiver(nullptr); // the other pictures of the block must not hold up the stop
-    if (!isTaken)
+    if (!SendFrameToHost(frame))
         return false;
     TouchLastFrame();
     SetCameraState(true);

@@ -21,6 +21,7 @@ public:
 
     /// For the parser, on the channel's thread. True if the host took the frame.
     bool OnMediaFrame(ipcapture::IHostFrame* frame) override;
+    bool WantsFrames() override { return !IsStopping(); }
 
 protected:
     CSetUp::Needs Prepare() override { return {.descriptors = 3}; } // an HTTP exchange

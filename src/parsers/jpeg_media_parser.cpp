@@ -92,7 +92,7 @@ void CJpegMediaParser::Forget()
 
 void CJpegMediaParser::Deliver()
 {
-    if (receiver_ == nullptr || width_ == 0 || height_ == 0)
+    if (receiver_ == nullptr || !receiver_->WantsFrames() || width_ == 0 || height_ == 0)
         return;
     const auto sizeBytes = static_cast<std::uint32_t>(frame_.size());
     const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driver_->GetDriverName(),

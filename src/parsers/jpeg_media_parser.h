@@ -21,6 +21,10 @@ public:
     /// True if the frame was taken. Runs on the thread that parses; the frame is the parser's, which releases
     /// it when the call has returned.
     virtual bool OnMediaFrame(ipcapture::IHostFrame* frame) = 0;
+
+    /// False once a stop was asked for: what the parser still has is dropped, and the host is not asked for
+    /// memory any more.
+    virtual bool WantsFrames() = 0;
 };
 
 /// Cuts the body of an HTTP response into frames. One thread: the one that reads the body.

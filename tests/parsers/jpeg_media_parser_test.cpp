@@ -19,6 +19,7 @@ using test::operator+;
 class Receiver final : public IMediaReceiver
 {
 public:
+    bool WantsFrames() override { return true; }
     bool OnMediaFrame(ipcapture::IHostFrame* frame) override
     {
         frames.push_back(static_cast<test::FakeFrame*>(frame)->Record());
