@@ -140,7 +140,7 @@ bool ThreadState::GiveUp()
     }
     if (phase != kAway && !posix::FutexWait(phase_, kGivenUp, Thread::kGiveUpMs))
         HaltBySignal();
-    return true;
+    return phase_.load(std::memory_order_acquire) != kEnded; // it may have come to its end meanwhile
 }
 
 void* ThreadState::Run(void* statePointer)
