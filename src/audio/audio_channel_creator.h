@@ -20,6 +20,7 @@ public:
     /// if a `shared_ptr` owns it.
     /// False then: it is to be stopped once more, from elsewhere, before what it uses goes.
     virtual bool Stop() = 0;
+    virtual void RequestStop() = 0; ///< tells the channel's thread to stop, without waiting; `Stop` follows
     virtual std::uint32_t GetState() const = 0; ///< as `ipcapture::IHostAudioClient::StateChanged`
 };
 

@@ -22,7 +22,22 @@ class TAudioChannelTable
 {
 public:
     explicit TAudioChannelTable(std::uint32_t maximum) : maximum_(maximum) {}
-    ~TAudioChannelTable() ///< stops all channels, in order
+    void RequestStop() ///< tells all channels to stop, and waits for none
+    {
+        Channels channels;
+        {
+            const CLockGuard guard(lock_);
+            channels = channels_;
+        }
+        for (const auto& entry : channels)
+        {
+            if (entry.second.channel != nullptr)
+                entry.second.channel->RequestStop();
+        }
+    }
+    ~TAudioChannelTable() { StopAll(); }
+    bool
+    StopAll() ///< in order; false if one was stopped from inside its own call and is to be stopped once more
     {
         Channels channels;
         {
@@ -34,7 +49,7 @@ public:
             if (entry.second.channel != nullptr)
                 leaving_.End(entry.second.channel);
         }
-        leaving_.EndAll();
+        return leaving_.EndAll();
     }
     TAudioChannelTable(const TAudioChannelTable&) = delete;
     TAudioChannelTable& operator=(const TAudioChannelTable&) = delete;

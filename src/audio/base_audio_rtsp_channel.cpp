@@ -61,6 +61,12 @@ bool CBaseAudioRTSPChannel::Start()
     return false;
 }
 
+void CBaseAudioRTSPChannel::RequestStop()
+{
+    stopEvent_.Set();
+    OnStopRequested();
+}
+
 bool CBaseAudioRTSPChannel::Stop()
 {
     if (gate_.IsInside()) // the caller is a thread of this channel, or one that it waits for
@@ -83,6 +89,7 @@ void CBaseAudioRTSPChannel::Run()
 {
     try
     {
+        const CClientGateBase::Inside inside(gate_);
         CBaseRTPDataChannel::Run();
     }
     catch (...) // nothing throws but for want of memory: the sound ends, and a stop finds that
@@ -220,6 +227,7 @@ void CBaseAudioRTSPChannel::OnRTPPacket(CRTPPacket& packet)
 
 void CBaseAudioRTSPChannel::ProcessPacket(CRTPPacket& packet)
 {
+    const CClientGateBase::Inside inside(gate_);
     // Before the description has set the parser up, what comes to a port over UDP is a stranger's.
     if (!isDescribed_)
         return;
@@ -241,6 +249,7 @@ bool CBaseAudioRTSPChannel::AudioFrame(ipcapture::IHostFrame* frame)
 
 bool CBaseAudioRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
 {
+    const CClientGateBase::Inside inside(gate_);
     const SDPMediaSection& section = response.description.audio;
     const SDPAudioFormat& offered = response.description.audioFormat;
     switch (offered.codecCode)

@@ -46,6 +46,7 @@ public:
                           ipcapture::IHostAudioClient* client, ipcapture::IHostCodecList* codecList);
 
     bool Start() override; ///< begins afresh; false if the thread can't be made
+    void RequestStop() override;
     bool Stop() override; ///< also the first thing in the destructor of a class that adds to what threads use
     std::uint32_t GetState() const override { return static_cast<std::uint32_t>(state_.load()); }
 

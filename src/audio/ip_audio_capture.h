@@ -16,6 +16,9 @@ public:
     {
     }
 
+    bool StopAll() { return channels_.StopAll(); }  ///< as the table's
+    void RequestStop() { channels_.RequestStop(); } ///< tells all channels to stop, and waits for none
+
     std::uint32_t GetChannelCount() override { return channels_.Count(); }
     bool StartChannel(std::uint32_t audioChannel, std::uint32_t videoChannel,
                       ipcapture::IHostAudioClient* client, ipcapture::IHostCodecList* codecList) override

@@ -43,7 +43,7 @@ bool CBaseCameraChannel::Stop()
         return StopFromInside();
     stopEvent_.Set();
     bool isGivenUp = false;
-    if (thread_.HasHandle() && thread_.Id() != platform::Thread::CurrentId())
+    if (thread_.HasHandle())
     {
         const std::uint32_t limitMs = 2 * driver_->GetDeviceInfo().networkTimeoutMs;
         if (!EndThread(thread_, limitMs, [this] { OnStopRequested(); }))
@@ -60,6 +60,12 @@ bool CBaseCameraChannel::Stop()
     socketLibrary_.Stop();
     untilThreadEnds_.reset(); // the caller has a hold of its own
     return true;
+}
+
+void CBaseCameraChannel::RequestStop()
+{
+    stopEvent_.Set();
+    OnStopRequested();
 }
 
 // The caller is a thread of this channel, or one that it waits for.
@@ -87,6 +93,7 @@ std::uint32_t CBaseCameraChannel::Entry(void* context)
     std::uint32_t exitCode = kExitFailed;
     try
     {
+        const CClientGateBase::Inside inside(channel->gate_);
         exitCode = channel->Run();
     }
     catch (...) // nothing of a channel throws but for want of memory

@@ -42,6 +42,7 @@ public:
 
     bool Start(const ChannelSettings& settings) override;
     bool Stop() override;
+    void RequestStop() override;
     bool ChangeSettings(const ChannelChange& change) override;
     std::uint32_t GetChannelState() const override { return state_; }
     void SetChannelState(std::uint32_t state) override { state_ = state; }
@@ -67,6 +68,8 @@ protected:
 
     /// Tells the host's log when the device goes online or offline; nothing if it is so already. Any thread.
     void SetCameraState(bool online);
+
+    const CClientGateBase& Gate() const { return gate_; } ///< for a scope on a thread of the channel
 
     /// True if the host took the frame. Any thread.
     bool SendFrameToHost(ipcapture::IHostFrame* frame);

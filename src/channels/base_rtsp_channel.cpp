@@ -49,6 +49,7 @@ void CBaseRTSPChannel::OnRTPPacket(CRTPPacket& packet)
 
 void CBaseRTSPChannel::ProcessPacket(CRTPPacket& packet)
 {
+    const CClientGateBase::Inside inside(Gate());
     if (parser_)
         parser_->OnPacket(packet);
 }
@@ -110,6 +111,7 @@ bool CBaseRTSPChannel::ChooseParser(const RTSPResponse& response)
 
 bool CBaseRTSPChannel::SdpInfoReceived(const RTSPResponse& response)
 {
+    const CClientGateBase::Inside inside(Gate());
     const SDPMediaSection& section = response.description.video;
     if (stream_.IsMulticast() && !IsMulticastUsable(section))
         return false;

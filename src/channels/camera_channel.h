@@ -29,6 +29,10 @@ public:
     /// False then: it is to be stopped once more, from elsewhere, before what it uses goes.
     virtual bool Stop() = 0;
 
+    /// Tells the stream's thread to stop, and ends what it waits in, without waiting for it: so that the
+    /// stops of several channels take as long as the longest. `Stop` follows.
+    virtual void RequestStop() = 0;
+
     /// Leaves a change for the channel's thread to pick up. Always true.
     virtual bool ChangeSettings(const ChannelChange& change) = 0;
 

@@ -18,12 +18,11 @@ public:
     CClientGateBase(const CClientGateBase&) = delete;
     CClientGateBase& operator=(const CClientGateBase&) = delete;
 
-    /// Whether the calling thread is in a call through this gate: the host stops a channel from inside one of
-    /// the channel's own calls.
+    /// Whether the calling thread is in a call through this gate, or in a scope of it: the host stops a
+    /// channel from inside a call on one of the channel's own threads.
     bool IsInside() const { return current == serial_; }
 
-protected:
-    /// In a call, to the end of the scope.
+    /// On a thread of the channel, or in a call, to the end of the scope.
     class Inside
     {
     public:

@@ -88,11 +88,23 @@ void CIPCaptureDriver::Close()
     Guarded(
         [&]
         {
+            RequestStop();
             DestructAudio();
             DeleteObjects();
         });
     hostSink_ = nullptr; // the host's objects may go from now on
     frameAllocator_ = nullptr;
+}
+
+void CIPCaptureDriver::RequestStop()
+{
+    {
+        const CLockGuard guard(videoLock_);
+        if (videoCapture_ != nullptr)
+            videoCapture_->RequestStop();
+    }
+    if (ptz_ != nullptr)
+        ptz_->BeginClose();
 }
 
 void CIPCaptureDriver::DeleteObjects()
@@ -102,6 +114,9 @@ void CIPCaptureDriver::DeleteObjects()
         const CLockGuard guard(videoLock_);
         videoCapture.swap(videoCapture_);
     }
+    leavingVideo_.reset();
+    if (videoCapture != nullptr && !videoCapture->StopAll())
+        leavingVideo_ = std::move(videoCapture);
     videoCapture.reset();
     if (io_ != nullptr)
         io_->StopIO(); // also from inside a call of its own, which it then outlives

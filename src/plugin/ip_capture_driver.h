@@ -3,6 +3,7 @@
 #include "device/driver.h"
 #include "platform/host_process.h"
 #include "plugin/ip_video_capture.h"
+#include "ptz/base_ptz_handler.h"
 #include "runtime/recursive_lock.h"
 
 #include <larkmoor/ip_capture_driver.h>
@@ -68,13 +69,18 @@ public:
                                  const std::string& driverName, const std::string& firmware);
 
 protected:
-    /// Video capture, I/O and PTZ, in this order. Also for the family's destructor.
+    /// Tells all that runs to stop before the first is waited for, so that a close takes as long as the
+    /// longest stop and not as long as all of them. A family adds what it has.
+    virtual void RequestStop();
+
+    /// Video capture, I/O and PTZ, in this order. A channel that was stopped from inside its own call stays
+    /// with what it uses until the next time. Also for the family's destructor.
     void DeleteObjects();
 
     DEVICE_INFO device_;
     std::uint32_t videoStandard_ = 0;              ///< 1 NTSC, 0 PAL
     std::shared_ptr<ipcapture::ICaptureIOApi> io_; // shared with its threads after a stop from inside
-    std::unique_ptr<ipcapture::IIPPTZDriverEx> ptz_;
+    std::unique_ptr<CIPPTZDriverIf> ptz_;
 
 private:
     bool OpenDevice(ipcapture::IHostDeviceSettings& deviceSettings);
@@ -90,6 +96,7 @@ private:
     mutable CRecursiveLock videoLock_{
         platform::LockPlace::kDriver}; // over the pointer behind it; taken before the object's own
     std::unique_ptr<CIPVideoCapture> videoCapture_;
+    std::unique_ptr<CIPVideoCapture> leavingVideo_; // closed from inside a call of one of its channels
     std::string hostDirectory_;
 };
 

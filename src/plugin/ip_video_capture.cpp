@@ -33,11 +33,19 @@ CIPVideoCapture::CIPVideoCapture(ICustomCreator* creator, std::uint32_t channelC
 {
 }
 
-CIPVideoCapture::~CIPVideoCapture()
+void CIPVideoCapture::RequestStop()
 {
     for (std::uint32_t channel = 0; channel < channels_.size(); ++channel)
+        if (const std::shared_ptr<ICameraChannel> found = Find(channel))
+            found->RequestStop();
+}
+
+bool CIPVideoCapture::StopAll()
+{
+    RequestStop();
+    for (std::uint32_t channel = 0; channel < channels_.size(); ++channel)
         StopChannel(channel);
-    leaving_.EndAll();
+    return leaving_.EndAll();
 }
 
 std::uint32_t CIPVideoCapture::GetChannelCount()

@@ -34,7 +34,10 @@ class CIPVideoCapture final : public ipcapture::IIPVideoCaptureEx
 public:
     /// `creator` outlives the object. The table's size never changes.
     CIPVideoCapture(ICustomCreator* creator, std::uint32_t channelCount);
-    ~CIPVideoCapture() override; ///< stops all channels, in order
+    ~CIPVideoCapture() override { StopAll(); }
+    bool
+    StopAll(); ///< in order; false if one was stopped from inside its own call and is to be stopped once more
+    void RequestStop(); ///< tells all channels to stop, and waits for none
     CIPVideoCapture(const CIPVideoCapture&) = delete;
     CIPVideoCapture& operator=(const CIPVideoCapture&) = delete;
 

@@ -32,8 +32,12 @@ void MakeAudio(std::unique_ptr<AudioObject>& object, IAudioChannelCreator* creat
 
 CLarkmoorDriver::~CLarkmoorDriver()
 {
-    CLarkmoorDriver::DestructAudio();
-    DeleteObjects();
+    Guarded([this] { CLarkmoorDriver::RequestStop(); });
+    for (int times = 0; times < 2; ++times) // what the first time keeps, the second waits for
+    {
+        CLarkmoorDriver::DestructAudio();
+        DeleteObjects();
+    }
 }
 
 bool CLarkmoorDriver::Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,
@@ -93,8 +97,18 @@ bool CLarkmoorDriver::ConstructAudio(ipcapture::IHostDeviceSettings& deviceSetti
     return true;
 }
 
+void CLarkmoorDriver::RequestStop()
+{
+    if (audioCapture_ != nullptr)
+        audioCapture_->RequestStop();
+    CIPCaptureDriver::RequestStop();
+}
+
 void CLarkmoorDriver::DestructAudio()
 {
+    leavingAudio_.reset();
+    if (audioCapture_ != nullptr && !audioCapture_->StopAll())
+        leavingAudio_ = std::move(audioCapture_);
     audioCapture_.reset();
     audioSender_.reset();
 }

@@ -46,11 +46,13 @@ public:
 
     bool ConstructAudio(ipcapture::IHostDeviceSettings& deviceSettings) override;
     void DestructAudio() override;
+    void RequestStop() override;
     bool ConstructIO() override;
     bool ConstructPTZ() override;
 
 private:
     std::unique_ptr<CIPAudioCapture> audioCapture_;
+    std::unique_ptr<CIPAudioCapture> leavingAudio_; // closed from inside a call of one of its channels
     std::unique_ptr<CIPAudioSender> audioSender_;
 };
 

@@ -35,12 +35,20 @@ bool CBasePTZComm::Open()
     return opened_;
 }
 
+void CBasePTZComm::BeginClose()
+{
+    if (!opened_ || closing_)
+        return;
+    deadlineMs_ = Clock::Milliseconds() + kInHandMs;
+    closing_ = true;
+    StopEvent().Set();
+}
+
 void CBasePTZComm::Close()
 {
     if (!opened_)
         return;
-    deadlineMs_ = Clock::Milliseconds() + kInHandMs;
-    closing_ = true;
+    BeginClose();
     StopWorker();
     opened_ = false;
 }

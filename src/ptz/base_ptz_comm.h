@@ -75,6 +75,9 @@ public:
     virtual bool Open();                                                   ///< starts the worker thread
     virtual std::int32_t IsPTZAvailable(ipcapture::IIPParams* params) = 0; ///< 1 or 0
 
+    /// Starts the time of a `Close`, which follows: the worker does no more than a close lets it.
+    void BeginClose();
+
     /// Takes no more commands. The one in hand, and the request of another thread that it may wait for, has
     /// `kInHandMs` to end. Then stops that are queued have `kStopMs` together, so that a moving head stops.
     /// What is not done by then is ended, and nothing else is begun. Waits for that.

@@ -48,6 +48,15 @@ bool CBasePTZControl::Open()
     return true;
 }
 
+void CBasePTZControl::BeginClose()
+{
+    const COneAtATime::Turn turn(closing_);
+    if (comm_ == nullptr)
+        return;
+    calls_->Shut();
+    comm_->BeginClose();
+}
+
 void CBasePTZControl::Close()
 {
     const COneAtATime::Turn turn(closing_);

@@ -49,6 +49,8 @@ public:
     std::int32_t GetCurrentPreset(char* buffer, std::uint32_t size) override;
     std::uint32_t ReservedEcho(std::uint32_t value) override { return value; }
 
+    void BeginClose(); ///< starts the time of a `Close`, which follows
+
     /// Stops the command thread and lets go of it; see `CBasePTZComm::Close`. A call that another thread has
     /// in here is ended as the command in hand is; the calls that come later are refused.
     virtual void Close();

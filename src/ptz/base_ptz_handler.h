@@ -17,6 +17,7 @@ class CIPPTZDriverIf : public ipcapture::IIPPTZDriverEx
 {
 public:
     ipcapture::IIPPTZApi* GetPTZControl(std::uint32_t channel) override { return GetPTZControlEx(channel); }
+    virtual void BeginClose() {} ///< starts the time that the heads have to end; the object goes soon after
 };
 
 /// Makes the controls of a device's heads on demand and keeps them until it goes. The host's thread.
@@ -29,6 +30,12 @@ public:
     ~CBasePTZHandler() override { CBasePTZHandler::DeleteControls(); }
 
     ipcapture::IIPPTZApiEx* GetPTZControlEx(std::uint32_t channel) override;
+
+    void BeginClose() override
+    {
+        for (const auto& control : controls_)
+            control.second->BeginClose();
+    }
 
     virtual std::unique_ptr<CBasePTZControl> CreateControl(std::uint32_t channel) = 0;
     virtual void DeleteControls() { controls_.clear(); }

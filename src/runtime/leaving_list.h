@@ -28,7 +28,7 @@ public:
         Guarded(stopOrKeep);
     }
 
-    void EndAll() ///< those that were kept
+    bool EndAll() ///< those that were kept; false if some have to be kept still
     {
         std::vector<std::shared_ptr<Channel>> leaving;
         {
@@ -37,6 +37,8 @@ public:
         }
         for (const auto& channel : leaving)
             End(channel);
+        const CLockGuard guard(lock_);
+        return leaving_.empty();
     }
 
 private:

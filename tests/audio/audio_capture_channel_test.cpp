@@ -517,6 +517,7 @@ class Creator final : public IAudioChannelCreator
 public:
     struct Channel final : IAudioInputChannel
     {
+        void RequestStop() override {}
         explicit Channel(Creator& creator) : owner(creator) {}
         ~Channel() override { owner.calls += " deleted"; }
         bool Start() override

@@ -36,6 +36,7 @@ public:
             onStart();
         return starts_;
     }
+    void RequestStop() override { events_.push_back(name_ + " told to stop"); }
     bool Stop() override
     {
         events_.push_back(name_ + " stopped");
@@ -148,7 +149,7 @@ TEST_F(VideoCapture, HoldsNobodyUpWhileAChannelStops)
     EXPECT_TRUE(answered);
 }
 
-TEST_F(VideoCapture, StopsAllInOrderWhenItGoes)
+TEST_F(VideoCapture, TellsAllToStopAndStopsThemInOrderWhenItGoes)
 {
     {
         CIPVideoCapture other(this, 3);
@@ -156,7 +157,8 @@ TEST_F(VideoCapture, StopsAllInOrderWhenItGoes)
             EXPECT_TRUE(other.StartChannel(channel, &client, &settings));
         events.clear();
     }
-    const Events expected = {"0#2 stopped", "0#2 deleted", "2#1 stopped", "2#1 deleted"};
+    const Events expected = {"0#2 told to stop", "2#1 told to stop", "0#2 stopped",
+                             "0#2 deleted",      "2#1 stopped",      "2#1 deleted"};
     EXPECT_EQ(events, expected);
 }
 
