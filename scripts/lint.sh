@@ -12,53 +12,42 @@ sources src include tools gstreamer examples tests fuzz bench | { xargs clang-fo
     { grep -E 'error:' || true; } | found && fail "run ./dev format"
 
 echo "== layers"
-# A folder may include itself and what stands in the list behind its name.
-allowed()
+refuse() # TEXT PATTERN PATH...: lines with PATTERN in the sources of PATH, but those that match ALLOWED
 {
-    case "$1" in
-        platform) echo "" ;;
-        runtime) echo "platform" ;;
-        device) echo "runtime platform" ;;
-        http) echo "device runtime platform" ;;
-        transport) echo "http device runtime platform" ;;
-        parsers) echo "transport http device runtime platform" ;;
-        channels | audio | ptz | io | discovery) echo "parsers transport http device runtime platform" ;;
-        plugin) echo "channels audio ptz io discovery parsers transport http device runtime platform" ;;
-    esac
+    sources "${@:3}" | xargs -r grep -nE "$2" /dev/null | grep -vE "${ALLOWED:-^$}" && fail "$1"
 }
-for file in $(sources src); do
-    folder=$(echo "$file" | cut -d/ -f2)
-    for included in $(grep -oE '^#include "[a-z0-9_]+/' "$file" | sed -E 's/.*"(.*)\//\1/' | sort -u); do
-        [ "$included" = "$folder" ] && continue
-        echo " $(allowed "$folder") larkmoor " | grep -q " $included " || fail "$file ($folder) includes $included/"
+# From the lowest up. A folder may include itself and those of the lines below it.
+below=larkmoor
+while read -r layer; do
+    for folder in $layer; do
+        ALLOWED="\"($folder|$below)/" refuse "$folder includes what is not below it" '^#include "[a-z0-9_]+/' "src/$folder"
     done
-    case "$file" in src/platform/posix/* | src/platform/win32/*) continue ;; esac
-    grep -nE '^#include <(sys/|netinet/|arpa/|curl/|openssl/|linux/|pthread|unistd|poll|fcntl|netdb|dlfcn|time\.h|pugixml)' "$file" |
-        grep -v '<system_error>' | grep . && fail "$file includes a system header"
-done
-for file in $(sources include); do
-    grep -nE '^#include' "$file" | grep -vE '<cstdint>|<larkmoor/|"larkmoor/|"[a-z_]+\.h"' && fail "$file includes more than <cstdint>"
-done
-for file in $(sources tools/host); do
-    grep -nE '^#include "(platform|runtime|device|http|transport|parsers|channels|audio|ptz|io|discovery|plugin)/' "$file" &&
-        ! [ -e "tools/$(grep -oE '"[^"]+"' "$file" | head -1 | tr -d '"')" ] && fail "$file reaches into the driver"
-done
-for file in $(sources gstreamer); do
-    grep -nE '^#include "(platform|runtime|device|http|transport|parsers|channels|audio|ptz|io|discovery|plugin|camera)/' "$file" &&
-        fail "$file reaches into the driver"
-done
-for file in $(sources examples); do
-    grep -nE '^#include "' "$file" && fail "$file includes what no other host has"
-done
-for file in $(sources src); do
-    grep -nE '^#include "(camera|host)/' "$file" && fail "$file includes a tool"
-done
+    below+="|${layer// /|}"
+done <<'LAYERS'
+platform
+runtime
+device
+http
+transport
+parsers
+channels audio ptz io discovery
+plugin
+LAYERS
+ALLOWED='^src/platform/(posix|win32)/|<system_error>' refuse "a system header above the platform" \
+    '^#include <(sys/|netinet/|arpa/|curl/|openssl/|linux/|pthread|unistd|poll|fcntl|netdb|dlfcn|time\.h|pugixml)' src
+ALLOWED='<cstdint>|<larkmoor/|"larkmoor/|"[a-z_]+\.h"' refuse "more than <cstdint> for a host" '^#include' include
+refuse "a tool or the element reaches into the driver" "^#include \"(${below#*|})/" tools/host gstreamer
+refuse "the element reaches into the camera" '^#include "camera/' gstreamer
+refuse "includes what no other host has" '^#include "' examples
 
 echo "== names"
 # Documents and places that only the developers have; the brackets keep this file from matching itself.
 words='\b[p]art [0-9]+\.[0-9]|\b[s]pec\.md\b|\b[s]pecification\b|\bthe [s]pec\b|\.\./[s]hared|(^|[^a-z])/[w]ork/|\b[i]ssue #?[0-9]+\b'
 git grep -nIiE "$words" -- . && fail "a file names what only the developers have"
 git grep -nIE '\b([T]ODO|[F]IXME|[X]XX)\b' -- src include tools gstreamer examples tests && fail "something is left open"
+
+echo "== scripts"
+{ pyflakes3 scripts/*.py tests/gstreamer/*.py && bash -n dev; } || fail "a script does not compile, or uses what it does not have"
 
 echo "== documents"
 # What the host's guide shows of the small host, line by line.

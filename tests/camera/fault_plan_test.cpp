@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 
 using namespace larkmoor::camera;
@@ -120,4 +121,19 @@ TEST(FaultList, StandsInTheGuideForUsers)
     const std::string guide{std::istreambuf_iterator<char>(file), {}};
     for (const FaultDescription& fault : FaultPlan::All())
         EXPECT_NE(guide.find("`" + std::string(fault.name) + "`"), std::string::npos) << fault.name;
+}
+
+TEST(FaultList, NamesTrialsThatTheCameraAccepts)
+{
+    std::istringstream trials(FaultPlan::Trials());
+    std::size_t count = 0;
+    for (std::string trial, error; trials >> trial; ++count)
+    {
+        EXPECT_TRUE(FaultPlan().Add(std::string_view(trial).substr(trial.find(':') + 1), error)) << error;
+        EXPECT_EQ(trial.substr(0, trial.find(':') == std::string::npos ? 0 : trial.find(':'))
+                      .find_first_not_of("hutcdbspm"),
+                  std::string::npos)
+            << trial;
+    }
+    EXPECT_GT(count, FaultPlan::All().size());
 }

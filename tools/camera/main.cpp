@@ -68,6 +68,10 @@ void AddOptions(CLI::App& app, CameraOptions& options, unsigned& seconds)
         ->allow_extra_args(false)
         ->option_text("TEXT")
         ->group("Faults");
+    // What CLI11 calls a version flag prints a text and exits.
+    app.set_version_flag("--list-faults", FaultPlan::Trials,
+                         "Every fault as a program can play it, with marks")
+        ->group("Faults");
     app.add_option("--seed", options.seed, "Of all chances (1)")->group("Faults");
     app.add_option("--request-log", options.requestLog, "File for every request, a JSON object a line")
         ->option_text("FILE")

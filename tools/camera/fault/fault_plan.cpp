@@ -92,6 +92,15 @@ std::string FaultPlan::HelpText()
     return text;
 }
 
+std::string FaultPlan::Trials()
+{
+    std::string text;
+    for (const FaultDescription& fault : All())
+        if (*fault.trials != 0)
+            text += fault.trials + std::string("\n");
+    return text;
+}
+
 bool FaultPlan::Parse(std::string_view text, Entry& entry, std::string& error)
 {
     const std::string whole(text);

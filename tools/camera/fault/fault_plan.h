@@ -22,6 +22,12 @@ struct FaultDescription
     const char* values; ///< "" none, "ratio", "time", "count", "text", or choices as in "a|b": the first is
                         ///< the default
     const char* effect; ///< one sentence for the user
+
+    /// How `--list-faults` plays it, `[MARKS:]FAULTS` with blanks between. Marks: "h", "u", "t" over HTTP,
+    /// UDP or the RTSP connection only; "c" acts while a session is made; "d", "b" needs a camera that asks
+    /// for Digest or Basic; "s" leaves frames of whole units that are not in the truth; "p" lets frames pass
+    /// while others are played too; "m" is a milder form that does so.
+    const char* trials = "";
     std::chrono::milliseconds defaultDuration{0}; ///< of a window that names none; 0 means until the end
 };
 
@@ -37,6 +43,9 @@ public:
 
     /// The list as text for `--help`, one line a fault under the heading of its group.
     static std::string HelpText();
+
+    /// The trials of all faults for programs that play them in turn, with blanks or line ends between.
+    static std::string Trials();
 
     using Now = std::function<Clock::time_point()>;
 
