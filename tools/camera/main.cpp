@@ -128,6 +128,7 @@ void WaitForEnd(boost::asio::io_context& context, unsigned seconds)
 int Run(int argc, char** argv)
 {
     CLI::App app("A network camera in software, for trying out recorders.", "larkmoor-camera");
+    app.set_version_flag("--version", "larkmoor-camera " LARKMOOR_VERSION);
     CameraOptions options;
     unsigned seconds = 0;
     AddOptions(app, options, seconds);

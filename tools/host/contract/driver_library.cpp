@@ -1,10 +1,10 @@
 #include "host/contract/driver_library.h"
 
 #include "host/base/failure.h"
-
-#include <string>
+#include "host/device/private_folder.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 namespace larkmoor::host
 {
@@ -18,6 +18,9 @@ constexpr bool kStaysLoaded = true;
 constexpr bool kStaysLoaded = false;
 #endif
 
+constexpr const char* kFileName = "liblarkmoor.so";
+constexpr const char* kInstalledName = "liblarkmoor.so.0";
+
 constexpr const char* kFunctions[] = {
     "CreateIPCapture",      "CreateIPCaptureEx",           "CreateIPCaptureEx2",
     "CreateIPCaptureEx3",   "CreateIPCaptureEx4",          "DeleteIPCapture",
@@ -25,6 +28,14 @@ constexpr const char* kFunctions[] = {
     "DeleteIPCaptureEx4",   "CreateCapabilityQueryModule", "DeleteCapabilityQueryModule",
     "InitCapabilityQuery",  "StartCapabilityQuery",        "TerminateCapabilityQuery",
     "UninitCapabilityQuery"};
+
+std::string NameOf(const std::filesystem::path& file)
+{
+    if (!file.empty())
+        return std::filesystem::absolute(file);
+    const std::filesystem::path beside = ExecutableFolder() / kFileName;
+    return std::filesystem::exists(beside) ? beside.string() : kInstalledName;
+}
 
 } // namespace
 
@@ -35,7 +46,7 @@ void DriverLibrary::Resolve(const char* name, Function& function)
 }
 
 DriverLibrary::DriverLibrary(const std::filesystem::path& file)
-    : handle_(dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL))
+    : handle_(dlopen(NameOf(file).c_str(), RTLD_NOW | RTLD_LOCAL))
 {
     if (handle_ == nullptr)
         throw Failure(ExitStatus::NoDriver, std::string("can't load the driver: ") + dlerror());
@@ -44,7 +55,7 @@ DriverLibrary::DriverLibrary(const std::filesystem::path& file)
         if (dlsym(handle_, name) != nullptr)
             continue;
         dlclose(handle_);
-        throw Failure(ExitStatus::NoDriver, file.string() + " is no capture driver: no function " + name);
+        throw Failure(ExitStatus::NoDriver, NameOf(file) + " is no capture driver: no function " + name);
     }
     Resolve("CreateIPCaptureEx4", createIPCaptureEx4);
     Resolve("DeleteIPCaptureEx4", deleteIPCaptureEx4);
@@ -56,6 +67,30 @@ DriverLibrary::~DriverLibrary()
 {
     if (!kStaysLoaded)
         dlclose(handle_);
+}
+
+std::filesystem::path DriverLibrary::File() const
+{
+    const link_map* map = nullptr;
+    if (dlinfo(handle_, RTLD_DI_LINKMAP, &map) != 0)
+        return {};
+    return std::filesystem::canonical(map->l_name);
+}
+
+std::string DescribeDriver()
+{
+    try
+    {
+        const std::string file = DriverLibrary({}).File();
+        const std::string beforeVersion = std::string(kFileName) + '.';
+        const std::size_t at = file.rfind(beforeVersion);
+        return file + ", version " +
+               (at == std::string::npos ? "unknown" : file.substr(at + beforeVersion.size()));
+    }
+    catch (const Failure& failure)
+    {
+        return failure.what();
+    }
 }
 
 } // namespace larkmoor::host

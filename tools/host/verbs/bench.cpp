@@ -37,15 +37,10 @@ std::string PrepareFolder(const PrivateFolder& folder, const CommonOptions& opti
     return file.string();
 }
 
-std::filesystem::path LibraryPath(const CommonOptions& options)
-{
-    return options.library.empty() ? ExecutableFolder() / "liblarkmoor.so" : options.library;
-}
-
 } // namespace
 
 Bench::Bench(const PrivateFolder& folder, const CommonOptions& options, const StreamOptions& stream)
-    : sink(console, options.quiet), library(LibraryPath(options))
+    : sink(console, options.quiet), library(options.library)
 {
     console.Line("the driver's settings: " + PrepareFolder(folder, options, stream));
 }

@@ -2,6 +2,7 @@
 
 #include "base/choices.h"
 #include "host/base/failure.h"
+#include "host/contract/driver_library.h"
 #include "host/verbs/add_options.h"
 
 #include <larkmoor/host_frame.h>
@@ -88,7 +89,8 @@ std::optional<RecordOptions::PictureAt> ReadPictureAt(std::string_view text)
 
 void AddCommon(CLI::App& app, CommonOptions& common, DeviceArguments& device)
 {
-    AddFile(app, "--library", common.library, "the driver; liblarkmoor.so beside this program unless told");
+    AddFile(app, "--library", common.library,
+            "the driver; liblarkmoor.so beside this program, else the installed one");
     AddFile(app, "--json", common.json, "write what was measured to FILE");
     AddFile(app, "--settings", common.settings, "give the driver a copy of this settings file")
         ->check(CLI::ExistingFile);
@@ -283,6 +285,8 @@ std::variant<Command, NoCommand> ReadCommandLine(int argc, const char* const* ar
 {
     CLI::App app(kDescription, "larkmoor-host");
     app.require_subcommand(1);
+    app.set_version_flag("--version",
+                         [] { return "larkmoor-host " LARKMOOR_VERSION "\n" + DescribeDriver(); });
     app.set_help_all_flag("--help-all", "help of all verbs");
 
     QueryOptions query;

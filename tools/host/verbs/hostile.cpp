@@ -156,8 +156,7 @@ ExitStatus Run(const PrivateFolder& folder, const HostileOptions& options)
 
     Console console;
     FaultList faults;
-    const DriverLibrary library(options.library.empty() ? ExecutableFolder() / "liblarkmoor.so"
-                                                        : options.library);
+    const DriverLibrary library(options.library);
     const HostileResult result = HostileRun(library, traces, faults, console, plan).Run();
     Print(result);
     const ExitStatus status = Judge(console, faults, options, result);

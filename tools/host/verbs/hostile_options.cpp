@@ -57,7 +57,8 @@ void AddTime(CLI::App& app, const std::string& name, milliseconds& target, milli
 
 void AddHostile(CLI::App& app, HostileOptions& options)
 {
-    app.add_option("--library", options.library, "the driver; liblarkmoor.so beside this program unless told")
+    app.add_option("--library", options.library,
+                   "the driver; liblarkmoor.so beside this program, else the installed one")
         ->type_name("FILE");
     app.add_option("--json", options.json, "write what came of it to FILE")->type_name("FILE");
     app.add_option("--cycles", options.cycles, "how often a driver is opened, used and closed (2000)")

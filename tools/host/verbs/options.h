@@ -16,7 +16,7 @@ namespace larkmoor::host
 /// What every verb takes.
 struct CommonOptions
 {
-    std::filesystem::path library;  ///< empty: liblarkmoor.so beside the bench host
+    std::filesystem::path library;  ///< empty: as `DriverLibrary` finds it
     Device device;                  ///< complete: the file, what overrides it, and the properties
     std::filesystem::path json;     ///< empty: no report
     std::filesystem::path settings; ///< the driver's settings file to copy; empty: one is written
@@ -113,7 +113,7 @@ struct HostileOptions
         std::uint16_t rtspPort = 554;
     };
 
-    std::filesystem::path library; ///< empty: liblarkmoor.so beside the bench host
+    std::filesystem::path library; ///< empty: as `DriverLibrary` finds it
     std::filesystem::path json;    ///< empty: no report
     std::vector<Stream> streams;   ///< at least one; multicast for all or for none
     std::uint32_t cycles = 2000;
