@@ -33,9 +33,6 @@ public:
     static constexpr std::size_t kMostEvents = 64; ///< in one `WaitForAny`
 
     explicit Event(bool manualReset) : manual_(manualReset) {}
-    Event(const Event&) = delete;
-    Event& operator=(const Event&) = delete;
-    ~Event() = default;
 
     bool Set();   ///< true: this system knows no failure of it
     bool Reset(); ///< same

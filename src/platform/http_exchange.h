@@ -112,8 +112,6 @@ class HttpExchange
 public:
     HttpExchange(std::shared_ptr<HttpConnection> connection, HttpPlan plan);
     ~HttpExchange(); ///< closes it
-    HttpExchange(const HttpExchange&) = delete;
-    HttpExchange& operator=(const HttpExchange&) = delete;
 
     /// True for "Name: value" without a line break.
     static bool IsHeader(std::string_view header);

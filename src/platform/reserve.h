@@ -30,10 +30,7 @@ enum class Shortage : std::uint8_t
 class Reserve
 {
 public:
-    Reserve() = default;
     ~Reserve() { GiveBack(true); }
-    Reserve(const Reserve&) = delete;
-    Reserve& operator=(const Reserve&) = delete;
 
     /// The calling thread works for `reserve` to the end of the scope. With null it works for none: what it
     /// opens is nobody's, as in the host's own calls.

@@ -86,9 +86,6 @@ struct ReceiveResult
 class Socket
 {
 public:
-    Socket() = default;
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
     ~Socket() { Close(); }
 
     /// Open a new socket, not inherited by child processes; false if this one is open or none is to be had.

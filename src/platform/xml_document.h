@@ -20,8 +20,6 @@ public:
 
     XmlDocument();
     ~XmlDocument();
-    XmlDocument(const XmlDocument&) = delete;
-    XmlDocument& operator=(const XmlDocument&) = delete;
 
     /// False, and nothing is there, for a file that can't be read, isn't well-formed, or is too large or too
     /// deep.

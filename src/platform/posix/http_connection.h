@@ -19,8 +19,6 @@ class HttpConnection
 public:
     explicit HttpConnection(HttpDevice device);
     ~HttpConnection();
-    HttpConnection(const HttpConnection&) = delete;
-    HttpConnection& operator=(const HttpConnection&) = delete;
 
     const HttpDevice& Device() const { return device_; }
 

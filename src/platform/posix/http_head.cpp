@@ -1,4 +1,4 @@
-#include "platform/posix/http_head.h"
+#include "platform/posix/http_request.h"
 
 #include <algorithm>
 #include <charconv>

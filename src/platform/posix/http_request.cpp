@@ -1,7 +1,5 @@
 #include "platform/posix/http_request.h"
 
-#include "platform/posix/http_head.h"
-
 #include <algorithm>
 #include <memory>
 #include <utility>

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "platform/posix/http_connection.h"
-#include "platform/posix/http_head.h"
 #include "platform/posix/http_request.h"
-#include "platform/posix/poll_gate.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <curl/curl.h>
@@ -16,6 +15,44 @@
 
 namespace korvane::platform
 {
+
+/// Keeps a thread's wait in a handle and the end of that handle apart. The thread may have been given up
+/// while it waited, and then never comes back to tell.
+class PollGate
+{
+public:
+    /// False once it is shut: there is nothing left to wait in.
+    bool Enter()
+    {
+        int state = kOpen;
+        return state_.compare_exchange_strong(state, kInside);
+    }
+
+    void Leave()
+    {
+        state_ = kOpen;
+        state_.notify_all();
+    }
+
+    /// Returns when nobody waits and nobody will; `wake` ends a wait that is going on.
+    template <typename Wake>
+    void Shut(const Wake& wake)
+    {
+        for (int state = kOpen; !state_.compare_exchange_weak(state, kShut) && state != kShut; state = kOpen)
+        {
+            if (state != kInside)
+                continue;
+            wake();
+            state_.wait(kInside);
+        }
+    }
+
+private:
+    static constexpr int kOpen = 0;
+    static constexpr int kInside = 1;
+    static constexpr int kShut = 2;
+    std::atomic<int> state_{kOpen};
+};
 
 /// One request on its way through libcurl, with its repeats and redirects: sends, and takes in what comes,
 /// whenever its thread waits in it. Used by one thread; `Close` may come from any.
