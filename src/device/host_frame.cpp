@@ -2,6 +2,7 @@
 
 #include "device/host_call.h"
 
+#include <cstring>
 #include <vector>
 
 namespace korvane
@@ -57,6 +58,16 @@ CHostFrame::~CHostFrame()
 std::uint8_t* CHostFrame::Room() const
 {
     return CallHost(static_cast<std::uint8_t*>(nullptr), [this] { return frame_->GetData(); });
+}
+
+bool CHostFrame::SetVideo(std::span<const std::uint8_t> data, std::uint32_t width, std::uint32_t height,
+                          const SYSTEMTIME* time) const
+{
+    std::uint8_t* const room = frame_ == nullptr ? nullptr : Room();
+    if (room == nullptr)
+        return false;
+    std::memcpy(room, data.data(), data.size());
+    return DescribeVideo(width, height, static_cast<std::uint32_t>(data.size()), time);
 }
 
 bool CHostFrame::DescribeVideo(std::uint32_t width, std::uint32_t height, std::uint32_t sizeBytes,

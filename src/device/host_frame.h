@@ -35,6 +35,10 @@ public:
     /// Video: the frame's buffer, at least as large as was asked for; null when the host gives none.
     std::uint8_t* Room() const;
 
+    /// Video: copies `data` into the buffer and says what it is, as `DescribeVideo`. False without a buffer.
+    bool SetVideo(std::span<const std::uint8_t> data, std::uint32_t width, std::uint32_t height,
+                  const SYSTEMTIME* time) const;
+
     /// Video: what the `sizeBytes` bytes in the buffer are; without a `time` the frame gets the present one.
     /// False if the host threw.
     bool DescribeVideo(std::uint32_t width, std::uint32_t height, std::uint32_t sizeBytes,

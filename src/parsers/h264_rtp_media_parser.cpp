@@ -45,8 +45,7 @@ std::uint8_t TypeOf(std::uint8_t header)
 
 void CH264RTPMediaParser::ResetParser()
 {
-    waitingForKey_ = true;
-    ForgetFrame();
+    CRTPMediaParser::ResetParser();
     converter_.Reset();
 }
 

@@ -28,8 +28,6 @@ private:
     void AddParameterSets();
     void AddUnit(Bytes unit);
     bool ReadKeyFrame();
-
-    bool waitingForKey_ = true; // frames without a sequence parameter set are dropped
 };
 
 } // namespace korvane

@@ -94,14 +94,10 @@ void CJpegMediaParser::Deliver()
 {
     if (receiver_ == nullptr || !receiver_->WantsFrames() || width_ == 0 || height_ == 0)
         return;
-    const auto sizeBytes = static_cast<std::uint32_t>(frame_.size());
     const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driver_->GetDriverName(),
-                           ipcapture::kFormatJpeg, sizeBytes);
-    std::uint8_t* const buffer = frame.Get() == nullptr ? nullptr : frame.Room();
-    if (buffer == nullptr || !frame.DescribeVideo(width_, height_, sizeBytes, nullptr))
-        return;
-    std::memcpy(buffer, frame_.data(), sizeBytes);
-    receiver_->OnMediaFrame(frame.Get());
+                           ipcapture::kFormatJpeg, static_cast<std::uint32_t>(frame_.size()));
+    if (frame.SetVideo(frame_, width_, height_, nullptr))
+        receiver_->OnMediaFrame(frame.Get());
 }
 
 } // namespace korvane

@@ -18,12 +18,6 @@ constexpr std::size_t kLeastPayload = 4;  // up to the fragment offset
 
 } // namespace
 
-void CJpegRTPMediaParser::ResetParser()
-{
-    waitingForStart_ = true;
-    ForgetFrame();
-}
-
 bool CJpegRTPMediaParser::AddPayload(Bytes payload)
 {
     if (payload.size() < kLeastPayload)
@@ -40,13 +34,13 @@ bool CJpegRTPMediaParser::AddPayload(Bytes payload)
                                : JpegRtpHeader::kMainBytes;
         }
         Append(payload);
-        waitingForStart_ = false;
+        waitingForKey_ = false;
     }
-    else if (!waitingForStart_ && payload.size() > headerBytes_)
+    else if (!waitingForKey_ && payload.size() > headerBytes_)
         Append(payload.subspan(headerBytes_));
-    if (waitingForStart_)
+    if (waitingForKey_)
         ResetParser();
-    return !waitingForStart_;
+    return !waitingForKey_;
 }
 
 void CJpegRTPMediaParser::CompleteFrame(std::uint32_t timestamp)
@@ -67,7 +61,9 @@ void CJpegRTPMediaParser::CompleteFrame(std::uint32_t timestamp)
     if (size == 0)
         return ResetParser();
     converter_.Convert(timestamp);
-    if (!Describe(frame, size) || !client_->OnMediaFrame(frame.Get()))
+    SYSTEMTIME time{};
+    converter_.GetTime(time);
+    if (!frame.DescribeVideo(width_, height_, size, &time) || !client_->OnMediaFrame(frame.Get()))
         ResetParser();
 }
 

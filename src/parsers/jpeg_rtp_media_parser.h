@@ -8,13 +8,12 @@ namespace korvane
 /// Rebuilds whole JPEG files from RTP packets of RFC 2435, one for each run of packets from a fragment at the
 /// offset 0 up to a marker bit. The stream brings the scan alone; the file's header is written here.
 ///
-/// Each frame is a key frame of the format `JPEG`: behind a loss the next picture is whole again.
+/// Each frame is a key frame of the format `JPEG`: behind a loss the next picture is whole again, and its
+/// time is not disturbed.
 class CJpegRTPMediaParser : public CRTPMediaParser
 {
 public:
     using CRTPMediaParser::CRTPMediaParser;
-
-    void ResetParser() override; ///< a loss does not disturb the times
 
 protected:
     bool AddPayload(Bytes payload) override;
@@ -24,7 +23,6 @@ private:
     void EndScan();
     std::uint32_t Rebuild(std::uint8_t* file);
 
-    bool waitingForStart_ = true; // no fragment at the offset 0 has been seen
     std::size_t headerBytes_ = 8; // of the later fragments
 };
 

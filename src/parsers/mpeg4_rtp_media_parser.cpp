@@ -34,9 +34,8 @@ std::size_t CMP4Parser::TakeConfig(std::span<const std::uint8_t> payload)
 
 void CMpeg4RTPMediaParser::ResetParser()
 {
-    waitingForKey_ = true;
+    CRTPMediaParser::ResetParser();
     isKey_ = false;
-    ForgetFrame();
     converter_.Reset();
 }
 

@@ -41,7 +41,6 @@ protected:
     void CompleteFrame(std::uint32_t timestamp) override;
 
 private:
-    bool waitingForKey_ = true;
     bool isKey_ = false; // the frame in hand began with an intra picture
     CMP4Parser stream_;
 };

@@ -1,6 +1,5 @@
 #include "parsers/rtp_media_parser.h"
 
-#include <cstring>
 #include <utility>
 
 namespace korvane
@@ -71,28 +70,21 @@ bool CRTPMediaParser::CheckBufferSize()
     return false;
 }
 
-bool CRTPMediaParser::Describe(const CHostFrame& frame, std::uint32_t sizeBytes) const
-{
-    SYSTEMTIME time{};
-    converter_.GetTime(time);
-    return frame.DescribeVideo(width_, height_, sizeBytes, &time);
-}
-
 void CRTPMediaParser::DeliverFrame(std::uint32_t format)
 {
     const auto sizeBytes = static_cast<std::uint32_t>(frameBuffer_.size());
     const CHostFrame frame(CHostFrame::Kind::kVideo, *driver_, driverName_, format, sizeBytes);
     if (frame.Get() == nullptr)
         return;
-    std::uint8_t* const room = frame.Room();
-    if (room != nullptr)
-        std::memcpy(room, frameBuffer_.data(), sizeBytes);
-    if (room == nullptr || !Describe(frame, sizeBytes) || !client_->OnMediaFrame(frame.Get()))
+    SYSTEMTIME time{};
+    converter_.GetTime(time);
+    if (!frame.SetVideo(frameBuffer_, width_, height_, &time) || !client_->OnMediaFrame(frame.Get()))
         ResetParser();
 }
 
-void CRTPMediaParser::ForgetFrame()
+void CRTPMediaParser::ResetParser()
 {
+    waitingForKey_ = true;
     width_ = 0;
     height_ = 0;
     frameBuffer_.clear(); // keeps its capacity

@@ -56,12 +56,10 @@ public:
     /// `driver` outlives the parser. `driverName` is what the allocator is told.
     CRTPMediaParser(IDriver* driver, std::string driverName);
     virtual ~CRTPMediaParser() = default;
-    CRTPMediaParser(const CRTPMediaParser&) = delete;
-    CRTPMediaParser& operator=(const CRTPMediaParser&) = delete;
 
     /// Never throws; the packet is looked at in the call only.
     virtual void OnPacket(CRTPPacket& packet);
-    virtual void ResetParser() = 0; ///< forgets the frame in hand and waits for a key frame
+    virtual void ResetParser(); ///< forgets the frame in hand and its size, and waits for a key frame
     virtual void SetParameterSets(const ParameterSets& parameterSets); ///< copies them
 
     /// The packets from now on are those of a new stream, whose timestamps have nothing to do with the last
@@ -91,16 +89,9 @@ protected:
     /// Whether there is somebody to make frames for.
     bool CanDeliver() const { return client_ != nullptr && driver_->GetFrameAllocator() != nullptr; }
 
-    /// Describes a frame of which `sizeBytes` bytes are filled in, by the picture size below and the
-    /// converter's time. False if the host threw.
-    bool Describe(const CHostFrame& frame, std::uint32_t sizeBytes) const;
-
     /// Makes a frame of what the frame buffer holds and hands it over; a reset if it could not be filled or
     /// was refused. Without a frame of the host's that picture is lost, and no more.
     void DeliverFrame(std::uint32_t format);
-
-    /// Forgets the frame in hand and the picture size.
-    void ForgetFrame();
 
     void Append(std::span<const std::uint8_t> bytes)
     {
@@ -113,9 +104,10 @@ protected:
     CTimeStampConverter converter_;
     std::vector<std::uint8_t> frameBuffer_; // the frame under construction; keeps its capacity
     ParameterSets parameterSets_;
-    bool markerMayEnd_ = true; // the frame; set for each packet, before its payload is added
-    std::uint32_t width_ = 0;  // pixels, of the last key frame; 0 when unknown
-    std::uint32_t height_ = 0; // as width_
+    bool waitingForKey_ = true; // what comes before a key frame is dropped
+    bool markerMayEnd_ = true;  // the frame; set for each packet, before its payload is added
+    std::uint32_t width_ = 0;   // pixels, of the last key frame; 0 when unknown
+    std::uint32_t height_ = 0;  // as width_
 
 private:
     std::uint16_t lastSequence_ = 0;
