@@ -51,8 +51,6 @@ public:
         }
         return leaving_.EndAll();
     }
-    TAudioChannelTable(const TAudioChannelTable&) = delete;
-    TAudioChannelTable& operator=(const TAudioChannelTable&) = delete;
 
     std::uint32_t Count() ///< channels that run
     {

@@ -45,8 +45,6 @@ public:
     /// `client` and `driver` are not owned and outlive the parser. `audioChannel` is what frames are marked
     /// with.
     CBaseRTPAudioParser(IAudioParserClient* client, IDriver* driver, std::uint8_t audioChannel);
-    CBaseRTPAudioParser(const CBaseRTPAudioParser&) = delete;
-    CBaseRTPAudioParser& operator=(const CBaseRTPAudioParser&) = delete;
 
     /// Adds a payload to a frame of G.711 or G.726; one of fewer than 2 bytes is passed over.
     virtual void ProcessData(const std::uint8_t* data, std::uint32_t size);

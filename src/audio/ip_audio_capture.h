@@ -2,6 +2,7 @@
 
 #include "audio/audio_channel_creator.h"
 #include "audio/audio_channel_table.h"
+#include "device/host_call.h"
 
 namespace korvane
 {
@@ -38,6 +39,47 @@ public:
 private:
     IAudioChannelCreator* const creator_;
     TAudioChannelTable<IAudioInputChannel> channels_;
+};
+
+/// The host's handle on the audio outputs of one device. The creator makes no output channel, so nothing
+/// ever runs here.
+class CIPAudioSender final : public ipcapture::IIPAudioSender
+{
+public:
+    /// `creator` outlives the object. `maximum` is the number of audio outputs that the device has.
+    CIPAudioSender(IAudioChannelCreator* creator, std::uint32_t maximum)
+        : creator_(creator), channels_(maximum)
+    {
+    }
+
+    std::uint32_t GetChannelCount() override { return channels_.Count(); }
+    bool StartChannel(std::uint32_t audioChannel, std::uint32_t a, std::uint32_t b, std::uint32_t c) override
+    {
+        return channels_.Start(audioChannel,
+                               [&] { return creator_->CreateAudioOutputChannel(audioChannel, a, b, c); });
+    }
+    bool StopChannel(std::uint32_t audioChannel) override { return channels_.Stop(audioChannel); }
+    bool SendFrame(ipcapture::IHostOutgoingAudio* frame) override
+    {
+        return frame != nullptr &&
+               channels_.With(CallHost(0u, [frame] { return frame->GetChannel(); }) & 0xFF, false,
+                              [&](IAudioOutputChannel& channel) { return channel.SendFrame(frame); });
+    }
+    bool SetChannelValue(std::uint32_t audioChannel, std::uint32_t value) override
+    {
+        return channels_.With(audioChannel, false,
+                              [&](IAudioOutputChannel& channel) { return channel.SetValue(value); });
+    }
+    std::uint32_t GetChannelValue(std::uint32_t audioChannel) override
+    {
+        return channels_.With(audioChannel, std::uint32_t{0},
+                              [](const IAudioOutputChannel& channel) { return channel.GetValue(); });
+    }
+    bool ReservedCall1(std::uint32_t, std::uint32_t, std::uint32_t) override { return false; }
+
+private:
+    IAudioChannelCreator* const creator_;
+    TAudioChannelTable<IAudioOutputChannel> channels_;
 };
 
 } // namespace korvane

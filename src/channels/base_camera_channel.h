@@ -37,8 +37,6 @@ class CBaseCameraChannel : public ICameraChannel
 public:
     /// `channel` from 0. `driver` outlives the object; `client` is the host's and may be null.
     CBaseCameraChannel(std::uint32_t channel, IDriver* driver, ipcapture::IHostChannelClient* client);
-    CBaseCameraChannel(const CBaseCameraChannel&) = delete;
-    CBaseCameraChannel& operator=(const CBaseCameraChannel&) = delete;
 
     bool Start(const ChannelSettings& settings) override;
     bool Stop() override;

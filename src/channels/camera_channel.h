@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device/channel_settings.h"
+#include "device/driver.h"
 
 #include <cstdint>
 #include <memory>

@@ -97,9 +97,9 @@ std::string CEncoderRequest::Codec() const
 
 std::string CEncoderRequest::Size() const
 {
-    if (device_.cameraType == kNumericResolutions)
+    if (device_.notation == ResolutionNotation::Numeric)
         return Item("resolution", PixelText(settings_));
-    return device_.cameraType == kNamedResolutions ? Item("resolution", SizeName(settings_.width)) : "";
+    return device_.notation == ResolutionNotation::Named ? Item("resolution", SizeName(settings_.width)) : "";
 }
 
 std::string CEncoderRequest::FrameRate() const

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "device/channel_settings.h"
 #include "device/device_properties.h"
+#include "device/driver.h"
 #include "device/settings_file.h"
 
 #include <cstdint>

@@ -102,7 +102,7 @@ void CMJPEGChannelHTTP::OnStopRequested()
 
 bool CMJPEGChannelHTTP::ConfigureCurrent()
 {
-    if (device_.cameraType == kNumericResolutions && !CheckSensorMode())
+    if (device_.notation == ResolutionNotation::Numeric && !CheckSensorMode())
         return false;
     const CEncoderRequest request(kMjpegOverHttpEncoder, device_, settings_, channel_, 0);
     const std::string size = request.Size();

@@ -2,7 +2,7 @@
 
 #include "channels/base_camera_channel.h"
 #include "device/device_properties.h"
-#include "http/win_inet_http_client.h"
+#include "http/http_client.h"
 #include "parsers/jpeg_media_parser.h"
 
 #include <cstdint>

@@ -60,7 +60,7 @@ std::string CStreamPathTable::At(const Paths& paths, std::uint32_t channel, std:
 }
 
 DeviceFacts::DeviceFacts(const IDriver& driver)
-    : cameraType(driver.GetPropertyInt(ipcapture::kPropertyCameraType)),
+    : notation(static_cast<ResolutionNotation>(driver.GetPropertyInt(ipcapture::kPropertyCameraType))),
       hasFieldToFrame(driver.GetPropertyText(ipcapture::kPropertyFrameMode) == "1"),
       isLegacy(driver.GetPropertyText(ipcapture::kPropertyDiscontinuedDevice) == "1"),
       rtspPort(static_cast<std::uint16_t>(driver.GetPropertyInt(ipcapture::kPropertyRtspPort))),

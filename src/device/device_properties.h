@@ -38,21 +38,27 @@ public:
     Paths rtsp;
 };
 
+/// How a device writes its picture sizes; the numbers are those of the property "Camera type".
+enum class ResolutionNotation : std::int32_t
+{
+    None = 0,
+    Numeric = 1, ///< like "640x480"
+    Named = 2    ///< like "4CIF", whose height depends on the video standard
+};
+
+inline constexpr std::uint32_t kMaxPresets = 1024; ///< whatever a device tells
+
 /// What the properties say of a device's video, parsed once. Absent ones read as 0, false and empty.
 struct DeviceFacts
 {
     explicit DeviceFacts(const IDriver& driver);
 
-    std::int32_t cameraType;
+    ResolutionNotation notation;
     bool hasFieldToFrame;
     bool isLegacy;
     std::uint16_t rtspPort; ///< 554 for a property of 0; the low bits of any other number
     CStreamPathTable streams;
 };
-
-/// Camera types: how a device names its picture sizes.
-inline constexpr std::int32_t kNumericResolutions = 1; ///< "640x480"
-inline constexpr std::int32_t kNamedResolutions = 2;   ///< "CIF"
 
 /// The picture sizes that have names, in pixels, the smallest first.
 struct NamedSize

@@ -24,8 +24,6 @@ class HostCallScope
 {
 public:
     HostCallScope() { platform::HeldLocks::CheckHostCall(); }
-    HostCallScope(const HostCallScope&) = delete;
-    HostCallScope& operator=(const HostCallScope&) = delete;
 
 private:
     platform::Reserve::Use none_{nullptr}; // before the scope, from which a thread may not come back

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "device/device_info.h"
 #include "device/driver.h"
 #include "platform/host_process.h"
 

@@ -1,38 +1,21 @@
 #include "discovery/camera_properties.h"
 
-#include <algorithm>
+#include "runtime/text_scanner.h"
 
 namespace korvane
 {
-
-void SkipSpace(std::string_view& text)
-{
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-}
-
-namespace
-{
-
-bool TakeWord(std::string_view& text, std::string_view word)
-{
-    const bool isThere = text.starts_with(word);
-    text.remove_prefix(isThere ? word.size() : 0);
-    return isThere;
-}
-
-} // namespace
 
 bool CAudioCapabilities::Parse(const char* text)
 {
     count = 0;
     stereo = false;
-    std::string_view rest = text == nullptr ? "" : text;
+    TextScanner scanner(text == nullptr ? "" : text);
     std::uint32_t channels = 0;
     std::uint32_t stereoNumber = 0;
-    if (!TakeWord(rest, "Count=") || !TakeNumber(rest, channels) || !TakeWord(rest, ";"))
+    if (!scanner.Literal("Count=") || scanner.Number(channels) != std::errc() || !scanner.Literal(";"))
         return false;
-    SkipSpace(rest);
-    if (!TakeWord(rest, "IsStereo=") || !TakeNumber(rest, stereoNumber))
+    scanner.SkipSpace();
+    if (!scanner.Literal("IsStereo=") || scanner.Number(stereoNumber) != std::errc())
         return false;
     count = channels;
     stereo = stereoNumber == 1;

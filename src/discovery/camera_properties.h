@@ -1,29 +1,13 @@
 #pragma once
 
-#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 namespace korvane
 {
-
-void SkipSpace(std::string_view& text); ///< takes blanks and line ends off the front
-
-/// Takes a number, which may have blanks and line ends in front, off the front of `text`. False, with
-/// `number` as it was, if there is none or one that `Number` cannot hold.
-template <class Number>
-bool TakeNumber(std::string_view& text, Number& number)
-{
-    SkipSpace(text);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    return error == std::errc();
-}
 
 /// How many audio channels a device has in one direction. Travels through the host as a text, written by the
 /// capability query and read back when a driver is opened.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device/device_info.h"
+#include "device/driver.h"
 #include "discovery/camera_properties.h"
 #include "discovery/store_writer.h"
 
@@ -30,8 +30,6 @@ public:
         : deviceInfo_(deviceInfo), hostVideoStandard_(hostVideoStandard)
     {
     }
-    CCameraPropertiesEx(const CCameraPropertiesEx&) = delete;
-    CCameraPropertiesEx& operator=(const CCameraPropertiesEx&) = delete;
     virtual ~CCameraPropertiesEx() = default;
 
     /// Reads the device; blocks for as long as its requests take. On false `errorCode` receives the reason,

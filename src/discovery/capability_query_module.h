@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device/device_info.h"
+#include "device/driver.h"
 #include "discovery/camera_properties_ex.h"
 #include "platform/thread.h"
 #include "runtime/one_at_a_time.h"
@@ -28,8 +28,6 @@ public:
     /// 20 s; then gives its thread up and tells the sink so. A query that was given up calls neither store
     /// nor sink any more, and what it holds of the properties is never freed.
     ~CCapabilityQueryModule() override;
-    CCapabilityQueryModule(const CCapabilityQueryModule&) = delete;
-    CCapabilityQueryModule& operator=(const CCapabilityQueryModule&) = delete;
 
     std::uint32_t StartQuery(const char* address, std::uint16_t port, const char* user, const char* password,
                              ipcapture::ICapabilityStore* store) override;

@@ -18,9 +18,8 @@ namespace korvane
 {
 
 inline constexpr std::uint32_t kMaxChannels = 64;
-inline constexpr std::uint32_t kMaxStreams = 16;  ///< of one channel
-inline constexpr std::uint32_t kMaxSignals = 256; ///< digital inputs, and outputs
-inline constexpr std::uint32_t kMaxPresets = 1024;
+inline constexpr std::uint32_t kMaxStreams = 16;    ///< of one channel
+inline constexpr std::uint32_t kMaxSignals = 256;   ///< digital inputs, and outputs
 inline constexpr std::size_t kMaxListEntries = 256; ///< resolutions, frame rates, codecs
 inline constexpr std::size_t kMaxAnswerBytes =
     1 << 20; ///< of one answer; what stands behind it is not looked at

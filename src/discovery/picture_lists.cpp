@@ -1,7 +1,7 @@
 #include "discovery/picture_lists.h"
 
-#include "device/device_properties.h"
 #include "runtime/text.h"
+#include "runtime/text_scanner.h"
 
 #include <algorithm>
 #include <optional>
@@ -20,10 +20,11 @@ constexpr std::uint32_t kFullRatePal = 25;
 std::optional<CameraResolution> ReadNumericResolution(std::string_view text)
 {
     CameraResolution size;
-    TakeNumber(text, size.width);
-    SkipSpace(text);
-    text.remove_prefix(std::min<std::size_t>(text.size(), 1));
-    TakeNumber(text, size.height);
+    TextScanner scanner(text);
+    scanner.Number(size.width);
+    scanner.SkipSpace();
+    scanner.Drop(1);
+    scanner.Number(size.height);
     return size.width == 0 || size.height == 0 ? std::nullopt : std::optional(size);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "device/device_properties.h"
 #include "discovery/camera_properties.h"
 
 #include <cstddef>
@@ -22,14 +23,6 @@ using FrameRateSet = std::set<std::uint32_t>;
 /// of the list, and the usual steps up to the highest of them.
 std::vector<std::uint32_t> ReadFrameRates(const std::vector<std::string>& texts, std::size_t count,
                                           bool isNtsc, FrameRateSet& rates);
-
-/// How a device writes its sizes; the numbers are those of the property "Camera type".
-enum class ResolutionNotation : std::uint32_t
-{
-    None = 0,
-    Numeric = 1, ///< like "640x480"
-    Named = 2    ///< like "4CIF", whose height depends on the video standard
-};
 
 struct ResolutionList
 {

@@ -294,7 +294,7 @@ void CVivotekCameraProperties::SaveParameters(CStoreWriter& writer) const
     writer.AddNumber(kPropertyVideoStandard, "Video standard", hostVideoStandard_ != 0);
     writer.AddNumber(kPropertyCameraVideoStandard, "Camera video standard", device_.isNtsc);
     writer.AddNumber(kPropertyCameraType, "Camera type",
-                     static_cast<std::uint32_t>(device_.resolutions.notation));
+                     static_cast<std::int32_t>(device_.resolutions.notation));
     writer.AddNumber(kPropertyRtspPort, "RTSP port", device_.rtspPort);
     writer.AddText(kPropertyStreams, "Vivotek streams", streams_.Text());
     writer.AddNumber(kPropertyPresetCount, "Preset count", presetCount_);

@@ -3,11 +3,12 @@
 #include "device/bastrel_supported_features.h"
 #include "device/device_properties.h"
 #include "device/settings_file.h"
-#include "discovery/camera_properties_ex.h"
+#include "discovery/capability_query_module.h"
 #include "discovery/device_description.h"
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -82,6 +83,19 @@ private:
     std::string audioOutputCodecs_;
     std::string audioInputCodecs_;
     CBastrelSupportedFeatures features_{platform::ReadProductVersion(kHostCoreLibrary)};
+};
+
+/// A query of a Vivotek device.
+class CVivotekCapabilityQueryModule : public CCapabilityQueryModule
+{
+public:
+    using CCapabilityQueryModule::CCapabilityQueryModule;
+    ~CVivotekCapabilityQueryModule() override { StopQuery(); }
+
+    CCameraPropertiesEx* CreateProperties() override
+    {
+        return new (std::nothrow) CVivotekCameraProperties(device_, videoStandardFlag_);
+    }
 };
 
 } // namespace korvane

@@ -29,7 +29,7 @@ CClientBody::CClientBody(const korvane::DEVICE_INFO& device, HttpService service
 {
 }
 
-HttpError CClientBody::Send(HttpPlan plan, bool isAwaited)
+HttpError CClientBody::SendPlan(HttpPlan plan, bool isAwaited)
 {
     statusCode_ = contentLength_ = 0;
     if (!connection_)
@@ -64,7 +64,7 @@ HttpError CClientBody::Send(HttpPlan plan, bool isAwaited)
     return HttpError::kNone;
 }
 
-void CClientBody::Close()
+void CClientBody::CloseRequest()
 {
     Exchange waiting;
     Exchange response;
@@ -81,13 +81,13 @@ void CClientBody::Close()
     }
 }
 
-void CClientBody::End()
+void CClientBody::EndRequests()
 {
     {
         const korvane::CLockGuard guard(lock_);
         hasEnded_ = true;
     }
-    Close();
+    CloseRequest();
 }
 
 void CClientBody::Reopen()
@@ -98,7 +98,7 @@ void CClientBody::Reopen()
 
 void CClientBody::Disconnect()
 {
-    Close();
+    CloseRequest();
     connection_.reset();
 }
 
@@ -114,7 +114,7 @@ HttpOfferedSchemes CClientBody::Offered() const
     return exchange ? exchange->Offered() : HttpOfferedSchemes();
 }
 
-std::uint32_t CClientBody::Available()
+std::uint32_t CClientBody::QueryDataAvailable()
 {
     std::uint32_t count = 0;
     const Exchange exchange = Get();
@@ -122,7 +122,7 @@ std::uint32_t CClientBody::Available()
     return count;
 }
 
-std::uint32_t CClientBody::Read(std::uint8_t* buffer, std::uint32_t size)
+std::uint32_t CClientBody::ReadData(std::uint8_t* buffer, std::uint32_t size)
 {
     std::uint32_t count = 0;
     const Exchange exchange = Get();
@@ -131,12 +131,12 @@ std::uint32_t CClientBody::Read(std::uint8_t* buffer, std::uint32_t size)
     return count;
 }
 
-std::uint32_t CClientBody::ReadWhole(std::vector<std::uint8_t>& buffer, std::uint32_t limit)
+std::uint32_t CClientBody::ReadResponse(std::vector<std::uint8_t>& buffer, std::uint32_t limit)
 {
     buffer.clear();
     while (buffer.size() < limit)
     {
-        const std::uint32_t waiting = Available();
+        const std::uint32_t waiting = QueryDataAvailable();
         if (waiting == 0)
             break;
         if (IsLate())
@@ -147,7 +147,7 @@ std::uint32_t CClientBody::ReadWhole(std::vector<std::uint8_t>& buffer, std::uin
         const std::size_t before = buffer.size();
         const std::uint32_t block = std::min(waiting, kBlockBytes);
         buffer.resize(before + block);
-        buffer.resize(before + Read(buffer.data() + before, block));
+        buffer.resize(before + ReadData(buffer.data() + before, block));
     }
     return static_cast<std::uint32_t>(buffer.size());
 }

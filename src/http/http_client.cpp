@@ -20,7 +20,7 @@ constexpr HttpScheme kPreferredSchemes[] = {HttpScheme::kNegotiate, HttpScheme::
 } // namespace
 
 CHttpClient::CHttpClient(const korvane::DEVICE_INFO& deviceInfo, const char* userAgent)
-    : body_(deviceInfo, HttpService::kWinHttp, userAgent)
+    : CClientBody(deviceInfo, HttpService::kWinHttp, userAgent)
 {
 }
 
@@ -49,7 +49,7 @@ bool CHttpClient::SendRequest(const std::string& method, const std::string& uri,
     // The first request decides. TLS is worth a try only if something came back from this port before.
     if (SendBy(Transport::kPlain, plan, isAwaited))
         transport_ = Transport::kPlain;
-    else if (body_.HasResponse() && SendBy(Transport::kTls, plan, isAwaited))
+    else if (HasResponse() && SendBy(Transport::kTls, plan, isAwaited))
         transport_ = Transport::kTls;
     return transport_ != Transport::kUnknown;
 }
@@ -62,7 +62,7 @@ bool CHttpClient::SendBy(Transport transport, HttpPlan plan, bool isAwaited)
     {
         plan.scheme = scheme_;
         plan.forProxy = forProxy_;
-        if (body_.Send(plan, isAwaited) != HttpError::kNone)
+        if (SendPlan(plan, isAwaited) != HttpError::kNone)
             return false;
         if (StatusCode() == lastStatus || !ChooseScheme())
             break;
@@ -73,7 +73,7 @@ bool CHttpClient::SendBy(Transport transport, HttpPlan plan, bool isAwaited)
 
 bool CHttpClient::ChooseScheme()
 {
-    const HttpOfferedSchemes offered = body_.Offered(); // none unless the device refused
+    const HttpOfferedSchemes offered = Offered(); // none unless the device refused
     const auto* const chosen =
         std::ranges::find_if(kPreferredSchemes, [&](HttpScheme scheme)
                              { return (offered.schemes & static_cast<std::uint32_t>(scheme)) != 0; });

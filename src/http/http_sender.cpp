@@ -18,15 +18,14 @@ constexpr std::uint32_t kZeroBlockBytes = 8192; // what is asked for at once
 } // namespace
 
 CHttpSender::CHttpSender(const korvane::DEVICE_INFO& deviceInfo)
-    : CBaseHttpSender(deviceInfo),
-      body_(deviceInfo, HttpService::kWinHttp, kUserAgent, deviceInfo.networkTimeoutMs),
+    : CClientBody(deviceInfo, HttpService::kWinHttp, kUserAgent, deviceInfo.networkTimeoutMs),
       secure_(deviceInfo.port == kTlsPort)
 {
 }
 
 bool CHttpSender::Send(const HttpRequest& request)
 {
-    body_.Reopen(); // an abort from here on keeps also the second attempt from running
+    Reopen(); // an abort from here on keeps also the second attempt from running
     return SendEither(request);
 }
 
@@ -47,8 +46,8 @@ bool CHttpSender::SendEither(const HttpRequest& request)
         return true;
 
     const HttpScheme used = SchemeFor(request.authKind);
-    learntScheme_ = body_.Offered().first;
-    body_.Close();
+    learntScheme_ = Offered().first;
+    CloseRequest();
     if (learntScheme_ == HttpScheme::kNone || learntScheme_ == used)
         return true;
     return SendEither(request); // once: a learnt scheme is never learnt anew
@@ -67,9 +66,9 @@ HttpError CHttpSender::Attempt(const HttpRequest& request, bool secure)
     plan.headers = request.headers;
     plan.body = request.body;
     plan.announcedBytes = request.totalLength;
-    body_.Close();
-    return body_.Send(std::move(plan), request.body.size() >= request.totalLength &&
-                                           (request.flags & HttpRequest::kNoResponse) == 0);
+    CloseRequest();
+    return SendPlan(std::move(plan), request.body.size() >= request.totalLength &&
+                                         (request.flags & HttpRequest::kNoResponse) == 0);
 }
 
 HttpScheme CHttpSender::SchemeFor(AuthKind kind) const
@@ -83,15 +82,15 @@ HttpScheme CHttpSender::SchemeFor(AuthKind kind) const
 
 std::uint32_t CHttpSender::ContentLength() const
 {
-    return StatusCode() == 204 ? 0 : body_.ContentLength();
+    return StatusCode() == 204 ? 0 : CClientBody::ContentLength();
 }
 
 std::uint32_t CHttpSender::ReadResponse(std::vector<std::uint8_t>& buffer)
 {
     const std::uint32_t length = ContentLength();
-    const std::uint32_t limit = length != 0 ? std::min(length, CClientBody::kMostBytes) : kUnknownLengthLimit;
-    std::size_t size = body_.ReadWhole(buffer, limit);
-    if (LastError() == HttpError::kTimeout && !body_.IsLate())
+    const std::uint32_t limit = length != 0 ? std::min(length, kMostBytes) : kUnknownLengthLimit;
+    std::size_t size = CClientBody::ReadResponse(buffer, limit);
+    if (LastError() == HttpError::kTimeout && !IsLate())
         size += kZeroBlockBytes; // the block that was waited for, as far as it came
     buffer.resize(std::min<std::size_t>(size, limit));
     return static_cast<std::uint32_t>(buffer.size());
@@ -102,9 +101,9 @@ std::uint32_t CHttpSender::ReadData(std::vector<std::uint8_t>& buffer, std::uint
     if (clearFirst)
         buffer.clear();
     const std::size_t before = buffer.size();
-    const std::uint32_t room = size != 0 ? std::min(size, body_.Available()) : 0;
+    const std::uint32_t room = size != 0 ? std::min(size, CClientBody::QueryDataAvailable()) : 0;
     buffer.resize(before + room);
-    const std::uint32_t count = room != 0 ? body_.Read(buffer.data() + before, room) : 0;
+    const std::uint32_t count = room != 0 ? CClientBody::ReadData(buffer.data() + before, room) : 0;
     buffer.resize(before + count);
     return count;
 }

@@ -48,10 +48,7 @@ struct HttpRequest
 class CBaseHttpSender
 {
 public:
-    explicit CBaseHttpSender(const korvane::DEVICE_INFO& deviceInfo) : deviceInfo_(deviceInfo) {}
     virtual ~CBaseHttpSender() = default;
-    CBaseHttpSender(const CBaseHttpSender&) = delete;
-    CBaseHttpSender& operator=(const CBaseHttpSender&) = delete;
 
     /// True when a response came, whatever its status, or none was to be waited for.
     virtual bool Send(const HttpRequest& request) = 0;
@@ -72,33 +69,28 @@ public:
     /// Gives the bytes read; 0 at the end of the body and on failure.
     virtual std::uint32_t ReadData(std::vector<std::uint8_t>& buffer, std::uint32_t size,
                                    bool clearFirst) = 0;
-
-protected:
-    const korvane::DEVICE_INFO deviceInfo_;
 };
 
 /// A sender that remembers which of plain HTTP and TLS worked, and learns the authentication scheme from the
 /// first 401.
-class CHttpSender : public CBaseHttpSender
+class CHttpSender : public CBaseHttpSender, private CClientBody
 {
 public:
     static constexpr const char* kUserAgent = "Korvane::HttpSender";
 
-    /// Without the system's HTTP service every request fails. Begins with TLS when the device's port is 443.
+    /// Begins with TLS when the device's port is 443.
     explicit CHttpSender(const korvane::DEVICE_INFO& deviceInfo);
 
     bool Send(const HttpRequest& request) override;
-    void Abort() override { body_.End(); }
-    std::uint32_t QueryDataAvailable() override { return body_.IsLate() ? 0 : body_.Available(); }
+    void Abort() override { EndRequests(); }
+    std::uint32_t QueryDataAvailable() override { return IsLate() ? 0 : CClientBody::QueryDataAvailable(); }
     std::uint32_t ReadResponse(std::vector<std::uint8_t>& buffer) override;
     std::uint32_t ReadData(std::vector<std::uint8_t>& buffer, std::uint32_t size, bool clearFirst) override;
 
-    /// Lets go of the connection that is kept for the next request, and of the response in hand.
-    void Disconnect() { body_.Disconnect(); }
-
-    std::uint32_t StatusCode() const { return body_.StatusCode(); } ///< of the last exchange; 0 when none
-    std::uint32_t ContentLength() const;                            ///< 0 when unknown
-    korvane::platform::HttpError LastError() const { return body_.LastError(); }
+    using CClientBody::Disconnect;
+    using CClientBody::LastError;
+    using CClientBody::StatusCode;
+    std::uint32_t ContentLength() const;      ///< 0 when unknown
     bool IsSecure() const { return secure_; } ///< the transport that worked last
 
 private:
@@ -106,7 +98,6 @@ private:
     korvane::platform::HttpError Attempt(const HttpRequest& request, bool secure);
     korvane::platform::HttpScheme SchemeFor(AuthKind kind) const;
 
-    CClientBody body_;
     korvane::platform::HttpScheme learntScheme_ = korvane::platform::HttpScheme::kNone;
     bool secure_;
 };

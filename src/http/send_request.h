@@ -1,12 +1,34 @@
 #pragma once
 
 #include "http/http_client.h"
-#include "http/win_inet_http_client.h"
-#include "runtime/result_def.h"
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
+
+namespace korvane
+{
+
+/// The outcome of a request. A new one is a success: severity 3, code 0, no message.
+class CResultDef
+{
+public:
+    static constexpr std::uint32_t kSuccess = 3; ///< severity
+
+    CResultDef() = default;
+    CResultDef(std::uint32_t severityValue, std::uint32_t codeValue, std::string messageText)
+        : severity(severityValue), code(codeValue), message(std::move(messageText))
+    {
+    }
+    virtual ~CResultDef() = default;
+
+    std::uint32_t severity = kSuccess;
+    std::uint32_t code = 0;
+    std::string message;
+};
+
+} // namespace korvane
 
 /// Requests to a camera's CGI interface. `Client` is `Web::CHttpClient` or `Web::CWinINetHttpClient`, used by
 /// one thread at a time; its time-out bounds each request. Reentrant.

@@ -2,7 +2,7 @@
 
 #include <larkmoor/exports.h>
 
-#include "discovery/vivotek_capability_query_module.h"
+#include "discovery/vivotek_camera_properties.h"
 #include "plugin/larkmoor_driver.h"
 #include "runtime/guarded.h"
 

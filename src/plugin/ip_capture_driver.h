@@ -3,7 +3,7 @@
 #include "device/driver.h"
 #include "platform/host_process.h"
 #include "plugin/ip_video_capture.h"
-#include "ptz/base_ptz_handler.h"
+#include "ptz/base_ptz_control.h"
 #include "runtime/recursive_lock.h"
 
 #include <larkmoor/ip_capture_driver.h>
@@ -26,10 +26,6 @@ namespace korvane
 class CIPCaptureDriver : public ipcapture::IIPCaptureDriverEx4, public IDriver, public ICustomCreator
 {
 public:
-    CIPCaptureDriver() = default;
-    CIPCaptureDriver(const CIPCaptureDriver&) = delete;
-    CIPCaptureDriver& operator=(const CIPCaptureDriver&) = delete;
-
     // The host's view
     bool Open(ipcapture::IHostSink* hostSink, ipcapture::IHostFrameAllocator* frameAllocator,
               ipcapture::IHostDeviceSettings* deviceSettings) override;

@@ -35,11 +35,10 @@ public:
     /// `creator` outlives the object. The table's size never changes.
     CIPVideoCapture(ICustomCreator* creator, std::uint32_t channelCount);
     ~CIPVideoCapture() override { StopAll(); }
-    bool
-    StopAll(); ///< in order; false if one was stopped from inside its own call and is to be stopped once more
     void RequestStop(); ///< tells all channels to stop, and waits for none
-    CIPVideoCapture(const CIPVideoCapture&) = delete;
-    CIPVideoCapture& operator=(const CIPVideoCapture&) = delete;
+
+    /// Stops all channels, in order. False if one was stopped from inside its own call: once more, then.
+    bool StopAll();
 
     std::uint32_t GetChannelCount() override;
     bool StartChannel(std::uint32_t channel, ipcapture::IHostChannelClient* channelClient,

@@ -1,7 +1,7 @@
 #include "plugin/larkmoor_driver.h"
 
 #include "audio/audio_capture_channel.h"
-#include "channels/codec_channels_rtsp.h"
+#include "channels/common_rtsp_channel.h"
 #include "channels/mjpeg_channel_http.h"
 #include "device/device_properties.h"
 #include "device/host_call.h"

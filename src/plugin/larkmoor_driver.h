@@ -1,7 +1,6 @@
 #pragma once
 
 #include "audio/ip_audio_capture.h"
-#include "audio/ip_audio_sender.h"
 #include "plugin/ip_capture_driver.h"
 
 #include <memory>
@@ -17,7 +16,6 @@ namespace korvane
 class CLarkmoorDriver final : public CIPCaptureDriver, public IAudioChannelCreator
 {
 public:
-    CLarkmoorDriver() = default;
     /// Deletes audio, video capture, I/O and PTZ, for a host that has not closed: here and not in the base,
     /// since their threads ask for the driver's name to the last.
     ~CLarkmoorDriver() override;

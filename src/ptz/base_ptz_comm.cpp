@@ -82,14 +82,14 @@ bool CBasePTZComm::MayExecute(const CWorkItem& item)
     return true;
 }
 
-std::int32_t CBasePTZComm::Queue(const char* operation, const Arguments& arguments)
+std::int32_t CBasePTZComm::Queue(const Operation& operation, ipcapture::IIPParams* params,
+                                 const Arguments& arguments)
 {
-    auto* const item = new (std::nothrow) CWorkItem(arguments);
+    auto* const item = new (std::nothrow) CWorkItem(operation, params, arguments);
     if (item != nullptr && PostWorkItem(item, GetMaxQueuedCommands()))
         return ipcapture::kPTZDone;
-    driver_->DebugMessage(kLevelError, "%s: cannot send message (%d) to thread",
-                          (std::string("korvane::CBasePTZComm::") + operation).c_str(),
-                          static_cast<int>(arguments.command));
+    driver_->DebugMessage(kLevelError, "korvane::CBasePTZComm::%s: cannot send message (%d) to thread",
+                          operation.name, static_cast<int>(operation.command));
     return ipcapture::kPTZNotQueued;
 }
 

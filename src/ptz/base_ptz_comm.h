@@ -51,20 +51,46 @@ public:
         kStopIris = 8,
     };
 
+    /// A command as the host gives it, under the name that messages have for it.
+    struct Operation
+    {
+        const char* name;
+        Command command;
+        Subcommand subcommand;
+    };
+    static constexpr Operation kStartMove{"StartMove", Command::kMove, Subcommand::kNone};
+    static constexpr Operation kFocusFar{"StartFocus", Command::kFocus, Subcommand::kFocusFar};
+    static constexpr Operation kFocusNear{"StartFocus", Command::kFocus, Subcommand::kFocusNear};
+    static constexpr Operation kIrisOpen{"StartIris", Command::kIris, Subcommand::kIrisOpen};
+    static constexpr Operation kIrisClose{"StartIris", Command::kIris, Subcommand::kIrisClose};
+    static constexpr Operation kCenter{"Center", Command::kCenter, Subcommand::kNone};
+    static constexpr Operation kAreaZoom{"AreaZoom", Command::kAreaZoom, Subcommand::kNone};
+    static constexpr Operation kUnzoom{"Unzoom", Command::kUnzoom, Subcommand::kNone};
+    static constexpr Operation kStopMoving{"StopMoving", Command::kStop, Subcommand::kStopMoving};
+    static constexpr Operation kStopZooming{"StopZooming", Command::kStop, Subcommand::kStopZooming};
+    static constexpr Operation kStopFocusing{"StopFocusing", Command::kStop, Subcommand::kStopFocusing};
+    static constexpr Operation kStopIris{"StopIrisChanging", Command::kStop, Subcommand::kStopIris};
+
     struct Arguments
     {
-        Command command = Command::kMove;
-        Subcommand subcommand = Subcommand::kNone;
-        ipcapture::IIPParams* params = nullptr; // the control that gave the command; for other families
-        std::uint32_t speed = 0;                // 1 to 16
-        std::uint32_t a = 0;                    // direction, or x
-        std::uint32_t b = 0;                    // y
-        std::uint32_t c = 0;                    // further argument of an area zoom; for other families
+        std::uint32_t speed = 0; // 1 to 16
+        std::uint32_t a = 0;     // direction, or x
+        std::uint32_t b = 0;     // y
+        std::uint32_t c = 0;     // further argument of an area zoom; for other families
     };
 
     struct CWorkItem : IWorkItem, Arguments
     {
-        explicit CWorkItem(const Arguments& arguments) : Arguments(arguments) {}
+        CWorkItem(const Operation& operation, ipcapture::IIPParams* control, const Arguments& arguments)
+            : Arguments(arguments),
+              command(operation.command),
+              subcommand(operation.subcommand),
+              params(control)
+        {
+        }
+        const Command command;
+        const Subcommand subcommand;
+        ipcapture::IIPParams* const params; // the control that gave the command; for other families
     };
 
     CBasePTZComm(std::uint16_t channel, IDriver* driver);
@@ -86,58 +112,8 @@ public:
     /// While a close goes on: ends the request in progress once its time is up. To be called again and again.
     void OnStopRequested() override;
 
-    /// Each queues one command: 1, or -18 if the worker doesn't run.
-    std::int32_t StartMove(ipcapture::IIPParams* params, std::uint32_t direction, std::uint32_t speed)
-    {
-        return Queue("StartMove",
-                     {.command = Command::kMove, .params = params, .speed = speed, .a = direction});
-    }
-    std::int32_t StartFocus(ipcapture::IIPParams* params, bool near, std::uint32_t speed)
-    {
-        const Subcommand way = near ? Subcommand::kFocusNear : Subcommand::kFocusFar;
-        return Queue("StartFocus",
-                     {.command = Command::kFocus, .subcommand = way, .params = params, .speed = speed});
-    }
-    std::int32_t StartIris(ipcapture::IIPParams* params, bool open, std::uint32_t speed)
-    {
-        const Subcommand way = open ? Subcommand::kIrisOpen : Subcommand::kIrisClose;
-        return Queue("StartIris",
-                     {.command = Command::kIris, .subcommand = way, .params = params, .speed = speed});
-    }
-    std::int32_t Center(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y, std::uint32_t third)
-    {
-        return Queue("Center",
-                     {.command = Command::kCenter, .params = params, .speed = third, .a = x, .b = y});
-    }
-    std::int32_t AreaZoom(ipcapture::IIPParams* params, std::uint32_t x, std::uint32_t y, std::uint32_t third,
-                          std::uint32_t fourth)
-    {
-        return Queue(
-            "AreaZoom",
-            {.command = Command::kAreaZoom, .params = params, .speed = fourth, .a = x, .b = y, .c = third});
-    }
-    std::int32_t Unzoom(ipcapture::IIPParams* params, std::uint32_t speed)
-    {
-        return Queue("Unzoom", {.command = Command::kUnzoom, .params = params, .speed = speed});
-    }
-
-    /// The same, true if it is queued.
-    bool StopMoving(ipcapture::IIPParams* params)
-    {
-        return QueueStop("StopMoving", Subcommand::kStopMoving, params);
-    }
-    bool StopZooming(ipcapture::IIPParams* params)
-    {
-        return QueueStop("StopZooming", Subcommand::kStopZooming, params);
-    }
-    bool StopFocusing(ipcapture::IIPParams* params)
-    {
-        return QueueStop("StopFocusing", Subcommand::kStopFocusing, params);
-    }
-    bool StopIrisChanging(ipcapture::IIPParams* params)
-    {
-        return QueueStop("StopIrisChanging", Subcommand::kStopIris, params);
-    }
+    /// Queues one command of the control `params`: 1, or -18 if the worker doesn't run.
+    std::int32_t Queue(const Operation& operation, ipcapture::IIPParams* params, const Arguments& arguments);
 
     std::uint32_t PresetCount() const { return presetCount_; }
 
@@ -163,12 +139,6 @@ protected:
     std::uint32_t presetCount_ = 0; ///< places for presets of the device
 
 private:
-    std::int32_t Queue(const char* operation, const Arguments& arguments);
-    bool QueueStop(const char* operation, Subcommand what, ipcapture::IIPParams* params)
-    {
-        return Queue(operation, {.command = Command::kStop, .subcommand = what, .params = params}) ==
-               ipcapture::kPTZDone;
-    }
     bool IsLate() const;
 
     bool opened_ = false;

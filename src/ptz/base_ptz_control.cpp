@@ -81,14 +81,13 @@ Result CBasePTZControl::Call(Result failure, Use use)
 }
 
 // Queues a command, and notes that `activity` has begun; whatever is queued takes the head off its preset.
-template <class... Arguments>
-std::int32_t CBasePTZControl::Start(bool* activity, Operation<Arguments...> operation,
-                                    std::type_identity_t<Arguments>... arguments)
+std::int32_t CBasePTZControl::Start(bool* activity, const CBasePTZComm::Operation& operation,
+                                    const CBasePTZComm::Arguments& arguments)
 {
     return Call(kPTZNotQueued,
                 [&](CBasePTZComm& comm)
                 {
-                    const std::int32_t result = (comm.*operation)(this, arguments...);
+                    const std::int32_t result = comm.Queue(operation, this, arguments);
                     if (result != kPTZDone)
                         return result;
                     presets_.ClearCurrent();
@@ -108,60 +107,60 @@ std::int32_t CBasePTZControl::StartMove(std::uint32_t direction, std::uint32_t s
     if (direction == kPTZNoDirection)
         return Call(kPTZNotQueued, [](CBasePTZComm&) { return kPTZBadArgument; });
     const bool zoom = direction == kPTZZoomIn || direction == kPTZZoomOut;
-    return Start(zoom ? &zooming_ : &moving_, &CBasePTZComm::StartMove, direction, speed);
+    return Start(zoom ? &zooming_ : &moving_, CBasePTZComm::kStartMove, {.speed = speed, .a = direction});
 }
 
 std::int32_t CBasePTZControl::ZoomIn(std::uint32_t speed)
 {
-    return Start(&zooming_, &CBasePTZComm::StartMove, kPTZZoomIn, speed);
+    return Start(&zooming_, CBasePTZComm::kStartMove, {.speed = speed, .a = kPTZZoomIn});
 }
 
 std::int32_t CBasePTZControl::ZoomOut(std::uint32_t speed)
 {
-    return Start(&zooming_, &CBasePTZComm::StartMove, kPTZZoomOut, speed);
+    return Start(&zooming_, CBasePTZComm::kStartMove, {.speed = speed, .a = kPTZZoomOut});
 }
 
 std::int32_t CBasePTZControl::FocusNear(std::uint32_t speed)
 {
-    return Start(&focusing_, &CBasePTZComm::StartFocus, true, speed);
+    return Start(&focusing_, CBasePTZComm::kFocusNear, {.speed = speed});
 }
 
 std::int32_t CBasePTZControl::FocusFar(std::uint32_t speed)
 {
-    return Start(&focusing_, &CBasePTZComm::StartFocus, false, speed);
+    return Start(&focusing_, CBasePTZComm::kFocusFar, {.speed = speed});
 }
 
 std::int32_t CBasePTZControl::IrisOpen(std::uint32_t speed)
 {
-    return Start(&irisChanging_, &CBasePTZComm::StartIris, true, speed);
+    return Start(&irisChanging_, CBasePTZComm::kIrisOpen, {.speed = speed});
 }
 
 std::int32_t CBasePTZControl::IrisClose(std::uint32_t speed)
 {
-    return Start(&irisChanging_, &CBasePTZComm::StartIris, false, speed);
+    return Start(&irisChanging_, CBasePTZComm::kIrisClose, {.speed = speed});
 }
 
 std::int32_t CBasePTZControl::Center(std::uint32_t x, std::uint32_t y, std::uint32_t third)
 {
-    return Start(nullptr, &CBasePTZComm::Center, x, y, third);
+    return Start(nullptr, CBasePTZComm::kCenter, {.speed = third, .a = x, .b = y});
 }
 
 std::int32_t CBasePTZControl::AreaZoom(std::uint32_t x, std::uint32_t y, std::uint32_t third,
                                        std::uint32_t fourth)
 {
-    return Start(nullptr, &CBasePTZComm::AreaZoom, x, y, third, fourth);
+    return Start(nullptr, CBasePTZComm::kAreaZoom, {.speed = fourth, .a = x, .b = y, .c = third});
 }
 
 std::int32_t CBasePTZControl::Unzoom(std::uint32_t speed)
 {
-    return Start(nullptr, &CBasePTZComm::Unzoom, speed);
+    return Start(nullptr, CBasePTZComm::kUnzoom, {.speed = speed});
 }
 
-bool CBasePTZControl::StopIf(CBasePTZComm& comm, bool& activity, StopOperation stop)
+bool CBasePTZControl::StopIf(CBasePTZComm& comm, bool& activity, const CBasePTZComm::Operation& stop)
 {
     if (!activity)
         return true;
-    if (!Guarded(false, [&] { return (comm.*stop)(this); }))
+    if (Guarded(kPTZNotQueued, [&] { return comm.Queue(stop, this, {}); }) != kPTZDone)
         return false;
     activity = false;
     presets_.ClearCurrent();
@@ -173,10 +172,10 @@ std::int32_t CBasePTZControl::Stop()
     return Call(kPTZNotQueued,
                 [this](CBasePTZComm& comm)
                 {
-                    const bool moving = StopIf(comm, moving_, &CBasePTZComm::StopMoving);
-                    const bool zooming = StopIf(comm, zooming_, &CBasePTZComm::StopZooming);
-                    const bool iris = StopIf(comm, irisChanging_, &CBasePTZComm::StopIrisChanging);
-                    const bool focusing = StopIf(comm, focusing_, &CBasePTZComm::StopFocusing);
+                    const bool moving = StopIf(comm, moving_, CBasePTZComm::kStopMoving);
+                    const bool zooming = StopIf(comm, zooming_, CBasePTZComm::kStopZooming);
+                    const bool iris = StopIf(comm, irisChanging_, CBasePTZComm::kStopIris);
+                    const bool focusing = StopIf(comm, focusing_, CBasePTZComm::kStopFocusing);
                     return moving && zooming && iris && focusing ? kPTZDone : kPTZNotQueued;
                 });
 }
@@ -245,6 +244,23 @@ std::int32_t CBasePTZControl::AddPreset(const char* name)
 std::int32_t CBasePTZControl::DeletePreset(const char* name)
 {
     return name == nullptr ? kPTZBadArgument : CallPresets([&] { return presets_.DeletePreposition(name); });
+}
+
+ipcapture::IIPPTZApiEx* CBasePTZHandler::GetPTZControlEx(std::uint32_t channel)
+{
+    if (channel >= kPTZChannels)
+        return nullptr;
+    return Guarded<CBasePTZControl*>(nullptr,
+                                     [this, channel]() -> CBasePTZControl*
+                                     {
+                                         const auto found = controls_.find(channel);
+                                         if (found != controls_.end())
+                                             return found->second.get();
+                                         std::unique_ptr<CBasePTZControl> control = CreateControl(channel);
+                                         if (control == nullptr || !control->Open())
+                                             return nullptr; // not kept, so that the next call tries again
+                                         return (controls_[channel] = std::move(control)).get();
+                                     });
 }
 
 } // namespace korvane

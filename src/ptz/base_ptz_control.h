@@ -9,9 +9,9 @@
 #include <larkmoor/ip_ptz.h>
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
-#include <type_traits>
 
 namespace korvane
 {
@@ -24,8 +24,6 @@ class CBasePTZControl : public ipcapture::IIPPTZApiEx, public ipcapture::IIPPara
 public:
     CBasePTZControl(IDriver* driver, std::uint32_t channel);
     ~CBasePTZControl() override;
-    CBasePTZControl(const CBasePTZControl&) = delete;
-    CBasePTZControl& operator=(const CBasePTZControl&) = delete;
 
     std::int32_t IsAvailable() override;
     std::int32_t StartMove(std::uint32_t direction, std::uint32_t speed) override;
@@ -70,18 +68,13 @@ protected:
     const std::uint32_t channel_; ///< from 0
 
 private:
-    template <class... Arguments>
-    using Operation = std::int32_t (CBasePTZComm::*)(ipcapture::IIPParams*, Arguments...);
-    using StopOperation = bool (CBasePTZComm::*)(ipcapture::IIPParams*);
-
     template <class Result, class Use>
     Result Call(Result failure, Use use);
     template <class Use>
     std::int32_t CallPresets(Use use);
-    template <class... Arguments>
-    std::int32_t Start(bool* activity, Operation<Arguments...> operation,
-                       std::type_identity_t<Arguments>... arguments);
-    bool StopIf(CBasePTZComm& comm, bool& activity, StopOperation stop);
+    std::int32_t Start(bool* activity, const CBasePTZComm::Operation& operation,
+                       const CBasePTZComm::Arguments& arguments);
+    bool StopIf(CBasePTZComm& comm, bool& activity, const CBasePTZComm::Operation& stop);
 
     std::shared_ptr<COpenCalls> calls_ = std::make_shared<COpenCalls>();
     COneAtATime closing_;
@@ -93,6 +86,41 @@ private:
     bool focusing_ = false;
     bool irisChanging_ = false;
     bool moving_ = false;
+};
+
+/// Gives both levels of the host's interface one body.
+class CIPPTZDriverIf : public ipcapture::IIPPTZDriverEx
+{
+public:
+    ipcapture::IIPPTZApi* GetPTZControl(std::uint32_t channel) override { return GetPTZControlEx(channel); }
+    virtual void BeginClose() {} ///< starts the time that the heads have to end; the object goes soon after
+};
+
+/// Makes the controls of a device's heads on demand and keeps them until it goes. The host's thread.
+class CBasePTZHandler : public CIPPTZDriverIf
+{
+public:
+    static constexpr std::uint32_t kPTZChannels = 1; ///< only channel 0 has a control
+
+    explicit CBasePTZHandler(IDriver* driver) : driver_(driver) {} ///< not owned; outlives the object
+    ~CBasePTZHandler() override { CBasePTZHandler::DeleteControls(); }
+
+    ipcapture::IIPPTZApiEx* GetPTZControlEx(std::uint32_t channel) override;
+
+    void BeginClose() override
+    {
+        for (const auto& control : controls_)
+            control.second->BeginClose();
+    }
+
+    virtual std::unique_ptr<CBasePTZControl> CreateControl(std::uint32_t channel) = 0;
+    virtual void DeleteControls() { controls_.clear(); }
+
+protected:
+    IDriver* const driver_;
+
+private:
+    std::map<std::uint32_t, std::unique_ptr<CBasePTZControl>> controls_; // by channel
 };
 
 } // namespace korvane

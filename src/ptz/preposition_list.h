@@ -40,8 +40,6 @@ class CPrepositionList
 public:
     explicit CPrepositionList(std::uint32_t channel) : channel_(channel) {}
     virtual ~CPrepositionList() = default;
-    CPrepositionList(const CPrepositionList&) = delete;
-    CPrepositionList& operator=(const CPrepositionList&) = delete;
 
     virtual std::uint32_t GetCount(); ///< presets with a name
     virtual bool GetName(std::uint32_t index, std::string& name);

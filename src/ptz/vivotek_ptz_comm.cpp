@@ -15,7 +15,6 @@ namespace korvane
 namespace
 {
 
-constexpr std::int32_t kMostPresets = 1024; // whatever a device tells
 constexpr std::int32_t kTypeWithSpeeds = 0;
 constexpr std::int32_t kTypeWithoutSpeeds = 1;
 
@@ -69,8 +68,8 @@ CVivotekPTZComm::~CVivotekPTZComm()
 
 bool CVivotekPTZComm::Open()
 {
-    presetCount_ = static_cast<std::uint32_t>(
-        std::clamp<std::int32_t>(driver_->GetPropertyInt(ipcapture::kPropertyPresetCount), 0, kMostPresets));
+    presetCount_ = static_cast<std::uint32_t>(std::clamp<std::int32_t>(
+        driver_->GetPropertyInt(ipcapture::kPropertyPresetCount), 0, std::int32_t{kMaxPresets}));
     return CBasePTZComm::Open();
 }
 

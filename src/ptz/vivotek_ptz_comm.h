@@ -1,6 +1,6 @@
 #pragma once
 
-#include "http/win_inet_http_client.h"
+#include "http/http_client.h"
 #include "ptz/base_ptz_comm.h"
 #include "runtime/one_at_a_time.h"
 

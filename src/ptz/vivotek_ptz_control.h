@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ptz/base_ptz_handler.h"
+#include "ptz/base_ptz_control.h"
 
 #include <cstdint>
 #include <memory>

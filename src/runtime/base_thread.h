@@ -41,10 +41,6 @@ namespace thread
 class CSimpleThread
 {
 public:
-    CSimpleThread() = default;
-    CSimpleThread(const CSimpleThread&) = delete;
-    CSimpleThread& operator=(const CSimpleThread&) = delete;
-
     virtual void Run() = 0; ///< the thread's body; an exception out of it ends the thread
     virtual ~CSimpleThread() = default;
 

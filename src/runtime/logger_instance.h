@@ -16,8 +16,6 @@ class CLoggerInstance
 public:
     explicit CLoggerInstance(IDebugMessage* sink); ///< not owned; outlives the object
     virtual ~CLoggerInstance() = default;
-    CLoggerInstance(const CLoggerInstance&) = delete;
-    CLoggerInstance& operator=(const CLoggerInstance&) = delete;
 
     /// As `IDebugMessage::DebugMessage`, if the text is let through. No lock is held while the sink is
     /// called. Never throws.

@@ -15,8 +15,6 @@ class CRecursiveLock
 {
 public:
     explicit CRecursiveLock(platform::LockPlace place = platform::LockPlace::kObject) : place_(place) {}
-    CRecursiveLock(const CRecursiveLock&) = delete;
-    CRecursiveLock& operator=(const CRecursiveLock&) = delete;
 
     bool TryEnter(); ///< false when another thread held it through all rounds
     void Enter();    ///< each one wants a `Leave`

@@ -28,8 +28,6 @@ public:
     /// `debug` outlives the object.
     explicit CSetUp(IDebugMessage* debug) : debug_(debug) {}
     ~CSetUp() { Close(); }
-    CSetUp(const CSetUp&) = delete;
-    CSetUp& operator=(const CSetUp&) = delete;
 
     /// On the host's thread: `start` starts the channel's thread, once the process has it and those that the
     /// stream needs, as `read` says; these are held for the first set-up. False if any of it fails.

@@ -16,10 +16,6 @@ namespace korvane
 class CXMLParser
 {
 public:
-    CXMLParser() = default;
-    CXMLParser(const CXMLParser&) = delete;
-    CXMLParser& operator=(const CXMLParser&) = delete;
-
     /// False when the file is missing or broken, or a file is open already. The debug channel is told of one
     /// that is too large.
     bool Open(const std::string& path);

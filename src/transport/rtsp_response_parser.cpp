@@ -1,13 +1,12 @@
 #include "transport/rtsp_response_parser.h"
 
-#include <algorithm>
-#include <charconv>
 #include <limits>
 #include <system_error>
 #include <utility>
 
 #include "runtime/param_text.h"
 #include "runtime/text.h"
+#include "runtime/text_scanner.h"
 
 namespace korvane
 {
@@ -18,55 +17,21 @@ namespace
 constexpr std::size_t kMaxProtocolCharacters = 128;
 constexpr std::size_t kMaxContentTypeCharacters = 256;
 constexpr std::uint32_t kTimeoutWhenUnreadable = 30; // seconds
-constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
 constexpr std::string_view kParameterEnds = ";\r\n";
 
-/// Walks a text from its start, by the rules of the %s and %u of scanf.
-class Scanner
+/// A number too large counts as the largest.
+bool TakeNumber(TextScanner& scanner, std::uint32_t& number)
 {
-public:
-    explicit Scanner(std::string_view text) : rest_(text) {}
-
-    bool Literal(std::string_view text)
-    {
-        if (!rest_.starts_with(text))
-            return false;
-        rest_.remove_prefix(text.size());
-        return true;
-    }
-
-    bool Word(std::string& word, std::size_t maxCharacters)
-    {
-        SkipWhiteSpace();
-        word = rest_.substr(0, std::min(rest_.find_first_of(kWhiteSpace), maxCharacters));
-        rest_.remove_prefix(word.size());
-        return !word.empty();
-    }
-
-    bool Number(std::uint32_t& number)
-    {
-        SkipWhiteSpace();
-        const char* const begin = rest_.data();
-        const auto [end, error] = std::from_chars(begin, begin + rest_.size(), number);
-        if (error == std::errc::result_out_of_range)
-            number = std::numeric_limits<std::uint32_t>::max();
-        rest_.remove_prefix(static_cast<std::size_t>(end - begin));
-        return error != std::errc::invalid_argument;
-    }
-
-private:
-    void SkipWhiteSpace()
-    {
-        rest_.remove_prefix(std::min(rest_.find_first_not_of(kWhiteSpace), rest_.size()));
-    }
-
-    std::string_view rest_;
-};
+    const std::errc error = scanner.Number(number);
+    if (error == std::errc::result_out_of_range)
+        number = std::numeric_limits<std::uint32_t>::max();
+    return error != std::errc::invalid_argument;
+}
 
 bool ReadNumber(std::string_view lower, std::string_view name, std::uint32_t& number)
 {
-    Scanner scanner(lower);
-    return scanner.Literal(name) && scanner.Number(number);
+    TextScanner scanner(lower);
+    return scanner.Literal(name) && TakeNumber(scanner, number);
 }
 
 } // namespace
@@ -99,8 +64,8 @@ bool CRTSPResponseParser::Parse(std::string_view method, std::string_view text)
 
 bool CRTSPResponseParser::ReadStatusLine(std::string_view line)
 {
-    Scanner scanner(line);
-    if (!scanner.Word(response_.protocol, kMaxProtocolCharacters) || !scanner.Number(response_.status))
+    TextScanner scanner(line);
+    if (!scanner.Word(response_.protocol, kMaxProtocolCharacters) || !TakeNumber(scanner, response_.status))
         return false;
     return response_.status == 200 || response_.status == 401;
 }
@@ -131,7 +96,7 @@ bool CRTSPResponseParser::ReadHeader(std::string_view line)
 
 bool CRTSPResponseParser::ReadContentType(const std::string& lower)
 {
-    Scanner scanner(lower);
+    TextScanner scanner(lower);
     return scanner.Literal("content-type:") && scanner.Word(response_.contentType, kMaxContentTypeCharacters);
 }
 
@@ -152,9 +117,9 @@ bool CRTSPResponseParser::ReadTransport(std::string_view line)
     const std::string ports = Utils::GetParamValue(line, "server_port", "=", kParameterEnds);
     if (ports.empty())
         return true;
-    Scanner scanner(ports);
-    return scanner.Number(response_.serverRTPPort) && scanner.Literal("-") &&
-           scanner.Number(response_.serverRTCPPort);
+    TextScanner scanner(ports);
+    return TakeNumber(scanner, response_.serverRTPPort) && scanner.Literal("-") &&
+           TakeNumber(scanner, response_.serverRTCPPort);
 }
 
 bool CRTSPResponseParser::ReadSession(std::string_view line)

@@ -30,8 +30,6 @@ public:
     /// `driver`, `setUp` and `stopEvent`, the channel's, outlive the object. Looks the device's address up,
     /// which may block for as long as the resolver does.
     RTSPStream(IDriver* driver, CSetUp& setUp, CManualEvent& stopEvent);
-    RTSPStream(const RTSPStream&) = delete;
-    RTSPStream& operator=(const RTSPStream&) = delete;
 
     /// Reads the settings file, and gives what the stream needs by it.
     CSetUp::Needs ReadSettings();

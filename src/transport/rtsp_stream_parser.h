@@ -31,8 +31,6 @@ public:
     /// `user` outlives the parser. RTP comes on channel `rtpChannel`, RTCP on the channel behind it.
     CRTSPStreamParser(IRTSPStreamParserUser* user, std::uint8_t rtpChannel);
     virtual ~CRTSPStreamParser() = default;
-    CRTSPStreamParser(const CRTSPStreamParser&) = delete;
-    CRTSPStreamParser& operator=(const CRTSPStreamParser&) = delete;
 
     /// Takes the next bytes of the stream, cut anywhere, and calls the user for each frame that they
     /// complete. An exception out of a call is dropped and the parse goes on.

@@ -1,7 +1,6 @@
 #include "audio/audio_capture_channel.h"
 
 #include "audio/ip_audio_capture.h"
-#include "audio/ip_audio_sender.h"
 #include "platform/socket.h"
 #include "support/fake_driver.h"
 #include "support/http_test_server.h"

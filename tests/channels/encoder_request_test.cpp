@@ -1,6 +1,6 @@
 #include "channels/encoder_request.h"
 
-#include "channels/codec_channels_rtsp.h"
+#include "channels/common_rtsp_channel.h"
 #include "support/fake_driver.h"
 #include "support/http_test_server.h"
 #include "support/settings_folder.h"

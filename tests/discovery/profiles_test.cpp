@@ -1,7 +1,7 @@
 // The values that a host's store is given for each kind of device that the simulated camera can be. What they
 // have to be stands in golden/, read by hand from the parameter tables.
 
-#include "discovery/vivotek_capability_query_module.h"
+#include "discovery/vivotek_camera_properties.h"
 
 #include "camera/simulated_camera.h"
 #include "runtime/text.h"

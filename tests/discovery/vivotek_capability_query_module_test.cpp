@@ -1,4 +1,4 @@
-#include "discovery/vivotek_capability_query_module.h"
+#include "discovery/vivotek_camera_properties.h"
 
 #include "discovery/parameter_book.h"
 #include "support/fake_capability_sink.h"

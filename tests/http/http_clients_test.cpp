@@ -1,7 +1,6 @@
 #include "http/http_client.h"
 #include "http/http_sender.h"
 #include "http/send_request.h"
-#include "http/win_inet_http_client.h"
 
 #include "platform/clock.h"
 #include "support/http_test_server.h"

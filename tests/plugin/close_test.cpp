@@ -2,7 +2,7 @@
 
 #include "plugin/larkmoor_driver.h"
 
-#include "discovery/vivotek_capability_query_module.h"
+#include "discovery/vivotek_camera_properties.h"
 #include "support/fake_capability_sink.h"
 #include "support/fake_capability_store.h"
 #include "support/fake_host.h"

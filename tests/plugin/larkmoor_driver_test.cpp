@@ -1,6 +1,6 @@
 #include "plugin/larkmoor_driver.h"
 
-#include "channels/codec_channels_rtsp.h"
+#include "channels/common_rtsp_channel.h"
 #include "channels/mjpeg_channel_http.h"
 #include "runtime/event.h"
 #include "support/fake_host.h"
