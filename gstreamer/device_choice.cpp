@@ -3,20 +3,18 @@
 #include "gstreamer/location.h"
 #include "gstreamer/problem.h"
 
+#include <larkmoor/device_property.h>
+
 #include <cstdlib>
 #include <optional>
 
 namespace larkmoor::gst
 {
 
+using namespace korvane::ipcapture;
+
 namespace
 {
-
-constexpr std::uint32_t kRtspPort = 3;
-constexpr std::uint32_t kJpegOverHttp = 7;
-constexpr std::uint32_t kStreamTable = 14;
-constexpr std::uint32_t kAudioCodecs = 17;
-constexpr std::uint32_t kAudioInputs = 101;
 
 host::Device DeviceOfFile(const std::string& file)
 try
@@ -37,11 +35,11 @@ void Apply(const Location& location, host::Device& device, host::StreamPaths& pa
     if (!location.password.empty())
         device.password = location.password;
     if (location.rtspPort)
-        device.properties[kRtspPort] = std::to_string(*location.rtspPort);
+        device.properties[kPropertyRtspPort] = std::to_string(*location.rtspPort);
     if (!location.path.empty())
     {
         paths.http = paths.rtsp = {location.path};
-        device.properties[kStreamTable] = host::StreamTable(paths, device.channels);
+        device.properties[kPropertyStreams] = host::StreamTable(paths, device.channels);
     }
 }
 
@@ -57,7 +55,7 @@ void ApplyCodec(const SourceSettings& settings, host::Device& device)
     else if (settings.codec == CodecChoice::Mpeg4)
         device.codec = host::Codec::Mpeg4;
     if (settings.transport != TransportChoice::Auto)
-        device.properties[kJpegOverHttp] = isHttp ? "1" : "0";
+        device.properties[kPropertyJpegOverHttp] = isHttp ? "1" : "0";
 }
 
 /// A device file that a query wrote says what sound the device has; for any other device it is believed to
@@ -66,13 +64,13 @@ void ApplyAudio(const SourceSettings& settings, host::Device& device)
 {
     if (settings.audio == AudioChoice::None)
         return;
-    if (!device.properties.contains(kAudioInputs))
+    if (!device.properties.contains(kPropertyAudioInput))
     {
         if (!settings.deviceFile.empty())
             throw Problem(GST_RESOURCE_ERROR_SETTINGS,
                           "audio is asked for, and the device file names no audio input (property 101)");
-        device.properties[kAudioInputs] = "Count=1; IsStereo=0";
-        device.properties[kAudioCodecs] = "aac4,g711,g726";
+        device.properties[kPropertyAudioInput] = "Count=1; IsStereo=0";
+        device.properties[kPropertyAudioInputCodecs] = "aac4,g711,g726";
     }
 }
 
@@ -111,12 +109,6 @@ host::Device ChooseDevice(SourceSettings& settings)
     ApplyAudio(settings, device);
     host::FillProperties(device, paths, host::Transport::Udp);
     return device;
-}
-
-const char* DeviceSettings::GetParameter(std::uint32_t number)
-{
-    const auto found = device_.properties.find(number);
-    return found == device_.properties.end() ? nullptr : found->second.c_str();
 }
 
 } // namespace larkmoor::gst

@@ -1,6 +1,5 @@
 #include "gstreamer/session.h"
 
-#include "gstreamer/device_choice.h"
 #include "gstreamer/problem.h"
 
 #include <future>
@@ -92,7 +91,7 @@ Session::Session(std::shared_ptr<const DriverLibrary> library, host::Device devi
     driver_ = library_->create();
     if (driver_ == nullptr)
         throw Problem(GST_RESOURCE_ERROR_NO_SPACE_LEFT, "the library makes no driver");
-    DeviceSettings deviceSettings(device_);
+    host::DeviceSettings deviceSettings(device_);
     if (!driver_->Open(notices_.get(), &allocator_, &deviceSettings))
     {
         driver_->Close();
@@ -103,9 +102,16 @@ Session::Session(std::shared_ptr<const DriverLibrary> library, host::Device devi
     controls_.Open(driver_, &ioClient_);
 }
 
+host::ChannelSettings Session::Wish() const
+{
+    return {{static_cast<std::uint16_t>(wish_.width), static_cast<std::uint16_t>(wish_.height)},
+            static_cast<std::uint16_t>(wish_.intervalMs),
+            static_cast<std::uint16_t>(quality_)};
+}
+
 bool Session::StartVideo()
 {
-    ChannelWish wish(wish_, quality_);
+    host::ChannelSettings wish = Wish();
     return driver_->GetVideoCapture()->StartChannel(channel_, &videoClient_, &wish);
 }
 
@@ -129,7 +135,7 @@ void Session::Change(const PictureWish& wish)
     wish_ = wish;
     if (canChange_)
     {
-        ChannelWish resolution(wish_, quality_);
+        host::ChannelSettings resolution = Wish();
         driver_->GetVideoCapture()->ChangeChannel(channel_, &resolution, wish_.intervalMs);
         return;
     }

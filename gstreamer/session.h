@@ -7,7 +7,7 @@
 #include "gstreamer/source_settings.h"
 #include "gstreamer/stream.h"
 
-#include "host/device/device.h"
+#include "host/contract/driver_settings.h"
 
 #include <larkmoor/ip_audio.h>
 
@@ -98,6 +98,7 @@ private:
         Notices& notices_;
     };
 
+    host::ChannelSettings Wish() const;
     bool StartVideo();
     void CloseAll();
 

@@ -1,4 +1,4 @@
-#include "camera/dido/signals.h"
+#include "camera/hardware/signals.h"
 #include "camera/media/test_picture.h"
 #include "camera/ptz/ptz_cgi.h"
 #include "camera/simulated_camera.h"

@@ -133,7 +133,7 @@ private:
     Authenticator authenticator_{{}, faults_};
     RequestLog requests_;
     TruthLog truth_;
-    UnitLog units_;
+    JsonLines units_;
     const RtspOptions options_;
     RtspServices services_{hub_, authenticator_, faults_, requests_, truth_, units_, nullptr};
     std::shared_ptr<VideoStream> stream_ = hub_.Stream({0, 0});

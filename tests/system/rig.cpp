@@ -154,7 +154,7 @@ host::Device TestCamera::Device(host::Codec codec, host::Transport transport) co
 TestHost::TestHost(host::Device device) : device_(std::move(device))
 {
     driver_ = Rig::Library().createIPCaptureEx4();
-    host::DeviceSettings settings(device_, faults_);
+    host::DeviceSettings settings(device_, &faults_);
     if (driver_ == nullptr || !driver_->Open(&sink_, &allocator_, &settings))
         throw std::runtime_error("the driver doesn't open");
     video_ = driver_->GetVideoCaptureEx();
@@ -167,14 +167,14 @@ TestHost::~TestHost()
 
 bool TestHost::Start(host::PictureSize size, std::uint16_t frameIntervalMs)
 {
-    host::ChannelSettings settings(size, frameIntervalMs, 60, faults_);
+    host::ChannelSettings settings(size, frameIntervalMs, 60, &faults_);
     ExpectCalls();
     return video_->StartChannel(0, &client_, &settings);
 }
 
 bool TestHost::Change(host::PictureSize size, std::uint32_t frameIntervalMs)
 {
-    host::Resolution resolution(size);
+    host::ChannelSettings resolution(size, 0, 0);
     return video_->ChangeChannel(0, &resolution, frameIntervalMs);
 }
 

@@ -36,8 +36,7 @@ public:
         HostSide& side = objects_.side;
         for (const Party party : {Party::Driver, Party::Device, Party::Channel, Party::Client, Party::Audio})
             side.Expect(party);
-        host::FaultList unread;
-        host::HostileDeviceSettings settings(side, device_, unread);
+        host::HostileDeviceSettings settings(side, device_);
         EXPECT_TRUE(driver_->Open(&objects_.sink, &objects_.allocator, &settings));
     }
     ~StalledHost() { Rig::Library().deleteIPCaptureEx4(driver_); }

@@ -56,6 +56,22 @@ std::string_view CutAt(std::string_view& rest, char mark)
     return piece;
 }
 
+std::optional<std::string_view> CutBehind(std::string_view& text, char mark)
+{
+    const std::size_t at = text.find(mark);
+    if (at == std::string_view::npos)
+        return std::nullopt;
+    const std::string_view behind = text.substr(at + 1);
+    text = text.substr(0, at);
+    return behind;
+}
+
+void ReplaceAll(std::string& text, std::string_view what, std::string_view by)
+{
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size())
+        text.replace(at, what.size(), by);
+}
+
 std::vector<std::string_view> Split(std::string_view text, char separator)
 {
     std::vector<std::string_view> pieces;

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace larkmoor
@@ -38,6 +39,21 @@ std::string_view Trim(std::string_view text);
 
 /// The text up to the next `mark`, which is taken off `rest` together with it.
 std::string_view CutAt(std::string_view& rest, char mark);
+
+/// The text behind the first `mark`, which is taken off `text` together with it; none without a mark.
+std::optional<std::string_view> CutBehind(std::string_view& text, char mark);
+
+/// "640x480" for an `x` between: two numbers as of `ReadNumber`.
+template <typename Number>
+std::optional<std::pair<Number, Number>> ReadPair(std::string_view text, char between)
+{
+    const auto second = ReadNumber<Number>(CutBehind(text, between).value_or(""));
+    const auto first = ReadNumber<Number>(text);
+    return first && second ? std::optional(std::pair(*first, *second)) : std::nullopt;
+}
+
+/// Puts `by` wherever `what` stands; `by` may hold it.
+void ReplaceAll(std::string& text, std::string_view what, std::string_view by);
 
 /// The pieces between the separators, without empty ones.
 std::vector<std::string_view> Split(std::string_view text, char separator);

@@ -35,8 +35,6 @@ std::string Footer()
 
 void AddOptions(CLI::App& app, CameraOptions& options, unsigned& seconds)
 {
-    static const std::map<std::string, AuthScheme> kSchemes = {
-        {"none", AuthScheme::None}, {"basic", AuthScheme::Basic}, {"digest", AuthScheme::Digest}};
     static const std::map<std::string, VideoSource> kSources = {
         {"live", VideoSource::Live}, {"canned", VideoSource::Canned}, {"flood", VideoSource::Flood}};
 
@@ -55,7 +53,7 @@ void AddOptions(CLI::App& app, CameraOptions& options, unsigned& seconds)
         ->group("Network");
     app.add_flag("--tls", options.tls, "HTTPS, with a certificate made at the start")->group("Network");
     app.add_option("--auth", options.auth, "How clients have to say who they are (none)")
-        ->transform(larkmoor::OneOf(kSchemes))
+        ->transform(larkmoor::OneOf(kAuthSchemes))
         ->option_text("none|basic|digest")
         ->group("Credentials");
     app.add_option("--user", options.user, "The one user (root)")

@@ -52,18 +52,11 @@ RtspOptions RtspOptionsOf(const CameraOptions& options)
     return rtsp;
 }
 
-const char* NameOf(AuthScheme scheme)
+/// The scheme that a parameter names; `otherwise` for any other text.
+AuthScheme ReadScheme(const std::string& text, AuthScheme otherwise)
 {
-    switch (scheme)
-    {
-    case AuthScheme::Basic:
-        return "basic";
-    case AuthScheme::Digest:
-        return "digest";
-    case AuthScheme::None:
-        break;
-    }
-    return "disable";
+    const auto found = kAuthSchemes.find(text == "disable" ? "none" : text);
+    return found == kAuthSchemes.end() ? otherwise : found->second;
 }
 
 } // namespace
@@ -160,10 +153,12 @@ bool SimulatedCamera::Parts::Open(std::string& error)
         store.Put(key, std::to_string(http_.Port()));
     for (const char* const key : {"network_rtsp_port", "network.rtspport"})
         store.Put(key, std::to_string(rtsp_.Port()));
-    if (options.auth != AuthScheme::None)
+    for (const auto& [name, scheme] : kAuthSchemes)
     {
-        store.Put("network_http_authmode", NameOf(options.auth));
-        store.Put("network_rtsp_authmode", NameOf(options.auth));
+        if (scheme != options.auth || scheme == AuthScheme::None)
+            continue;
+        store.Put("network_http_authmode", name);
+        store.Put("network_rtsp_authmode", name);
     }
     ConfigureStreams();
     listener_ = store.AddListener([this](const auto& keys) { OnChange(keys); });
@@ -245,13 +240,11 @@ void SimulatedCamera::Parts::OnChange(const std::vector<std::string>& keys)
             for (std::uint32_t stream = 0; stream < profile_.streams; ++stream)
                 store.Put(input + "_s" + std::to_string(stream) + "_resolution", "800x600");
         }
-        AuthScheme scheme = authenticator_.Scheme();
-        if (key == "network_http_authmode" && scheme != AuthScheme::None &&
-            ParseAuthScheme(store.Get(key), scheme))
-            authenticator_.SetScheme(scheme);
-        if (key == "network_rtsp_authmode" && !camera_.faults_.Active("rtsp-auth-kept") &&
-            ParseAuthScheme(store.Get(key), scheme))
-            rtspAuthenticator_.SetScheme(scheme);
+        const AuthScheme now = authenticator_.Scheme();
+        if (key == "network_http_authmode" && now != AuthScheme::None)
+            authenticator_.SetScheme(ReadScheme(store.Get(key), now));
+        if (key == "network_rtsp_authmode" && !camera_.faults_.Active("rtsp-auth-kept"))
+            rtspAuthenticator_.SetScheme(ReadScheme(store.Get(key), rtspAuthenticator_.Scheme()));
     }
     ConfigureStreams();
 }

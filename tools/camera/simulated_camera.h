@@ -3,11 +3,9 @@
 #include "camera/auth/authenticator.h"
 #include "camera/device/parameter_store.h"
 #include "camera/fault/fault_plan.h"
-#include "camera/log/request_log.h"
-#include "camera/log/truth_log.h"
+#include "camera/log/camera_log.h"
 #include "camera/media/stream_hub.h"
-#include "camera/rtsp/rtsp_options.h"
-#include "camera/rtsp/unit_log.h"
+#include "camera/rtsp/rtsp_services.h"
 
 #include <cstdint>
 #include <memory>
@@ -76,7 +74,7 @@ private:
     ParameterStore parameters_;
     RequestLog requests_;
     TruthLog truth_;
-    UnitLog units_;
+    JsonLines units_;
     std::unique_ptr<Parts> parts_;
 };
 

@@ -85,19 +85,6 @@ std::map<std::string, std::string> ParseAuthParameters(std::string_view text)
     }
 }
 
-bool ParseAuthScheme(std::string_view text, AuthScheme& scheme)
-{
-    if (text == "none" || text == "disable")
-        scheme = AuthScheme::None;
-    else if (text == "basic")
-        scheme = AuthScheme::Basic;
-    else if (text == "digest")
-        scheme = AuthScheme::Digest;
-    else
-        return false;
-    return true;
-}
-
 std::string DigestResponse(const DigestInput& input)
 {
     const std::string secret = Md5Hex(input.user + ":" + input.realm + ":" + input.password);

@@ -21,9 +21,9 @@ enum class AuthScheme
     Digest, ///< RFC 7616 with MD5, also in the older form of RFC 2617 and RFC 2069 (without qop)
 };
 
-/// Reads "none", "basic", "digest" (also "disable" for none). False, and `scheme` as it was, for any other
-/// text.
-bool ParseAuthScheme(std::string_view text, AuthScheme& scheme);
+/// As command lines and parameters call them; parameters say "disable" for none.
+inline const std::map<std::string, AuthScheme> kAuthSchemes = {
+    {"none", AuthScheme::None}, {"basic", AuthScheme::Basic}, {"digest", AuthScheme::Digest}};
 
 /// The parameters behind the scheme of an "Authorization" header (RFC 7235, section 2.1): `name=value` or
 /// `name="value"` with "," between them. Names come in lower case; of two with one name the first counts.

@@ -21,12 +21,6 @@ std::string AccessNameKey(const Profile& profile, std::string_view protocol, Str
     return head + channel + "_s" + std::to_string(id.stream) + "_accessname";
 }
 
-void Replace(std::string& text, std::string_view mark, std::uint32_t number)
-{
-    for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark))
-        text.replace(at, mark.size(), std::to_string(number));
-}
-
 void Set(Profile& profile, Profile::Parameter parameter)
 {
     const auto known = std::find_if(profile.parameters.begin(), profile.parameters.end(),
@@ -53,10 +47,10 @@ void AddParameter(Profile& profile, std::string_view line)
             Profile::Parameter parameter = pattern;
             for (std::string* text : {&parameter.key, &parameter.value})
             {
-                Replace(*text, "%c", channel);
-                Replace(*text, "%s", stream);
-                Replace(*text, "%C", channel + 1);
-                Replace(*text, "%S", stream + 1);
+                ReplaceAll(*text, "%c", std::to_string(channel));
+                ReplaceAll(*text, "%s", std::to_string(stream));
+                ReplaceAll(*text, "%C", std::to_string(channel + 1));
+                ReplaceAll(*text, "%S", std::to_string(stream + 1));
             }
             Set(profile, std::move(parameter));
         }

@@ -3,7 +3,7 @@
 #include "base/text.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,61 +16,50 @@ namespace
 {
 
 using Size = std::pair<std::uint32_t, std::uint32_t>;
-using Steps = std::array<std::uint32_t, 5>; // quantizers of the quality steps 1 to 5, 5 the best
 
-constexpr Steps kMjpegSteps = {180, 140, 100, 60, 20};
-constexpr Steps kMpeg4Steps = {28, 22, 16, 10, 4};
-constexpr Steps kH264Steps = {46, 36, 26, 16, 6};
+constexpr VideoCodec kCodecs[] = {VideoCodec::MotionJpeg, VideoCodec::Mpeg4, VideoCodec::H264};
 
-std::uint32_t OfStep(const Steps& steps, std::uint32_t step)
+/// Quantizers of the quality steps 1 to 5, 5 the best, for each codec.
+constexpr std::uint32_t kSteps[][5] = {{180, 140, 100, 60, 20}, {28, 22, 16, 10, 4}, {46, 36, 26, 16, 6}};
+
+/// Sizes whose height goes by the video standard; the older video servers have numbers for them.
+struct NamedSize
 {
-    return steps[std::clamp<std::uint32_t>(step, 1, 5) - 1];
+    std::string_view name;
+    std::uint32_t code, width, ntscHeight, palHeight;
+};
+constexpr NamedSize kNamedSizes[] = {
+    {"QCIF", 1, 176, 120, 144}, {"CIF", 2, 352, 240, 288}, {"4CIF", 3, 704, 480, 576},
+    {"", 6, 704, 240, 288},     {"D1", 0, 720, 480, 576},
+};
+
+std::uint32_t OfStep(VideoCodec codec, std::uint32_t step)
+{
+    return kSteps[static_cast<std::size_t>(codec)][std::clamp<std::uint32_t>(step, 1, 5) - 1];
 }
 
-/// "640x480", or a name whose height goes by the video standard.
-std::optional<Size> ReadSize(std::string_view text, bool ntsc)
+template <typename Key>
+std::optional<Size> FindSize(Key NamedSize::*member, const Key& key, bool ntsc)
 {
-    const std::size_t x = text.find('x');
-    if (x != std::string_view::npos)
+    for (const NamedSize& size : kNamedSizes)
     {
-        const auto width = ReadNumber<std::uint32_t>(text.substr(0, x));
-        const auto height = ReadNumber<std::uint32_t>(text.substr(x + 1));
-        return width && height ? std::optional(Size(*width, *height)) : std::nullopt;
+        if (size.*member == key)
+            return Size(size.width, ntsc ? size.ntscHeight : size.palHeight);
     }
-    if (text == "QCIF")
-        return Size(176, ntsc ? 120 : 144);
-    if (text == "CIF")
-        return Size(352, ntsc ? 240 : 288);
-    if (text == "4CIF")
-        return Size(704, ntsc ? 480 : 576);
-    if (text == "D1")
-        return Size(720, ntsc ? 480 : 576);
     return std::nullopt;
 }
 
-/// Sizes by number, as the older video servers have them.
-Size SizeOfCode(std::uint32_t code, bool ntsc)
+/// "640x480", or a name.
+std::optional<Size> ReadSize(std::string_view text, bool ntsc)
 {
-    switch (code)
-    {
-    case 2:
-        return {352, ntsc ? 240 : 288};
-    case 3:
-        return {704, ntsc ? 480 : 576};
-    case 6:
-        return {704, ntsc ? 240 : 288};
-    default:
-        return {176, ntsc ? 120 : 144};
-    }
+    const auto size = ReadPair<std::uint32_t>(text, 'x');
+    return size || text.empty() ? size : FindSize(&NamedSize::name, text, ntsc);
 }
 
 VideoCodec ReadCodec(std::string_view text, VideoCodec otherwise)
 {
-    if (text == "mjpeg")
-        return VideoCodec::MotionJpeg;
-    if (text == "mpeg4")
-        return VideoCodec::Mpeg4;
-    return text == "h264" ? VideoCodec::H264 : otherwise;
+    const auto* const found = std::ranges::find(kCodecs, text, NameOf);
+    return found == std::end(kCodecs) ? otherwise : *found;
 }
 
 void SetSize(VideoSettings& settings, const std::optional<Size>& size)
@@ -87,10 +76,7 @@ VideoSettings ReadCurrent(const ParameterStore& store, StreamId id)
     settings.codec = ReadCodec(store.Get(stream + "_codectype"), settings.codec);
     SetSize(settings, ReadSize(store.Get(stream + "_resolution"), ntsc));
 
-    const char* const codec = settings.codec == VideoCodec::MotionJpeg ? "mjpeg"
-                              : settings.codec == VideoCodec::Mpeg4    ? "mpeg4"
-                                                                       : "h264";
-    const std::string head = stream + "_" + codec;
+    const std::string head = stream + "_" + NameOf(settings.codec);
     settings.frameRate = store.GetNumber(head + "_maxframe", settings.frameRate);
     settings.quantizer = store.GetNumber(head + "_qvalue", settings.quantizer);
     settings.keyInterval = store.GetNumber(head + "_intraperiod", settings.keyInterval);
@@ -116,15 +102,14 @@ VideoSettings ReadLegacy(const ParameterStore& store, StreamId id)
     {
         settings.codec = VideoCodec::MotionJpeg;
         const bool ntsc = store.Get("video.actualmodulation") == "0";
-        SetSize(settings, SizeOfCode(store.GetNumber("video.size" + channel, 1), ntsc));
-        settings.quantizer = OfStep(kMjpegSteps, store.GetNumber("video.quality" + channel, 3));
+        SetSize(settings, FindSize(&NamedSize::code, store.GetNumber("video.size" + channel, 1), ntsc));
+        settings.quantizer = OfStep(settings.codec, store.GetNumber("video.quality" + channel, 3));
         settings.frameRate = store.GetNumber("video.maxframe" + channel, settings.frameRate);
         return settings;
     }
     settings.codec = ReadCodec(store.Get("video.codectype"), VideoCodec::Mpeg4);
     SetSize(settings, ReadSize(store.Get("video.resolution"), true));
-    const Steps& steps = settings.codec == VideoCodec::MotionJpeg ? kMjpegSteps : kMpeg4Steps;
-    settings.quantizer = OfStep(steps, store.GetNumber("video.quant", 3));
+    settings.quantizer = OfStep(settings.codec, store.GetNumber("video.quant", 3));
     settings.frameRate = store.GetNumber("video.maxframe", settings.frameRate);
     settings.keyInterval = 1000 * store.GetNumber("video.keyinterval", 1);
     return settings;
@@ -173,11 +158,10 @@ void CompleteQuality(ParameterStore::Items& items)
         const std::string valueKey = head + "_qvalue";
         const bool given =
             std::any_of(items.begin(), items.end(), [&](const auto& item) { return item.first == valueKey; });
-        const Steps& steps = head.ends_with("mjpeg")   ? kMjpegSteps
-                             : head.ends_with("mpeg4") ? kMpeg4Steps
-                                                       : kH264Steps;
-        if (!given)
-            added.emplace_back(valueKey, std::to_string(OfStep(steps, *step)));
+        const auto* const codec =
+            std::ranges::find_if(kCodecs, [&](VideoCodec each) { return head.ends_with(NameOf(each)); });
+        if (!given && codec != std::end(kCodecs))
+            added.emplace_back(valueKey, std::to_string(OfStep(*codec, *step)));
     }
     items.insert(items.end(), added.begin(), added.end());
 }

@@ -29,10 +29,10 @@ const FaultDescription* Describe(std::string_view name)
     return nullptr;
 }
 
-std::string DefaultValue(std::string_view values)
+/// The first of several choices.
+std::string_view DefaultValue(std::string_view values)
 {
-    const std::size_t bar = values.find('|');
-    return std::string(values.substr(0, bar == std::string_view::npos ? 0 : bar));
+    return CutBehind(values, '|') ? values : "";
 }
 
 /// Empty if the fault takes `value`, else what it takes.
@@ -110,41 +110,32 @@ bool FaultPlan::Parse(std::string_view text, Entry& entry, std::string& error)
         return false;
     };
 
-    std::string_view window;
-    const std::size_t at = text.find('@');
-    if (at != std::string_view::npos)
-    {
-        window = text.substr(at + 1);
-        text = text.substr(0, at);
-    }
-    const std::size_t equals = text.find('=');
-    const std::string_view name = text.substr(0, equals);
+    const auto window = CutBehind(text, '@');
+    const auto value = CutBehind(text, '=');
+    const std::string name(text);
     entry.what = Describe(name);
     if (entry.what == nullptr)
-        return fail("there is no fault \"" + std::string(name) + "\"; --help lists all");
-    entry.value = DefaultValue(entry.what->values);
-    if (equals != std::string_view::npos)
-    {
-        entry.value = text.substr(equals + 1);
-        const std::string complaint = WhatItTakes(entry.what->values, entry.value);
-        if (!complaint.empty())
-            return fail(std::string(name) + " " + complaint);
-    }
-    else if (std::strcmp(entry.what->values, "ratio") == 0)
-        return fail(std::string(name) + " needs a number from 0 to 1");
+        return fail("there is no fault \"" + name + "\"; --help lists all");
+    entry.value = value.value_or(DefaultValue(entry.what->values));
+    if (const std::string complaint = value ? WhatItTakes(entry.what->values, *value) : "";
+        !complaint.empty())
+        return fail(name + " " + complaint);
+    if (!value && std::strcmp(entry.what->values, "ratio") == 0)
+        return fail(name + " needs a number from 0 to 1");
 
-    entry.hasStart = at != std::string_view::npos;
+    entry.hasStart = window.has_value();
     entry.duration = entry.what->defaultDuration;
-    if (!entry.hasStart)
+    if (!window)
         return true;
-    const std::size_t plus = window.find('+');
-    const std::optional<milliseconds> start = ReadTime(window.substr(0, plus));
+    std::string_view time = *window;
+    const auto length = CutBehind(time, '+');
+    const std::optional<milliseconds> start = ReadTime(time);
     if (!start)
         return fail("the start is a time as in 5s or 300ms");
     entry.start = *start;
-    if (plus == std::string_view::npos)
+    if (!length)
         return true;
-    const std::optional<milliseconds> duration = ReadTime(window.substr(plus + 1));
+    const std::optional<milliseconds> duration = ReadTime(*length);
     if (!duration || duration->count() == 0)
         return fail("the duration is a time above 0, as in 5s or 300ms");
     entry.duration = *duration;
@@ -184,53 +175,26 @@ void FaultPlan::Begin()
         entry.origin = now_();
 }
 
-bool FaultPlan::IsOpen(const Entry& entry, Clock::time_point now)
+bool FaultPlan::IsOpen(const Entry& entry) const
 {
-    const auto since = now - entry.origin - entry.start;
-    return since >= Clock::duration::zero() && (entry.duration.count() == 0 || since < entry.duration);
+    const auto since = now_() - entry.origin - entry.start;
+    return begun_ && since >= Clock::duration::zero() &&
+           (entry.duration.count() == 0 || since < entry.duration);
 }
 
-const FaultPlan::Entry* FaultPlan::FindOpen(std::string_view name) const
+std::optional<std::string> FaultPlan::FindOpen(std::string_view name,
+                                               std::optional<std::string_view> value) const
 {
     assert(Describe(name) != nullptr);
-    if (!begun_)
-        return nullptr;
-    const Clock::time_point now = now_();
+    if (empty_)
+        return std::nullopt;
+    const std::lock_guard guard(lock_);
     for (const Entry& entry : entries_)
     {
-        if (name == entry.what->name && IsOpen(entry, now))
-            return &entry;
+        if (name == entry.what->name && value.value_or(entry.value) == entry.value && IsOpen(entry))
+            return entry.value;
     }
-    return nullptr;
-}
-
-bool FaultPlan::Active(std::string_view name) const
-{
-    if (empty_)
-        return false;
-    const std::lock_guard guard(lock_);
-    return FindOpen(name) != nullptr;
-}
-
-bool FaultPlan::Active(std::string_view name, std::string_view value) const
-{
-    if (empty_)
-        return false;
-    const std::lock_guard guard(lock_);
-    const Clock::time_point now = now_();
-    return begun_ &&
-           std::any_of(entries_.begin(), entries_.end(),
-                       [&](const Entry& entry)
-                       { return name == entry.what->name && value == entry.value && IsOpen(entry, now); });
-}
-
-std::string FaultPlan::Value(std::string_view name) const
-{
-    if (empty_)
-        return {};
-    const std::lock_guard guard(lock_);
-    const Entry* entry = FindOpen(name);
-    return entry == nullptr ? std::string() : entry->value;
+    return std::nullopt;
 }
 
 double FaultPlan::Number(std::string_view name, double fallback) const
@@ -240,11 +204,8 @@ double FaultPlan::Number(std::string_view name, double fallback) const
 
 milliseconds FaultPlan::Time(std::string_view name, milliseconds fallback) const
 {
-    if (empty_)
-        return milliseconds(0);
-    const std::lock_guard guard(lock_);
-    const Entry* entry = FindOpen(name);
-    return entry == nullptr ? milliseconds(0) : ReadTime(entry->value).value_or(fallback);
+    const std::optional<std::string> value = FindOpen(name);
+    return value ? ReadTime(*value).value_or(fallback) : milliseconds(0);
 }
 
 bool FaultPlan::Take(std::string_view name)
@@ -252,10 +213,9 @@ bool FaultPlan::Take(std::string_view name)
     if (empty_)
         return false;
     const std::lock_guard guard(lock_);
-    const Clock::time_point now = now_();
     for (Entry& entry : entries_)
     {
-        if (begun_ && name == entry.what->name && !entry.taken && IsOpen(entry, now))
+        if (name == entry.what->name && !entry.taken && IsOpen(entry))
             return entry.taken = true;
     }
     return false;

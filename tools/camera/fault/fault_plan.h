@@ -69,14 +69,17 @@ public:
     void Begin();
 
     /// True while a window of the fault `name` is open.
-    bool Active(std::string_view name) const;
+    bool Active(std::string_view name) const { return FindOpen(name).has_value(); }
 
     /// True while a window of the fault `name` with this value is open; no value counts as the default one.
-    bool Active(std::string_view name, std::string_view value) const;
+    bool Active(std::string_view name, std::string_view value) const
+    {
+        return FindOpen(name, value).has_value();
+    }
 
     /// The value of the first open window of `name`; its default value (or "") if it was given none, "" if no
     /// window is open.
-    std::string Value(std::string_view name) const;
+    std::string Value(std::string_view name) const { return FindOpen(name).value_or(""); }
 
     /// The value of the first open window as a number, `fallback` if it has none or no window is open.
     double Number(std::string_view name, double fallback) const;
@@ -105,8 +108,10 @@ private:
     };
 
     static bool Parse(std::string_view text, Entry& entry, std::string& error);
-    static bool IsOpen(const Entry& entry, Clock::time_point now);
-    const Entry* FindOpen(std::string_view name) const;
+    bool IsOpen(const Entry& entry) const; // the lock is held
+    /// The value of the first open window, or of the first one with that value.
+    std::optional<std::string> FindOpen(std::string_view name,
+                                        std::optional<std::string_view> value = {}) const;
 
     const Now now_;
     mutable std::mutex lock_; // guards the entries and the start; innermost

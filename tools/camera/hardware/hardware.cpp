@@ -1,5 +1,7 @@
 #include "camera/hardware/hardware.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -12,6 +14,37 @@ namespace
 constexpr std::uint32_t kMostPresets = 256;
 constexpr std::chrono::milliseconds kUsualSlowness(2000);
 
+/// A line `name0=1` for each state, or for those that the query names.
+HttpResponse Tell(const HttpRequest& request, const char* name, const std::vector<bool>& states)
+{
+    const ParameterStore::Items asked = ParseQuery(request.query);
+    HttpResponse response;
+    for (std::size_t i = 0; i < states.size(); ++i)
+    {
+        const std::string key = name + std::to_string(i);
+        if (asked.empty() || std::ranges::find(asked, key, &ParameterStore::Item::first) != asked.end())
+            response.body += key + (states[i] ? "=1\r\n" : "=0\r\n");
+    }
+    return response;
+}
+
+using Setter = bool (Signals::*)(std::uint32_t number, bool high);
+using Getter = std::vector<bool> (Signals::*)();
+
+/// `name0=0` or `name0=1`, several with "&" between them, answered with all states. 400 if one of them is no
+/// signal or no state; those before it are set all the same.
+HttpResponse Set(const HttpRequest& request, const char* name, Signals& signals, Setter set, Getter get)
+{
+    for (const auto& [key, value] : ParseQuery(request.query))
+    {
+        const auto number = ReadNumber<std::uint32_t>(
+            key.starts_with(name) ? std::string_view(key).substr(std::strlen(name)) : std::string_view());
+        if (!number || (value != "0" && value != "1") || !(signals.*set)(*number, value == "1"))
+            return TextResponse(400, "The device has no " + key + " that becomes " + value);
+    }
+    return Tell({}, name, (signals.*get)());
+}
+
 } // namespace
 
 Hardware::Hardware(ParameterStore& store, FaultPlan& faults)
@@ -19,8 +52,7 @@ Hardware::Hardware(ParameterStore& store, FaultPlan& faults)
       hasHead_(store.Get("camctrl_c0_isptz") == "1"),
       presets_(store, hasHead_ ? std::min(store.GetNumber("capability_npreset", 0), kMostPresets) : 0),
       ptz_(store, head_, presets_),
-      signals_(store),
-      dido_(signals_, faults)
+      signals_(store)
 {
 }
 
@@ -41,8 +73,6 @@ Site::Handler Hardware::Troubled(const Trouble& trouble, Site::Handler handler)
 void Hardware::AddPages(Site& site)
 {
     constexpr Trouble kHead{"ptz-slow", "ptz-refuse", nullptr};
-    constexpr Trouble kInputs{nullptr, "di-refuse", "di-hang"};
-    constexpr Trouble kOutputs{"do-slow", "do-refuse", nullptr};
     if (hasHead_)
     {
         site.Add("/cgi-bin/camctrl/camctrl.cgi",
@@ -52,14 +82,35 @@ void Hardware::AddPages(Site& site)
         site.Add("/cgi-bin/operator/preset.cgi",
                  Troubled(kHead, [this](const HttpRequest& request) { return ptz_.Preset(request); }));
     }
-    site.Add("/cgi-bin/dido/getdi.cgi",
-             Troubled(kInputs, [this](const HttpRequest& request) { return dido_.Inputs(request); }));
-    site.Add("/cgi-bin/dido/setdo.cgi",
-             Troubled(kOutputs, [this](const HttpRequest& request) { return dido_.SetOutputs(request); }));
+    AddSignalPages(site);
+}
+
+void Hardware::AddSignalPages(Site& site)
+{
+    constexpr Trouble kInputs{nullptr, "di-refuse", "di-hang"};
+    constexpr Trouble kOutputs{"do-slow", "do-refuse", nullptr};
+    const auto getInputs = [this](const HttpRequest& request)
+    {
+        if (faults_.Active("di-bounce"))
+            signals_.FlipInputs();
+        return Tell(request, "di", signals_.Inputs());
+    };
+    const auto setOutputs = [this](const HttpRequest& request)
+    { return Set(request, "do", signals_, &Signals::SetOutput, &Signals::Outputs); };
+    site.Add("/cgi-bin/dido/getdi.cgi", Troubled(kInputs, getInputs));
+    site.Add("/cgi-bin/dido/setdo.cgi", Troubled(kOutputs, setOutputs));
     site.Add("/cgi-bin/dido/getdo.cgi",
-             [this](const HttpRequest& request) { return dido_.Outputs(request); });
-    site.Add("/cgi-bin/dido/setdi.cgi",
-             [this](const HttpRequest& request) { return dido_.SetInputs(request); });
+             [this](const HttpRequest& request) { return Tell(request, "do", signals_.Outputs()); });
+    // No device has this one: it drives inputs by hand.
+    site.Add("/cgi-bin/dido/setdi.cgi", [this](const HttpRequest& request)
+             { return Set(request, "di", signals_, &Signals::SetInput, &Signals::Inputs); });
+}
+
+void Hardware::Refresh(const HttpRequest& request)
+{
+    if (faults_.Active("di-bounce") && request.query.starts_with("system"))
+        signals_.FlipInputs();
+    signals_.Publish();
 }
 
 void Hardware::Follow(Scene& scene, std::uint32_t channel)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "camera/dido/dido_cgi.h"
 #include "camera/fault/fault_plan.h"
+#include "camera/hardware/signals.h"
 #include "camera/http/site.h"
 #include "camera/ptz/ptz_cgi.h"
 
@@ -10,7 +10,7 @@ namespace larkmoor::camera
 
 /// What of a device can be moved and switched: the head of video input 0 with its presets, if the device has
 /// one, and the digital inputs and outputs; with the programs that do it. The faults that slow down or refuse
-/// those are played here. On the thread of the io_context, but for what a scene asks.
+/// those, and di-bounce, are played here. On the thread of the io_context, but for what a scene asks.
 class Hardware
 {
 public:
@@ -27,7 +27,7 @@ public:
     void Begin() { signals_.Begin(); } ///< the script runs
 
     /// Brings the parameters up to date that `request` may ask for.
-    void Refresh(const HttpRequest& request) { dido_.Refresh(request); }
+    void Refresh(const HttpRequest& request);
 
 private:
     struct Trouble
@@ -37,6 +37,7 @@ private:
         const char* hang;   // name of a fault; null for none
     };
     Site::Handler Troubled(const Trouble& trouble, Site::Handler handler);
+    void AddSignalPages(Site& site);
 
     FaultPlan& faults_;
     const bool hasHead_;
@@ -44,7 +45,6 @@ private:
     Presets presets_;
     PtzCgi ptz_;
     Signals signals_;
-    DidoCgi dido_;
 };
 
 } // namespace larkmoor::camera

@@ -48,6 +48,12 @@ Connection::Pieces FirstOf(Connection::Pieces pieces, std::size_t size)
     return pieces;
 }
 
+std::string StatusLine(int status)
+{
+    const auto code = http::int_to_status(static_cast<unsigned>(status));
+    return "HTTP/1.1 " + std::to_string(status) + " " + std::string(http::obsolete_reason(code)) + "\r\n";
+}
+
 /// True for bytes that are no request; a client that leaves, also in the middle of one, sends none.
 bool IsMalformed(const boost::system::error_code& error)
 {
@@ -151,8 +157,7 @@ void Connection::Answer(const HttpRequest& request, HttpResponse response, bool 
                      [this, request, response, keepAlive] { Respond(request, response, keepAlive); });
     if (faults_.Active("slow-http", "headers"))
     {
-        answer_ =
-            "HTTP/1.1 " + std::to_string(response.status) + " " + ReasonPhrase(response.status) + "\r\n";
+        answer_ = StatusLine(response.status);
         return Send({AsBytes(answer_)}, {}, [this] { FloodHeaders(); });
     }
     Respond(request, response, keepAlive);
@@ -170,7 +175,7 @@ void Connection::Respond(const HttpRequest& request, const HttpResponse& respons
     else if (faults_.Active("slow-http", "long"))
         body.append(kWrongLengthBytes, '*');
 
-    answer_ = "HTTP/1.1 " + std::to_string(response.status) + " " + ReasonPhrase(response.status) + "\r\n";
+    answer_ = StatusLine(response.status);
     answer_ += "Server: larkmoor-camera\r\nCache-Control: no-cache, no-store\r\n";
     for (const auto& [name, value] : response.headers)
         answer_ += name + ": " + value + "\r\n";

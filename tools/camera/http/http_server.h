@@ -3,7 +3,7 @@
 #include "camera/http/connection.h"
 #include "camera/http/mjpeg_session.h"
 #include "camera/http/site.h"
-#include "camera/log/request_log.h"
+#include "camera/log/camera_log.h"
 #include "camera/media/stream_hub.h"
 #include "camera/net/listener.h"
 

@@ -35,10 +35,13 @@ struct HttpResponse
     bool silent = false;                                      ///< no answer until the client leaves
 };
 
-/// The words behind a status code, as in "Not Found".
-std::string ReasonPhrase(int status);
-
 /// A plain text answer for the person who reads it.
-HttpResponse TextResponse(int status, std::string text);
+inline HttpResponse TextResponse(int status, const std::string& text)
+{
+    HttpResponse response;
+    response.status = status;
+    response.body = text + "\r\n";
+    return response;
+}
 
 } // namespace larkmoor::camera

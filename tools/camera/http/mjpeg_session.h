@@ -3,7 +3,7 @@
 #include "camera/device/profile.h"
 #include "camera/http/connection.h"
 #include "camera/http/multipart.h"
-#include "camera/log/truth_log.h"
+#include "camera/log/camera_log.h"
 #include "camera/media/encoded_frame.h"
 #include "camera/media/stream_hub.h"
 

@@ -40,7 +40,7 @@ const Bytes& Thumbnail()
     return kThumbnail;
 }
 
-void Append(Bytes& bytes, std::initializer_list<std::uint32_t> values, int size)
+void AppendTiff(Bytes& bytes, std::initializer_list<std::uint32_t> values, int size)
 {
     for (const std::uint32_t value : values)
     {
@@ -64,7 +64,7 @@ Bytes WithSegment(std::span<const std::uint8_t> picture, std::span<const std::ui
     Bytes bytes;
     bytes.reserve(picture.size() + segment.size());
     bytes.insert(bytes.end(), picture.begin(), picture.begin() + kStartOfImage);
-    bytes.insert(bytes.end(), segment.begin(), segment.end());
+    Append(bytes, segment);
     bytes.insert(bytes.end(), picture.begin() + kStartOfImage, picture.end());
     return bytes;
 }
@@ -76,10 +76,10 @@ Bytes WithThumbnail(std::span<const std::uint8_t> picture, std::span<const std::
     Bytes exif = {'E', 'x', 'i', 'f', 0, 0};
     constexpr std::uint32_t kThumbnailAt = 14 + 2 + 3 * 12 + 4;
     exif.insert(exif.end(), {'I', 'I', 42, 0});
-    Append(exif, {8}, 4);
-    Append(exif, {0}, 2);
-    Append(exif, {14}, 4);
-    Append(exif, {3}, 2);
+    AppendTiff(exif, {8}, 4);
+    AppendTiff(exif, {0}, 2);
+    AppendTiff(exif, {14}, 4);
+    AppendTiff(exif, {3}, 2);
     const struct
     {
         std::uint32_t tag, type, value;
@@ -87,15 +87,15 @@ Bytes WithThumbnail(std::span<const std::uint8_t> picture, std::span<const std::
         {0x0103, 3, 6}, {0x0201, 4, kThumbnailAt}, {0x0202, 4, static_cast<std::uint32_t>(thumbnail.size())}};
     for (const auto& entry : entries)
     {
-        Append(exif, {entry.tag, entry.type}, 2);
-        Append(exif, {1, entry.value}, 4);
+        AppendTiff(exif, {entry.tag, entry.type}, 2);
+        AppendTiff(exif, {1, entry.value}, 4);
     }
-    Append(exif, {0}, 4);
-    exif.insert(exif.end(), thumbnail.begin(), thumbnail.end());
+    AppendTiff(exif, {0}, 4);
+    Append(exif, thumbnail);
 
-    const std::size_t length = exif.size() + 2;
-    Bytes segment = {0xFF, 0xE1, static_cast<std::uint8_t>(length >> 8), static_cast<std::uint8_t>(length)};
-    segment.insert(segment.end(), exif.begin(), exif.end());
+    Bytes segment = {0xFF, 0xE1};
+    AppendNumber(segment, exif.size() + 2, 2);
+    Append(segment, exif);
     return WithSegment(picture, segment);
 }
 
@@ -122,7 +122,7 @@ MultipartPart MultipartWriter::Next(const MediaFrame& frame)
     {
         const std::string stamp = MakeFrameStamp(count_ - 1);
         Bytes comment = {0xFF, 0xFE, 0x00, 0x2A};
-        comment.insert(comment.end(), stamp.begin(), stamp.end());
+        Append(comment, AsBytes(stamp));
         part.altered = WithSegment(part.picture, comment);
         part.picture = part.altered;
     }

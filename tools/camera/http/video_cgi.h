@@ -3,7 +3,7 @@
 #include "camera/device/parameter_store.h"
 #include "camera/device/profile.h"
 #include "camera/http/message.h"
-#include "camera/log/truth_log.h"
+#include "camera/log/camera_log.h"
 #include "camera/media/stream_hub.h"
 
 #include <cstdint>

@@ -19,6 +19,13 @@ enum class VideoCodec
     H264,
 };
 
+/// As parameters and pictures call it.
+constexpr const char* NameOf(VideoCodec codec)
+{
+    constexpr const char* kNames[] = {"mjpeg", "mpeg4", "h264"};
+    return kNames[static_cast<std::size_t>(codec)];
+}
+
 enum class RateControl
 {
     ConstantQuality, ///< "vbr": by `quantizer`
@@ -60,6 +67,17 @@ struct VideoSettings
 };
 
 using Bytes = std::vector<std::uint8_t>;
+
+inline void Append(Bytes& bytes, std::span<const std::uint8_t> more)
+{
+    bytes.insert(bytes.end(), more.begin(), more.end());
+}
+/// The low `size` bytes of `value`, the highest of them first.
+inline void AppendNumber(Bytes& bytes, std::size_t value, int size)
+{
+    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
+        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+}
 
 /// What a receiver needs before the first picture. H.264: one NAL unit each, without start code. MPEG-4:
 /// `config` holds the visual object sequence up to the first picture. Empty for Motion JPEG.

@@ -43,10 +43,7 @@ std::unique_ptr<Workshop> OpenWorkshop(const VideoSettings& settings)
 std::string NoteOf(const VideoSettings& settings)
 {
     std::string note = std::to_string(settings.width) + "x" + std::to_string(settings.height) + " " +
-                       std::to_string(settings.frameRate) + "fps ";
-    note += settings.codec == VideoCodec::H264    ? "h264"
-            : settings.codec == VideoCodec::Mpeg4 ? "mpeg4"
-                                                  : "mjpeg";
+                       std::to_string(settings.frameRate) + "fps " + NameOf(settings.codec);
     if (settings.codec != VideoCodec::MotionJpeg && settings.rateControl == RateControl::ConstantBitrate)
         return note + " " + std::to_string(settings.bitrate / 1000) + "kbit/s";
     return note + " q" + std::to_string(settings.quantizer);

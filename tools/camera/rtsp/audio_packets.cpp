@@ -10,42 +10,13 @@ namespace
 
 constexpr std::size_t kSmallestPiece = 32; // of an access unit that is split on purpose
 
-void Append(Bytes& bytes, const Bytes& more)
-{
-    bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
 } // namespace
 
-std::uint8_t AudioPayloadType(const AudioSettings& settings)
+const AudioFormat& FormatOf(AudioCodec codec)
 {
-    switch (settings.codec)
-    {
-    case AudioCodec::G711MuLaw:
-        return 0;
-    case AudioCodec::G711ALaw:
-        return 8;
-    case AudioCodec::G726:
-    case AudioCodec::Aac:
-        break;
-    }
-    return 97;
-}
-
-std::string AudioKind(const AudioSettings& settings)
-{
-    switch (settings.codec)
-    {
-    case AudioCodec::G711MuLaw:
-        return "pcmu";
-    case AudioCodec::G711ALaw:
-        return "pcma";
-    case AudioCodec::G726:
-        return "g726";
-    case AudioCodec::Aac:
-        break;
-    }
-    return "aac";
+    static constexpr AudioFormat kFormats[] = {
+        {"pcmu", 0, "PCMU"}, {"pcma", 8, "PCMA"}, {"g726", 97, "G726"}, {"aac", 97, "mpeg4-generic"}};
+    return kFormats[static_cast<std::size_t>(codec)];
 }
 
 /// AU-headers-length, 16 bits, and one AU header: 13 bits of size, 3 of index (RFC 3640, 3.2.1).

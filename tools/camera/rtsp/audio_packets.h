@@ -10,11 +10,14 @@
 namespace larkmoor::camera
 {
 
-/// The RTP payload type of a codec: 0 or 8 for G.711 (RFC 3551, table 4), 97 for the others.
-std::uint8_t AudioPayloadType(const AudioSettings& settings);
-
-/// "pcmu", "pcma", "g726" or "aac": how the truth calls it.
-std::string AudioKind(const AudioSettings& settings);
+/// How a codec goes over RTP.
+struct AudioFormat
+{
+    const char* kind;         ///< how the truth calls it
+    std::uint8_t payloadType; ///< RFC 3551, table 4, or a dynamic one
+    const char* encoding;     ///< of the description
+};
+const AudioFormat& FormatOf(AudioCodec codec);
 
 /// Cuts sound into RTP payloads: G.711 and G.726 as they are (RFC 3551, 4.5), AAC in the high bit-rate mode
 /// with one access unit behind each AU header section (RFC 3640, 3.3.6). One stream, one thread.

@@ -16,7 +16,7 @@ void AudioTruth::Tell(const AudioPiece& piece, const PacketBatch& batch, const P
     if (piece.settings.codec == AudioCodec::Aac)
     {
         if (std::find(fates.lost.begin(), fates.lost.end(), true) == fates.lost.end())
-            truth_.Record(stream_, AudioKind(piece.settings), true, *piece.bytes, rtp);
+            truth_.Record(stream_, FormatOf(piece.settings.codec).kind, true, *piece.bytes, rtp);
         return;
     }
     for (const OutPacket& packet : batch.packets)
@@ -35,14 +35,14 @@ void AudioTruth::Gather(const OutPacket& packet, const AudioSettings& settings, 
     gathered_.insert(gathered_.end(), packet.shared.begin(), packet.shared.end());
     if (gathered_.size() < settings.SampleRate())
         return;
-    truth_.Record(stream_, AudioKind(settings), true, gathered_, rtp);
+    truth_.Record(stream_, FormatOf(settings.codec).kind, true, gathered_, rtp);
     gathered_.clear();
 }
 
 AudioSession::AudioSession(const RtspOptions& options, const RtspServices& services,
                            std::shared_ptr<AudioStream> stream, std::unique_ptr<PacketOutput> output,
                            std::uint64_t seed)
-    : RtpSession(options, services, std::move(output), seed, AudioPayloadType(stream->Settings()),
+    : RtpSession(options, services, std::move(output), seed, FormatOf(stream->Settings().codec).payloadType,
                  stream->Settings().SampleRate()),
       stream_(std::move(stream)),
       described_(stream_->Settings()),

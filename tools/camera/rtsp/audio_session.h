@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/log/truth_log.h"
+#include "camera/log/camera_log.h"
 #include "camera/media/audio_stream.h"
 #include "camera/rtsp/audio_packets.h"
 #include "camera/rtsp/media_faults.h"

@@ -1,7 +1,7 @@
 #include "camera/rtsp/client_sessions.h"
 
 #include "camera/rtsp/audio_session.h"
-#include "camera/rtsp/interleaved_output.h"
+#include "camera/rtsp/connection_writer.h"
 #include "camera/rtsp/rtsp_server.h"
 #include "camera/rtsp/rtsp_target.h"
 

@@ -19,17 +19,6 @@ constexpr std::uint8_t kMeaninglessQ = 127;
 constexpr int kQualityOfUnknownQ = 99;
 constexpr std::size_t kSizeInFrame = 1; // height and width in SOF0, behind the sample precision
 
-void Put16(Bytes& bytes, std::size_t value)
-{
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
-    bytes.push_back(static_cast<std::uint8_t>(value));
-}
-
-void Append(Bytes& bytes, std::span<const std::uint8_t> more)
-{
-    bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
 std::uint8_t SizeField(int extent, bool unknown)
 {
     return unknown || extent > kLargestExtent ? std::uint8_t{0} : static_cast<std::uint8_t>((extent + 7) / 8);
@@ -48,18 +37,16 @@ Bytes HeaderOf(const EncodedFrame& frame, const JpegFile& file, const JpegShape&
                            : shape.tablesInBand || shape.noTables
                                ? kTablesInBand
                                : static_cast<std::uint8_t>(frame.jpegQuality);
-    Bytes header = {0,
-                    0,
-                    0,
-                    0,
-                    static_cast<std::uint8_t>((file.IsHalfHeight() ? 1 : 0) + (restarts ? kRestartType : 0)),
-                    q,
-                    SizeField(file.Width(), shape.noSize),
-                    SizeField(file.Height(), shape.noSize)};
+    Bytes header = {0, 0, 0, 0}; // the offset comes with each packet
+    header.push_back(
+        static_cast<std::uint8_t>((file.IsHalfHeight() ? 1 : 0) + (restarts ? kRestartType : 0)));
+    header.push_back(q);
+    header.push_back(SizeField(file.Width(), shape.noSize));
+    header.push_back(SizeField(file.Height(), shape.noSize));
     if (restarts)
     {
-        Put16(header, static_cast<std::size_t>(file.RestartInterval()));
-        Put16(header, 0xFFFF); // whole intervals are not told apart
+        AppendNumber(header, static_cast<std::size_t>(file.RestartInterval()), 2);
+        AppendNumber(header, 0xFFFF, 2); // whole intervals are not told apart
     }
     return header;
 }
@@ -102,8 +89,8 @@ CutPicture CutJpeg(std::shared_ptr<const EncodedFrame> frame, const JpegShape& s
         if (offset == 0 && header[5] == kTablesInBand)
         {
             Bytes first = header;
-            Put16(first, 0);
-            Put16(first, shape.tablesInBand ? file.tables[0].size() + file.tables[1].size() : 0);
+            AppendNumber(first, 0, 2);
+            AppendNumber(first, shape.tablesInBand ? file.tables[0].size() + file.tables[1].size() : 0, 2);
             if (shape.tablesInBand)
             {
                 Append(first, file.tables[0]);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/rtsp/h264_truth.h"
+#include "camera/rtsp/h264_access_unit.h"
 #include "camera/rtsp/rtp_packet_batch.h"
 
 #include <memory>

@@ -1,12 +1,14 @@
 #include "camera/rtsp/h264_access_unit.h"
 
 #include "base/annexb.h"
+#include "base/text.h"
 
 #include <algorithm>
 #include <array>
 
 namespace larkmoor::camera
 {
+
 namespace
 {
 
@@ -26,6 +28,28 @@ constexpr std::array<std::uint8_t, 2> kDelimiter = {kNalAccessUnitDelimiter, 0x3
 constexpr std::array<std::uint8_t, 24> kInfoUnit = {kNalSei, 5,    20,   0x4C, 0x61, 0x72, 0x6B, 0x6D,
                                                     0x6F,    0x6F, 0x72, 0x43, 0x61, 0x6D, 0x65, 0x72,
                                                     0x61,    0x30, 0x31, 'i',  'n',  'f',  'o',  0x80};
+
+constexpr std::array<std::uint8_t, 3> kStartCode = {0, 0, 1};
+constexpr std::array<std::uint8_t, 5> kFrameEnd = {0, 0, 1, 9, 0x30};
+constexpr std::size_t kKeySearchBytes = 64;
+constexpr std::size_t kLeastSingleBytes = 3;
+
+void AppendUnit(Bytes& frame, std::span<const std::uint8_t> unit)
+{
+    Append(frame, kStartCode);
+    Append(frame, unit);
+}
+
+bool OpensWithSequenceSet(std::span<const std::uint8_t> frame)
+{
+    const auto head = frame.first(std::min(frame.size(), kKeySearchBytes));
+    for (const NalUnit& unit : SplitAnnexB(head))
+    {
+        if (NalTypeOf(head[unit.offset]) == kNalSps)
+            return true;
+    }
+    return false;
+}
 
 } // namespace
 
@@ -52,7 +76,7 @@ H264AccessUnit::H264AccessUnit(std::shared_ptr<const EncodedFrame> frame, const 
     if (!stamp.empty())
     {
         Bytes unit{kStampUnit};
-        unit.insert(unit.end(), stamp.begin(), stamp.end());
+        Append(unit, AsBytes(stamp));
         Add(Keep(std::move(unit)));
     }
     if (!payloads_.empty())
@@ -122,13 +146,44 @@ void H264AccessUnit::AddAggregate(std::span<const std::span<const std::uint8_t>>
     for (const auto unit : units)
     {
         units_.push_back({SentUnit::Way::Aggregated, unit, payloads_.size(), payloads_.size()});
-        packet.push_back(static_cast<std::uint8_t>(unit.size() >> 8));
-        packet.push_back(static_cast<std::uint8_t>(unit.size()));
-        packet.insert(packet.end(), unit.begin(), unit.end());
+        AppendNumber(packet, unit.size(), 2);
+        Append(packet, unit);
     }
     RtpPayload payload;
     payload.shared = Keep(std::move(packet));
     payloads_.push_back(payload);
+}
+
+std::optional<ExpectedFrame> WorkOutFrame(const std::vector<SentUnit>& units, const ParameterSets& described)
+{
+    ExpectedFrame frame;
+    bool damaged = false;
+    for (const SentUnit& unit : units)
+    {
+        const bool isIdr = NalTypeOf(unit.bytes[0]) == kNalIdrSlice;
+        if (unit.way == SentUnit::Way::Single && unit.bytes.size() < kLeastSingleBytes)
+        {
+            frame.bytes.clear();
+            damaged = true;
+            continue;
+        }
+        if (unit.way == SentUnit::Way::Fragmented && !isIdr)
+            frame.bytes.clear();
+        if (unit.way != SentUnit::Way::Aggregated && isIdr && frame.bytes.empty() && !described.sps.empty() &&
+            !described.pps.empty())
+        {
+            AppendUnit(frame.bytes, described.sps);
+            AppendUnit(frame.bytes, described.pps);
+        }
+        AppendUnit(frame.bytes, unit.bytes);
+    }
+    if (frame.bytes.empty())
+        return std::nullopt;
+    Append(frame.bytes, kFrameEnd);
+    frame.key = OpensWithSequenceSet(frame.bytes);
+    if (damaged && !frame.key)
+        return std::nullopt;
+    return frame;
 }
 
 } // namespace larkmoor::camera

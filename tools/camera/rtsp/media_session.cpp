@@ -1,7 +1,9 @@
 #include "camera/rtsp/media_session.h"
 
+#include "base/annexb.h"
 #include "base/frame_stamp.h"
-#include "camera/rtsp/h264_truth.h"
+#include "base/md5.h"
+#include "camera/rtsp/h264_access_unit.h"
 
 #include <boost/asio/post.hpp>
 
@@ -16,6 +18,25 @@ constexpr std::uint32_t kVideoClockRate = 90'000;
 constexpr std::uint64_t kFramesBeforeBye = 10;
 constexpr int kFloodReportsPerTick = 20;
 constexpr int kFramesPerPump = 32;
+
+/// For comparing what a receiver made of a damaged stream with what was sent: type (nal_unit_type), size and
+/// md5 of each unit without start code, and whether no packet of it was lost.
+nlohmann::ordered_json UnitsOf(const H264AccessUnit& unit, const PacketFates& fates)
+{
+    nlohmann::ordered_json units = nlohmann::ordered_json::array();
+    for (const SentUnit& each : unit.Units())
+    {
+        bool whole = true;
+        for (std::size_t packet = each.firstPacket; packet <= each.lastPacket && !fates.lost.empty();
+             ++packet)
+            whole = whole && !fates.lost[packet];
+        units.push_back({{"type", static_cast<int>(NalTypeOf(each.bytes[0]))},
+                         {"size", each.bytes.size()},
+                         {"md5", Md5Hex(each.bytes)},
+                         {"whole", whole}});
+    }
+    return units;
+}
 
 } // namespace
 
@@ -101,8 +122,11 @@ PacketBatch MediaSession::MakeH264(const MediaFrame& frame, std::uint32_t timest
     const H264AccessUnit unit(frame.encoded, Shape(), NextStamp());
     PacketBatch batch = Packets(unit.Payloads(), unit.Owners(), timestamp);
     const PacketFates fates = faults_.Play(batch);
-    if (services_.units.Wanted())
-        services_.units.Record(stream_->Id().Text(), timestamp, unit, fates);
+    if (services_.units.IsOpen())
+        services_.units.Write({{"stream", stream_->Id().Text()},
+                               {"rtp", timestamp},
+                               {"intact", fates.intact},
+                               {"units", UnitsOf(unit, fates)}});
     if (fates.intact)
         TellTruth("h264", timestamp, [&] { return WorkOutFrame(unit.Units(), described_); });
     return batch;

@@ -1,5 +1,7 @@
 #include "camera/rtsp/rtp_stream.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <string_view>
 #include <utility>
@@ -29,17 +31,13 @@ void Put32(std::uint8_t* at, std::uint32_t value)
     Put16(at + 2, value);
 }
 
-void Append32(Bytes& bytes, std::uint32_t value)
-{
-    bytes.resize(bytes.size() + 4);
-    Put32(bytes.data() + bytes.size() - 4, value);
-}
-
 /// The first four bytes of an RTCP packet; its length in 32-bit words does not count these.
 void AppendControlHead(Bytes& bytes, std::uint8_t count, std::uint8_t type, std::size_t words)
 {
-    Append32(bytes, static_cast<std::uint32_t>(kVersionBits | count) << 24 |
-                        static_cast<std::uint32_t>(type) << 16 | static_cast<std::uint32_t>(words));
+    AppendNumber(bytes,
+                 static_cast<std::uint32_t>(kVersionBits | count) << 24 |
+                     static_cast<std::uint32_t>(type) << 16 | static_cast<std::uint32_t>(words),
+                 4);
 }
 
 void AppendName(Bytes& bytes, std::uint32_t ssrc)
@@ -47,11 +45,11 @@ void AppendName(Bytes& bytes, std::uint32_t ssrc)
     // An item of type, length and text, then zero bytes up to the next word, one at least.
     const std::size_t itemWords = (2 + kName.size() + 4) / 4;
     AppendControlHead(bytes, 1, kSourceDescription, 1 + itemWords);
-    Append32(bytes, ssrc);
+    AppendNumber(bytes, ssrc, 4);
     const std::size_t end = bytes.size() + 4 * itemWords;
     bytes.push_back(kCanonicalName);
     bytes.push_back(static_cast<std::uint8_t>(kName.size()));
-    bytes.insert(bytes.end(), kName.begin(), kName.end());
+    Append(bytes, AsBytes(kName));
     bytes.resize(end);
 }
 
@@ -111,13 +109,12 @@ Bytes RtpStream::SenderReport(std::chrono::system_clock::time_point now, std::ui
     const auto fraction = static_cast<std::uint64_t>((since - seconds).count());
     Bytes bytes;
     AppendControlHead(bytes, 0, kSenderReport, 6);
-    Append32(bytes, ssrc_);
-    Append32(bytes,
-             static_cast<std::uint32_t>(static_cast<std::uint64_t>(seconds.count()) + kNtpToUnixSeconds));
-    Append32(bytes, static_cast<std::uint32_t>((fraction << 32) / 1'000'000'000));
-    Append32(bytes, timestamp);
-    Append32(bytes, packets_);
-    Append32(bytes, payloadBytes_);
+    AppendNumber(bytes, ssrc_, 4);
+    AppendNumber(bytes, static_cast<std::uint64_t>(seconds.count()) + kNtpToUnixSeconds, 4);
+    AppendNumber(bytes, (fraction << 32) / 1'000'000'000, 4);
+    AppendNumber(bytes, timestamp, 4);
+    AppendNumber(bytes, packets_, 4);
+    AppendNumber(bytes, payloadBytes_, 4);
     AppendName(bytes, ssrc_);
     return bytes;
 }
@@ -126,7 +123,7 @@ Bytes RtpStream::Bye(std::chrono::system_clock::time_point now, std::uint32_t ti
 {
     Bytes bytes = SenderReport(now, timestamp);
     AppendControlHead(bytes, 1, kBye, 1);
-    Append32(bytes, ssrc_);
+    AppendNumber(bytes, ssrc_, 4);
     return bytes;
 }
 

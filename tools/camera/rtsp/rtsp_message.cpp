@@ -2,6 +2,8 @@
 
 #include "base/text.h"
 
+#include <boost/beast/http/status.hpp>
+
 #include <cstring>
 
 namespace larkmoor::camera
@@ -37,35 +39,14 @@ bool ReadPair(std::string_view text, Number& first, Number& second)
     return Take(text, second);
 }
 
-const char* ReasonOf(int status)
+std::string ReasonOf(int status)
 {
-    switch (status)
-    {
-    case 200:
-        return "OK";
-    case 400:
-        return "Bad Request";
-    case 401:
-        return "Unauthorized";
-    case 404:
-        return "Not Found";
-    case 415:
-        return "Unsupported Media Type";
-    case 454:
+    namespace http = boost::beast::http;
+    if (status == 454)
         return "Session Not Found";
-    case 455:
-        return "Method Not Valid in This State";
-    case 461:
+    if (status == 461)
         return "Unsupported Transport";
-    case 501:
-        return "Not Implemented";
-    case 503:
-        return "Service Unavailable";
-    case 505:
-        return "RTSP Version Not Supported";
-    default:
-        return "Internal Server Error";
-    }
+    return std::string(http::obsolete_reason(http::int_to_status(static_cast<unsigned>(status))));
 }
 
 } // namespace

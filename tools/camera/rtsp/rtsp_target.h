@@ -2,13 +2,22 @@
 
 #include "camera/device/parameter_store.h"
 #include "camera/device/profile.h"
-#include "camera/rtsp/rtsp_options.h"
 
 #include <optional>
 #include <string_view>
 
 namespace larkmoor::camera
 {
+
+/// A stream as RTSP offers it.
+struct RtspTarget
+{
+    StreamId id;
+    std::string group;      ///< multicast address, "" to offer none
+    std::uint16_t port = 0; ///< RTP port of the group, even; RTCP has the next one
+    std::uint8_t ttl = 15;
+    bool announceGroup = true; ///< the description names the group, so that clients can go there
+};
 
 /// What the media sections of a description are called below the stream's address.
 inline constexpr std::string_view kVideoTrack = "trackID=1";

@@ -11,19 +11,11 @@ namespace
 
 std::string EncodingOf(const AudioSettings& settings)
 {
-    const std::string rate = "/" + std::to_string(settings.SampleRate());
-    switch (settings.codec)
-    {
-    case AudioCodec::G711MuLaw:
-        return "PCMU" + rate;
-    case AudioCodec::G711ALaw:
-        return "PCMA" + rate;
-    case AudioCodec::G726:
-        return "G726-" + std::to_string(settings.bitRate / 1000) + rate;
-    case AudioCodec::Aac:
-        break;
-    }
-    return "mpeg4-generic" + rate + "/1";
+    std::string text = FormatOf(settings.codec).encoding;
+    if (settings.codec == AudioCodec::G726)
+        text += "-" + std::to_string(settings.bitRate / 1000);
+    text += "/" + std::to_string(settings.SampleRate());
+    return settings.codec == AudioCodec::Aac ? text + "/1" : text;
 }
 
 constexpr std::size_t kProfileBytes = 3; // profile_idc, constraint flags, level_idc behind the NAL header
@@ -72,7 +64,7 @@ std::string FormatLine(const DescribedVideo& video, const FaultPlan& faults)
 
 std::string DescribeAudio(const AudioSettings& settings, const Bytes& config, const std::string& control)
 {
-    const std::string type = std::to_string(AudioPayloadType(settings));
+    const std::string type = std::to_string(FormatOf(settings.codec).payloadType);
     std::string text = "m=audio 0 RTP/AVP " + type + "\r\nc=IN IP4 0.0.0.0\r\n";
     text += "a=rtpmap:" + type + " " + EncodingOf(settings) + "\r\n";
     if (settings.codec == AudioCodec::Aac)

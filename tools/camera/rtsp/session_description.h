@@ -3,7 +3,7 @@
 #include "camera/fault/fault_plan.h"
 #include "camera/media/audio_encoder.h"
 #include "camera/media/encoded_frame.h"
-#include "camera/rtsp/rtsp_options.h"
+#include "camera/rtsp/rtsp_target.h"
 
 #include <string>
 

@@ -23,14 +23,10 @@ std::optional<double> ReadPositive(std::string_view text, double largest)
 
 std::optional<PictureSize> ReadSize(std::string_view text)
 {
-    const std::size_t cross = text.find('x');
-    if (cross == std::string_view::npos)
+    const auto sides = ReadPair<std::uint16_t>(text, 'x');
+    if (!sides || sides->first == 0 || sides->second == 0)
         return std::nullopt;
-    const auto width = ReadNumber<std::uint16_t>(text.substr(0, cross));
-    const auto height = ReadNumber<std::uint16_t>(text.substr(cross + 1));
-    if (!width || !height || *width == 0 || *height == 0)
-        return std::nullopt;
-    return PictureSize{*width, *height};
+    return PictureSize{sides->first, sides->second};
 }
 
 std::optional<std::chrono::milliseconds> ReadDuration(std::string_view text)
@@ -41,26 +37,16 @@ std::optional<std::chrono::milliseconds> ReadDuration(std::string_view text)
 
 std::optional<Change> ReadChange(std::string_view text)
 {
-    const std::size_t colon = text.find(':');
-    if (colon == std::string_view::npos)
+    const auto picture = CutBehind(text, ':');
+    const auto at = ReadDuration(text);
+    if (!picture || !at)
         return std::nullopt;
-    const auto at = ReadDuration(text.substr(0, colon));
-    std::string_view size = text.substr(colon + 1);
-    std::string_view rate;
-    const std::size_t sign = size.find('@');
-    if (sign != std::string_view::npos)
-    {
-        rate = size.substr(sign + 1);
-        size = size.substr(0, sign);
-    }
-
-    Change change;
-    if (!at || (size.empty() && rate.empty()) || (sign != std::string_view::npos && rate.empty()))
+    std::string_view size = *picture;
+    const auto rate = CutBehind(size, '@');
+    Change change{*at, std::nullopt, std::nullopt};
+    if ((!size.empty() || !rate) && !(change.size = ReadSize(size)))
         return std::nullopt;
-    change.at = *at;
-    if (!size.empty() && !(change.size = ReadSize(size)))
-        return std::nullopt;
-    if (!rate.empty() && !(change.rate = ReadPositive(rate, kLargestRate)))
+    if (rate && !(change.rate = ReadPositive(*rate, kLargestRate)))
         return std::nullopt;
     return change;
 }

@@ -61,7 +61,7 @@ IFrameTimeList* CapabilityStore::GetFrameTimeList(std::uint32_t number)
 {
     if (number != 1)
         faults_.Add("GetFrameTimeList with " + std::to_string(number) + " in place of 1");
-    return &frameTimes_;
+    return this;
 }
 
 std::string CapabilityStore::Checked(const char* text, const char* operation)
@@ -83,10 +83,10 @@ void CapabilityStore::Parameter::SetReserved(std::uint32_t value)
         store_.faults_.Add("SetReserved with " + std::to_string(value) + " in place of 0");
 }
 
-void CapabilityStore::ResolutionList::Add(const char* text, std::uint32_t width, std::uint32_t height,
-                                          std::uint32_t frameTime)
+void CapabilityStore::Add(const char* text, std::uint32_t width, std::uint32_t height,
+                          std::uint32_t frameTime)
 {
-    store_.report_.sizes.push_back({store_.Checked(text, "Add of a size"), width, height, frameTime});
+    report_.sizes.push_back({Checked(text, "Add of a size"), width, height, frameTime});
 }
 
 } // namespace larkmoor::host

@@ -60,8 +60,6 @@ private:
     QueryEnd end_;
 };
 
-using namespace korvane::ipcapture;
-
 /// What a capability query told of a device, as it came.
 struct DeviceReport
 {
@@ -96,7 +94,7 @@ struct DeviceReport
 };
 
 /// Takes what a query writes. Written on the query's thread; read when the query has ended.
-class CapabilityStore final : public ICapabilityStore
+class CapabilityStore final : public ICapabilityStore, private IResolutionList, private IFrameTimeList
 {
 public:
     /// `faults` outlives this object.
@@ -112,7 +110,7 @@ public:
     }
     void ReservedSlot1() override { Reserved(); }
     ICapabilityParameter* AddParameter(std::uint32_t id) override;
-    IResolutionList* GetResolutionList() override { return &resolutions_; }
+    IResolutionList* GetResolutionList() override { return this; }
     void ReservedSlot2() override { Reserved(); }
     IFrameTimeList* GetFrameTimeList(std::uint32_t number) override;
 
@@ -146,28 +144,9 @@ private:
         const std::size_t place_; // in the report
     };
 
-    class ResolutionList final : public IResolutionList
-    {
-    public:
-        explicit ResolutionList(CapabilityStore& store) : store_(store) {}
-        void Add(const char* text, std::uint32_t width, std::uint32_t height,
-                 std::uint32_t frameTime) override;
-
-    private:
-        CapabilityStore& store_;
-    };
-
-    class FrameTimeList final : public IFrameTimeList
-    {
-    public:
-        explicit FrameTimeList(CapabilityStore& store) : store_(store) {}
-        void SetDefault(std::uint32_t frameTime) override { store_.report_.defaultFrameTime = frameTime; }
-        void Add(std::uint32_t frameTime) override { store_.report_.frameTimes.push_back(frameTime); }
-
-    private:
-        CapabilityStore& store_;
-    };
-
+    void Add(const char* text, std::uint32_t width, std::uint32_t height, std::uint32_t frameTime) override;
+    void Add(std::uint32_t frameTime) override { report_.frameTimes.push_back(frameTime); }
+    void SetDefault(std::uint32_t frameTime) override { report_.defaultFrameTime = frameTime; }
     std::string Checked(const char* text, const char* operation); // null is a fault of the driver
     void Reserved() { faults_.Add("a reserved operation of the capability store was called"); }
 
@@ -175,8 +154,6 @@ private:
     DeviceReport report_;
     std::list<Field> fields_;
     std::list<Parameter> parameters_;
-    ResolutionList resolutions_{*this};
-    FrameTimeList frameTimes_{*this};
 };
 
 } // namespace larkmoor::host

@@ -7,86 +7,105 @@
 #include <larkmoor/host_channel_settings.h>
 #include <larkmoor/host_device_settings.h>
 
-#include <cstdint>
-
 namespace larkmoor::host
 {
 
 using namespace korvane::ipcapture;
 
 /// A device as the driver reads it at `Open`. Used on one thread.
-class DeviceSettings final : public IHostDeviceSettings,
-                             private IHostDeviceDescription,
-                             private IHostConnection
+class DeviceSettings : public IHostDeviceSettings, private IHostDeviceDescription, private IHostConnection
 {
 public:
-    /// Both outlive this object.
-    DeviceSettings(const Device& device, FaultList& faults) : device_(device), faults_(faults) {}
+    /// Both outlive this object; `faults` may be null.
+    explicit DeviceSettings(const Device& device, FaultList* faults = nullptr)
+        : device_(device), faults_(faults)
+    {
+    }
 
-    IHostDeviceDescription* GetDescription() override { return this; }
-    IHostConnection* GetConnection() override { return this; }
+    IHostDeviceDescription* GetDescription() override { return Answer<IHostDeviceDescription*>(this); }
+    IHostConnection* GetConnection() override { return Answer<IHostConnection*>(this); }
     const char* GetParameter(std::uint32_t number) override
     {
         const auto found = device_.properties.find(number);
-        return found == device_.properties.end() ? nullptr : found->second.c_str();
+        return Answer(found == device_.properties.end() ? nullptr : found->second.c_str());
+    }
+
+protected:
+    virtual bool Refuses() { return false; } ///< the answer to the present question; asked once for each
+    void ReservedSlot1() override
+    {
+        if (faults_ != nullptr)
+            faults_->Add("call of a reserved operation of the device settings");
     }
 
 private:
-    void ReservedSlot1() override { faults_.Add("call of a reserved operation of the device settings"); }
+    template <typename Result>
+    Result Answer(Result answer, Result refusal = {})
+    {
+        return Refuses() ? refusal : answer;
+    }
+    const char* Answer(const std::string& text) { return Answer(text.c_str(), ""); }
+
     void ReservedSlot2() override { ReservedSlot1(); }
-    const char* GetModel() override { return device_.model.c_str(); }
-    std::uint32_t GetChannelCount() override { return device_.channels; }
-    std::uint32_t GetInputCount() override { return device_.inputs; }
-    std::uint32_t GetOutputCount() override { return device_.outputs; }
-    const char* GetAddress() override { return device_.address.c_str(); }
-    std::uint16_t GetPort() override { return device_.port; }
-    std::uint32_t GetCodec() override { return static_cast<std::uint32_t>(device_.codec); }
-    const char* GetUser() override { return device_.user.c_str(); }
-    const char* GetPassword() override { return device_.password.c_str(); }
+    const char* GetModel() override { return Answer(device_.model); }
+    std::uint32_t GetChannelCount() override { return Answer(device_.channels); }
+    std::uint32_t GetInputCount() override { return Answer(device_.inputs); }
+    std::uint32_t GetOutputCount() override { return Answer(device_.outputs); }
+    const char* GetAddress() override { return Answer(device_.address); }
+    std::uint16_t GetPort() override { return Answer(device_.port); }
+    std::uint32_t GetCodec() override { return Answer(static_cast<std::uint32_t>(device_.codec)); }
+    const char* GetUser() override { return Answer(device_.user); }
+    const char* GetPassword() override { return Answer(device_.password); }
 
     const Device& device_;
-    FaultList& faults_;
+    FaultList* const faults_;
 };
 
-/// A picture size as the driver reads it.
-class Resolution final : public IHostResolution
+/// What a channel is to deliver, as the driver reads it at `StartChannel`, and its size at `ChangeChannel`.
+/// Used on one thread.
+class ChannelSettings : public IHostChannelSettings,
+                        public IHostResolution,
+                        private IHostVideoFormat,
+                        private IHostStreamSettings
 {
 public:
-    explicit Resolution(PictureSize size) : size_(size) {}
-
-    std::uint16_t GetWidth() override { return size_.width; }
-    std::uint16_t GetHeight() override { return size_.height; }
-
-private:
-    PictureSize size_;
-};
-
-/// What one channel is to deliver, as the driver reads it at `StartChannel`. Used on one thread.
-class ChannelSettings final : public IHostChannelSettings,
-                              private IHostVideoFormat,
-                              private IHostStreamSettings
-{
-public:
-    /// `faults` outlives this object.
-    ChannelSettings(PictureSize size, std::uint16_t frameInterval, std::uint16_t quality, FaultList& faults)
+    /// In pixels, ms from picture to picture (0 asks for no rate), and 0 worst to 100 best. `faults` may be
+    /// null, and outlives this object.
+    ChannelSettings(PictureSize size, std::uint16_t frameInterval, std::uint16_t quality,
+                    FaultList* faults = nullptr)
         : size_(size), frameInterval_(frameInterval), quality_(quality), faults_(faults)
     {
     }
 
-    IHostVideoFormat* GetVideoFormat() override { return this; }
-    IHostStreamSettings* GetStreamSettings() override { return this; }
+    IHostVideoFormat* GetVideoFormat() override { return Answer<IHostVideoFormat*>(this); }
+    IHostStreamSettings* GetStreamSettings() override { return Answer<IHostStreamSettings*>(this); }
+    std::uint16_t GetWidth() override { return Answer(size_.width); }
+    std::uint16_t GetHeight() override { return Answer(size_.height); }
+
+protected:
+    virtual bool Refuses() { return false; } ///< as that of a device
+    void ReservedSlot1() override
+    {
+        if (faults_ != nullptr)
+            faults_->Add("call of a reserved operation of the channel settings");
+    }
 
 private:
-    void ReservedSlot1() override { faults_.Add("call of a reserved operation of the channel settings"); }
-    void ReservedSlot2() override { ReservedSlot1(); }
-    IHostResolution* GetPictureSize() override { return &size_; }
-    std::uint16_t GetFrameInterval() override { return frameInterval_; }
-    std::uint16_t GetQuality() override { return quality_; }
+    template <typename Result>
+    Result Answer(Result answer)
+    {
+        return Refuses() ? Result{} : answer;
+    }
 
-    Resolution size_;
-    std::uint16_t frameInterval_;
-    std::uint16_t quality_;
-    FaultList& faults_;
+    void ReservedSlot2() override { ReservedSlot1(); }
+    IHostResolution* GetPictureSize() override { return Answer<IHostResolution*>(this); }
+    std::uint16_t GetFrameInterval() override { return Answer(frameInterval_); }
+    std::uint16_t GetQuality() override { return Answer(quality_); }
+
+    const PictureSize size_;
+    const std::uint16_t frameInterval_;
+    const std::uint16_t quality_;
+    FaultList* const faults_;
 };
 
 } // namespace larkmoor::host

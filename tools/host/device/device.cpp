@@ -3,6 +3,7 @@
 #include "host/base/failure.h"
 #include "host/base/text.h"
 
+#include <larkmoor/device_property.h>
 #include <nlohmann/json.hpp>
 
 #include <fstream>
@@ -11,18 +12,13 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 namespace
 {
 
 constexpr std::uintmax_t kLargestFile = 1u << 20;
-constexpr std::uint32_t kFirstAudioProperty = 101; // asked for one by one, not by counting up
 constexpr const char* kNone = "(none)";
-
-void ReplaceAll(std::string& text, std::string_view what, const std::string& by)
-{
-    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size())
-        text.replace(at, what.size(), by);
-}
 
 std::string ForChannel(std::string path, std::uint32_t channel)
 {
@@ -84,12 +80,10 @@ void ReadProperties(const nlohmann::json& object, std::map<std::uint32_t, std::s
 
 void ReadCodec(const nlohmann::json& object, Codec& codec)
 {
-    static const std::map<std::string, Codec> kNames = {
-        {"mjpeg", Codec::Mjpeg}, {"mpeg4", Codec::Mpeg4}, {"h264", Codec::H264}};
     std::string name = "h264";
     ReadField(object, "codec", name);
-    const auto found = kNames.find(name);
-    if (found == kNames.end())
+    const auto found = kCodecs.find(name);
+    if (found == kCodecs.end())
         throw std::runtime_error("\"codec\" is none of h264, mpeg4, mjpeg");
     codec = found->second;
 }
@@ -122,30 +116,31 @@ std::string StreamTable(const StreamPaths& paths, std::uint32_t channels)
 void FillProperties(Device& device, const StreamPaths& paths, Transport transport)
 {
     const std::map<std::uint32_t, std::string> usual = {
-        {1, "0"},                                      // video standard: PAL
-        {2, "0"},                                      // the camera's own
-        {3, std::to_string(paths.rtspPort)},           // RTSP port
-        {4, "0"},                                      // presets
-        {5, "00000000"},                               // PTZ capability flags
-        {6, "1"},                                      // numeric resolutions
-        {7, transport == Transport::Http ? "1" : "0"}, // Motion JPEG over HTTP
-        {8, "0"},                                      // no field-to-frame request
-        {9, "0"},                                      // not the legacy interface
-        {10, "1"},                                     // speed ranges
-        {11, "7"},
-        {12, "1"},
-        {13, "6"},
-        {14, StreamTable(paths, device.channels)},
-        {15, "0"}, // PTZ type
-        {16, kNone},
-        {17, kNone},
-        {18, kNone},
+        {kPropertyVideoStandard, "0"},       // PAL
+        {kPropertyCameraVideoStandard, "0"}, // the same
+        {kPropertyRtspPort, std::to_string(paths.rtspPort)},
+        {kPropertyPresetCount, "0"},
+        {kPropertyPTZFlags, "00000000"},
+        {kPropertyCameraType, "1"}, // sizes by number
+        {kPropertyJpegOverHttp, transport == Transport::Http ? "1" : "0"},
+        {kPropertyFrameMode, "0"},
+        {kPropertyDiscontinuedDevice, "0"},
+        {kPropertyPTZMinSpeed, "1"},
+        {kPropertyPTZMaxSpeed, "7"},
+        {kPropertyZoomMinSpeed, "1"},
+        {kPropertyZoomMaxSpeed, "6"},
+        {kPropertyStreams, StreamTable(paths, device.channels)},
+        {kPropertyPTZType, "0"},
+        {kPropertyPTZSubtype, kNone},
+        {kPropertyAudioInputCodecs, kNone},
+        {kPropertyAudioOutputCodecs, kNone},
     };
     device.properties.insert(usual.begin(), usual.end());
 
     std::uint32_t last = 0;
     for (const auto& [number, text] : device.properties)
-        last = number < kFirstAudioProperty ? number : last;
+        last = number < kPropertyAudioInput ? number : last;
+    // Those of audio are asked for one by one, all others by counting up.
     for (std::uint32_t number = 1; number < last; ++number)
         device.properties.emplace(number, kNone);
 }

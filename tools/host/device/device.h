@@ -29,6 +29,14 @@ enum class Transport
     Http,      ///< Motion JPEG over plain HTTP
 };
 
+/// As command lines, device files and reports call them.
+inline const std::map<std::string, Codec> kCodecs = {
+    {"mjpeg", Codec::Mjpeg}, {"mpeg4", Codec::Mpeg4}, {"h264", Codec::H264}};
+inline const std::map<std::string, Transport> kTransports = {{"udp", Transport::Udp},
+                                                             {"tcp", Transport::Tcp},
+                                                             {"multicast", Transport::Multicast},
+                                                             {"http", Transport::Http}};
+
 /// What a host knows of one device, and tells the driver at `Open`.
 struct Device
 {

@@ -12,11 +12,6 @@ namespace larkmoor::host
 namespace
 {
 
-// Numbers of a report's values.
-constexpr std::uint32_t kChannels = 0;
-constexpr std::uint32_t kInputs = 2;
-constexpr std::uint32_t kOutputs = 3;
-
 std::string Connection(const DeviceReport& report, std::uint32_t index)
 {
     const auto found = report.connection.find(index);
@@ -39,7 +34,7 @@ nlohmann::ordered_json Properties(const DeviceReport& report)
 std::vector<std::string> CodecNames(const DeviceReport& report)
 {
     static constexpr std::pair<std::uint32_t, const char*> kCodecs[] = {
-        {8, "h264"}, {6, "mpeg4"}, {7, "mjpeg"}};
+        {kCapabilityH264, "h264"}, {kCapabilityMpeg4, "mpeg4"}, {kCapabilityMotionJpeg, "mjpeg"}};
     std::vector<std::string> names;
     for (const auto& [number, name] : kCodecs)
     {
@@ -55,15 +50,15 @@ nlohmann::ordered_json DeviceFile(const DeviceReport& report)
     nlohmann::ordered_json sizes = nlohmann::ordered_json::array();
     for (const DeviceReport::Size& size : report.sizes)
         sizes.push_back({{"size", size.text}, {"frame_time", size.frameTime}});
-    return {{"address", Connection(report, 1)},
-            {"port", ReadNumber<std::uint16_t>(Connection(report, 2)).value_or(80)},
-            {"user", Connection(report, 3)},
-            {"password", Connection(report, 4)},
+    return {{"address", Connection(report, kConnectionAddress)},
+            {"port", ReadNumber<std::uint16_t>(Connection(report, kConnectionPort)).value_or(80)},
+            {"user", Connection(report, kConnectionUser)},
+            {"password", Connection(report, kConnectionPassword)},
             {"model", report.model},
             {"codec", codecs.empty() ? "h264" : codecs.front()},
-            {"channels", report.Value(kChannels)},
-            {"inputs", report.Value(kInputs)},
-            {"outputs", report.Value(kOutputs)},
+            {"channels", report.Value(kCapabilityChannelCount)},
+            {"inputs", report.Value(kCapabilityInputCount)},
+            {"outputs", report.Value(kCapabilityOutputCount)},
             {"properties", Properties(report)},
             {"codecs", codecs},
             {"sizes", sizes},

@@ -129,8 +129,7 @@ void HostileCycle::DoDriver()
     IIPCaptureDriverEx4* const driver = run_.library_.createIPCaptureEx4();
     if (driver == nullptr)
         return side.Fault("no driver was made");
-    FaultList unread; // of settings: nothing that a driver does to them is a fault
-    HostileDeviceSettings settings(side, device_, unread);
+    HostileDeviceSettings settings(side, device_);
     bool isOpen = false;
     side.Expect(Party::Driver);
     side.Expect(Party::Device);

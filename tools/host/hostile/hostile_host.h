@@ -82,75 +82,30 @@ private:
 };
 
 /// A device as the driver reads it at `Open`.
-class HostileDeviceSettings final : public IHostDeviceSettings,
-                                    private IHostDeviceDescription,
-                                    private IHostConnection
+class HostileDeviceSettings final : public DeviceSettings
 {
 public:
-    /// All outlive this object.
-    HostileDeviceSettings(HostSide& side, const Device& device, FaultList& faults)
-        : side_(side), device_(device), settings_(device, faults)
-    {
-    }
-
-    IHostDeviceDescription* GetDescription() override { return Answer<IHostDeviceDescription*>(this); }
-    IHostConnection* GetConnection() override { return Answer<IHostConnection*>(this); }
-    const char* GetParameter(std::uint32_t number) override { return Answer(settings_.GetParameter(number)); }
+    /// Both outlive this object.
+    HostileDeviceSettings(HostSide& side, const Device& device) : DeviceSettings(device), side_(side) {}
 
 private:
-    template <typename Result>
-    Result Answer(Result answer, Result refusal = {})
-    {
-        return side_.Answer(Operation::DeviceSettings, answer, refusal);
-    }
-    const char* Answer(const std::string& text) { return Answer(text.c_str(), ""); }
-
+    bool Refuses() override { return !side_.Answer(Operation::DeviceSettings, true); }
     void ReservedSlot1() override { side_.Fault("call of a reserved operation of the device settings"); }
-    void ReservedSlot2() override { ReservedSlot1(); }
-    const char* GetModel() override { return Answer(device_.model); }
-    std::uint32_t GetChannelCount() override { return Answer(device_.channels); }
-    std::uint32_t GetInputCount() override { return Answer(device_.inputs); }
-    std::uint32_t GetOutputCount() override { return Answer(device_.outputs); }
-    const char* GetAddress() override { return Answer(device_.address); }
-    std::uint16_t GetPort() override { return Answer(device_.port); }
-    std::uint32_t GetCodec() override { return Answer(static_cast<std::uint32_t>(device_.codec)); }
-    const char* GetUser() override { return Answer(device_.user); }
-    const char* GetPassword() override { return Answer(device_.password); }
 
     HostSide& side_;
-    const Device& device_;
-    DeviceSettings settings_;
 };
 
 /// What a channel is to deliver.
-class HostileChannelSettings final : public IHostChannelSettings,
-                                     private IHostVideoFormat,
-                                     public IHostStreamSettings,
-                                     public IHostResolution
+class HostileChannelSettings final : public ChannelSettings
 {
 public:
-    HostileChannelSettings(HostSide& side, PictureSize size) : side_(side), size_(size) {}
-
-    IHostVideoFormat* GetVideoFormat() override { return Answer<IHostVideoFormat*>(this); }
-    IHostStreamSettings* GetStreamSettings() override { return Answer<IHostStreamSettings*>(this); }
+    HostileChannelSettings(HostSide& side, PictureSize size) : ChannelSettings(size, 100, 60), side_(side) {}
 
 private:
-    template <typename Result>
-    Result Answer(Result answer)
-    {
-        return side_.Answer(Operation::ChannelSettings, answer);
-    }
-
+    bool Refuses() override { return !side_.Answer(Operation::ChannelSettings, true); }
     void ReservedSlot1() override { side_.Fault("call of a reserved operation of the channel settings"); }
-    void ReservedSlot2() override { ReservedSlot1(); }
-    IHostResolution* GetPictureSize() override { return Answer<IHostResolution*>(this); }
-    std::uint16_t GetWidth() override { return Answer(size_.width); }
-    std::uint16_t GetHeight() override { return Answer(size_.height); }
-    std::uint16_t GetFrameInterval() override { return Answer<std::uint16_t>(100); }
-    std::uint16_t GetQuality() override { return Answer<std::uint16_t>(60); }
 
     HostSide& side_;
-    PictureSize size_;
 };
 
 /// Hears how a query ends.

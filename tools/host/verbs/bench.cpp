@@ -50,7 +50,7 @@ OpenDriver::OpenDriver(Bench& bench, const Device& device)
 {
     if (driver_ == nullptr)
         throw Failure(ExitStatus::NoDriver, "the library makes no driver");
-    DeviceSettings settings(device, bench.faults);
+    DeviceSettings settings(device, &bench.faults);
     if (driver_->Open(&bench.sink, &bench.allocator, &settings))
         video_ = driver_->GetVideoCaptureEx();
     if (video_ != nullptr)
@@ -77,7 +77,7 @@ IIPPTZApi& OpenDriver::Head()
 
 void OpenDriver::Start(std::uint32_t channel, IHostChannelClient& client, const StreamOptions& stream)
 {
-    ChannelSettings settings(stream.size, IntervalOfRate(stream.rate), stream.quality, bench_.faults);
+    ChannelSettings settings(stream.size, IntervalOfRate(stream.rate), stream.quality, &bench_.faults);
     if (!video_->StartChannel(channel, &client, &settings))
         throw Failure(ExitStatus::NoDriver, "the driver refuses to start channel " + std::to_string(channel));
 }
@@ -140,10 +140,9 @@ std::string StateName(std::uint32_t state)
 
 std::string StreamName(Codec codec, Transport transport)
 {
-    static constexpr const char* kCodecs[] = {"?", "mjpeg", "mpeg4", "h264"};
-    static constexpr const char* kTransports[] = {"udp", "tcp", "multicast", "http"};
-    return std::string(kCodecs[static_cast<std::size_t>(codec)]) + " over " +
-           kTransports[static_cast<std::size_t>(transport)];
+    const auto nameOf = [](const auto& names, auto value)
+    { return std::ranges::find(names, value, [](const auto& each) { return each.second; })->first; };
+    return nameOf(kCodecs, codec) + " over " + nameOf(kTransports, transport);
 }
 
 nlohmann::ordered_json ReportHead(const char* verb, const CommonOptions& common, const StreamOptions* stream)

@@ -5,6 +5,7 @@
 #include "host/contract/driver_library.h"
 #include "host/verbs/add_options.h"
 
+#include <larkmoor/device_property.h>
 #include <larkmoor/host_frame.h>
 
 #include <algorithm>
@@ -21,13 +22,6 @@ namespace
 constexpr std::uint32_t kMostStreams = 4096;
 constexpr const char* kStreamGroup = "The stream";
 constexpr const char* kFilesGroup = "What is written";
-
-const std::map<std::string, Codec> kCodecs = {
-    {"mjpeg", Codec::Mjpeg}, {"mpeg4", Codec::Mpeg4}, {"h264", Codec::H264}};
-const std::map<std::string, Transport> kTransports = {{"udp", Transport::Udp},
-                                                      {"tcp", Transport::Tcp},
-                                                      {"multicast", Transport::Multicast},
-                                                      {"http", Transport::Http}};
 
 // What stands on the command line about the device; put over the device file once all is read.
 struct DeviceArguments
@@ -74,11 +68,11 @@ std::optional<std::vector<std::uint32_t>> ReadAudioFormats(std::string_view text
 
 std::optional<std::pair<std::uint32_t, std::string>> ReadProperty(std::string_view text)
 {
-    const bool hasText = text.find('=') != std::string_view::npos;
-    const auto number = ReadNumber<std::uint32_t>(CutAt(text, '='), kLargestProperty);
-    if (!hasText || !number || *number == 0)
+    const auto value = CutBehind(text, '=');
+    const auto number = ReadNumber<std::uint32_t>(text, kLargestProperty);
+    if (!value || !number || *number == 0)
         return std::nullopt;
-    return std::pair(*number, std::string(text));
+    return std::pair(*number, std::string(*value));
 }
 
 std::optional<RecordOptions::PictureAt> ReadPictureAt(std::string_view text)
@@ -231,15 +225,15 @@ Device BuildDevice(const DeviceArguments& arguments, std::uint32_t leastChannels
 
     StreamPaths paths = UsualPaths(device.channels);
     if (arguments.rtspPort)
-        device.properties[3] = std::to_string(*arguments.rtspPort);
+        device.properties[kPropertyRtspPort] = std::to_string(*arguments.rtspPort);
     if (!arguments.streamPaths.empty())
     {
         (transport == Transport::Http ? paths.http : paths.rtsp) = arguments.streamPaths;
         (transport == Transport::Http ? paths.rtsp : paths.http).clear();
-        device.properties[14] = StreamTable(paths, device.channels);
+        device.properties[kPropertyStreams] = StreamTable(paths, device.channels);
     }
     if (arguments.transport && device.codec == Codec::Mjpeg)
-        device.properties[7] = transport == Transport::Http ? "1" : "0";
+        device.properties[kPropertyJpegOverHttp] = transport == Transport::Http ? "1" : "0";
     for (const auto& [number, text] : arguments.properties)
         device.properties[number] = text;
     FillProperties(device, paths, transport);
@@ -251,7 +245,8 @@ void Complete(CommonOptions& common, StreamOptions& stream, const DeviceArgument
 {
     stream.transport = arguments.transport.value_or(Transport::Udp);
     common.device = BuildDevice(arguments, leastChannels, stream.transport);
-    if (!arguments.transport && common.device.codec == Codec::Mjpeg && common.device.properties[7] == "1")
+    if (!arguments.transport && common.device.codec == Codec::Mjpeg &&
+        common.device.properties[kPropertyJpegOverHttp] == "1")
         stream.transport = Transport::Http; // the device file says so
     if (stream.transport == Transport::Http && common.device.codec != Codec::Mjpeg)
         throw Failure(ExitStatus::Usage, "--transport http carries --codec mjpeg only");

@@ -12,37 +12,36 @@ namespace
 
 using std::chrono::milliseconds;
 
-constexpr std::uint32_t kMostPixels = 65535;
 constexpr std::uint32_t kMostOutputs = 255;
 
 // "left", "left:2s", "wait:500ms", "centre:320,240".
 std::optional<PtzAction> ReadAction(std::string_view text)
 {
-    const bool hasMore = text.find(':') != std::string_view::npos;
+    const auto more = CutBehind(text, ':');
     PtzAction action;
-    action.name = CutAt(text, ':');
+    action.name = text;
     if (!IsPtzAction(action.name))
         return std::nullopt;
     if (action.name == "centre")
     {
-        const auto x = ReadNumber<std::uint32_t>(CutAt(text, ','), kMostPixels);
-        const auto y = ReadNumber<std::uint32_t>(text, kMostPixels);
-        action.x = x.value_or(0);
-        action.y = y.value_or(0);
-        return x && y ? std::optional(action) : std::nullopt;
+        const auto place = ReadPair<std::uint16_t>(more.value_or(""), ',');
+        if (!place)
+            return std::nullopt;
+        std::tie(action.x, action.y) = *place;
+        return action;
     }
-    action.lasts = ReadDuration(text);
-    const bool good = hasMore ? action.lasts && action.name != "stop" : action.name != "wait";
+    action.lasts = ReadDuration(more.value_or(""));
+    const bool good = more ? action.lasts && action.name != "stop" : action.name != "wait";
     return good ? std::optional(action) : std::nullopt;
 }
 
 // "0=on", "0@5s=off".
-std::optional<IoOptions::Switch> ReadSwitch(std::string_view state)
+std::optional<IoOptions::Switch> ReadSwitch(std::string_view text)
 {
-    std::string_view time = CutAt(state, '=');
-    const bool hasTime = time.find('@') != std::string_view::npos;
-    const auto output = ReadNumber<std::uint32_t>(CutAt(time, '@'), kMostOutputs);
-    const auto at = hasTime ? ReadDuration(time) : milliseconds(0);
+    const std::string_view state = CutBehind(text, '=').value_or("");
+    const auto time = CutBehind(text, '@');
+    const auto output = ReadNumber<std::uint32_t>(text, kMostOutputs);
+    const auto at = time ? ReadDuration(*time) : milliseconds(0);
     if (!output || !at || (state != "on" && state != "off"))
         return std::nullopt;
     return IoOptions::Switch{*at, *output, state == "on"};

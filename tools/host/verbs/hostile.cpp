@@ -4,6 +4,8 @@
 #include "host/hostile/hostile_run.h"
 #include "host/verbs/bench.h"
 
+#include <larkmoor/device_property.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -15,9 +17,6 @@ namespace
 
 using ULL = unsigned long long;
 
-constexpr std::uint32_t kOneMicrophone = 101;
-constexpr std::uint32_t kCodecsOfMicrophone = 17;
-
 // One that claims to have everything; what it lacks shows as a device that refuses.
 Device MakeDevice(const HostileOptions::Stream& stream)
 {
@@ -27,10 +26,10 @@ Device MakeDevice(const HostileOptions::Stream& stream)
     device.codec = stream.codec;
     device.inputs = 4;
     device.outputs = 1;
-    device.properties = {{4, "20"},
-                         {5, "11111111"},
-                         {kCodecsOfMicrophone, "aac4,g711,g726"},
-                         {kOneMicrophone, "Count=1; IsStereo=0"}};
+    device.properties = {{kPropertyPresetCount, "20"},
+                         {kPropertyPTZFlags, "11111111"},
+                         {kPropertyAudioInputCodecs, "aac4,g711,g726"},
+                         {kPropertyAudioInput, "Count=1; IsStereo=0"}};
     StreamPaths paths = UsualPaths(1);
     paths.rtspPort = stream.rtspPort;
     FillProperties(device, paths, stream.transport);

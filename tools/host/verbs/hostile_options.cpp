@@ -17,28 +17,17 @@ constexpr milliseconds kShortestTime(10);
 constexpr milliseconds kLongestStall(15'000); // a longer one hides a stop that never ends
 constexpr milliseconds kLongestUse(60'000);
 
-const std::map<std::string_view, std::pair<Codec, Transport>> kStreams = {
-    {"h264/udp", {Codec::H264, Transport::Udp}},
-    {"h264/tcp", {Codec::H264, Transport::Tcp}},
-    {"h264/multicast", {Codec::H264, Transport::Multicast}},
-    {"mpeg4/udp", {Codec::Mpeg4, Transport::Udp}},
-    {"mpeg4/tcp", {Codec::Mpeg4, Transport::Tcp}},
-    {"mpeg4/multicast", {Codec::Mpeg4, Transport::Multicast}},
-    {"mjpeg/udp", {Codec::Mjpeg, Transport::Udp}},
-    {"mjpeg/tcp", {Codec::Mjpeg, Transport::Tcp}},
-    {"mjpeg/multicast", {Codec::Mjpeg, Transport::Multicast}},
-    {"mjpeg/http", {Codec::Mjpeg, Transport::Http}},
-};
-
 // "h264/udp:8080:8554".
 std::optional<Stream> ReadStream(std::string_view text)
 {
-    const auto found = kStreams.find(CutAt(text, ':'));
-    const auto http = ReadNumber<std::uint16_t>(CutAt(text, ':'));
-    const auto rtsp = ReadNumber<std::uint16_t>(text);
-    if (found == kStreams.end() || !http || !rtsp)
+    const auto codec = kCodecs.find(std::string(CutAt(text, '/')));
+    const auto transport = kTransports.find(std::string(CutAt(text, ':')));
+    const auto ports = ReadPair<std::uint16_t>(text, ':');
+    if (codec == kCodecs.end() || transport == kTransports.end() || !ports)
         return std::nullopt;
-    return Stream{found->second.first, found->second.second, *http, *rtsp};
+    if (transport->second == Transport::Http && codec->second != Codec::Mjpeg)
+        return std::nullopt;
+    return Stream{codec->second, transport->second, ports->first, ports->second};
 }
 
 void AddTime(CLI::App& app, const std::string& name, milliseconds& target, milliseconds most,

@@ -5,38 +5,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 
 namespace larkmoor::host
 {
 
 namespace
 {
-
-// Numbers of a report's values and parameters.
-constexpr std::uint32_t kChannels = 0;
-constexpr std::uint32_t kHasPTZ = 1;
-constexpr std::uint32_t kInputs = 2;
-constexpr std::uint32_t kOutputs = 3;
-enum Parameter : std::uint32_t
-{
-    kCameraStandard = 2,
-    kRtspPort = 3,
-    kPresets = 4,
-    kFlags = 5,
-    kNotation = 6,
-    kOverHttp = 7,
-    kDiscontinued = 9,
-    kMinSpeed = 10,
-    kMaxSpeed = 11,
-    kMinZoom = 12,
-    kMaxZoom = 13,
-    kStreams = 14,
-    kType = 15,
-    kSubtype = 16,
-    kAudioIn = 17,
-    kAudioOut = 18
-};
 
 /// Lines of a label and a text; a label that is the same as above is left out.
 class Table
@@ -55,20 +29,12 @@ private:
     std::string last_;
 };
 
-std::vector<std::string> Split(const std::string& text, char delimiter)
-{
-    std::vector<std::string> pieces;
-    std::istringstream stream(text);
-    for (std::string piece; std::getline(stream, piece, delimiter);)
-        pieces.push_back(piece);
-    return pieces;
-}
-
-std::string Joined(const std::vector<std::string>& list)
+template <typename Text>
+std::string Joined(const std::vector<Text>& list)
 {
     std::string text;
-    for (const std::string& entry : list)
-        text += (text.empty() ? "" : ", ") + entry;
+    for (const Text& entry : list)
+        text.append(text.empty() ? "" : ", ").append(entry);
     return text;
 }
 
@@ -102,26 +68,27 @@ void PrintSizes(Table& table, const DeviceReport& report)
 }
 
 /// The names of one channel in a list of "a!b,c!d".
-std::string NamesOf(const std::string& list, std::size_t channel)
+std::string NamesOf(std::string_view list, std::uint32_t channel)
 {
-    const std::vector<std::string> channels = Split(list, ',');
-    std::vector<std::string> names;
-    if (channel < channels.size())
-        names = Split(channels[channel], '!');
-    std::erase(names, "");
+    for (; channel != 0; --channel)
+        CutAt(list, ',');
+    const std::vector<std::string_view> names = Split(CutAt(list, ','), '!');
     return names.empty() ? "none" : Joined(names);
 }
 
 void PrintStreams(Table& table, const DeviceReport& report)
 {
-    std::vector<std::string> lists = Split(report.Text(kStreams), ';');
-    lists.resize(3);
-    for (std::uint32_t channel = 0; channel < report.Value(kChannels); ++channel)
+    const std::string text = report.Text(kPropertyStreams);
+    std::string_view lists = text;
+    CutAt(lists, ';'); // how many there are
+    const std::string_view http = CutAt(lists, ';');
+    const std::string_view rtsp = CutAt(lists, ';');
+    const std::uint32_t channels = report.Value(kCapabilityChannelCount);
+    for (std::uint32_t channel = 0; channel < channels; ++channel)
     {
-        const std::string head =
-            report.Value(kChannels) > 1 ? "channel " + std::to_string(channel) + " " : std::string();
-        table.Row("streams", head + "over RTSP: " + NamesOf(lists[2], channel));
-        table.Row("streams", head + "over HTTP: " + NamesOf(lists[1], channel));
+        const std::string head = channels > 1 ? "channel " + std::to_string(channel) + " " : std::string();
+        table.Row("streams", head + "over RTSP: " + NamesOf(rtsp, channel));
+        table.Row("streams", head + "over HTTP: " + NamesOf(http, channel));
     }
 }
 
@@ -129,30 +96,31 @@ void PrintPTZ(Table& table, const DeviceReport& report)
 {
     static constexpr std::pair<std::size_t, const char*> kAbilities[] = {
         {2, "pan"}, {3, "tilt"}, {4, "zoom"}, {5, "focus"}, {6, "iris"}};
-    if (report.Value(kHasPTZ) == 0)
+    if (report.Value(kCapabilityPTZ) == 0)
     {
         table.Row("PTZ", "none");
         return;
     }
-    const std::string flags = report.Text(kFlags);
+    const std::string flags = report.Text(kPropertyPTZFlags);
     std::vector<std::string> abilities;
     for (const auto& [place, name] : kAbilities)
     {
         if (place < flags.size() && flags[place] == '1')
             abilities.emplace_back(name);
     }
-    table.Row("PTZ",
-              Joined(abilities) + (abilities.empty() ? "" : "; ") + report.Text(kPresets) + " presets");
-    const std::string subtype = report.Text(kSubtype);
-    table.Row("PTZ", "speeds " + report.Text(kMinSpeed) + " to " + report.Text(kMaxSpeed) + ", zoom " +
-                         report.Text(kMinZoom) + " to " + report.Text(kMaxZoom) + "; type " +
-                         report.Text(kType) + (subtype.empty() ? "" : " " + subtype));
+    table.Row("PTZ", Joined(abilities) + (abilities.empty() ? "" : "; ") + report.Text(kPropertyPresetCount) +
+                         " presets");
+    const std::string subtype = report.Text(kPropertyPTZSubtype);
+    table.Row("PTZ", "speeds " + report.Text(kPropertyPTZMinSpeed) + " to " +
+                         report.Text(kPropertyPTZMaxSpeed) + ", zoom " + report.Text(kPropertyZoomMinSpeed) +
+                         " to " + report.Text(kPropertyZoomMaxSpeed) + "; type " +
+                         report.Text(kPropertyPTZType) + (subtype.empty() ? "" : " " + subtype));
 }
 
 std::string AudioText(const DeviceReport& report)
 {
-    const std::string in = report.Text(kAudioIn);
-    const std::string out = report.Text(kAudioOut);
+    const std::string in = report.Text(kPropertyAudioInputCodecs);
+    const std::string out = report.Text(kPropertyAudioOutputCodecs);
     if (in.empty() && out.empty())
         return "none";
     return (in.empty() ? "" : "from the device: " + in) + (in.empty() || out.empty() ? "" : "; ") +
@@ -165,18 +133,19 @@ void PrintDevice(const DeviceReport& report, std::FILE* out)
 {
     std::fprintf(out, "%s\n", Printable(report.model).c_str());
     Table table(out);
-    table.Row("firmware", report.Text(kDiscontinued) == "1" ? "older: the driver knows this model by name"
-                                                            : "current: tells what it can do");
-    table.Row("channels", std::to_string(report.Value(kChannels)) + ", " +
-                              (report.Text(kCameraStandard) == "1" ? "NTSC" : "PAL"));
-    table.Row("codecs",
-              Joined(CodecNames(report)) + (report.Text(kOverHttp) == "1" ? ", mjpeg over HTTP only" : ""));
+    table.Row("firmware", report.Text(kPropertyDiscontinuedDevice) == "1"
+                              ? "older: the driver knows this model by name"
+                              : "current: tells what it can do");
+    table.Row("channels", std::to_string(report.Value(kCapabilityChannelCount)) + ", " +
+                              (report.Text(kPropertyCameraVideoStandard) == "1" ? "NTSC" : "PAL"));
+    table.Row("codecs", Joined(CodecNames(report)) +
+                            (report.Text(kPropertyJpegOverHttp) == "1" ? ", mjpeg over HTTP only" : ""));
     PrintSizes(table, report);
     PrintStreams(table, report);
-    table.Row("RTSP port", report.Text(kRtspPort));
+    table.Row("RTSP port", report.Text(kPropertyRtspPort));
     table.Row("audio", AudioText(report));
-    table.Row("digital I/O",
-              Counted(report.Value(kInputs), "input") + ", " + Counted(report.Value(kOutputs), "output"));
+    table.Row("digital I/O", Counted(report.Value(kCapabilityInputCount), "input") + ", " +
+                                 Counted(report.Value(kCapabilityOutputCount), "output"));
     PrintPTZ(table, report);
 }
 
@@ -195,7 +164,7 @@ void PrintRaw(const DeviceReport& report, std::FILE* out)
                      parameter.isText ? "text" : "number", Printable(parameter.value).c_str());
     for (const auto& [index, text] : report.connection)
         std::fprintf(out, "connection %u = %s\n", index,
-                     index == 4 ? "(not shown)" : Printable(text).c_str());
+                     index == kConnectionPassword ? "(not shown)" : Printable(text).c_str());
 }
 
 } // namespace larkmoor::host

@@ -111,7 +111,7 @@ void RecordRun::ApplyChange(OpenDriver& driver, const Change& change, millisecon
 {
     options_.stream.size = change.size.value_or(options_.stream.size);
     options_.stream.rate = change.rate.value_or(options_.stream.rate);
-    Resolution size(options_.stream.size);
+    ChannelSettings size(options_.stream.size, 0, 0);
     const bool taken =
         driver.Video().ChangeChannel(options_.channel, &size, IntervalOfRate(options_.stream.rate));
     client_.ForgetRate();

@@ -1,4 +1,4 @@
-#include "camera/dido/signals.h"
+#include "camera/hardware/signals.h"
 
 #include "base/text.h"
 
@@ -39,21 +39,20 @@ bool Signals::Parse(std::string_view text, Event& event, std::string& error) con
         error = "input \"" + std::string(text) + "\": " + why;
         return false;
     };
-    std::string_view state = text;
-    const std::string_view left = CutAt(state, '=');
-    std::string_view times = left;
-    const auto input = ReadNumber<std::size_t>(CutAt(times, '@'));
+    std::string_view number = text;
+    const std::string_view state = CutBehind(number, '=').value_or("");
+    const auto times = CutBehind(number, '@');
+    const auto input = ReadNumber<std::size_t>(number);
     if (!input || *input >= inputs_.size())
         return fail("the device has " + std::to_string(inputs_.size()) + " inputs, numbered from 0");
     event.input = *input;
-    event.start = event.period = milliseconds(0);
-    if (left.find('@') != std::string_view::npos)
+    if (times)
     {
-        const std::size_t slash = times.find('/');
-        const std::optional<milliseconds> start = ReadTime(times.substr(0, slash));
-        const std::optional<milliseconds> period =
-            slash == std::string_view::npos ? milliseconds(0) : ReadTime(times.substr(slash + 1));
-        if (!start || !period || (slash != std::string_view::npos && period->count() == 0))
+        std::string_view begin = *times;
+        const auto every = CutBehind(begin, '/');
+        const std::optional<milliseconds> start = ReadTime(begin);
+        const std::optional<milliseconds> period = every ? ReadTime(*every) : milliseconds(0);
+        if (!start || !period || (every && period->count() == 0))
             return fail("times are as in 5s or 300ms");
         event.start = *start;
         event.period = *period;

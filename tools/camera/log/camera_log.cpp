@@ -1,6 +1,10 @@
-#include "camera/log/json_lines.h"
+#include "camera/log/camera_log.h"
+
+#include "base/md5.h"
+#include "base/text.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 namespace larkmoor::camera
@@ -36,6 +40,28 @@ std::string JsonLines::Text(std::string_view bytes)
             text += {static_cast<char>(0xC0 | byte >> 6), static_cast<char>(0x80 | (byte & 0x3F))};
     }
     return text;
+}
+
+nlohmann::ordered_json LoggedRequest::Line() const
+{
+    return {{"time", IsoTime(std::chrono::system_clock::now())},
+            {"protocol", protocol},
+            {"method", JsonLines::Text(method)},
+            {"target", JsonLines::Text(target)},
+            {"status", status}};
+}
+
+nlohmann::ordered_json TruthUnit::Line() const
+{
+    return {{"stream", stream}, {"kind", kind}, {"key", key},
+            {"size", size},     {"md5", md5},   {"rtp", rtp ? nlohmann::ordered_json(*rtp) : nullptr}};
+}
+
+void TruthLog::Record(const std::string& stream, const std::string& kind, bool key,
+                      std::span<const std::uint8_t> bytes, std::optional<std::uint32_t> rtp)
+{
+    if (Wanted())
+        ItemLog::Record({stream, kind, key, bytes.size(), Md5Hex(bytes), rtp});
 }
 
 } // namespace larkmoor::camera

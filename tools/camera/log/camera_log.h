@@ -3,9 +3,12 @@
 #include <nlohmann/json.hpp>
 
 #include <atomic>
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -61,8 +64,7 @@ public:
     /// False while nobody reads the log: then there is no need to work items out.
     bool Wanted() const { return wanted_; }
 
-protected:
-    void Tell(const Item& item)
+    void Record(const Item& item)
     {
         const std::lock_guard guard(lock_);
         if (lines_.IsOpen())
@@ -76,6 +78,45 @@ private:
     Listener listener_;
     JsonLines lines_;
     std::atomic<bool> wanted_{false};
+};
+
+/// One request that the camera got, and how it answered.
+struct LoggedRequest
+{
+    std::string protocol; ///< "http", "https", "rtsp"
+    std::string method;
+    std::string target; ///< as it came, query included
+    int status;         ///< 0 when no answer was given
+
+    /// `time` (now: UTC, ISO 8601, to the millisecond), `protocol`, `method`, `target`, `status`.
+    nlohmann::ordered_json Line() const;
+};
+
+/// Every request of every protocol, in the order of their answers. Any thread.
+using RequestLog = ItemLog<LoggedRequest>;
+
+/// One media unit that a right receiver hands to its host.
+struct TruthUnit
+{
+    std::string stream;               ///< "c0_s1": channel and stream
+    std::string kind;                 ///< "jpeg", "h264", "mpeg4", or an audio codec
+    bool key;                         ///< decodable by itself
+    std::size_t size;                 ///< in bytes
+    std::string md5;                  ///< of exactly those bytes, 32 lower-case hexadecimal digits
+    std::optional<std::uint32_t> rtp; ///< RTP timestamp; none over HTTP
+
+    /// `stream`, `kind`, `key`, `size`, `md5`, `rtp` (null over HTTP).
+    nlohmann::ordered_json Line() const;
+};
+
+/// What was sent whole, for comparing with what a receiver made of it. Any thread.
+class TruthLog : public ItemLog<TruthUnit>
+{
+public:
+    /// Tells of `bytes`, the whole unit in one piece, before its first byte goes out. Does nothing unless
+    /// Wanted.
+    void Record(const std::string& stream, const std::string& kind, bool key,
+                std::span<const std::uint8_t> bytes, std::optional<std::uint32_t> rtp);
 };
 
 } // namespace larkmoor::camera
