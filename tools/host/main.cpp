@@ -1,6 +1,6 @@
 #include "host/base/interrupt.h"
 #include "host/verbs/command_line.h"
-#include "host/verbs/verbs.h"
+#include "host/verbs/options.h"
 
 #include <cstdio>
 

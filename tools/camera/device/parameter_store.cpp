@@ -3,6 +3,7 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <optional>
 
 namespace larkmoor::camera
@@ -19,25 +20,17 @@ bool IsAskedFor(std::string_view key, std::string_view name)
     return key.size() == name.size() || key[name.size()] == '_' || key[name.size()] == '.';
 }
 
-int HexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-}
-
 std::string Unescape(std::string_view text)
 {
     std::string plain;
     for (std::size_t i = 0; i < text.size(); ++i)
     {
-        const bool escaped =
-            text[i] == '%' && i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 && HexDigit(text[i + 2]) >= 0;
-        if (escaped)
+        const std::string_view digits = text.substr(i + 1, 2);
+        unsigned char byte = 0;
+        if (text[i] == '%' && digits.size() == 2 &&
+            std::from_chars(digits.begin(), digits.end(), byte, 16).ptr == digits.end())
         {
-            plain += static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]));
+            plain += static_cast<char>(byte);
             i += 2;
         }
         else

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "camera/device/profile.h"
-#include "camera/media/canned_player.h"
+#include "camera/media/canned_loop.h"
 #include "camera/media/live_encoder.h"
 
 #include <boost/asio/executor_work_guard.hpp>

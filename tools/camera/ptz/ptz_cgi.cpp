@@ -46,24 +46,76 @@ bool Take(const Items& items, std::string_view name, int& number)
     return read.has_value();
 }
 
-/// "640x480".
-bool TakeSize(const Items& items, std::string_view name, int& width, int& height)
-{
-    const std::string* const text = Find(items, name);
-    const std::size_t cross = text == nullptr ? std::string::npos : text->find('x');
-    if (cross == std::string::npos)
-        return false;
-    width = ReadSigned(std::string_view(*text).substr(0, cross)).value_or(0);
-    height = ReadSigned(std::string_view(*text).substr(cross + 1)).value_or(0);
-    return width > 0 && height > 0;
-}
-
 int Sign(int number)
 {
     return (number > 0) - (number < 0);
 }
 
+std::string KeyOf(std::size_t place)
+{
+    return "camctrl_c0_preset_i" + std::to_string(place) + "_name";
+}
+
+bool IsGood(const std::string& name)
+{
+    return !name.empty() && name.size() <= Presets::kLongestName &&
+           std::none_of(name.begin(), name.end(),
+                        [](char c)
+                        {
+                            const auto byte = static_cast<unsigned char>(c);
+                            return byte < ' ' || byte == 0x7F || c == '\'' || c == '"' || c == '&';
+                        });
+}
+
 } // namespace
+
+Presets::Presets(ParameterStore& store, std::uint32_t count) : store_(store), places_(count)
+{
+    for (std::size_t place = 0; place < places_.size(); ++place)
+        store_.Define(KeyOf(place), "", "");
+}
+
+std::size_t Presets::IndexOf(const std::string& name) const
+{
+    const auto found =
+        std::find_if(places_.begin(), places_.end(), [&](const Place& place) { return place.name == name; });
+    return static_cast<std::size_t>(found - places_.begin());
+}
+
+void Presets::Put(std::size_t place, const std::string& name)
+{
+    places_[place].name = name;
+    store_.Put(KeyOf(place), name);
+}
+
+Presets::Result Presets::Add(const std::string& name, const View& view)
+{
+    if (!IsGood(name))
+        return Result::BadName;
+    std::size_t place = IndexOf(name);
+    if (place == places_.size())
+        place = IndexOf("");
+    if (place == places_.size())
+        return Result::Full;
+    places_[place].view = view;
+    Put(place, name);
+    return Result::Done;
+}
+
+bool Presets::Delete(const std::string& name)
+{
+    const std::size_t place = name.empty() ? places_.size() : IndexOf(name);
+    if (place == places_.size())
+        return false;
+    Put(place, "");
+    return true;
+}
+
+std::optional<View> Presets::Find(const std::string& name) const
+{
+    const std::size_t place = name.empty() ? places_.size() : IndexOf(name);
+    return place == places_.size() ? std::nullopt : std::optional(places_[place].view);
+}
 
 /// The share of the fastest level, at least that of level 1.
 double PtzCgi::LevelShare(int level, const char* fastestKey) const
@@ -118,9 +170,12 @@ bool PtzCgi::Drive(const Items& items)
 /// Brings the place of the picture that somebody pointed at into its middle.
 bool PtzCgi::Centre(const Items& items)
 {
-    int x = 0, y = 0, width = 0, height = 0;
-    if (!Take(items, "x", x) || !Take(items, "y", y) || !TakeSize(items, "videosize", width, height))
+    int x = 0, y = 0;
+    const std::string* const text = Find(items, "videosize");
+    const auto size = text == nullptr ? std::nullopt : ReadPair<std::uint32_t>(*text, 'x');
+    if (!Take(items, "x", x) || !Take(items, "y", y) || !size || size->first == 0 || size->second == 0)
         return false;
+    const auto [width, height] = *size;
     View view = head_.LooksAt();
     const double degrees = kWidestField / view.zoom / width; // of a pixel
     view.pan += (x - width / 2.0) * degrees;

@@ -1,4 +1,4 @@
-#include "host/hostile/hostile_cycle.h"
+#include "host/hostile/hostile_run.h"
 
 #include "host/base/interrupt.h"
 #include "host/base/stopwatch.h"

@@ -3,7 +3,6 @@
 #include "host/base/failure.h"
 #include "host/base/interrupt.h"
 #include "host/base/stopwatch.h"
-#include "host/hostile/hostile_cycle.h"
 
 #include <algorithm>
 #include <cstdlib>

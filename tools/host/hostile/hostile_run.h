@@ -18,6 +18,8 @@
 namespace larkmoor::host
 {
 
+using namespace korvane::ipcapture;
+
 /// A thread that the driver gave up, and what it took with it.
 struct GivenUpThread
 {
@@ -107,6 +109,40 @@ private:
     std::set<pid_t> known_;                          // threads given up that a host was found for
     std::set<pid_t> announced_;                      // threads that the log says are given up
     HostileResult result_;
+};
+
+/// One start and stop of a driver with all that belongs to it, or one query. All its chances follow from the
+/// seed of the run and its number. Its worker's thread.
+class HostileCycle
+{
+public:
+    HostileCycle(HostileRun& run, HostileRun::Worker& worker, unsigned number);
+
+    void Do();
+
+private:
+    bool OneIn(unsigned count) { return Throw(dice_, 1, count) == 1; }
+    void DoQuery();
+    void DoDriver();
+    void Start(IIPCaptureDriverEx4& driver);
+    void StartVideo();
+    void Use();
+    void Stop();
+    void Dwell(); // until a stall of the host has begun, and a little longer
+
+    /// Makes a call and holds it against its promise.
+    void Timed(Promise promise, const std::function<void()>& call);
+
+    HostileRun& run_;
+    HostileRun::Worker& worker_;
+    Dice dice_;
+    const Device device_;
+    const bool isQuery_;
+    std::unique_ptr<HostileHost> host_;
+    IIPVideoCaptureEx* video_ = nullptr;
+    IIPAudioCapture2* audio_ = nullptr; // null: not started, as below
+    ICaptureIOApi* io_ = nullptr;
+    IIPPTZApi* head_ = nullptr;
 };
 
 } // namespace larkmoor::host

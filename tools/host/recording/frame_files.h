@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/recording/frame_writer.h"
+#include "host/contract/frame.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -10,6 +10,20 @@
 
 namespace larkmoor::host
 {
+
+/// Something that is made of the frames of a stream. Used on one thread; failures are thrown as `Failure`
+/// (Output).
+class IFrameWriter
+{
+public:
+    virtual ~IFrameWriter() = default;
+
+    /// One frame, in the order of delivery.
+    virtual void Write(const Frame& frame) = 0;
+
+    /// No further frame comes: brings all to the disk.
+    virtual void Finish() = 0;
+};
 
 /// A file to which lines or bytes are added; every failure to open or write is a `Failure` (Output).
 class OutputFile

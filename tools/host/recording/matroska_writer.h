@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/recording/frame_writer.h"
+#include "host/recording/frame_files.h"
 #include "host/recording/sound_track.h"
 
 #include <cstdint>

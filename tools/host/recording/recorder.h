@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/contract/stream_client.h"
-#include "host/recording/frame_writer.h"
+#include "host/recording/frame_files.h"
 
 #include <condition_variable>
 #include <cstddef>

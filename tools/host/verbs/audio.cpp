@@ -1,7 +1,6 @@
-#include "host/verbs/verbs.h"
+#include "host/verbs/options.h"
 
 #include "host/recording/frame_files.h"
-#include "host/recording/level_meter.h"
 #include "host/recording/recorder.h"
 #include "host/recording/sound_file.h"
 #include "host/verbs/bench.h"

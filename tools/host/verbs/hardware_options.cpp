@@ -1,6 +1,6 @@
 #include "host/verbs/add_options.h"
 
-#include "host/verbs/verbs.h"
+#include "host/verbs/options.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "host/verbs/verbs.h"
+#include "host/verbs/options.h"
 
 #include "host/device/settings_file.h"
 #include "host/hostile/hostile_run.h"

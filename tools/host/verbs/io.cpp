@@ -1,4 +1,4 @@
-#include "host/verbs/verbs.h"
+#include "host/verbs/options.h"
 
 #include "host/verbs/bench.h"
 

@@ -1,6 +1,6 @@
-#include "host/verbs/verbs.h"
+#include "host/verbs/options.h"
 
-#include "host/base/keyboard.h"
+#include "host/base/console.h"
 #include "host/contract/stream_client.h"
 #include "host/verbs/bench.h"
 

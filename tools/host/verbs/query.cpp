@@ -1,4 +1,4 @@
-#include "host/verbs/verbs.h"
+#include "host/verbs/options.h"
 
 #include "host/base/web_probe.h"
 #include "host/contract/capability_store.h"

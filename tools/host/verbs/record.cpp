@@ -1,4 +1,4 @@
-#include "host/verbs/verbs.h"
+#include "host/verbs/options.h"
 
 #include "host/contract/driver_settings.h"
 #include "host/contract/stream_client.h"
