@@ -7,6 +7,7 @@
 
 #include "platform/clock.h"
 #include "support/parser_bench.h"
+#include "support/table.h"
 
 namespace korvane
 {
@@ -14,7 +15,8 @@ namespace
 {
 
 using JpegBench = test::ParserBench<CJpegRTPMediaParser>;
-using test::Bytes;
+using test::Bytes, test::Table;
+using test::operator+;
 
 struct JpegPicture
 {
@@ -155,71 +157,57 @@ void SendFile(JpegBench& bench, const Bytes& file, const JpegPicture& picture, i
 
 TEST(JpegRTPMediaParser, RebuildsTheEncodersPicture)
 {
-    const struct
+    for (const auto& [name, picture, q, step, withEnd] :
+         Table<const char*, JpegPicture, int, std::size_t, bool>{
+             {"Q 1", {64, 48, 1}, 1, 1400, false},
+             {"Q 49", {64, 48, 49}, 49, 1400, false},
+             {"Q 50", {64, 48, 50}, 50, 1400, false},
+             {"Q 99", {64, 48, 99}, 99, 1400, false},
+             {"Q 50, 4:2:2", {64, 48, 50, false}, 50, 1400, false},
+             {"Q 128 with tables", {64, 48, 37}, 128, 1400, false},
+             {"one table for all components", {64, 48, 60, true, 0, 1}, 255, 1400, false},
+             {"restart markers", {64, 48, 80, true, 3}, 80, 1400, false},
+             {"restart markers, 4:2:2, tables", {64, 48, 90, false, 2}, 200, 1400, false},
+             {"in small packets", {320, 240, 60, true, 20}, 60, 10, false},
+             {"with its end in the stream", {64, 48, 50}, 50, 1400, true},
+             {"above 2040 pixels", {2560, 1920, 70}, 70, 1400, false},
+             {"above 2040 pixels, 4:2:2, restart, tables", {2560, 1920, 75, false, 160}, 255, 1400, false},
+         })
     {
-        const char* name;
-        JpegPicture picture;
-        int q;
-        std::size_t step = 1400;
-        bool withEnd = false;
-    } cases[] = {
-        {"Q 1", {64, 48, 1}, 1},
-        {"Q 25", {64, 48, 25}, 25},
-        {"Q 50", {64, 48, 50}, 50},
-        {"Q 80", {64, 48, 80}, 80},
-        {"Q 99", {64, 48, 99}, 99},
-        {"Q 50, 4:2:2", {64, 48, 50, false}, 50},
-        {"Q 128 with tables", {64, 48, 37}, 128},
-        {"Q 255 with tables, 4:2:2", {64, 48, 93, false}, 255},
-        {"one table for all components", {64, 48, 60, true, 0, 1}, 255},
-        {"restart markers", {64, 48, 80, true, 3}, 80},
-        {"restart markers, 4:2:2, tables", {64, 48, 90, false, 2}, 200},
-        {"in small packets", {320, 240, 60, true, 20}, 60, 10},
-        {"with its end in the stream", {64, 48, 50}, 50, 1400, true},
-        {"above 2040 pixels", {2560, 1920, 70}, 70},
-        {"above 2040 pixels, 4:2:2, restart, tables", {2560, 1920, 75, false, 160}, 255},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(name);
         JpegBench bench;
-        bench.resolution = {c.picture.width, c.picture.height};
-        const Bytes file = Encode(c.picture);
-        SendFile(bench, file, c.picture, c.q, c.step, c.withEnd);
+        bench.resolution = {picture.width, picture.height};
+        const Bytes file = Encode(picture);
+        SendFile(bench, file, picture, q, step, withEnd);
         ASSERT_EQ(bench.frames.size(), 1u);
         const test::FrameRecord& frame = bench.frames[0];
         EXPECT_EQ(JpegBench::FormatOf(frame), "JPEG");
-        EXPECT_EQ(frame.width, c.picture.width);
-        EXPECT_EQ(frame.height, c.picture.height);
+        EXPECT_EQ(frame.width, picture.width);
+        EXPECT_EQ(frame.height, picture.height);
         const Decoded rebuilt = Decode(frame.data);
-        const Decoded original = Decode(file);
         EXPECT_EQ(rebuilt.warnings, 0);
-        EXPECT_EQ(rebuilt.width, c.picture.width);
-        EXPECT_EQ(rebuilt.height, c.picture.height);
-        EXPECT_TRUE(rebuilt.pixels == original.pixels);
+        EXPECT_EQ(rebuilt.width, picture.width);
+        EXPECT_EQ(rebuilt.height, picture.height);
+        EXPECT_TRUE(rebuilt.pixels == Decode(file).pixels);
     }
 }
 
 TEST(JpegRTPMediaParser, TakesTheChannelsSizeWhereTheFieldsCannotHoldIt)
 {
-    const struct
-    {
-        unsigned field; // pixels in the packet
-        std::uint32_t channel;
-        std::uint32_t width;
-    } cases[] = {{512, 2560, 2560}, {704, 720, 704}, {320, 640, 320}, {312, 640, 640}, {0, 0, 2048}};
-    for (const auto& c : cases)
+    // Pixels in the packet, of the channel and of the frame.
+    for (const auto& [field, channel, width] : Table<unsigned, std::uint32_t, std::uint32_t>{
+             {512, 2560, 2560}, {704, 720, 704}, {320, 640, 320}, {312, 640, 640}, {0, 0, 2048}})
     {
         JpegBench bench;
-        bench.resolution = {c.channel, 480};
-        bench.Send({0, 0, 0, 0, 1, 50, static_cast<std::uint8_t>(c.field / 8), 60, 0x11}, true);
-        ASSERT_EQ(bench.frames.size(), 1u) << c.field;
-        EXPECT_EQ(bench.frames[0].width, c.width) << c.field;
+        bench.resolution = {channel, 480};
+        bench.Send({0, 0, 0, 0, 1, 50, static_cast<std::uint8_t>(field / 8), 60, 0x11}, true);
+        ASSERT_EQ(bench.frames.size(), 1u) << field;
+        EXPECT_EQ(bench.frames[0].width, width) << field;
         EXPECT_EQ(bench.frames[0].height, 480u);
         const Bytes& file = bench.frames[0].data; // two tables: 623 bytes, then the scan and its end
         EXPECT_EQ(file.size(), 495u + 128 + 3);
         std::size_t at = 2;
-        EXPECT_EQ(Segment(file, 0xC0, at)[4], c.width & 0xFF);
+        EXPECT_EQ(Segment(file, 0xC0, at)[4], width & 0xFF);
     }
 }
 
@@ -250,67 +238,67 @@ TEST(JpegRTPMediaParser, StartsTheTimesAnewWithANewStream)
     EXPECT_LE(msOfMonth(bench.frames.back().time) - msOfMonth(now), 100u);
 }
 
+const Bytes kWhole = {0, 0, 0, 0, 1, 50, 8, 6, 0x11, 0x22, 0x33, 0x44};
+const Bytes kLater = {0, 0, 0, 4, 1, 50, 8, 6, 0x55};
+
+/// A whole picture of that Q, with the header of its tables: the reserved bytes and the length in bytes.
+Bytes WithTables(std::uint8_t q, std::uint16_t reserved, std::uint16_t length, std::size_t bytesBehind)
+{
+    const auto high = static_cast<std::uint8_t>(length >> 8);
+    return Bytes{0, 0,    0,
+                 0, 1,    q,
+                 8, 6,    static_cast<std::uint8_t>(reserved),
+                 0, high, static_cast<std::uint8_t>(length)} +
+           Bytes(bytesBehind, 0x77);
+}
+
 TEST(JpegRTPMediaParser, LosesOnePictureForALossAndNoneForLies)
 {
-    const Bytes whole = {0, 0, 0, 0, 1, 50, 8, 6, 0x11, 0x22, 0x33, 0x44};
-    const Bytes later = {0, 0, 0, 4, 1, 50, 8, 6, 0x55};
     struct Sent
     {
         Bytes payload;
         bool marker = true;
         int skipped = 0;
     };
-    const auto with = [&](std::size_t at, std::initializer_list<std::uint8_t> bytes)
-    {
-        Bytes changed = whole;
-        std::copy(bytes.begin(), bytes.end(), changed.begin() + static_cast<std::ptrdiff_t>(at));
-        return changed;
-    };
-    const struct
-    {
-        const char* name;
-        std::vector<Sent> sent;
-        std::size_t frames;
-    } cases[] = {
-        {"two packets", {{whole, false}, {later}}, 1},
-        {"a gap loses the picture and what is left of it",
-         {{whole, false}, {later, true, 1}, {later}, {whole}},
-         1},
-        {"without a beginning", {{later}, {later}, {whole}}, 1},
-        {"too short for its offset", {{{0, 0, 0}}, {whole}}, 1},
-        {"a short packet in the middle", {{whole, false}, {{0, 0, 1}, false}, {later}}, 1},
-        {"headers alone", {{{0, 0, 0, 0, 1, 50, 8, 6}}, {whole}}, 2}, // the end that is added is its scan
-        {"restart header cut off", {{{0, 0, 0, 0, 65, 50, 8, 6, 0}}, {whole}}, 1},
-        {"tables that aren't there", {{with(5, {255, 8, 6, 0, 0, 0, 128})}, {whole}}, 1},
-        {"a length behind a reserved byte that isn't 0", {{with(5, {255, 8, 6, 1, 0, 0, 128})}, {whole}}, 2},
-        {"tables that use it up", {{with(5, {255, 8, 6, 0, 0, 0, 2})}, {whole}}, 1},
-        {"no length of tables: made from Q",
-         {{[&]
-           {
-               Bytes bytes = with(5, {255, 8, 6, 0, 0, 0, 0});
-               bytes.push_back(0x77);
-               return bytes;
-           }()}},
-         1},
-    };
-    for (const auto& c : cases)
+    for (const auto& [name, sent, frames] : Table<const char*, std::vector<Sent>, std::size_t>{
+             {"two packets", {{kWhole, false}, {kLater}}, 1},
+             {"a gap loses the picture and what is left of it",
+              {{kWhole, false}, {kLater, true, 1}, {kLater}, {kWhole}},
+              1},
+             {"without a beginning", {{kLater}, {kLater}, {kWhole}}, 1},
+             {"too short for its offset", {{{0, 0, 0}}, {kWhole}}, 1},
+             {"a short packet in the middle", {{kWhole, false}, {{0, 0, 1}, false}, {kLater}}, 1},
+             // The end that is added is its scan.
+             {"headers alone", {{{0, 0, 0, 0, 1, 50, 8, 6}}, {kWhole}}, 2},
+             {"restart header cut off", {{{0, 0, 0, 0, 65, 50, 8, 6, 0}}, {kWhole}}, 1},
+             {"tables that aren't there", {{WithTables(255, 0, 128, 0)}, {kWhole}}, 1},
+             {"a length behind a reserved byte that isn't 0", {{WithTables(255, 1, 128, 0)}, {kWhole}}, 2},
+             {"tables that use it up", {{WithTables(255, 0, 2, 0)}, {kWhole}}, 1},
+             {"no length of tables: made from Q", {{WithTables(255, 0, 0, 1)}}, 1},
+             {"tables larger than a header has room for", {{WithTables(255, 0, 1024, 1034)}}, 0},
+         })
     {
         JpegBench bench;
-        for (const Sent& packet : c.sent)
+        for (const Sent& packet : sent)
             bench.Send(packet.payload, packet.marker, packet.skipped);
-        EXPECT_EQ(bench.frames.size(), c.frames) << c.name;
+        EXPECT_EQ(bench.frames.size(), frames) << name;
     }
 
     JpegBench bench;
-    Bytes huge = {0, 0, 0, 0, 1, 255, 8, 6, 0, 0, 4, 0}; // 1,024 bytes of tables: more than a header has
-    huge.resize(huge.size() + 1024 + 10, 1);
-    bench.Send(huge, true);
     bench.allocator.Refuse(true);
-    bench.Send(whole, true);
+    bench.Send(kWhole, true);
     EXPECT_TRUE(bench.frames.empty());
     EXPECT_EQ(bench.driver.Texts(1),
               std::vector<std::string>{
                   "korvane::CJpegRTPMediaParser::ProcessFrame: Frame allocation error, device 127.0.0.1"});
+}
+
+TEST(JpegRTPMediaParser, GivesUpAPictureWhoseMarkerNeverComes)
+{
+    JpegBench bench;
+    bench.SendWithoutEnd(kWhole, kLater);
+    bench.Send(kWhole, true);
+    EXPECT_EQ(bench.frames.size(), 1u);
 }
 
 } // namespace

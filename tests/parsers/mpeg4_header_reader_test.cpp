@@ -1,9 +1,10 @@
 #include "parsers/picture_size.h"
 
+#include "support/bytes.h"
+#include "support/table.h"
+
 #include <memory>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -17,7 +18,8 @@ namespace korvane
 namespace
 {
 
-using Bytes = std::vector<std::uint8_t>;
+using test::Bytes, test::Table;
+using test::operator+;
 
 /// The start of a stream as an encoder of FFmpeg makes it: its first picture with all headers.
 Bytes Encode(const char* encoder, PictureSize size, int profile)
@@ -71,14 +73,6 @@ Bytes Bits(const std::string& text)
     return bytes;
 }
 
-Bytes Join(std::initializer_list<Bytes> parts)
-{
-    Bytes all;
-    for (const Bytes& part : parts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
 TEST(Mpeg4HeaderReader, ReadsWhatEncodersWrite)
 {
     for (const char* encoder : {"mpeg4", "libxvid"})
@@ -114,54 +108,46 @@ TEST(Mpeg4HeaderReader, FindsTheLayerWhereverItStands)
         "1 01 1 1 000000000000000 1 000000000000000 1 000000000000000 1 000 00000000000 1 "
         "000000000000000 1";
     const std::string fixedRate = " 00 1 0000000000011001 1 1 11000 1 0001011010000 1 0001001000000 1";
-    const struct
-    {
-        const char* name;
-        Bytes bytes;
-    } cases[] = {
-        {"alone", kLayer},
-        {"behind its object", Join({kObject, kLayer})},
-        {"with all headers", Join({kSequence, kVisual, kObject, kLayer})},
-        {"user data everywhere", Join({kSequence, kUser, kVisual, kUser, kUser, kObject, kUser, kLayer})},
-        {"an object with colours and an identifier",
-         Join(
-             {kSequence,
-              Bits(
-                  "00000000 00000000 00000001 10110101 1 0001 001 0001 1 000 0 1 00000001 00000001 00000001"),
-              kObject, kLayer})},
-        {"an object of another kind",
-         Join({kSequence, Bits("00000000 00000000 00000001 10110101 0 0010"), kLayer})},
-        {"noise in front", Join({{1, 2, 3, 0, 0}, kLayer})},
-        {"everything that may stand in it", Bits(kLayerStart + identified + control + kTail)},
-        {"a fixed rate", Bits(kLayerStart + "0 0001 0" + fixedRate)},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(ReadMpeg4PictureSize(c.bytes), (PictureSize{720, 576})) << c.name;
+    for (const auto& [name, bytes] : Table<const char*, Bytes>{
+             {"alone", kLayer},
+             {"behind its object", kObject + kLayer},
+             {"with all headers", kSequence + kVisual + kObject + kLayer},
+             {"user data everywhere", kSequence + kUser + kVisual + kUser + kUser + kObject + kUser + kLayer},
+             {"an object with colours and an identifier",
+              kSequence +
+                  Bits("00000000 00000000 00000001 10110101 1 0001 001 0001 1 000 0 1 00000001 00000001 "
+                       "00000001") +
+                  kObject + kLayer},
+             {"an object of another kind",
+              kSequence + Bits("00000000 00000000 00000001 10110101 0 0010") + kLayer},
+             {"noise in front", Bytes{1, 2, 3, 0, 0} + kLayer},
+             {"everything that may stand in it", Bits(kLayerStart + identified + control + kTail)},
+             {"a fixed rate", Bits(kLayerStart + "0 0001 0" + fixedRate)},
+         })
+        EXPECT_EQ(ReadMpeg4PictureSize(bytes), (PictureSize{720, 576})) << name;
 }
 
 TEST(Mpeg4HeaderReader, RefusesWhatItCannotTrust)
 {
     const auto layer = [](const std::string& rest) { return Bits(kLayerStart + rest); };
-    const struct
-    {
-        const char* name;
-        Bytes bytes;
-    } cases[] = {
-        {"nothing", {}},
-        {"a sequence without its object", Join({kSequence, kObject, kLayer})},
-        {"another type of object", Bits("00000000 00000000 00000001 00100000 0 00000010 0 0001 0" + kTail)},
-        {"another chroma format", layer("0 0001 1 10 1 0" + kTail)},
-        {"delayed pictures", layer("0 0001 1 01 0 0" + kTail)},
-        {"another shape", layer("0 0001 0 01 1 0000000000011001 1 0 1 0001011010000 1 0001001000000 1")},
-        {"a marker missing", layer("0 0001 0 00 1 0000000000011001 1 0 1 0001011010000 0 0001001000000 1")},
-        {"no width", layer("0 0001 0 00 1 0000000000011001 1 0 1 0000000000000 1 0001001000000 1")},
-        {"short header, format 0", Bits("00000000 00000000 100000 00000000 1 0 0 0 0 000 1111")},
-        {"short header, format 6", Bits("00000000 00000000 100000 00000000 1 0 0 0 0 110 1111")},
-        {"short header without its marker", Bits("00000000 00000000 100000 00000000 0 0 0 0 0 010 1111")},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(ReadMpeg4PictureSize(c.bytes), std::nullopt) << c.name;
-    const Bytes whole = Join({kSequence, kVisual, kObject, kLayer});
+    for (const auto& [name, bytes] : Table<const char*, Bytes>{
+             {"nothing", {}},
+             {"a sequence without its object", kSequence + kObject + kLayer},
+             {"another type of object",
+              Bits("00000000 00000000 00000001 00100000 0 00000010 0 0001 0" + kTail)},
+             {"another chroma format", layer("0 0001 1 10 1 0" + kTail)},
+             {"delayed pictures", layer("0 0001 1 01 0 0" + kTail)},
+             {"another shape", layer("0 0001 0 01 1 0000000000011001 1 0 1 0001011010000 1 0001001000000 1")},
+             {"a marker missing",
+              layer("0 0001 0 00 1 0000000000011001 1 0 1 0001011010000 0 0001001000000 1")},
+             {"no width", layer("0 0001 0 00 1 0000000000011001 1 0 1 0000000000000 1 0001001000000 1")},
+             {"short header, format 0", Bits("00000000 00000000 100000 00000000 1 0 0 0 0 000 1111")},
+             {"short header, format 6", Bits("00000000 00000000 100000 00000000 1 0 0 0 0 110 1111")},
+             {"short header without its marker",
+              Bits("00000000 00000000 100000 00000000 0 0 0 0 0 010 1111")},
+         })
+        EXPECT_EQ(ReadMpeg4PictureSize(bytes), std::nullopt) << name;
+    const Bytes whole = kSequence + kVisual + kObject + kLayer;
     for (std::size_t size = 0; size + 1 < whole.size(); ++size) // copies let the address sanitizer see
         EXPECT_EQ(
             ReadMpeg4PictureSize(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size))),

@@ -1,52 +1,38 @@
 #include "parsers/picture_size.h"
 
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "support/bytes.h"
+#include "support/table.h"
 
 namespace
 {
 
 using korvane::PictureSize;
 using korvane::ReadPictureSize;
-using korvane::test::Bytes;
-using korvane::test::FromHex;
+using korvane::test::Bytes, korvane::test::FromHex, korvane::test::Table;
 
 TEST(SPSReader, ReadsWhatEncodersWrite)
 {
-    const struct
-    {
-        const char* name;
-        const char* hex; // as libx264 wrote it, without the NAL header
-        PictureSize size;
-    } cases[] = {
-        {"baseline", "42c00bd902c4ec0440000003004000000c83c50a92", {176, 144}},
-        {"baseline, cropped", "42c028da01e0089f97011000000300100000030320f1832a", {1920, 1080}},
-        {"baseline, five megapixels", "42c032da00a003c6c044000003000400000300c83c60ca80", {2560, 1920}},
-        {"main", "4d401eeca0501ed808800000030080000019078b16cb", {640, 480}},
-        {"main, odd width", "4d4020eca02b030f3780880000030008000003019078c18cb0", {1366, 768}},
-        {"high", "640028acd940780227e5c044000003000400000300c83c60c658", {1920, 1080}},
-        {"high, every field of VUI",
-         "64001facd9405005bb014a0202028000000300800000193020007a12000f427261803c60c658",
-         {1280, 720}},
-        {"high 10", "6e001ea6cd940a02ff97011000000300100000030320f162d960", {640, 360}},
-        {"high 4:2:2", "7a001ebcd940a03db011000003000100000300320f162d96", {640, 480}},
-        {"high 4:4:4", "f4001e919b281407b60220000003002000000641e2c5b2c0", {640, 480}},
-        {"interlaced", "64001eacd940b424d8088000000300800000190f8a14cb", {720, 576}},
-        // Eight lines of the frame are to go, in two units of four; a unit counts as two here.
-        {"interlaced, cropped", "640028acd94078044fde0220000003002000000643e2c5b2c0", {1920, 1084}},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        const auto size = ReadPictureSize(FromHex(c.hex));
-        ASSERT_TRUE(size);
-        EXPECT_EQ(c.size.width, size->width);
-        EXPECT_EQ(c.size.height, size->height);
-    }
+    // As libx264 wrote them, without the NAL header.
+    for (const auto& [name, hex, size] : Table<const char*, const char*, PictureSize>{
+             {"baseline", "42c00bd902c4ec0440000003004000000c83c50a92", {176, 144}},
+             {"baseline, cropped", "42c028da01e0089f97011000000300100000030320f1832a", {1920, 1080}},
+             {"baseline, five megapixels", "42c032da00a003c6c044000003000400000300c83c60ca80", {2560, 1920}},
+             {"main", "4d401eeca0501ed808800000030080000019078b16cb", {640, 480}},
+             {"main, odd width", "4d4020eca02b030f3780880000030008000003019078c18cb0", {1366, 768}},
+             {"high", "640028acd940780227e5c044000003000400000300c83c60c658", {1920, 1080}},
+             {"high, every field of VUI",
+              "64001facd9405005bb014a0202028000000300800000193020007a12000f427261803c60c658",
+              {1280, 720}},
+             {"high 10", "6e001ea6cd940a02ff97011000000300100000030320f162d960", {640, 360}},
+             {"high 4:2:2", "7a001ebcd940a03db011000003000100000300320f162d96", {640, 480}},
+             {"high 4:4:4", "f4001e919b281407b60220000003002000000641e2c5b2c0", {640, 480}},
+             {"interlaced", "64001eacd940b424d8088000000300800000190f8a14cb", {720, 576}},
+             // Eight lines of the frame are to go, in two units of four; a unit counts as two here.
+             {"interlaced, cropped", "640028acd94078044fde0220000003002000000643e2c5b2c0", {1920, 1084}},
+         })
+        EXPECT_EQ(size, ReadPictureSize(FromHex(hex))) << name;
 }
 
 /// Writes a set field by field.
@@ -113,49 +99,33 @@ TEST(SPSReader, WalksOverOptionalFields)
     planes.U(11, 0).U(1, 1).SE(-8); // twelve lists
     Writer cycle = Profile(77).UE(0).UE(1).U(1, 0).SE(-5).SE(7).UE(3).SE(1).SE(-1).SE(300).UE(4).U(1, 1);
 
-    const struct
-    {
-        const char* name;
-        Bytes set;
-        PictureSize size;
-    } cases[] = {
-        {"scaling lists", lists.Middle().Size(22, 18).Take(), {352, 288}},
-        {"separate planes and twelve lists", planes.Middle().Size(5, 4).Take(), {80, 64}},
-        {"picture order of type 1", cycle.Size(22, 18).Take(), {352, 288}},
-        {"cropping on all sides",
-         Profile(66).Middle().UE(3).UE(4).U(1, 0).U(1, 1).U(1, 1).U(1, 1).UE(1).UE(2).UE(3).UE(4).Take(),
-         {64 - 6, 160 - 14}},
-        {"no high fields below profile 100", Profile(88).Middle().Size(1, 1).Take(), {16, 16}},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(c.size, ReadPictureSize(c.set).value_or(PictureSize{}));
-    }
+    for (const auto& [name, set, size] : Table<const char*, Bytes, PictureSize>{
+             {"scaling lists", lists.Middle().Size(22, 18).Take(), {352, 288}},
+             {"separate planes and twelve lists", planes.Middle().Size(5, 4).Take(), {80, 64}},
+             {"picture order of type 1", cycle.Size(22, 18).Take(), {352, 288}},
+             {"cropping on all sides",
+              Profile(66).Middle().UE(3).UE(4).U(1, 0).U(1, 1).U(1, 1).U(1, 1).UE(1).UE(2).UE(3).UE(4).Take(),
+              {64 - 6, 160 - 14}},
+             {"no high fields below profile 100", Profile(88).Middle().Size(1, 1).Take(), {16, 16}},
+         })
+        EXPECT_EQ(size, ReadPictureSize(set)) << name;
 }
 
 TEST(SPSReader, RefusesWhatGivesNoSize)
 {
     const auto cropped = [](std::uint32_t right, std::uint32_t bottom)
     { return Profile(66).Middle().UE(3).UE(3).U(3, 7).UE(0).UE(right).UE(0).UE(bottom).Take(); };
-    const struct
-    {
-        const char* name;
-        Bytes set;
-    } cases[] = {
-        {"all width cut off", cropped(32, 0)},
-        {"more height cut off than there is", cropped(0, 4000000)},
-        {"a cycle without end",
-         Profile(66).UE(0).UE(1).U(1, 0).UE(0).UE(0).UE(0xFFFFFFFE).U(32, 0x55555555).Take()},
-        {"a number of 33 bits", Profile(66).Middle().U(32, 0).U(32, 1).Size(1, 1).Take()},
-        {"wider than a number", Profile(66).Middle().UE(0xFFFFFFFE).UE(3).U(1, 1).U(1, 1).U(1, 0).Take()},
-        {"zeros", Bytes(64, 0)},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        EXPECT_FALSE(ReadPictureSize(c.set));
-    }
+    for (const auto& [name, set] : Table<const char*, Bytes>{
+             {"all width cut off", cropped(32, 0)},
+             {"more height cut off than there is", cropped(0, 4000000)},
+             {"a cycle without end",
+              Profile(66).UE(0).UE(1).U(1, 0).UE(0).UE(0).UE(0xFFFFFFFE).U(32, 0x55555555).Take()},
+             {"a number of 33 bits", Profile(66).Middle().U(32, 0).U(32, 1).Size(1, 1).Take()},
+             {"wider than a number",
+              Profile(66).Middle().UE(0xFFFFFFFE).UE(3).U(1, 1).U(1, 1).U(1, 0).Take()},
+             {"zeros", Bytes(64, 0)},
+         })
+        EXPECT_FALSE(ReadPictureSize(set)) << name;
 
     const Bytes whole = FromHex("640028acd940780227e5c044000003000400000300c83c60c658");
     for (std::size_t n = 0; n <= whole.size(); ++n)

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,15 @@ inline Bytes operator+(Bytes left, const Bytes& right)
 }
 
 /// "00ff" and so on, two digits a byte.
+inline std::string ToHex(std::span<const std::uint8_t> bytes)
+{
+    std::string hex;
+    for (const std::uint8_t byte : bytes)
+        hex += {"0123456789abcdef"[byte >> 4], "0123456789abcdef"[byte & 15]};
+    return hex;
+}
+
+/// The other way round.
 inline Bytes FromHex(const std::string& hex)
 {
     Bytes bytes;

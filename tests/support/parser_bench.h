@@ -23,7 +23,7 @@ public:
         parser.SetClient(this);
     }
 
-    /// The next packet in sequence, `skipped` numbers further on.
+    /// The next packet in sequence, `skipped` numbers further on; with no payload it is padding alone.
     void Send(const Bytes& payload, bool marker, int skipped = 0)
     {
         sequence = static_cast<std::uint16_t>(sequence + 1 + skipped);
@@ -33,9 +33,29 @@ public:
             bytes.push_back(static_cast<std::uint8_t>(timestamp >> shift));
         bytes.insert(bytes.end(), {0, 0, 0, 1});
         bytes.insert(bytes.end(), payload.begin(), payload.end());
+        if (payload.empty())
+        {
+            bytes[0] = 0xA0;
+            bytes.push_back(1);
+        }
         CRTPPacket packet;
         ASSERT_TRUE(packet.ParseInPlace(bytes.data(), static_cast<std::uint32_t>(bytes.size())));
         parser.OnPacket(packet);
+    }
+
+    /// A picture whose marker never comes: 10 MiB and more that begin with `first` and go on with `more`. It
+    /// is given up with one message, and costs no more than itself.
+    void SendWithoutEnd(const Bytes& first, Bytes more)
+    {
+        more.resize(60'000, 0xAA);
+        Send(first, false);
+        for (std::size_t i = 0; i <= Parser::kMaxFrameBytes / 60'000; ++i)
+            Send(more, false);
+        Send(more, true);
+        EXPECT_TRUE(frames.empty());
+        EXPECT_EQ(driver.Texts(kLevelError),
+                  std::vector<std::string>{"korvane::CRTPMediaParser::CheckBufferSize: Frame buffer overflow "
+                                           "detected, device 127.0.0.1:80"});
     }
 
     /// Four letters, as they stand in the frame.

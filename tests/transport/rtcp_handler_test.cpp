@@ -31,17 +31,9 @@ public:
     void Send(const CRTCPHandler& handler, const Bytes& datagram) { SendTo(handler.GetPort(), datagram); }
 };
 
-class Byes : public korvane::IRTCPHandlerUser, public Watched<int>
+struct Byes : korvane::IRTCPHandlerUser, WatchedWords
 {
-public:
-    void OnRTCPBye() override
-    {
-        Change([](int& count) { ++count; });
-    }
-    bool Wait(int wanted)
-    {
-        return WaitFor([&](int count) { return count >= wanted; });
-    }
+    void OnRTCPBye() override { Add("bye"); }
 };
 
 /// The start of a report or a BYE: type and own SSRC.
@@ -108,12 +100,12 @@ TEST(RTCPHandler, PassesOnTheDevicesBye)
     Device device;
     device.Send(handler, kBye); // before any report: not ours
     device.Send(handler, SenderReport(1) + kBye + kBye);
-    EXPECT_TRUE(byes.Wait(1));
+    EXPECT_TRUE(byes.WaitForWord("bye"));
     device.Send(handler, kBye);
     device.Send(handler, SenderReport(2) + kBye);
-    EXPECT_TRUE(byes.Wait(2));
+    EXPECT_TRUE(byes.WaitForWord("bye, bye"));
     handler.Stop();
-    EXPECT_EQ(2, byes.Get());
+    EXPECT_EQ("bye, bye", byes.Get());
 }
 
 TEST(RTCPHandler, BeginsAfreshOnRestart)

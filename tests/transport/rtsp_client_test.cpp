@@ -1,11 +1,7 @@
 #include "transport/rtsp_client.h"
 
 #include <algorithm>
-#include <atomic>
 #include <stdexcept>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -13,13 +9,14 @@
 #include "platform/socket.h"
 #include "support/fake_driver.h"
 #include "support/scripted_rtsp_server.h"
+#include "support/table.h"
 #include "transport/wire.h"
 
 namespace
 {
 
 using namespace korvane;
-using test::ScriptedRTSPServer;
+using test::ScriptedRTSPServer, test::Table;
 using Reply = ScriptedRTSPServer::Reply;
 
 /// Hears what the client tells, as words: "sdp", "packet 7", "bye", "ended".
@@ -160,35 +157,36 @@ TEST(RTSPClient, ComesThroughEachFailure)
     const Reply none{"HTTP/1.0\r\n\r\n", true};
     const Reply busy{"RTSP/1.0 503 Service Unavailable\r\n\r\n"};
     const auto ordinary = ScriptedRTSPServer::Ordinary;
-    const struct
+    enum class Does
     {
-        const char* name;
-        ScriptedRTSPServer::Script script;
-        bool accepts, throws;
-        std::string methods, heard;
-    } cases[] = {
-        {"silent on DESCRIBE", But("DESCRIBE", silent), true, false, "DESCRIBE", "ended"},
-        {"hangs up on DESCRIBE", But("DESCRIBE", closed), true, false, "DESCRIBE", "ended"},
-        {"no such stream", But("DESCRIBE", notFound), true, false, "DESCRIBE", "ended"},
-        {"half an answer", But("DESCRIBE", cut), true, false, "DESCRIBE", "sdp, ended"},
-        {"an answer that is none", But("DESCRIBE", none), true, false, "DESCRIBE", "ended"},
-        {"an exception in the user", ordinary, true, true, "DESCRIBE TEARDOWN", "sdp, ended"},
-        {"a description that is refused", ordinary, false, false, "DESCRIBE TEARDOWN", "sdp, ended"},
-        {"silent on SETUP", But("SETUP", silent), true, false, "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
-        {"busy on SETUP", But("SETUP", busy), true, false, "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
-        {"hangs up on SETUP", But("SETUP", closed), true, false, "DESCRIBE SETUP", "sdp, ended"},
+        Accepts,
+        Refuses,
+        Throws
     };
-    for (const auto& c : cases)
+    using enum Does;
+    for (const auto& [name, script, does, methods, heard] :
+         Table<const char*, ScriptedRTSPServer::Script, Does, const char*, const char*>{
+             {"silent on DESCRIBE", But("DESCRIBE", silent), Accepts, "DESCRIBE", "ended"},
+             {"hangs up on DESCRIBE", But("DESCRIBE", closed), Accepts, "DESCRIBE", "ended"},
+             {"no such stream", But("DESCRIBE", notFound), Accepts, "DESCRIBE", "ended"},
+             {"half an answer", But("DESCRIBE", cut), Accepts, "DESCRIBE", "sdp, ended"},
+             {"an answer that is none", But("DESCRIBE", none), Accepts, "DESCRIBE", "ended"},
+             {"an exception in the user", ordinary, Throws, "DESCRIBE TEARDOWN", "sdp, ended"},
+             {"a description that is refused", ordinary, Refuses, "DESCRIBE TEARDOWN", "sdp, ended"},
+             {"silent on SETUP", But("SETUP", silent), Accepts, "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
+             {"busy on SETUP", But("SETUP", busy), Accepts, "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
+             {"hangs up on SETUP", But("SETUP", closed), Accepts, "DESCRIBE SETUP", "sdp, ended"},
+         })
     {
-        SCOPED_TRACE(c.name);
-        Rig rig(c.script, 2000);
-        rig.user.accepts = c.accepts;
-        rig.user.throws = c.throws;
+        SCOPED_TRACE(name);
+        Rig rig(script, 2000);
+        rig.user.accepts = does != Refuses;
+        rig.user.throws = does == Throws;
         ASSERT_TRUE(rig.Start());
         EXPECT_TRUE(rig.user.heard.WaitForWord("ended"));
-        EXPECT_EQ(c.methods, rig.server.Methods());
+        EXPECT_EQ(methods, rig.server.Methods());
         rig.client.Stop();
-        EXPECT_EQ(c.heard, rig.user.heard.Get());
+        EXPECT_EQ(heard, rig.user.heard.Get());
     }
 }
 
@@ -227,38 +225,35 @@ TEST(RTSPClient, AnswersEachChallengeOnce)
     const std::string basic = "WWW-Authenticate: Basic realm=\"Cam 1\"\r\n";
     const std::string basicAnswer = "CSeq: 2\r\nAuthorization: Basic cm9vdDpzZWNyZXQ=";
     const std::string digestAnswer = "CSeq: 2\r\nAuthorization: Digest username=\"root\", realm=\"Cam 1\", ";
-    const struct
+    // Refused are requests with that method, and all without the header; the answer stands in the second
+    // request, and the methods are those up to where the session ends or plays.
+    for (const auto& [name, challenge, refused, answer, methods] :
+         Table<const char*, std::string, const char*, std::string, std::string>{
+             {"Digest", digest, "", digestAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
+             {"Basic", basic, "", basicAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
+             {"Basic and Digest", basic + digest, "", digestAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
+             {"Digest and Basic", digest + basic, "", basicAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
+             {"credentials that are never right", digest, "DESCRIBE", digestAnswer, "DESCRIBE DESCRIBE"},
+             {"a new nonce for SETUP", digest, "SETUP", digestAnswer, "DESCRIBE DESCRIBE SETUP TEARDOWN"},
+             {"a scheme that is not known", "WWW-Authenticate: Negotiate abc\r\n", "DESCRIBE", "",
+              "DESCRIBE"},
+         })
     {
-        const char* name;
-        std::string challenge;
-        const char* refused;         // requests with this method, or all of them without the header
-        std::string answer, methods; // in the second request; up to where the session ends or plays
-    } cases[] = {
-        {"Digest", digest, "", digestAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
-        {"Basic", basic, "", basicAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
-        {"Basic and Digest", basic + digest, "", digestAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
-        {"Digest and Basic", digest + basic, "", basicAnswer, "DESCRIBE DESCRIBE SETUP PLAY"},
-        {"credentials that are never right", digest, "DESCRIBE", digestAnswer, "DESCRIBE DESCRIBE"},
-        {"a new nonce for SETUP", digest, "SETUP", digestAnswer, "DESCRIBE DESCRIBE SETUP TEARDOWN"},
-        {"a scheme that is not known", "WWW-Authenticate: Negotiate abc\r\n", "DESCRIBE", "", "DESCRIBE"},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(name);
         Rig rig(
-            [&c](const std::string& method, const std::string& request)
+            [&challenge, &refused](const std::string& method, const std::string& request)
             {
-                if (method != c.refused && request.find("Authorization: ") != std::string::npos)
+                if (method != refused && request.find("Authorization: ") != std::string::npos)
                     return ScriptedRTSPServer::Ordinary(method, request);
-                return Reply{ScriptedRTSPServer::Response(request, c.challenge, "", "401 Unauthorized")};
+                return Reply{ScriptedRTSPServer::Response(request, challenge, "", "401 Unauthorized")};
             });
         rig.client.SetTickInterval(20'000); // no OPTIONS in between
         ASSERT_TRUE(rig.Start());
-        EXPECT_TRUE(c.methods.ends_with("PLAY") ? rig.server.WaitForMethod("PLAY")
-                                                : rig.user.heard.WaitForWord("ended"));
-        EXPECT_EQ(c.methods, rig.server.Methods());
+        EXPECT_TRUE(methods.ends_with("PLAY") ? rig.server.WaitForMethod("PLAY")
+                                              : rig.user.heard.WaitForWord("ended"));
+        EXPECT_EQ(methods, rig.server.Methods());
         const std::vector<std::string> requests = rig.server.Requests();
-        EXPECT_NE(std::string::npos, requests.at(c.answer.empty() ? 0 : 1).find(c.answer)) << requests.back();
+        EXPECT_NE(std::string::npos, requests.at(answer.empty() ? 0 : 1).find(answer)) << requests.back();
     }
 }
 
@@ -267,34 +262,28 @@ TEST(RTSPClient, ReadsResponsesHoweverTheyCome)
     const std::string base = "Content-Base: rtsp://127.0.0.1/base/\r\n";
     const std::string body = ScriptedRTSPServer::kDescription;
     const std::string setup = "SETUP rtsp://127.0.0.1/base/trackID=1 RTSP/1.0\r\n";
-    const struct
+    // No length tells of `more`; `setup` is how its request begins.
+    for (const auto& [name, headers, text, more, pieceBytes, begin] :
+         Table<const char*, std::string, std::string, std::string, std::size_t, std::string>{
+             {"byte by byte", base, body, "", 1, setup},
+             {"a body of many reads", base, body + std::string(3000, '\n'), "", 700, setup},
+             {"a body shorter than announced", base + "Content-Length: 4000\r\n", "", body, 0, setup},
+             {"headers of more than 512 bytes", "X: " + std::string(512, 'x') + "\r\n" + base, body, "", 0,
+              "SETUP rtsp://127.0.0.1:"}, // without the base and the description that stand behind them
+         })
     {
-        const char* name;
-        std::string headers, body, more; // that no length tells of
-        std::size_t pieceBytes;
-        std::string setup; // how its request begins
-    } cases[] = {
-        {"byte by byte", base, body, "", 1, setup},
-        {"a body of many reads", base, body + std::string(3000, '\n'), "", 700, setup},
-        {"a body shorter than announced", base + "Content-Length: 4000\r\n", "", body, 0, setup},
-        {"headers of more than 512 bytes", "X: " + std::string(512, 'x') + "\r\n" + base, body, "", 0,
-         "SETUP rtsp://127.0.0.1:"}, // without the base and the description that stand behind them
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(name);
+        const Reply described{ScriptedRTSPServer::Response("CSeq: 1\r\n", headers, text) + more, false,
+                              pieceBytes};
         Rig rig(
-            [&c](const std::string& method, const std::string& request)
-            {
-                const std::string response =
-                    ScriptedRTSPServer::Response(request, c.headers, c.body) + c.more;
-                return method == "DESCRIBE" ? Reply{response, false, c.pieceBytes} : Reply{"", true};
+            [&described](const std::string& method, const std::string&) {
+                return method == "DESCRIBE" ? described : Reply{"", true};
             },
             2000);
         ASSERT_TRUE(rig.Start());
         EXPECT_TRUE(rig.user.heard.WaitForWord("ended"));
         ASSERT_EQ("DESCRIBE SETUP", rig.server.Methods());
-        EXPECT_TRUE(rig.server.Requests()[1].starts_with(c.setup)) << rig.server.Requests()[1];
+        EXPECT_TRUE(rig.server.Requests()[1].starts_with(begin)) << rig.server.Requests()[1];
     }
 }
 
@@ -316,33 +305,29 @@ TEST(RTSPClient, StopsInTheMiddleOfEachStep)
 {
     const std::string endless = "RTSP/1.0 200 OK\r\nContent-Length: 9\r\n\r\n";
     const std::string played = "DESCRIBE SETUP PLAY ";
-    const struct
+    // The device has the request `at`, and answers so and no more.
+    for (const auto& [name, mode, at, says, methods, heard] :
+         Table<const char*, std::uint32_t, std::string, std::string, std::string, const char*>{
+             {"DESCRIBE", kTransportUDP, "DESCRIBE", "", "DESCRIBE", "ended"},
+             {"a description without end", kTransportUDP, "DESCRIBE", endless, "DESCRIBE", "ended"},
+             {"SETUP", kTransportUDP, "SETUP", "", "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
+             {"PLAY", kTransportUDP, "PLAY", "", played + "TEARDOWN", "sdp, ended"},
+             {"OPTIONS", kTransportUDP, "OPTIONS", "", played + "OPTIONS TEARDOWN", "sdp, ended"},
+             {"a stream", kTransportInterleaved, "PLAY", PacketOne(), played + "TEARDOWN",
+              "sdp, packet 1, ended"},
+             {"TEARDOWN without an answer", kTransportUDP, "TEARDOWN", "", played + "TEARDOWN", "sdp, ended"},
+         })
     {
-        const char* name;
-        std::uint32_t mode;
-        std::string at, says; // the device has that request, and answers so and no more
-        std::string methods, heard;
-    } cases[] = {
-        {"DESCRIBE", kTransportUDP, "DESCRIBE", "", "DESCRIBE", "ended"},
-        {"a description without end", kTransportUDP, "DESCRIBE", endless, "DESCRIBE", "ended"},
-        {"SETUP", kTransportUDP, "SETUP", "", "DESCRIBE SETUP TEARDOWN", "sdp, ended"},
-        {"PLAY", kTransportUDP, "PLAY", "", played + "TEARDOWN", "sdp, ended"},
-        {"OPTIONS", kTransportUDP, "OPTIONS", "", played + "OPTIONS TEARDOWN", "sdp, ended"},
-        {"a stream", kTransportInterleaved, "PLAY", PacketOne(), played + "TEARDOWN", "sdp, packet 1, ended"},
-        {"TEARDOWN without an answer", kTransportUDP, "TEARDOWN", "", played + "TEARDOWN", "sdp, ended"},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        Rig rig(But(c.at, {c.says}), 2000);
-        if (c.at == "TEARDOWN")
+        SCOPED_TRACE(name);
+        Rig rig(But(at, {says}), 2000);
+        if (at == "TEARDOWN")
             rig.client.SetTickInterval(20'000); // no OPTIONS in between
-        ASSERT_TRUE(rig.Start(c.mode));
-        ASSERT_TRUE(rig.server.WaitForMethod(c.at == "TEARDOWN" ? "PLAY" : c.at));
-        ASSERT_TRUE(c.mode == kTransportUDP || rig.user.heard.WaitForWord("packet"));
+        ASSERT_TRUE(rig.Start(mode));
+        ASSERT_TRUE(rig.server.WaitForMethod(at == "TEARDOWN" ? "PLAY" : at));
+        ASSERT_TRUE(mode == kTransportUDP || rig.user.heard.WaitForWord("packet"));
         rig.client.Stop();
-        EXPECT_EQ(c.methods, rig.server.Methods());
-        EXPECT_EQ(c.heard, rig.user.heard.Get());
+        EXPECT_EQ(methods, rig.server.Methods());
+        EXPECT_EQ(heard, rig.user.heard.Get());
         EXPECT_TRUE(rig.driver.Messages().empty()); // the thread ended by itself, within the bound
     }
 }

@@ -23,10 +23,7 @@ class Recorder : public korvane::IRTSPStreamParserUser
 public:
     void OnStreamPacket(CRTPPacket& packet) override
     {
-        std::string text = std::to_string(packet.SequenceNumber()) + ":";
-        for (const std::uint8_t byte : packet.Payload())
-            text += {"0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
-        seen.Add(text);
+        seen.Add(std::to_string(packet.SequenceNumber()) + ":" + ToHex(packet.Payload()));
         if (refuses)
             throw std::runtime_error("not now");
     }
@@ -72,9 +69,9 @@ TEST(RTSPStreamParser, CutsTheStreamIntoFrames)
              {"other channels", 0, "1:4124, 2:42", Framed(4, RTPBytes(9, {1})) + one + Framed(7, {}) + two},
              {"an empty frame and one that is no RTP", 0, "1:4124",
               Framed(0, {}) + Framed(0, {1, 2, 3}) + one},
-             {"channels 2 and 3", 2, "5:AA, bye",
+             {"channels 2 and 3", 2, "5:aa, bye",
               one + Framed(2, RTPBytes(5, {0xAA})) + Framed(3, kByeAlone)},
-             {"no channel behind 255", 255, "5:AA",
+             {"no channel behind 255", 255, "5:aa",
               Framed(0, kByeAlone) + Framed(255, RTPBytes(5, {0xAA})) + one},
              {"BYE behind a report", 0, "bye, 1:4124", Framed(1, kReport + kByeAlone) + one},
              {"BYE that is longer than its frame", 0, "1:4124",
