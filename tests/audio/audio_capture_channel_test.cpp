@@ -2,11 +2,13 @@
 
 #include "audio/ip_audio_capture.h"
 #include "platform/socket.h"
+#include "runtime/text.h"
 #include "support/fake_driver.h"
 #include "support/http_test_server.h"
 #include "support/multicast_network.h"
 #include "support/scripted_rtsp_server.h"
 #include "support/settings_folder.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +20,7 @@ namespace
 {
 
 using test::Bytes;
+using test::operator+;
 using test::HttpTestServer;
 using test::ScriptedRTSPServer;
 using Texts = std::vector<std::string>;
@@ -160,12 +163,15 @@ struct Device
     }
 };
 
+const std::string kInterleaved = "<RTPMode>RTPOVERRTSP</RTPMode>";
+const std::string kOverUdp = "<RTPMode>UDP</RTPMode>";
+
 struct Fixture
 {
     explicit Fixture(const std::string& settings = "")
     {
-        folder.Write("<Configuration><Default><RTPMode>RTPOVERRTSP</RTPMode>" + settings +
-                     "</Default></Configuration>");
+        const std::string mode = settings == kOverUdp ? "" : kInterleaved;
+        folder.Write("<Configuration><Default>" + mode + settings + "</Default></Configuration>");
         driver.hostDirectory = folder.Path();
         driver.allocator = &allocator;
         driver.device.port = device.http.Port();
@@ -191,111 +197,65 @@ const std::string kSet = "setparam.cgi?audioin_c0_s0_codectype=";
 const std::string kPcmu = "a=rtpmap:97 PCMU/8000\r\n";
 const std::string kPcma = "a=rtpmap:97 PCMA/16000\r\n";
 const std::string kG726 = "a=rtpmap:97 G726-24/8000\r\n";
-const std::string kAac = "a=rtpmap:97 mpeg4-generic/44100/2\r\n"
-                         "a=fmtp:97 streamtype=5;profile-level-id=15;mode=AAC-hbr;config=1210;"
-                         "sizelength=13;indexlength=3;indexdeltalength=3\r\n";
-
-/// What is known of the codec, and what comes of it.
-struct CodecChoice
-{
-    const char* name;
-    const char* selected = "g711";       ///< by the device, as the host tells it
-    Texts formats = {"711M"};            ///< of the host
-    const char* wanted = "";             ///< by the settings file
-    const char* parameters = "";         ///< of the device
-    std::string audio = kPcmu;           ///< in the description
-    std::string request = kSet + "g711"; ///< behind the first one; "" none
-    const char* format = "711M";
-    std::uint32_t sampleRate = 8000;
-    std::uint32_t bitRate = 64000;
-};
+const std::string kLengths = "sizelength=13;indexlength=3;indexdeltalength=3";
+const std::string kAac = "a=rtpmap:97 mpeg4-generic/44100/2\r\na=fmtp:97 streamtype=5;profile-level-id=15;"
+                         "mode=AAC-hbr;config=1210;" +
+                         kLengths + "\r\n";
 
 TEST(AudioCaptureChannel, AgreesOnACodecWithHostFileAndDevice)
 {
-    const CodecChoice cases[] = {
-        {.name = "the first of two",
-         .selected = "g711,g726",
-         .formats = {"711M", "7261"},
-         .parameters = "audioin_c0_s0_codectype='aac4'"},
-        {.name = "as the device has it", .parameters = "audioin_c0_s0_codectype='g711'", .request = ""},
-        {.name = "what the host can't play is none",
-         .selected = "aac4,g726",
-         .formats = {"-AAC1", "7261"},
-         .parameters = "audioin_c0_s0_g726_bitrate='40000'",
-         .audio = kG726,
-         .request = kSet + "g726",
-         .format = "7261",
-         .bitRate = 40000},
-        {.name = "the description's rate without the device's",
-         .selected = "g726",
-         .formats = {"7261"},
-         .audio = kG726,
-         .request = kSet + "g726",
-         .format = "7261",
-         .bitRate = 24000},
-        {.name = "by the file",
-         .selected = "aac4,g711,g726",
-         .formats = {"AAC1", "711M", "7261"},
-         .wanted = "G726",
-         .audio = kG726,
-         .request = kSet + "g726",
-         .format = "7261",
-         .bitRate = 24000},
-        {.name = "by the file, in other words",
-         .selected = "g711,aac4",
-         .formats = {"AAC1", "711M"},
-         .wanted = "AAC",
-         .parameters = "audioin_c0_s0_aac4_bitrate='96000'",
-         .audio = kAac,
-         .request = kSet + "aac4",
-         .format = "AAC1",
-         .sampleRate = 44100,
-         .bitRate = 96000},
-        {.name = "a wish that nobody has", .wanted = "aac4"},
-        {.name = "nothing in common", .selected = "aac4", .formats = {"7261"}},
-        {.name = "nothing told", .selected = "", .formats = {"AAC1"}},
-        {.name = "muted", .parameters = "audioin_c0_mute='1'", .request = kSet + "g711&audioin_c0_mute=0"},
-        {.name = "muted, and nothing else",
-         .parameters = "audioin_c0_s0_codectype='g711'\r\naudioin_c0_mute='1'",
-         .request = "setparam.cgi?audioin_c0_mute=0"},
-        {.name = "A-law of the device's choice",
-         .parameters = "audioin_c0_s0_g711_mode='pcma'",
-         .audio = kPcma,
-         .format = "711A",
-         .sampleRate = 16000},
-        {.name = "another law than was told",
-         .parameters = "audioin_c0_s0_g711_mode='pcmu'",
-         .audio = kPcma,
-         .format = "711A",
-         .sampleRate = 16000},
-        {.name = "another codec than was asked for",
-         .selected = "aac4",
-         .formats = {"AAC1"},
-         .audio = kG726,
-         .request = kSet + "aac4",
-         .format = "7261",
-         .bitRate = 24000},
-    };
-    for (const auto& c : cases)
+    // What the host tells of the device's codecs, its own formats, the codec of the settings file, the
+    // device's parameters and the description; then the request behind the first one, the format and its two
+    // rates.
+    using Text = std::string;
+    const Text aac4 = kSet + "aac4", g711 = kSet + "g711", g726 = kSet + "g726";
+    for (const auto& [name, selected, formats, wanted, parameters, audio, request, format, sampleRate,
+                      bitRate] :
+         test::Table<Text, Text, Text, Text, Text, Text, Text, Text, std::uint32_t, std::uint32_t>{
+             {"the first of two", "g711,g726", "711M,7261", "", "audioin_c0_s0_codectype='aac4'", kPcmu, g711,
+              "711M", 8000, 64000},
+             {"as the device has it", "g711", "711M", "", "audioin_c0_s0_codectype='g711'", kPcmu, "", "711M",
+              8000, 64000},
+             {"what the host can't play is none", "aac4,g726", "-AAC1,7261", "",
+              "audioin_c0_s0_g726_bitrate='40000'", kG726, g726, "7261", 8000, 40000},
+             {"the description's rate without the device's", "g726", "7261", "", "", kG726, g726, "7261",
+              8000, 24000},
+             {"by the file", "aac4,g711,g726", "AAC1,711M,7261", "G726", "", kG726, g726, "7261", 8000,
+              24000},
+             {"by the file, in other words", "g711,aac4", "AAC1,711M", "AAC",
+              "audioin_c0_s0_aac4_bitrate='96000'", kAac, aac4, "AAC1", 44100, 96000},
+             {"a wish that nobody has", "g711", "711M", "aac4", "", kPcmu, g711, "711M", 8000, 64000},
+             {"nothing in common", "aac4", "7261", "", "", kPcmu, g711, "711M", 8000, 64000},
+             {"nothing told", "", "AAC1", "", "", kPcmu, g711, "711M", 8000, 64000},
+             {"muted", "g711", "711M", "", "audioin_c0_mute='1'", kPcmu, g711 + "&audioin_c0_mute=0", "711M",
+              8000, 64000},
+             {"muted, and nothing else", "g711", "711M", "",
+              "audioin_c0_s0_codectype='g711'\r\naudioin_c0_mute='1'", kPcmu,
+              "setparam.cgi?audioin_c0_mute=0", "711M", 8000, 64000},
+             {"A-law of the device's choice", "g711", "711M", "", "audioin_c0_s0_g711_mode='pcma'", kPcma,
+              g711, "711A", 16000, 64000},
+             {"another law than was told", "g711", "711M", "", "audioin_c0_s0_g711_mode='pcmu'", kPcma, g711,
+              "711A", 16000, 64000},
+             {"another codec than was asked for", "aac4", "AAC1", "", "", kG726, aac4, "7261", 8000, 24000},
+         })
     {
-        SCOPED_TRACE(c.name);
-        const std::string wanted = c.wanted;
+        SCOPED_TRACE(name);
         Fixture f(wanted.empty() ? ""
                                  : "<AudioInputChannel><Codec>" + wanted + "</Codec></AudioInputChannel>");
-        f.driver.properties[17] = c.selected;
-        f.host.formats = c.formats;
-        f.device.parameters = c.parameters;
-        f.device.audio = c.audio;
-        f.device.payload = c.audio == kAac ? Bytes{0, 16, 0, 16, 1, 2} : Bytes(c.sampleRate, 1);
+        f.driver.properties[17] = selected;
+        f.host.formats = Utils::SplitString(formats, ',');
+        f.device.parameters = parameters;
+        f.device.audio = audio;
+        f.device.payload = audio == kAac ? Bytes{0, 16, 0, 16, 1, 2} : Bytes(sampleRate, 1);
         const auto channel = f.Channel();
         ASSERT_TRUE(channel->Start());
         const test::FrameRecord frame = f.host.WaitForFrames(1).front();
-        EXPECT_EQ(std::string(reinterpret_cast<const char*>(&frame.format), 4), c.format);
-        EXPECT_EQ(frame.sampleRate, c.sampleRate);
-        EXPECT_EQ(frame.audioBitRate, c.bitRate);
-        EXPECT_EQ(frame.stereo, c.audio == kAac);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(&frame.format), 4), format);
+        EXPECT_EQ(frame.sampleRate, sampleRate);
+        EXPECT_EQ(frame.audioBitRate, bitRate);
+        EXPECT_EQ(frame.stereo, audio == kAac);
         EXPECT_EQ(frame.audioInput, 7);
-        EXPECT_EQ(f.Requests(), "getparam.cgi?audioin&network" + (c.request.empty() ? "" : " " + c.request));
+        EXPECT_EQ(f.Requests(), "getparam.cgi?audioin&network" + (request.empty() ? "" : " " + request));
         EXPECT_NE(f.device.rtsp.Requests()[1].find("/trackID=2 "), std::string::npos);
         EXPECT_EQ(channel->GetState(), 2u);
         EXPECT_TRUE(channel->Stop());
@@ -311,38 +271,34 @@ TEST(AudioCaptureChannel, AgreesOnACodecWithHostFileAndDevice)
 
 TEST(AudioCaptureChannel, TellsWhyADeviceGivesNoSound)
 {
-    const std::string device = "127.0.0.1:";
     const std::string sdp = "korvane::CBaseAudioRTSPChannel::SdpInfoReceived: ";
-    const std::string odd = "a=fmtp:97 mode=AAC-hbr;sizelength=12;indexlength=3;indexdeltalength=3";
-    const struct
+    const std::string aac = "a=rtpmap:97 mpeg4-generic/8000/3\r\na=fmtp:97 mode=AAC-hbr;";
+    const std::string odd = " doesn't compatible with parser: a=fmtp:97 mode=AAC-hbr;";
+    for (const auto& [name, status, audio, states, message] :
+         test::Table<const char*, int, std::string, const char*, std::string>{
+             {"setparam refused", 500, "", "15",
+              " device returns status code 500 for "
+              "\"/cgi-bin/admin/setparam.cgi?audioin_c0_s0_codectype=g711\" URI"},
+             {"unknown encoding", 200, "a=rtpmap:97 L16/8000\r\n", "12",
+              sdp + "Audio encoding for device 127.0.0.1:"},
+             {"no encoding", 200, "", "12", " doesn't recognized: "},
+             {"size", 200, aac + "sizelength=12;indexlength=3;indexdeltalength=3\r\n", "12", odd},
+             {"index", 200, aac + "sizelength=13;indexlength=2;indexdeltalength=3\r\n", "12", odd},
+             {"index delta", 200, aac + "sizelength=13;indexlength=3;indexdeltalength=2\r\n", "12", odd},
+             {"composition", 200, aac + kLengths + ";ctsdeltalength=1\r\n", "12", odd},
+             {"decoding", 200, aac + kLengths + ";dtsdeltalength=1\r\n", "12", odd},
+             {"many channels", 200, aac + kLengths + "\r\n", "12",
+              sdp + "AAC Audio with 3 channels doesn't supported by system for device 127.0.0.1:"},
+         })
     {
-        const char* name;
-        int setStatus;
-        std::string audio;
-        const char* states;
-        std::string message;
-    } cases[] = {
-        {"setparam refused", 500, "", "15",
-         " device returns status code 500 for \"/cgi-bin/admin/setparam.cgi?audioin_c0_s0_codectype=g711\" "
-         "URI"},
-        {"unknown encoding", 200, "a=rtpmap:97 L16/8000\r\n", "12",
-         sdp + "Audio encoding for device " + device},
-        {"no encoding", 200, "", "12", " doesn't recognized: "},
-        {"odd lengths", 200, "a=rtpmap:97 mpeg4-generic/8000/3\r\n" + odd + "\r\n", "12",
-         " doesn't compatible with parser: " + odd},
-        {"many channels", 200, "a=rtpmap:97 mpeg4-generic/8000/3\r\n" + odd + "\r\n", "12",
-         sdp + "AAC Audio with 3 channels doesn't supported by system for device " + device},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(name);
         Fixture f;
-        f.device.setStatus = c.setStatus;
-        f.device.audio = c.audio;
+        f.device.setStatus = status;
+        f.device.audio = audio;
         const auto channel = f.Channel();
         ASSERT_TRUE(channel->Start());
-        EXPECT_TRUE(f.driver.WaitForMessage(c.message));
-        EXPECT_EQ(f.host.WaitForStates(c.states), c.states);
+        EXPECT_TRUE(f.driver.WaitForMessage(message));
+        EXPECT_EQ(f.host.WaitForStates(states), states);
     }
 }
 
@@ -372,35 +328,66 @@ TEST(AudioCaptureChannel, LooksForALostSignalForEver)
     EXPECT_TRUE(f.driver.WaitForMessage("is OK"));
 }
 
+/// A second of telephone sound in datagrams to that place.
+void SendSecond(platform::Socket& sender, const platform::SocketAddress& to)
+{
+    Bytes packet = {0x80, 97, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+    packet.resize(packet.size() + 1000, 1);
+    for (packet[3] = 0; packet[3] < 8; ++packet[3])
+        sender.SendTo(to, packet);
+}
+
+TEST(AudioCaptureChannel, TakesDatagramsOfItsDevice)
+{
+    Fixture f(kOverUdp);
+    f.device.audio = kPcmu;
+    const auto channel = f.Channel();
+    ASSERT_TRUE(channel->Start());
+    ASSERT_TRUE(f.device.rtsp.WaitForMethod("PLAY"));
+    const std::string setup = f.device.rtsp.Requests()[1];
+    const std::string key = "client_port=";
+    const auto port = static_cast<std::uint16_t>(std::stoi(setup.substr(setup.find(key) + key.size())));
+    platform::Socket sender;
+    ASSERT_TRUE(sender.OpenDatagram());
+    SendSecond(sender, platform::MakeSocketAddress(test::kLoopback, port));
+    EXPECT_EQ(f.host.WaitForFrames(1).back().data.size(), 8000u);
+    EXPECT_TRUE(channel->Stop());
+}
+
+const Bytes kReportAndBye =
+    Bytes{0x80, 200, 0, 6, 0, 0, 0, 1} + Bytes(20) + Bytes{0x81, 203, 0, 1, 0, 0, 0, 1};
+
 TEST(AudioCaptureChannel, TakesTheGroupThatTheDescriptionNames)
 {
     const bool ran = test::RunInMulticastNetwork(
         []
         {
-            Fixture f;
-            f.folder.Write("<Configuration><StreamingMode>multicast</StreamingMode></Configuration>");
-            f.driver.device.networkTimeoutMs = 300;
-            f.device.audio = kPcmu + "c=IN IP4 239.1.2.5/1\r\n";
-            f.device.groupPort = 5552;
-            const auto channel = f.Channel();
-            ASSERT_TRUE(channel->Start());
+            const std::uint32_t group = *platform::ParseIPv4("239.1.2.5");
             platform::Socket sender;
             ASSERT_TRUE(sender.OpenDatagram());
-            Bytes packet = {0x80, 97, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-            packet.resize(packet.size() + 1000, 1);
-            const auto group = platform::MakeSocketAddress(*platform::ParseIPv4("239.1.2.5"), 5552);
-            // Each PLAY brings a second of sound, behind which the device is silent and the session renewed.
-            for (std::size_t session = 1; session <= 2; ++session)
+            for (const bool saysFarewell : {false, true})
             {
-                while (f.device.plays < session)
-                    ASSERT_TRUE(f.device.rtsp.WaitForRequests(f.device.rtsp.Requests().size() + 1));
-                for (packet[3] = 0; packet[3] < 8; ++packet[3])
-                    sender.SendTo(group, packet);
-                EXPECT_EQ(f.host.WaitForFrames(session).back().data.size(), 8000u);
+                Fixture f;
+                f.folder.Write("<Configuration><StreamingMode>multicast</StreamingMode></Configuration>");
+                f.driver.device.networkTimeoutMs = saysFarewell ? test::kPatienceMs : 300;
+                f.device.audio = kPcmu + "c=IN IP4 239.1.2.5/1\r\n";
+                f.device.groupPort = 5552;
+                const auto channel = f.Channel();
+                ASSERT_TRUE(channel->Start());
+                // Each PLAY brings a second of sound, behind which the session is renewed.
+                for (std::size_t session = 1; session <= 2; ++session)
+                {
+                    while (f.device.plays < session)
+                        ASSERT_TRUE(f.device.rtsp.WaitForRequests(f.device.rtsp.Requests().size() + 1));
+                    SendSecond(sender, platform::MakeSocketAddress(group, 5552));
+                    EXPECT_EQ(f.host.WaitForFrames(session).back().data.size(), 8000u);
+                    if (saysFarewell)
+                        sender.SendTo(platform::MakeSocketAddress(group, 5553), kReportAndBye);
+                }
+                EXPECT_TRUE(channel->Stop());
+                EXPECT_TRUE(f.host.WaitForStates("12").ends_with("30"));
+                EXPECT_EQ(f.driver.Texts(1).front(), kLost + "camera 127.0.0.1");
             }
-            EXPECT_TRUE(channel->Stop());
-            EXPECT_TRUE(f.host.WaitForStates("12").ends_with("30"));
-            EXPECT_EQ(f.driver.Texts(1).front(), kLost + "camera 127.0.0.1");
         });
     if (!ran)
         GTEST_SKIP() << "this user can't make a network of its own";
@@ -448,140 +435,40 @@ TEST(AudioCaptureChannel, EndsInTimeWhateverTheDeviceOwes)
     { return !peer.WaitClosed(); };
     const HttpTestServer::Script drips = [](test::TestHttpPeer& peer, const test::TestHttpRequest&)
     {
-        for (bool open = peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n"); open;)
-            open = peer.Send("y") && peer.Pause(50);
-        return false;
+        return peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n") &&
+               peer.SendSlowly(std::string(1000, 'y'), 50);
     };
-    const struct
+    const auto stop = [](bool isInterleaved, const HttpTestServer::Script& web, const std::string& unanswered)
     {
-        const char* name;
-        const char* transport;
-        HttpTestServer::Script web; ///< in place of the device's web server
-        const char* unanswered;     ///< by its RTSP server
-        bool isBlackHole;           ///< nobody takes the connection to that
-    } cases[] = {
-        {"no answer to CGI", "UDP", saysNothing, "", false},
-        {"CGI drips", "UDP", drips, "", false},
-        {"connecting", "UDP", {}, "", true},
-        {"connecting, interleaved", "RTPOVERRTSP", {}, "", true},
-        {"DESCRIBE", "UDP", {}, "DESCRIBE", false},
-        {"SETUP, interleaved", "RTPOVERRTSP", {}, "SETUP", false},
-        {"PLAY", "UDP", {}, "PLAY", false},
-        {"PLAY, interleaved", "RTPOVERRTSP", {}, "PLAY", false},
-        {"TEARDOWN", "UDP", {}, "TEARDOWN", false},
-        {"TEARDOWN, interleaved", "RTPOVERRTSP", {}, "TEARDOWN", false},
+        SCOPED_TRACE(unanswered);
+        Fixture f(isInterleaved ? "" : kOverUdp);
+        f.device.audio = kPcmu;
+        f.device.unanswered = unanswered;
+        const test::BlackHole hole; // nobody takes the connection to it
+        if (unanswered == "connection")
+            f.device.rtspPort = hole.Port();
+        HttpTestServer server(web);
+        if (web)
+            f.driver.device.port = server.Port();
+        const auto channel = f.Channel();
+        ASSERT_TRUE(channel->Start());
+        if (web)
+            server.WaitForRequests(1);
+        else if (unanswered == "connection")
+            EXPECT_TRUE(hole.WaitForConnection());
+        else // before a TEARDOWN there is nothing to wait for but the stream
+            EXPECT_TRUE(f.device.rtsp.WaitForMethod(unanswered == "TEARDOWN" ? "PLAY" : unanswered));
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_TRUE(channel->Stop());
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, test::kStopBound);
+        EXPECT_EQ(f.host.WaitForStates("1").back(), '0');
     };
-    std::vector<std::thread> threads;
-    for (const auto& c : cases)
-    {
-        threads.emplace_back(
-            [&c]
-            {
-                SCOPED_TRACE(c.name);
-                Fixture f;
-                f.folder.Write(std::string("<Configuration><Default><RTPMode>") + c.transport +
-                               "</RTPMode></Default></Configuration>");
-                f.device.audio = kPcmu;
-                f.device.unanswered = c.unanswered;
-                test::BlackHole hole;
-                if (c.isBlackHole)
-                    f.device.rtspPort = hole.Port();
-                std::unique_ptr<HttpTestServer> web;
-                if (c.web)
-                {
-                    web = std::make_unique<HttpTestServer>(c.web);
-                    f.driver.device.port = web->Port();
-                }
-                const auto channel = f.Channel();
-                ASSERT_TRUE(channel->Start());
-                if (c.web)
-                    web->WaitForRequests(1);
-                else if (c.isBlackHole)
-                    EXPECT_TRUE(hole.WaitForConnection());
-                else // before a TEARDOWN there is nothing to wait for but the stream
-                    EXPECT_TRUE(f.device.rtsp.WaitForMethod(
-                        std::string_view(c.unanswered) == "TEARDOWN" ? "PLAY" : c.unanswered));
-                const auto begin = std::chrono::steady_clock::now();
-                EXPECT_TRUE(channel->Stop());
-                EXPECT_LT(std::chrono::steady_clock::now() - begin, test::kStopBound);
-                EXPECT_EQ(f.host.WaitForStates("1").back(), '0');
-            });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-}
-
-class Creator final : public IAudioChannelCreator
-{
-public:
-    struct Channel final : IAudioInputChannel
-    {
-        void RequestStop() override {}
-        explicit Channel(Creator& creator) : owner(creator) {}
-        ~Channel() override { owner.calls += " deleted"; }
-        bool Start() override
-        {
-            owner.calls += " start";
-            return owner.starts;
-        }
-        bool Stop() override
-        {
-            owner.calls += " stop";
-            return true;
-        }
-        std::uint32_t GetState() const override { return 5; }
-        Creator& owner;
-    };
-    IAudioInputChannel* CreateAudioInputChannel(std::uint32_t, std::uint32_t, ipcapture::IHostAudioClient*,
-                                                ipcapture::IHostCodecList*) override
-    {
-        return makes ? new Channel(*this) : nullptr;
-    }
-    IAudioOutputChannel* CreateAudioOutputChannel(std::uint32_t, std::uint32_t, std::uint32_t,
-                                                  std::uint32_t) override
-    {
-        return nullptr;
-    }
-    std::string calls;
-    bool starts = true;
-    bool makes = true;
-};
-
-TEST(AudioObjects, KeepAsManyChannelsAsTheDeviceHas)
-{
-    Creator creator;
-    {
-        CIPAudioCapture capture(&creator, 1);
-        EXPECT_EQ(capture.GetChannelState(0), 0u);
-        EXPECT_FALSE(capture.StopChannel(0));
-        creator.makes = false;
-        EXPECT_FALSE(capture.StartChannel(0, 0, nullptr, nullptr));
-        creator.makes = true;
-        creator.starts = false;
-        EXPECT_FALSE(capture.StartChannel(0, 0, nullptr, nullptr));
-        EXPECT_EQ(std::exchange(creator.calls, ""), " start stop deleted");
-        creator.starts = true;
-        EXPECT_TRUE(capture.StartChannel(4, 0, nullptr, nullptr));
-        EXPECT_TRUE(capture.StartChannel(4, 0, nullptr, nullptr)) << "runs already";
-        EXPECT_FALSE(capture.StartChannel(5, 0, nullptr, nullptr)) << "more than the device has";
-        EXPECT_EQ(capture.GetChannelCount(), 1u);
-        EXPECT_EQ(capture.GetChannelState(4), 5u);
-        EXPECT_TRUE(capture.StopChannel(4));
-        EXPECT_EQ(std::exchange(creator.calls, ""), " start stop deleted");
-        EXPECT_TRUE(capture.StartChannel(5, 0, nullptr, nullptr));
-    }
-    EXPECT_EQ(creator.calls, " start stop deleted");
-
-    struct : ipcapture::IHostOutgoingAudio
-    {
-        std::uint32_t GetChannel() override { return 0x100; }
-    } frame;
-    CIPAudioSender sender(&creator, 1);
-    EXPECT_FALSE(sender.StartChannel(0, 0, 0, 0));
-    EXPECT_EQ(sender.GetChannelCount(), 0u);
-    EXPECT_FALSE(sender.SendFrame(&frame) || sender.SendFrame(nullptr) || sender.SetChannelValue(0, 1) ||
-                 sender.StopChannel(0) || sender.ReservedCall1(0, 0, 0));
-    EXPECT_EQ(sender.GetChannelValue(0), 0u);
+    std::vector<std::jthread> threads;
+    for (const HttpTestServer::Script& web : {saysNothing, drips})
+        threads.emplace_back(stop, false, web, "CGI");
+    for (const char* unanswered : {"connection", "DESCRIBE", "SETUP", "PLAY", "TEARDOWN"})
+        for (const bool isInterleaved : {false, true})
+            threads.emplace_back(stop, isInterleaved, HttpTestServer::Script(), unanswered);
 }
 
 } // namespace

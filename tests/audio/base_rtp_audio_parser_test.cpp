@@ -8,13 +8,16 @@
 
 #include "platform/clock.h"
 #include "support/fake_driver.h"
+#include "support/table.h"
 
 namespace
 {
 
 using korvane::test::Bytes;
-using korvane::test::FrameRecord;
+using korvane::test::FrameRecord, korvane::test::Table;
 using korvane::test::operator+;
+
+using Packets = std::vector<std::pair<Bytes, int>>; // with the numbers skipped in front of each
 
 /// A parser with everything around it.
 class Bench : public korvane::IAudioParserClient
@@ -32,6 +35,13 @@ public:
         sequence = static_cast<std::uint16_t>(sequence + 1 + skipped);
         const Bytes exact(payload); // lets the address sanitizer see one byte too far
         parser.ParseData(exact.data(), static_cast<std::uint32_t>(exact.size()), sequence, marker);
+    }
+
+    std::string FramesOf(const Packets& packets)
+    {
+        for (const auto& [payload, skipped] : packets)
+            Send(payload, skipped);
+        return Frames();
     }
 
     /// "size:first byte" of each frame, with blanks between.
@@ -95,26 +105,13 @@ TEST(AudioParser, GathersASecondOfTelephoneSound)
 
 TEST(AudioParser, LeavesOutWhatCouldNotBePlayedInOnePiece)
 {
-    struct Case
-    {
-        const char* name;
-        std::vector<std::pair<Bytes, int>> packets; // with the numbers skipped in front of each
-        const char* frames;
-    };
-    const Case cases[] = {
-        {"a payload of one byte", {{Of(60, 1), 0}, {Of(1, 2), 0}, {Of(40, 3), 0}}, "100:1"},
-        {"a gap", {{Of(60, 1), 0}, {Of(60, 2), 1}, {Of(40, 3), 0}}, "100:2"},
-        {"a repeat", {{Of(60, 1), 0}, {Of(60, 2), -1}, {Of(60, 3), 0}}, "120:2"},
-        {"more than a frame in one packet", {{Of(250, 1), 0}, {Of(100, 2), 0}}, "250:1 100:2"},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        Bench bench(korvane::ipcapture::kFormatG726, 100);
-        for (const auto& [payload, skipped] : c.packets)
-            bench.Send(payload, skipped);
-        EXPECT_EQ(bench.Frames(), c.frames);
-    }
+    for (const auto& [name, packets, frames] : Table<const char*, Packets, const char*>{
+             {"a payload of one byte", {{Of(60, 1), 0}, {Of(1, 2), 0}, {Of(40, 3), 0}}, "100:1"},
+             {"a gap", {{Of(60, 1), 0}, {Of(60, 2), 1}, {Of(40, 3), 0}}, "100:2"},
+             {"a repeat", {{Of(60, 1), 0}, {Of(60, 2), -1}, {Of(60, 3), 0}}, "120:2"},
+             {"more than a frame in one packet", {{Of(250, 1), 0}, {Of(100, 2), 0}}, "250:1 100:2"},
+         })
+        EXPECT_EQ(Bench(korvane::ipcapture::kFormatG726, 100).FramesOf(packets), frames) << name;
     Bench claims(korvane::ipcapture::kFormatG711MuLaw, 0xFFFFFFFF);
     for (int i = 0; i < 1100; ++i)
         claims.Send(Of(1000, 1));
@@ -123,37 +120,24 @@ TEST(AudioParser, LeavesOutWhatCouldNotBePlayedInOnePiece)
 
 TEST(AudioParser, TakesAccessUnitsOutOfPackets)
 {
-    struct Case
-    {
-        const char* name;
-        std::vector<std::pair<Bytes, int>> packets;
-        const char* frames;
-    };
     const Bytes whole = Unit(300, 7);
     const Bytes front(whole.begin(), whole.begin() + 100);
     const Bytes back(whole.begin() + 100, whole.end());
     const Bytes two = {0, 32, 0, 40, 0, 40, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2};
-    const Case cases[] = {
-        {"one each", {{Unit(5, 1), 0}, {Unit(8191 / 8, 2), 0}}, "5:1 1023:2"},
-        {"two in one packet", {{Unit(5, 1) + Unit(6, 2), 0}}, "5:1 6:2"},
-        {"split", {{front, 0}, {back, 0}, {Unit(4, 8), 0}}, "300:7 4:8"},
-        {"fragments with a header each",
-         {{front, 0}, {Bytes(whole.begin(), whole.begin() + 4) + back, 0}},
-         "300:7"},
-        {"a lost packet between whole ones", {{Unit(5, 1), 0}, {Unit(6, 2), 3}}, "5:1 6:2"},
-        {"torn by a loss", {{front, 0}, {Of(204, 9), 1}, {Unit(4, 8), 0}}, "4:8"},
-        {"an empty one", {{Unit(0, 0) + Unit(6, 2), 0}}, "6:2"},
-        {"two headers in front", {{two, 0}, {Unit(4, 8), 0}}, ""},
-        {"no header", {{Of(50, 1), 0}, {Unit(4, 8), 0}}, ""},
-    };
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        Bench bench(korvane::ipcapture::kFormatAac, 44100, 128000);
-        for (const auto& [payload, skipped] : c.packets)
-            bench.Send(payload, skipped);
-        EXPECT_EQ(bench.Frames(), c.frames);
-    }
+    for (const auto& [name, packets, frames] : Table<const char*, Packets, const char*>{
+             {"one each", {{Unit(5, 1), 0}, {Unit(8191 / 8, 2), 0}}, "5:1 1023:2"},
+             {"two in one packet", {{Unit(5, 1) + Unit(6, 2), 0}}, "5:1 6:2"},
+             {"split", {{front, 0}, {back, 0}, {Unit(4, 8), 0}}, "300:7 4:8"},
+             {"fragments with a header each",
+              {{front, 0}, {Bytes(whole.begin(), whole.begin() + 4) + back, 0}},
+              "300:7"},
+             {"a lost packet between whole ones", {{Unit(5, 1), 0}, {Unit(6, 2), 3}}, "5:1 6:2"},
+             {"torn by a loss", {{front, 0}, {Of(204, 9), 1}, {Unit(4, 8), 0}}, "4:8"},
+             {"an empty one", {{Unit(0, 0) + Unit(6, 2), 0}}, "6:2"},
+             {"two headers in front", {{two, 0}, {Unit(4, 8), 0}}, ""},
+             {"no header", {{Of(50, 1), 0}, {Unit(4, 8), 0}}, ""},
+         })
+        EXPECT_EQ(Bench(korvane::ipcapture::kFormatAac, 44100, 128000).FramesOf(packets), frames) << name;
     Bench bytewise(korvane::ipcapture::kFormatAac, 44100);
     for (const std::uint8_t byte : Unit(20, 5) + Unit(3, 6))
         bytewise.Send({byte});
@@ -178,35 +162,22 @@ std::vector<Bytes> Fragments(std::size_t count, std::uint8_t value, bool headed)
 
 TEST(AudioParser, ResumesWithTheNextWholeUnitBehindAGap)
 {
-    enum class Marker
-    {
-        AtTheEnd,
-        Never,
-        Always
-    };
-    struct Case
-    {
-        const char* name;
-        std::vector<std::size_t> sizes;
-        bool headed;
-        Marker marker;
-    };
-    const std::vector<std::size_t> sizes = {300, 330, 360, 300};
-    const std::vector<std::size_t> equal = {300, 300, 300, 300};
-    const Case cases[] = {
-        {"RFC 3640", sizes, true, Marker::AtTheEnd},
-        {"of one size", equal, true, Marker::AtTheEnd},
-        {"no markers", sizes, true, Marker::Never},
-        {"a marker on all", sizes, true, Marker::Always},
-        {"one header", equal, false, Marker::AtTheEnd},
-        {"one header, no markers", equal, false, Marker::Never},
-        {"one header, a marker on all", equal, false, Marker::Always},
-    };
-    for (const Case& c : cases)
+    const std::vector<std::size_t> sizes = {300, 330, 360, 300}, equal = {300, 300, 300, 300};
+    const std::string ends = "--m", never = "---", always = "mmm"; // which of three fragments has the marker
+    for (const auto& [name, units, headed, markers] :
+         Table<const char*, std::vector<std::size_t>, bool, std::string>{
+             {"RFC 3640", sizes, true, ends},
+             {"of one size", equal, true, ends},
+             {"no markers", sizes, true, never},
+             {"a marker on all", sizes, true, always},
+             {"one header", equal, false, ends},
+             {"one header, no markers", equal, false, never},
+             {"one header, a marker on all", equal, false, always},
+         })
     {
         for (std::size_t lost = 0; lost < 12; ++lost)
         {
-            SCOPED_TRACE(std::string(c.name) + ", lost " + std::to_string(lost));
+            SCOPED_TRACE(std::string(name) + ", lost " + std::to_string(lost));
             Bench bench(korvane::ipcapture::kFormatAac, 44100, 128000);
             bench.Send(Unit(9, 9), 0, true);
             std::string expected = "9:9";
@@ -214,12 +185,10 @@ TEST(AudioParser, ResumesWithTheNextWholeUnitBehindAGap)
             {
                 const auto value = static_cast<std::uint8_t>(i / 3 + 1);
                 if (i % 3 == 0 && lost / 3 != i / 3)
-                    expected += " " + std::to_string(c.sizes[i / 3]) + ":" + std::to_string(value);
-                if (i == lost)
-                    continue;
-                const bool marker =
-                    c.marker == Marker::Always || (c.marker == Marker::AtTheEnd && i % 3 == 2);
-                bench.Send(Fragments(c.sizes[i / 3], value, c.headed)[i % 3], lost + 1 == i ? 1 : 0, marker);
+                    expected += " " + std::to_string(units[i / 3]) + ":" + std::to_string(value);
+                if (i != lost)
+                    bench.Send(Fragments(units[i / 3], value, headed)[i % 3], lost + 1 == i ? 1 : 0,
+                               markers[i % 3] == 'm');
             }
             EXPECT_EQ(bench.Frames(), expected);
             for (const FrameRecord& frame : bench.frames)
@@ -251,30 +220,26 @@ TEST(AudioParser, StallsOnForeignBytesAndSaysSoNowAndThen)
 
 TEST(AudioParser, TellsTheDecoderWhatItNeeds)
 {
-    const struct
+    for (const auto& [config, sampleRate, channels, told] : Table<Bytes, std::uint32_t, std::uint8_t, Bytes>{
+             {{}, 44100, 1, {0x12, 0x08}},
+             {{}, 48000, 2, {0x11, 0x90}},
+             {{}, 7350, 1, {0x16, 0x08}},
+             {{}, 44101, 1, {}},
+             {{1, 2, 3}, 44101, 1, {1, 2, 3}},
+             {Of(255, 9), 44100, 1, Of(255, 9)},
+             {Of(256, 9), 44100, 1, {0x12, 0x08}},
+         })
     {
-        Bytes config;
-        std::uint32_t sampleRate;
-        std::uint8_t channels;
-        Bytes told;
-    } cases[] = {
-        {{}, 44100, 1, {0x12, 0x08}},         {{}, 48000, 2, {0x11, 0x90}},
-        {{}, 7350, 1, {0x16, 0x08}},          {{}, 44101, 1, {}},
-        {{1, 2, 3}, 44101, 1, {1, 2, 3}},     {Of(255, 9), 44100, 1, Of(255, 9)},
-        {Of(256, 9), 44100, 1, {0x12, 0x08}},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.sampleRate);
+        SCOPED_TRACE(sampleRate);
         Bench bench(korvane::ipcapture::kFormatAac);
         korvane::SDPAudioParameters parameters;
-        parameters.config = c.config;
+        parameters.config = config;
         bench.parser.SetParameters(parameters);
-        bench.parser.SetFormat({korvane::ipcapture::kFormatAac, c.sampleRate, 0, 16, c.channels});
+        bench.parser.SetFormat({korvane::ipcapture::kFormatAac, sampleRate, 0, 16, channels});
         bench.Send(Unit(5, 1));
         ASSERT_EQ(bench.frames.size(), 1u);
-        EXPECT_EQ(bench.frames[0].codecConfig, c.told);
-        EXPECT_EQ(bench.frames[0].stereo, c.channels == 2);
+        EXPECT_EQ(bench.frames[0].codecConfig, told);
+        EXPECT_EQ(bench.frames[0].stereo, channels == 2);
     }
 }
 
