@@ -1,17 +1,13 @@
 #include "channels/base_camera_channel.h"
 
 #include "support/fake_driver.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <functional>
-#include <memory>
+#include <array>
 #include <semaphore>
-#include <stdexcept>
 #include <thread>
-#include <vector>
 
 namespace korvane
 {
@@ -73,15 +69,6 @@ struct CameraChannel : testing::Test
         return lines;
     }
 
-    static ChannelSettings Settings(std::uint32_t width, std::uint32_t height, std::uint32_t frameIntervalMs)
-    {
-        ChannelSettings settings;
-        settings.width = width;
-        settings.height = height;
-        settings.frameIntervalMs = frameIntervalMs;
-        return settings;
-    }
-
     test::FakeDriver driver;
     test::FakeChannelClient client;
     TestChannel channel{2, &driver, &client};
@@ -93,11 +80,11 @@ TEST_F(CameraChannel, RunsFromStartToStop)
     EXPECT_EQ(channel.GetChannelState(), kChannelStopped);
     EXPECT_EQ(channel.stopsRequested, 0); // there was no thread
 
-    ASSERT_TRUE(channel.Start(Settings(640, 480, 40)));
+    ASSERT_TRUE(channel.Start({640, 480, 40}));
     channel.runs.acquire();
     channel.SetChannelState(kChannelRunning);
     EXPECT_EQ(channel.GetSettings().width, 640u);
-    ASSERT_TRUE(channel.Start(Settings(352, 288, 40))); // stops the one that runs first
+    ASSERT_TRUE(channel.Start({352, 288, 40})); // stops the one that runs first
     EXPECT_EQ(channel.stopsRequested, 1);
     channel.runs.acquire();
     EXPECT_EQ(channel.GetSettings().width, 352u);
@@ -207,40 +194,28 @@ TEST_F(CameraChannel, LogsOnlyChangesOfTheOnlineState)
 
 TEST_F(CameraChannel, TakesOverOnlyWhatAChangeChanges)
 {
-    const struct
+    using Values = std::array<std::uint32_t, 3>; // width, height, interval in ms
+    for (const auto& [name, before, change, mask, after] :
+         test::Table<const char*, Values, Values, std::uint32_t, Values>{
+             {"nothing", {640, 480, 40}, {640, 480, 40}, 0, {640, 480, 40}},
+             {"25 to 24 frames", {640, 480, 40}, {640, 480, 41}, 1, {640, 480, 41}},
+             {"2 frames either way", {640, 480, 500}, {640, 480, 501}, 0, {640, 480, 500}},
+             {"no rate is one frame", {640, 480, 0}, {640, 480, 1000}, 0, {640, 480, 0}},
+             {"width alone", {640, 480, 40}, {320, 480, 40}, 2, {320, 480, 40}},
+             {"height alone", {640, 480, 40}, {640, 240, 40}, 2, {640, 240, 40}},
+             {"all", {640, 480, 40}, {320, 240, 100}, 3, {320, 240, 100}},
+             {"0 frames is not 1", {640, 480, 1000}, {640, 480, 65535}, 1, {640, 480, 65535}},
+         })
     {
-        const char* name;
-        ChannelSettings before;
-        ChannelChange change;
-        std::uint32_t mask;
-        ChannelChange after;
-    } cases[] = {
-        {"nothing", Settings(640, 480, 40), {640, 480, 40}, 0, {640, 480, 40}},
-        {"25 to 24 frames", Settings(640, 480, 40), {640, 480, 41}, 1, {640, 480, 41}},
-        {"2 frames either way", Settings(640, 480, 500), {640, 480, 501}, 0, {640, 480, 500}},
-        {"no rate is one frame", Settings(640, 480, 0), {640, 480, 1000}, 0, {640, 480, 0}},
-        {"width alone", Settings(640, 480, 40), {320, 480, 40}, 2, {320, 480, 40}},
-        {"height alone", Settings(640, 480, 40), {640, 240, 40}, 2, {640, 240, 40}},
-        {"all", Settings(640, 480, 40), {320, 240, 100}, 3, {320, 240, 100}},
-        {"0 frames is another rate than one",
-         Settings(640, 480, 1000),
-         {640, 480, 65535},
-         1,
-         {640, 480, 65535}},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        ASSERT_TRUE(channel.Start(c.before));
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(channel.Start({before[0], before[1], before[2]}));
         EXPECT_TRUE(channel.ChangeSettings({1, 1, 1})); // the last one counts
-        EXPECT_TRUE(channel.ChangeSettings(c.change));
+        EXPECT_TRUE(channel.ChangeSettings({change[0], change[1], change[2]}));
         channel.Stop();
-        EXPECT_EQ(channel.GetPendingChange(), c.mask);
+        EXPECT_EQ(channel.GetPendingChange(), mask);
         EXPECT_EQ(channel.GetPendingChange(), 0u);
-        const ChannelSettings after = channel.GetSettings();
-        EXPECT_EQ(after.width, c.after.width);
-        EXPECT_EQ(after.height, c.after.height);
-        EXPECT_EQ(after.frameIntervalMs, c.after.frameIntervalMs);
+        const ChannelSettings settings = channel.GetSettings();
+        EXPECT_EQ((Values{settings.width, settings.height, settings.frameIntervalMs}), after);
     }
 }
 

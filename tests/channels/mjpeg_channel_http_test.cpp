@@ -6,9 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <map>
-#include <string>
-#include <vector>
 
 namespace korvane
 {
@@ -50,14 +47,6 @@ struct HttpChannel : testing::Test
     }
 
     void Connect(const HttpTestServer& server) { driver.device.port = server.Port(); }
-
-    static std::vector<std::string> Targets(const HttpTestServer& server)
-    {
-        std::vector<std::string> targets;
-        for (const TestHttpRequest& request : server.Requests())
-            targets.push_back(request.target);
-        return targets;
-    }
 
     std::vector<std::string> Delivered() const
     {
@@ -114,7 +103,7 @@ TEST_F(HttpChannel, DeliversPicturesAndComesBackWhenTheStreamDrops)
 
     EXPECT_EQ(Delivered(),
               (std::vector<std::string>{Picture('a'), Picture('b'), Picture('c'), Picture('d')}));
-    const std::vector<std::string> targets = Targets(server);
+    const std::vector<std::string> targets = server.Targets();
     ASSERT_GE(targets.size(), 5u);
     EXPECT_EQ((std::vector<std::string>(targets.begin(), targets.begin() + 4)),
               (std::vector<std::string>{kEncoderRequest, "/video.mjpg", kEncoderRequest, "/video.mjpg"}));
@@ -124,50 +113,23 @@ TEST_F(HttpChannel, DeliversPicturesAndComesBackWhenTheStreamDrops)
     EXPECT_EQ(driver.Messages(), expected);
 }
 
-/// A device of camera type 1 with its parameters.
-class SensorDevice
-{
-public:
-    std::map<std::string, std::string> parameters;
-    int pollsUntilReady = 0;
-
-    bool Answer(TestHttpPeer& peer, const TestHttpRequest& request)
-    {
-        const std::size_t query = request.target.find('?');
-        const std::string path = request.target.substr(0, query);
-        const std::string rest = query == std::string::npos ? "" : request.target.substr(query + 1);
-        if (path == "/cgi-bin/admin/getparam.cgi")
-        {
-            if (parameters.count(rest) == 0)
-                return peer.Send(HttpTestServer::Response(404, "none"));
-            if (modeChanged_ && rest == kResolution && pollsUntilReady-- == 0)
-                parameters[rest] = "800x600";
-            return peer.Send(HttpTestServer::Response(200, rest + "='" + parameters[rest] + "'\r\n"));
-        }
-        if (path == "/cgi-bin/admin/setparam.cgi")
-        {
-            const std::size_t assign = rest.find('=');
-            parameters[rest.substr(0, assign)] = rest.substr(assign + 1);
-            modeChanged_ = modeChanged_ || rest.starts_with("videoin_c0_options=");
-            return peer.Send(HttpTestServer::Response(200, "ok"));
-        }
-        peer.Send(kStreamHead + Part(Picture('a')));
-        return peer.WaitClosed();
-    }
-
-    static constexpr const char* kResolution = "videoin_c0_s0_resolution";
-
-private:
-    bool modeChanged_ = false;
-};
-
 TEST_F(HttpChannel, BringsTheSensorIntoTheModeForTheSize)
 {
-    SensorDevice device;
-    device.parameters = {{"videoin_c0_options", "framerate"}, {SensorDevice::kResolution, "800x600"}};
-    device.pollsUntilReady = 1;
-    HttpTestServer server([&](TestHttpPeer& peer, const TestHttpRequest& request)
-                          { return device.Answer(peer, request); });
+    const std::string get = "/cgi-bin/admin/getparam.cgi?", set = "/cgi-bin/admin/setparam.cgi?";
+    const std::string resolution = "videoin_c0_s0_resolution";
+    std::atomic<int> reads{0}; // of the size
+    HttpTestServer server(
+        [&](TestHttpPeer& peer, const TestHttpRequest& request)
+        {
+            if (request.target == "/video.mjpg")
+                return peer.Send(kStreamHead + Part(Picture('a'))) && peer.WaitClosed();
+            if (request.target == get + "videoin_c0_options")
+                return peer.Send(HttpTestServer::Response(200, "videoin_c0_options='framerate'\r\n"));
+            // The new mode is there at the third look, with its own size.
+            const bool isOld = request.target == get + resolution && ++reads == 2;
+            return peer.Send(
+                HttpTestServer::Response(200, resolution + (isOld ? "='640x480'\r\n" : "='800x600'\r\n")));
+        });
     Connect(server);
     driver.properties = {{6, "1"}, {8, "1"}, {14, "1;/video.mjpg;"}};
     settings.width = 1280;
@@ -177,19 +139,17 @@ TEST_F(HttpChannel, BringsTheSensorIntoTheModeForTheSize)
     ASSERT_TRUE(client.WaitForFrames(1));
     channel.Stop();
     client.EndCalls();
-    const std::string get = "/cgi-bin/admin/getparam.cgi?";
-    const std::string set = "/cgi-bin/admin/setparam.cgi?";
     const std::vector<std::string> expected = {
         get + "videoin_c0_options",
-        get + "videoin_c0_s0_resolution",
-        set + "videoin_c0_s0_resolution=640x480",
+        get + resolution,
+        set + resolution + "=640x480",
         set + "videoin_c0_options=quality",
-        get + "videoin_c0_s0_resolution",
-        get + "videoin_c0_s0_resolution",
+        get + resolution,
+        get + resolution,
         set + "videoin_c0_s0_codectype=mjpeg&videoin_c0_s0_field2frame=1&videoin_c0_s0_resolution=1280x1024"
               "&videoin_c0_s0_mjpeg_quant=5&videoin_c0_s0_mjpeg_qvalue=10",
         "/video.mjpg"};
-    EXPECT_EQ(Targets(server), expected);
+    EXPECT_EQ(server.Targets(), expected);
 }
 
 TEST_F(HttpChannel, SendsNothingThatItCannotSayInFull)
@@ -210,7 +170,7 @@ TEST_F(HttpChannel, SendsNothingThatItCannotSayInFull)
     failing.Stop();
     mute.Stop();
     client.EndCalls();
-    for (const std::string& target : Targets(server))
+    for (const std::string& target : server.Targets())
         EXPECT_EQ(target, "/cgi-bin/admin/getparam.cgi?videoin_c0_options");
 }
 
@@ -242,7 +202,7 @@ TEST_F(HttpChannel, SetsALegacyDeviceUpOnlyWhereItDiffers)
     const std::string stream = "/cgi-bin/video.jpg?cam=1&quality=5&size=2";
     const std::vector<std::string> expected = {get, "/cgi-bin/admin/setparam.cgi?video.quality.0=5", stream,
                                                get, stream};
-    EXPECT_EQ((std::vector<std::string>(Targets(server))), expected);
+    EXPECT_EQ(server.Targets(), expected);
 }
 
 } // namespace

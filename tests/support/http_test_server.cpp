@@ -226,6 +226,14 @@ void HttpTestServer::Serve(Peer& peer)
     peer.Shutdown();
 }
 
+std::vector<std::string> HttpTestServer::Targets() const
+{
+    std::vector<std::string> targets;
+    for (const TestHttpRequest& request : Requests())
+        targets.push_back(request.target);
+    return targets;
+}
+
 std::string HttpTestServer::Response(int status, std::string_view body, std::string_view headers)
 {
     std::string text = "HTTP/1.1 " + std::to_string(status) + " Answer\r\n";

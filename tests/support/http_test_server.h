@@ -61,6 +61,7 @@ public:
     std::uint16_t Port() const { return listener_.Port(); }
     int Connections() const { return connections_; } ///< accepted so far
     std::vector<TestHttpRequest> Requests() const { return requests_.Get(); }
+    std::vector<std::string> Targets() const; ///< of the requests
     void WaitForRequests(std::size_t count) const { requests_.WaitForCount(count); }
 
     /// A whole response with a right Content-Length.
