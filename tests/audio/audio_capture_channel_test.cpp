@@ -9,6 +9,7 @@
 #include "support/scripted_rtsp_server.h"
 #include "support/settings_folder.h"
 #include "support/table.h"
+#include "transport/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -37,34 +38,27 @@ public:
     /// Waits until the states heard so far begin so; gives all of them.
     std::string WaitForStates(const std::string& states)
     {
-        std::unique_lock guard(mutex_);
-        changed_.wait_for(guard, test::kPatience, [&] { return states_.starts_with(states); });
-        return states_;
+        states_.WaitFor([&](const std::string& heard) { return heard.starts_with(states); });
+        return states_.Get();
     }
     std::vector<test::FrameRecord> WaitForFrames(std::size_t count)
     {
-        std::unique_lock guard(mutex_);
-        EXPECT_TRUE(changed_.wait_for(guard, test::kPatience, [&] { return frames_.size() >= count; }));
-        frames_.resize(std::max(frames_.size(), count));
-        return frames_;
+        std::vector<test::FrameRecord> frames = frames_.GetOnce(count);
+        EXPECT_GE(frames.size(), count);
+        frames.resize(std::max(frames.size(), count));
+        return frames;
     }
 
     bool AudioFrame(ipcapture::IHostFrame* frame) override
     {
         Called();
-        const std::lock_guard guard(mutex_);
-        frames_.push_back(static_cast<test::FakeFrame*>(frame)->Record());
-        changed_.notify_all();
+        frames_.Add(static_cast<test::FakeFrame*>(frame)->Record());
         return true;
     }
     void StateChanged(std::uint32_t audioChannel, std::uint32_t state) override
     {
         EXPECT_EQ(Answer(audioChannel), 7u);
-        {
-            const std::lock_guard guard(mutex_);
-            states_ += std::to_string(state);
-            changed_.notify_all();
-        }
+        states_.Change([&](std::string& heard) { heard += std::to_string(state); });
         if (onState)
             onState(state);
     }
@@ -85,10 +79,8 @@ public:
 
 private:
     std::uint32_t at_ = 0;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::string states_;
-    std::vector<test::FrameRecord> frames_;
+    test::Watched<std::string> states_;
+    test::WatchedList<test::FrameRecord> frames_;
 };
 
 const std::string kLost = "korvane::CBaseAudioRTSPChannel::SetDeviceState: Audio signal was lost for ";
@@ -149,29 +141,21 @@ struct Device
                         " RTP/AVP 97\r\n" + audio + "a=control:trackID=2\r\n")};
             ScriptedRTSPServer::Reply reply = ScriptedRTSPServer::Ordinary(method, request);
             if (method == "PLAY" && ++plays != 0 && groupPort == 0 && !payload.empty())
-                reply.bytes += Interleaved();
+            {
+                const Bytes packet = test::Framed(0, test::RTPBytes(1, payload));
+                reply.bytes.append(packet.begin(), packet.end());
+            }
             return reply;
         }};
-
-    std::string Interleaved() const
-    {
-        const std::size_t size = payload.size() + 12;
-        std::string bytes = {
-            '$', 0, static_cast<char>(size >> 8), static_cast<char>(size), '\x80', 97, 0, 1, 0, 0, 0, 0, 0, 0,
-            0,   1};
-        return bytes.append(payload.begin(), payload.end());
-    }
 };
 
 const std::string kInterleaved = "<RTPMode>RTPOVERRTSP</RTPMode>";
-const std::string kOverUdp = "<RTPMode>UDP</RTPMode>";
 
 struct Fixture
 {
-    explicit Fixture(const std::string& settings = "")
+    explicit Fixture(const std::string& settings = kInterleaved)
     {
-        const std::string mode = settings == kOverUdp ? "" : kInterleaved;
-        folder.Write("<Configuration><Default>" + mode + settings + "</Default></Configuration>");
+        folder.Write("<Configuration><Default>" + settings + "</Default></Configuration>");
         driver.hostDirectory = folder.Path();
         driver.allocator = &allocator;
         driver.device.port = device.http.Port();
@@ -181,8 +165,8 @@ struct Fixture
     std::string Requests() const ///< the targets, without what all have in front
     {
         std::string text;
-        for (const auto& request : device.http.Requests())
-            text += (text.empty() ? "" : " ") + request.target.substr(std::string("/cgi-bin/admin/").size());
+        for (const std::string& target : device.http.Targets())
+            text += (text.empty() ? "" : " ") + target.substr(std::string("/cgi-bin/admin/").size());
         return text;
     }
 
@@ -240,8 +224,7 @@ TEST(AudioCaptureChannel, AgreesOnACodecWithHostFileAndDevice)
          })
     {
         SCOPED_TRACE(name);
-        Fixture f(wanted.empty() ? ""
-                                 : "<AudioInputChannel><Codec>" + wanted + "</Codec></AudioInputChannel>");
+        Fixture f(kInterleaved + "<AudioInputChannel><Codec>" + wanted + "</Codec></AudioInputChannel>");
         f.driver.properties[17] = selected;
         f.host.formats = Utils::SplitString(formats, ',');
         f.device.parameters = parameters;
@@ -331,15 +314,13 @@ TEST(AudioCaptureChannel, LooksForALostSignalForEver)
 /// A second of telephone sound in datagrams to that place.
 void SendSecond(platform::Socket& sender, const platform::SocketAddress& to)
 {
-    Bytes packet = {0x80, 97, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-    packet.resize(packet.size() + 1000, 1);
-    for (packet[3] = 0; packet[3] < 8; ++packet[3])
-        sender.SendTo(to, packet);
+    for (std::uint16_t sequence = 0; sequence < 8; ++sequence)
+        sender.SendTo(to, test::RTPBytes(sequence, Bytes(1000, 1)));
 }
 
 TEST(AudioCaptureChannel, TakesDatagramsOfItsDevice)
 {
-    Fixture f(kOverUdp);
+    Fixture f("");
     f.device.audio = kPcmu;
     const auto channel = f.Channel();
     ASSERT_TRUE(channel->Start());
@@ -441,7 +422,7 @@ TEST(AudioCaptureChannel, EndsInTimeWhateverTheDeviceOwes)
     const auto stop = [](bool isInterleaved, const HttpTestServer::Script& web, const std::string& unanswered)
     {
         SCOPED_TRACE(unanswered);
-        Fixture f(isInterleaved ? "" : kOverUdp);
+        Fixture f(isInterleaved ? kInterleaved : "");
         f.device.audio = kPcmu;
         f.device.unanswered = unanswered;
         const test::BlackHole hole; // nobody takes the connection to it

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "platform/clock.h"
 #include "support/fake_driver.h"

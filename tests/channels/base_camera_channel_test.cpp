@@ -96,39 +96,6 @@ TEST_F(CameraChannel, RunsFromStartToStop)
     EXPECT_TRUE(driver.Messages().empty()); // it was never online
 }
 
-TEST_F(CameraChannel, IsGivenUpWhenTheHostHoldsItsThread)
-{
-    driver.device.networkTimeoutMs = 20; // the stop waits for twice as long
-    static std::binary_semaphore inHost{
-        0}; // static: the thread that was given up keeps sleeping after the test
-    static std::binary_semaphore letGo{0};
-    static std::binary_semaphore cameBack{0};
-    test::FakeAllocator allocator;
-    ipcapture::IHostFrame* const frame = allocator.AllocateVideoFrame(ipcapture::kFormatJpeg, 4, "Larkmoor");
-    client.OnDeliver(
-        []
-        {
-            inHost.release();
-            letGo.acquire();
-            return true;
-        });
-
-    auto held = std::make_unique<TestChannel>(0, &driver, &client);
-    held->body = [&held, frame]
-    {
-        held->SendFrameToHost(frame);
-        cameBack.release();
-    };
-    ASSERT_TRUE(held->Start({}));
-    inHost.acquire();
-    held->Stop();
-    EXPECT_EQ(held->GetChannelState(), kChannelStopped);
-    held.reset();
-    letGo.release(); // the host lets go of a thread whose channel is gone
-    EXPECT_FALSE(cameBack.try_acquire_for(std::chrono::milliseconds(50)));
-    allocator.ReleaseFrame(frame);
-}
-
 TEST_F(CameraChannel, MayBeStoppedFromInsideACallOnItsClient)
 {
     test::FakeAllocator allocator;

@@ -1,7 +1,5 @@
 #include "transport/rtcp_handler.h"
 
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "platform/clock.h"

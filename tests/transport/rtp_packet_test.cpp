@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 

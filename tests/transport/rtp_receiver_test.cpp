@@ -9,7 +9,6 @@
 #include <thread>
 
 #include "platform/clock.h"
-#include "platform/thread.h"
 #include "support/fake_driver.h"
 #include "support/loopback.h"
 #include "support/table.h"
@@ -47,8 +46,6 @@ public:
         if (sequence == 13)
             throw std::runtime_error("thirteen");
     }
-    void OnRTPTimeout() override {}
-    void OnRTPClosed() override {}
 
     bool WaitForSequence(std::uint16_t last)
     {
@@ -249,31 +246,6 @@ TEST_F(RTPReceiver, ReadsWithin10MsOfTheUsersBlocking)
     EXPECT_LE(delays[kTries / 4], std::chrono::milliseconds(10));
 }
 
-TEST_F(RTPReceiver, TimeoutsComeFromTheReaderAndNotDuringAStop)
-{
-    struct TimedUser : User
-    {
-        void OnRTPTimeout() override
-        {
-            EXPECT_FALSE(isStopped);
-            came.Set();
-        }
-        std::atomic<bool> isStopped{false};
-        CEvent came{false};
-    } timed;
-    receiver.SetUser(&timed);
-    for (int run = 0; run < 20; ++run)
-    {
-        timed.isStopped = false;
-        ASSERT_TRUE(receiver.StartUnicast(0));
-        receiver.Client()->SetWaitTime(1);
-        UDPPeer(receiver.GetPort()).Send(MakePacket(2)); // ends the first wait, which is longer
-        ASSERT_TRUE(timed.came.Wait(kPatienceMs));
-        receiver.Stop();
-        timed.isStopped = true;
-    }
-}
-
 TEST_F(RTPReceiver, ALogThatStallsDoesNotHoldUpTheSocket)
 {
     struct StallingLog : IDebugMessage
@@ -351,32 +323,6 @@ TEST_F(RTPReceiver, TellsOnceAMinuteWhatTheSystemDropped)
     }
     EXPECT_LE(told, receiver.Client()->DroppedDatagrams());
     EXPECT_GE(told, toTell) << "what was not told at once comes with the next line";
-}
-
-TEST_F(RTPReceiver, GivesUpAUserThatNeverComesBack)
-{
-    struct DeafUser : User
-    {
-        void OnRTPReceived(const platform::SocketAddress&, CRTPPacket& packet) override
-        {
-            {
-                const platform::AwayScope host;
-                static CManualEvent never;
-                held.Set();
-                never.Wait(kWaitForever);
-            }
-            packet = CRTPPacket(); // gone, and so is everything else
-        }
-    };
-    auto deaf = std::make_unique<DeafUser>();
-    auto own = std::make_unique<CRTPReceiver>(&driver);
-    own->SetUser(deaf.get());
-    ASSERT_TRUE(own->StartUnicast(0));
-    UDPPeer(own->GetPort()).Send(MakePacket(2));
-    ASSERT_TRUE(deaf->held.Wait(kPatienceMs));
-    own.reset();
-    deaf.reset();
-    EXPECT_TRUE(driver.WaitForMessage("was not stopped during 2000 milliseconds and will be terminated!"));
 }
 
 } // namespace korvane

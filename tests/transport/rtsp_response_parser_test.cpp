@@ -3,7 +3,6 @@
 #include "support/table.h"
 
 #include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
 

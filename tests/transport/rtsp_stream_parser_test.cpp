@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <string>
 
 #include <gtest/gtest.h>
 
