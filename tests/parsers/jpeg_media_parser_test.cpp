@@ -111,12 +111,6 @@ TEST_F(JpegMediaParser, CutsPicturesOutOfBlocks)
              {"a fill byte before the start", {Bytes{0xFF} + one}, {one}},
              // The outer picture goes on behind the thumbnail's end, but is open no more.
              {"a thumbnail inside", {withThumbnail}, {thumbnail}},
-             {"the end split between blocks is not seen",
-              {Bytes(one.begin(), one.end() - 1), Bytes{0xD9}, two},
-              {two}},
-             {"the start split between blocks is not seen",
-              {Bytes{0xFF}, Bytes(one.begin() + 1, one.end()), two},
-              {two}},
              {"only baseline pictures have a size", {progressive, one}, {one}},
              {"the size stays for a picture without one",
               {one, kStart + kScan + kEnd},

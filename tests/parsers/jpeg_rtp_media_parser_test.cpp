@@ -71,6 +71,7 @@ struct Decoded
     unsigned height = 0;
     long warnings = 0;
     Bytes pixels;
+    bool operator==(const Decoded&) const = default;
 };
 
 Decoded Decode(const Bytes& file)
@@ -123,35 +124,26 @@ void SendFile(JpegBench& bench, const Bytes& file, const JpegPicture& picture, i
         for (int i = 0; i < picture.tables; ++i)
         {
             const Bytes table = Segment(file, 0xDB, at);
-            tables.insert(tables.end(), table.begin() + 1, table.end());
+            tables = tables + Bytes(table.begin() + 1, table.end());
         }
     at = 2;
     Segment(file, 0xDA, at);
     const std::size_t end = file.size() - (withEnd ? 0 : 2);
-    const auto type =
-        static_cast<std::uint8_t>((picture.halfHeight ? 1 : 0) + (picture.restart != 0 ? 64 : 0));
+    const auto byte = [](auto value) { return static_cast<std::uint8_t>(value); };
+    const auto eighth = [&](unsigned pixels) { return byte(pixels > 2040 ? 0 : pixels / 8); };
+    const std::uint8_t type = byte((picture.halfHeight ? 1 : 0) + (picture.restart != 0 ? 64 : 0));
     for (std::size_t offset = 0; at + offset < end; offset += step)
     {
-        Bytes payload = {0,
-                         static_cast<std::uint8_t>(offset >> 16),
-                         static_cast<std::uint8_t>(offset >> 8),
-                         static_cast<std::uint8_t>(offset),
-                         type,
-                         static_cast<std::uint8_t>(q),
-                         static_cast<std::uint8_t>(picture.width > 2040 ? 0 : picture.width / 8),
-                         static_cast<std::uint8_t>(picture.height > 2040 ? 0 : picture.height / 8)};
+        Bytes payload = {0,       byte(offset >> 16),    byte(offset >> 8),     byte(offset), type,
+                         byte(q), eighth(picture.width), eighth(picture.height)};
         if (picture.restart != 0)
-            payload.insert(payload.end(), {static_cast<std::uint8_t>(picture.restart >> 8),
-                                           static_cast<std::uint8_t>(picture.restart), 0xFF, 0xFF});
+            payload = payload + Bytes{byte(picture.restart >> 8), byte(picture.restart), 0xFF, 0xFF};
         if (offset == 0 && q >= 128)
-        {
-            payload.insert(payload.end(), {0, 0, 0, static_cast<std::uint8_t>(tables.size())});
-            payload.insert(payload.end(), tables.begin(), tables.end());
-        }
+            payload = payload + Bytes{0, 0, 0, byte(tables.size())} + tables;
         const std::size_t count = std::min(step, end - at - offset);
         const auto from = file.begin() + static_cast<std::ptrdiff_t>(at + offset);
-        payload.insert(payload.end(), from, from + static_cast<std::ptrdiff_t>(count));
-        bench.Send(payload, at + offset + count == end);
+        bench.Send(payload + Bytes(from, from + static_cast<std::ptrdiff_t>(count)),
+                   at + offset + count == end);
     }
 }
 
@@ -184,11 +176,7 @@ TEST(JpegRTPMediaParser, RebuildsTheEncodersPicture)
         EXPECT_EQ(JpegBench::FormatOf(frame), "JPEG");
         EXPECT_EQ(frame.width, picture.width);
         EXPECT_EQ(frame.height, picture.height);
-        const Decoded rebuilt = Decode(frame.data);
-        EXPECT_EQ(rebuilt.warnings, 0);
-        EXPECT_EQ(rebuilt.width, picture.width);
-        EXPECT_EQ(rebuilt.height, picture.height);
-        EXPECT_TRUE(rebuilt.pixels == Decode(file).pixels);
+        EXPECT_TRUE(Decode(frame.data) == Decode(file)); // with no warning, as the encoder's own
     }
 }
 

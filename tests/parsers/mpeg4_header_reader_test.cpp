@@ -4,7 +4,6 @@
 #include "support/table.h"
 
 #include <memory>
-#include <string>
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <gtest/gtest.h>
-#include <tuple>
 
 #include "support/table.h"
 

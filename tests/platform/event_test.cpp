@@ -1,11 +1,8 @@
 #include "platform/event.h"
 
 #include <array>
-#include <atomic>
 #include <gtest/gtest.h>
-#include <memory>
 #include <thread>
-#include <vector>
 
 #include "support/watched.h"
 

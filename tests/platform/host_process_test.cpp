@@ -1,9 +1,6 @@
 #include "platform/host_process.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 
 #include "support/settings_folder.h"

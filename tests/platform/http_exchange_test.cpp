@@ -7,15 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <future>
 #include <thread>
 
 using namespace korvane::platform;
-using korvane::test::HttpTestServer, korvane::test::Table, korvane::test::TestHttpPeer,
-    korvane::test::TestHttpRequest;
+using namespace korvane::test;
 
 namespace
 {
@@ -311,69 +309,42 @@ TEST_F(HttpExchanges, ComesThroughWhatServersDoWrong)
     constexpr auto closes = [](TestHttpPeer&) { return false; };
     constexpr auto resets = [](TestHttpPeer& peer) { return peer.Reset(), false; };
     using enum HttpError;
-    const struct
+    using End = bool (*)(TestHttpPeer&);
+    // What it says once, and for ever.
+    for (const auto& [name, says, endless, end, error, body, bodyError] :
+         Table<const char*, std::string, std::string, End, HttpError, const char*, HttpError>{
+             {"a short body", ok + "Content-Length: 9\r\n\r\nabc", "", closes, kNone, "abc", kConnection},
+             {"a long body", ok + "Content-Length: 3\r\n\r\nabcdef", "", stays, kNone, "abc", kNone},
+             {"no length", "HTTP/1.0 200 OK\r\n\r\nabc", "", closes, kNone, "abc", kNone},
+             {"a trailer", chunked + "3\r\nabc\r\n2;x=y\r\nde\r\n0\r\nContent-Length: 77\r\n\r\n", "", stays,
+              kNone, "abcde", kNone},
+             {"a chunk that lies", chunked + "zz\r\nabc\r\n", "", stays, kNone, "", kConnection},
+             {"an interim response", more + "\r\n" + HttpTestServer::Response(200, "abc"), "", stays, kNone,
+              "abc", kNone},
+             {"no HTTP", std::string(5000, '\xFF'), "", closes, kInvalidResponse, "", kNone},
+             {"nothing, and closed", "", "", closes, kConnection, "", kNone},
+             {"a reset", "", "", resets, kConnection, "", kNone},
+             {"half a head, and closed", ok + "Content-Le", "", closes, kInvalidResponse, "", kNone},
+             {"headers without end", ok, header, closes, kInvalidResponse, "", kNone},
+             {"interim responses without end", "", more + header + "\r\n", closes, kInvalidResponse, "",
+              kNone},
+         })
     {
-        const char* name;
-        std::string says, endless; // once, and for ever
-        bool (*end)(TestHttpPeer&);
-        HttpError error;
-        const char* body;
-        HttpError bodyError;
-    } cases[] = {
-        {"a short body", ok + "Content-Length: 9\r\n\r\nabc", "", closes, kNone, "abc", kConnection},
-        {"a long body", ok + "Content-Length: 3\r\n\r\nabcdef", "", stays, kNone, "abc", kNone},
-        {"no length", "HTTP/1.0 200 OK\r\n\r\nabc", "", closes, kNone, "abc", kNone},
-        {"a trailer", chunked + "3\r\nabc\r\n2;x=y\r\nde\r\n0\r\nContent-Length: 77\r\n\r\n", "", stays,
-         kNone, "abcde", kNone},
-        {"a chunk that lies", chunked + "zz\r\nabc\r\n", "", stays, kNone, "", kConnection},
-        {"an interim response", more + "\r\n" + HttpTestServer::Response(200, "abc"), "", stays, kNone, "abc",
-         kNone},
-        {"no HTTP", std::string(5000, '\xFF'), "", closes, kInvalidResponse, "", kNone},
-        {"nothing, and closed", "", "", closes, kConnection, "", kNone},
-        {"a reset", "", "", resets, kConnection, "", kNone},
-        {"half a head, and closed", ok + "Content-Le", "", closes, kInvalidResponse, "", kNone},
-        {"headers without end", ok, header, closes, kInvalidResponse, "", kNone},
-        {"interim responses without end", "", more + header + "\r\n", closes, kInvalidResponse, "", kNone},
-    };
-    for (const auto& c : cases)
-    {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(name);
         Serve(
-            [&](TestHttpPeer& peer, const TestHttpRequest&)
+            [first = says, more = endless, last = end](TestHttpPeer& peer, const TestHttpRequest&)
             {
-                peer.Send(c.says);
-                while (!c.endless.empty() && peer.Send(c.endless))
+                peer.Send(first);
+                while (!more.empty() && peer.Send(more))
                     continue;
-                return c.end(peer);
+                return last(peer);
             });
         const Answer answer = Get();
-        EXPECT_EQ(answer.error, c.error);
-        EXPECT_EQ(answer.body, c.body);
-        EXPECT_EQ(answer.bodyError, c.bodyError);
+        EXPECT_EQ(answer.error, error);
+        EXPECT_EQ(answer.body, body);
+        EXPECT_EQ(answer.bodyError, bodyError);
         EXPECT_NE(answer.length, 77u); // a trailer is no header
     }
-    server_.reset(); // before what its script uses
-}
-
-TEST_F(HttpExchanges, CountsTimeOutsFromTheLastByte)
-{
-    // Each byte is well in time, and all of them together are far over it.
-    const HttpTimeouts timeouts{10000, 10000, 4000, 0};
-    Serve(
-        [](TestHttpPeer& peer, const TestHttpRequest&)
-        {
-            peer.SendSlowly("HTTP/1.1 200 OK\r\n\r\n", 130);
-            peer.SendSlowly("slow but alive", 130);
-            return peer.WaitClosed(); // and silent from now on
-        },
-        false, timeouts);
-    const auto start = std::chrono::steady_clock::now();
-    const Answer answer = Get();
-    const auto passed = std::chrono::steady_clock::now() - start;
-    EXPECT_EQ(answer.error, HttpError::kNone);
-    EXPECT_EQ(answer.body, "slow but alive");
-    EXPECT_EQ(answer.bodyError, HttpError::kTimeout);
-    EXPECT_GE(passed, std::chrono::milliseconds(32 * 130 + 4000));
 }
 
 TEST_F(HttpExchanges, BoundsTheHeadAndTheConnection)
@@ -389,7 +360,7 @@ TEST_F(HttpExchanges, BoundsTheHeadAndTheConnection)
 
     // A TLS handshake that nobody answers belongs to the connection.
     plan_.secure = true;
-    const korvane::test::LoopbackListener silent;
+    const LoopbackListener silent;
     device_.timeouts = {200, 10000, 10000, 10000};
     Connect("127.0.0.1", silent.Port());
     EXPECT_EQ(Get().error, HttpError::kTimeout);
@@ -401,17 +372,6 @@ TEST_F(HttpExchanges, BoundsTheHeadAndTheConnection)
     Connect(std::string(64, 'x') + ".invalid", 80); // no name can be so long
     plan_.secure = false;
     EXPECT_EQ(Get().error, HttpError::kNameNotResolved);
-}
-
-TEST_F(HttpExchanges, ClosesFromAnotherThread)
-{
-    Serve([](TestHttpPeer& peer, const TestHttpRequest&) { return peer.WaitClosed(); });
-    const auto exchange = Open();
-    auto waiting = std::async(std::launch::async, [&] { return exchange->Send(); });
-    server_->WaitForRequests(1);
-    exchange->Close();
-    EXPECT_EQ(waiting.get(), HttpError::kCancelled);
-    EXPECT_EQ(exchange->Send(), HttpError::kCancelled);
 }
 
 TEST_F(HttpExchanges, LetsGoOfWhatAGivenUpThreadUsed)

@@ -1,10 +1,7 @@
 #include "platform/thread.h"
 
 #include <array>
-#include <atomic>
-#include <chrono>
 #include <gtest/gtest.h>
-#include <memory>
 #include <thread>
 
 #include "platform/socket.h"
@@ -99,6 +96,7 @@ TEST(Thread, OneThatWasGivenUpNeverComesBack)
         ASSERT_TRUE(!sleeps || test::WaitUntilAsleep(id));
         EXPECT_EQ(thread.Wait(0), WaitResult::kTimeout);
         thread.GiveUp();
+        const std::uint64_t counted = work->counter;
         EXPECT_EQ(thread.Wait(0), WaitResult::kSignalled);
         thread.Close();
 
@@ -107,6 +105,7 @@ TEST(Thread, OneThatWasGivenUpNeverComesBack)
         peer.SendTo(to, bytes);
         hostIsDone = true;
         hostIsDone.notify_all();
+        EXPECT_EQ(work->counter, counted) << "halted by the time that it is given up";
         work.reset();
         EXPECT_TRUE(test::WaitUntilHalted(id));
 
