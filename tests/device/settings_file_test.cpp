@@ -10,7 +10,6 @@
 #include <atomic>
 #include <latch>
 #include <thread>
-#include <vector>
 
 using namespace korvane;
 using ::testing::SizeIs;

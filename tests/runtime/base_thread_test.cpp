@@ -1,9 +1,6 @@
 #include "runtime/base_thread.h"
 
-#include <functional>
 #include <gmock/gmock.h>
-#include <memory>
-#include <string>
 #include <thread>
 
 #include "support/fake_driver.h"

@@ -1,7 +1,6 @@
 #include "runtime/queue_thread.h"
 
 #include <gmock/gmock.h>
-#include <vector>
 
 #include "support/table.h"
 #include "support/watched.h"
@@ -12,9 +11,8 @@ namespace korvane
 namespace
 {
 
+using test::kPatienceMs;
 using ::testing::ElementsAre, ::testing::UnorderedElementsAre;
-
-constexpr std::uint32_t kPatienceMs = 20000;
 
 // What has become of the items of a test. Handling item 0 says so and then holds the thread until it is let
 // go.
@@ -87,11 +85,7 @@ TEST(QueueThread, AStopDeletesWhatWaitsAndRefusesWhatComes)
 TEST(WorkItemThreadEx, DropsTheOldestBeyondTheLimit)
 {
     for (const auto& [limit, handled] : test::Table<std::size_t, std::vector<int>>{
-             {0, {0, 1, 2, 3, 99}}, // no limit
-             {1, {0, 99}},
-             {3, {0, 2, 3, 99}},
-             {10, {0, 1, 2, 3, 99}},
-         })
+             {0, {0, 1, 2, 3, 99}}, {1, {0, 99}}, {3, {0, 2, 3, 99}}, {10, {0, 1, 2, 3, 99}}}) // 0: none
     {
         SCOPED_TRACE(limit);
         Handler handler;

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/clock.h"
-#include "runtime/smart_ptr.h"
 
 namespace korvane
 {
@@ -24,36 +23,6 @@ TEST(Time, TellsWhatHasGoneBySinceTheStamp)
     // 50 days are more milliseconds than 32 bits hold.
     clock.AdvanceTicks(50 * 86400 * platform::kTicksPerSecond);
     EXPECT_EQ(time.GetElapsedMs(), 25032704u);
-}
-
-TEST(SmartPtr, DeletesTheObjectOnceWithItsLastOwner)
-{
-    static int count = 0;
-    struct Counted
-    {
-        Counted() { ++count; }
-        virtual ~Counted() { --count; }
-    };
-    {
-        TSmartPtr<Counted> first(new Counted);
-        TSmartPtr<Counted> second(first);
-        TSmartPtr<Counted> third;
-        third = second;
-        EXPECT_EQ(first.Get(), third.Get());
-        first.Release();
-        second = TSmartPtr<Counted>();
-        EXPECT_EQ(count, 1);
-        third = *&third;
-        EXPECT_EQ(count, 1);
-        TSmartPtr<Counted> fourth(std::move(third));
-        EXPECT_FALSE(third);
-        fourth.Reset(new Counted);
-        EXPECT_EQ(count, 1);
-        TSmartPtr<Counted> ofEmpty(third);
-        EXPECT_FALSE(ofEmpty);
-        ofEmpty.Release();
-    }
-    EXPECT_EQ(count, 0);
 }
 
 } // namespace korvane
