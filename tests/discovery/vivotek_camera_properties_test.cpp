@@ -51,18 +51,36 @@ TEST(VivotekCameraProperties, FailsWithItsReason)
     }
 }
 
-TEST(VivotekCameraProperties, AsksForOneGroupAfterTheOther)
+TEST(VivotekCameraProperties, AsksForOneGroupAfterTheOtherUntilItIsCancelled)
 {
-    Query current(kCurrent);
-    EXPECT_TRUE(current.Fetch());
-    EXPECT_EQ(current.book->Queries(),
-              (std::vector<std::string>{"system_info_modelname", "capability&status", "capability",
-                                        "camctrl_c0_preset", "videoin", "network"}));
-    Query legacy(kLegacyCamera);
-    EXPECT_TRUE(legacy.Fetch());
-    EXPECT_EQ(legacy.book->Queries(),
-              (std::vector<std::string>{"system_info_modelname", "system.modelname", "capability&status",
-                                        "system&video&network", "capability"}));
+    const struct
+    {
+        const Parameters& parameters;
+        std::vector<std::string> queries;
+    } cases[] = {{kCurrent,
+                  {"system_info_modelname", "capability&status", "capability", "camctrl_c0_preset", "videoin",
+                   "network"}},
+                 {kLegacyCamera,
+                  {"system_info_modelname", "system.modelname", "capability&status", "system&video&network",
+                   "capability"}}};
+    for (const auto& c : cases)
+    {
+        Query whole(c.parameters);
+        EXPECT_TRUE(whole.Fetch());
+        EXPECT_EQ(whole.book->Queries(), c.queries);
+        for (std::size_t count = 1; count <= c.queries.size(); ++count)
+        {
+            Query query(c.parameters);
+            query.book->OnRequest(
+                [&](const std::string& asked)
+                {
+                    if (asked == c.queries[count - 1])
+                        query.properties.CancelFetch();
+                });
+            EXPECT_FALSE(query.Fetch());
+            EXPECT_EQ(query.book->Queries().size(), count);
+        }
+    }
 }
 
 } // namespace korvane
