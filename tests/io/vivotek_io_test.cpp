@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <stdexcept>
@@ -35,46 +34,26 @@ public:
     void ConnectionLost() override { Add("lost"); }
 
     std::function<void()> inEachCall = [] {};
-
-    std::size_t Count()
-    {
-        const std::lock_guard guard(mutex_);
-        return lines_.size();
-    }
-
-    bool WaitForMore(std::size_t count)
-    {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, test::kPatience, [&] { return lines_.size() > count; });
-    }
+    test::WatchedList<std::string> lines;
 
     /// Waits until the last lines are these.
-    bool WaitForEnd(const Lines& wanted)
+    bool WaitForEnd(const Lines& wanted) const
     {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, test::kPatience,
-                                 [&] {
-                                     return lines_.size() >= wanted.size() &&
-                                            std::equal(wanted.rbegin(), wanted.rend(), lines_.rbegin());
-                                 });
+        return lines.WaitFor(
+            [&](const Lines& all) {
+                return all.size() >= wanted.size() &&
+                       std::equal(wanted.rbegin(), wanted.rend(), all.rbegin());
+            });
     }
 
 private:
-    void Add(std::string line)
+    void Add(const std::string& line)
     {
         Called();
-        {
-            const std::lock_guard guard(mutex_);
-            lines_.push_back(std::move(line));
-            changed_.notify_all();
-        }
+        lines.Add(line);
         inEachCall();
         throw std::runtime_error("the host's own trouble");
     }
-
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    Lines lines_;
 };
 
 class QuickIO : public CVivotekIO
@@ -245,6 +224,23 @@ TEST_F(DigitalIO, StopsInTheMiddleOfAPollWithoutANewsOfIt)
     io.StopIO();
 }
 
+TEST_F(DigitalIO, GoesOnWhenItIsStartedASecondTime)
+{
+    driver_.inputCount = 1;
+    Inputs("di0=0\r\n");
+    QuickIO io(&driver_);
+    io.SetClient(&client_);
+    ASSERT_TRUE(io.StartIO());
+    EXPECT_TRUE(client_.WaitForEnd({"0=1"}));
+    EXPECT_FALSE(io.StartIO());
+    EXPECT_EQ(driver_.Texts(1),
+              Lines{"korvane::CIOBase::StartIO: Starting of Digital Input thread (Larkmoor / " +
+                    driver_.GetDeviceName() + ") failed!"});
+    Inputs("di0=1\r\n");
+    EXPECT_TRUE(client_.WaitForEnd({"0=2"}));
+    io.StopIO();
+}
+
 TEST_F(DigitalIO, WaitsAsLongForADeviceAsIsSetWhenItStarts)
 {
     driver_.inputCount = 1;
@@ -268,14 +264,14 @@ TEST_F(DigitalIO, StopsFromInsideItsCalls)
     client_.inEachCall = [&io] { io.StopIO(); }; // on both threads, and on a third one besides
     for (int round = 0; round < 30; ++round)
     {
-        const std::size_t before = client_.Count();
+        const std::size_t before = client_.lines.Get().size();
         ASSERT_TRUE(io.StartIO());
         io.SetOutput(1, 2);
-        EXPECT_TRUE(client_.WaitForMore(before));
+        EXPECT_TRUE(client_.lines.WaitForCount(before + 1));
         io.StopIO();
-        const std::size_t told = client_.Count();
+        const std::size_t told = client_.lines.Get().size();
         EXPECT_FALSE(io.SetOutput(1, 2));
-        EXPECT_EQ(client_.Count(), told);
+        EXPECT_EQ(client_.lines.Get().size(), told);
     }
 }
 
@@ -304,31 +300,6 @@ TEST_F(DigitalIO, TellsOnceThatItWasStoppedFromInside)
     EXPECT_EQ(driver_.Texts(1),
               Lines{"korvane::CIOBase::StopIO: Stopping of Digital Input thread (Larkmoor / " +
                     driver_.GetDeviceName() + ") failed!"});
-}
-
-TEST_F(DigitalIO, StartsAndStopsAHundredTimes)
-{
-    driver_.inputCount = 2;
-    driver_.outputCount = 1;
-    flips_ = true;
-    QuickIO io(&driver_);
-    io.SetClient(&client_);
-    for (int round = 0; round < 100; ++round)
-    {
-        silent_ = round % 5 == 1; // then the stop comes into a poll that nobody answers
-        const std::size_t asked = server_.Requests().size();
-        ASSERT_TRUE(io.StartIO());
-        server_.WaitForRequests(asked + 1);
-        if (round % 5 == 2)
-        {
-            // Each poll tells both anew.
-            EXPECT_TRUE(client_.WaitForEnd({"0=2", "1=1", "0=1", "1=2", "0=2", "1=1"}));
-        }
-        io.StopIO();
-    }
-    for (const std::string& text : driver_.Texts(1)) // a stop may come into the switching of an output
-        EXPECT_NE(text.find("Unable to switch"), std::string::npos) << text;
-    EXPECT_TRUE(driver_.Texts(3).empty());
 }
 
 } // namespace
