@@ -1,4 +1,5 @@
 #include "runtime/text.h"
+#include "support/thread_watch.h"
 
 #include <larkmoor/exports.h>
 
@@ -155,28 +156,17 @@ TEST(Contract, TheLibraryShowsSixteenNames)
     EXPECT_EQ(names, expected);
 }
 
-TEST(Contract, APlainHostCanUseTheLibrary)
-{
-    EXPECT_EQ(PlainHostRun(kLibrary.c_str()), 0);
-}
-
-std::ptrdiff_t OpenDescriptors()
-{
-    const std::filesystem::directory_iterator entries("/proc/self/fd");
-    return std::distance(begin(entries), end(entries));
-}
-
-TEST(Contract, TheLibraryComesAndGoesWithoutATrace)
+TEST(Contract, APlainHostCanUseTheLibraryWithoutATrace)
 {
     ASSERT_EQ(PlainHostRun(kLibrary.c_str()), 0); // what the system's loader keeps for good is there now
-    const std::ptrdiff_t before = OpenDescriptors();
+    const int before = test::CountOpenDescriptors();
     for (int round = 0; round < 100; ++round)
     {
         ASSERT_EQ(dlopen(kLibrary.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr)
             << "still loaded, round " << round;
         ASSERT_EQ(PlainHostRun(kLibrary.c_str()), 0);
     }
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(test::CountOpenDescriptors(), before);
 }
 
 } // namespace

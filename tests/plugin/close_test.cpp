@@ -128,13 +128,6 @@ public:
     CLarkmoorDriver driver;
 };
 
-milliseconds CloseWithACommand(Rig& rig)
-{
-    rig.Open()->StartMove(0, 5);
-    rig.WaitForRequest();
-    return rig.Close();
-}
-
 milliseconds CloseWithAQueuedStop(Rig& rig)
 {
     ipcapture::IIPPTZApi* const head = rig.Open();
@@ -172,16 +165,6 @@ milliseconds StopWithIO(Rig& rig, std::uint32_t inputs, std::uint32_t outputs)
     return stop + rig.Close();
 }
 
-milliseconds StopWithInputs(Rig& rig)
-{
-    return StopWithIO(rig, 2, 0);
-}
-
-milliseconds StopWithOutputs(Rig& rig)
-{
-    return StopWithIO(rig, 0, 2);
-}
-
 /// Timed until the sink has heard of the failure.
 template <class End>
 milliseconds EndQuery(Rig& rig, End end)
@@ -199,31 +182,23 @@ milliseconds EndQuery(Rig& rig, End end)
         });
 }
 
-milliseconds TerminateQuery(Rig& rig)
-{
-    return EndQuery(rig, [](const auto& module) { module->TerminateQuery(); });
-}
-
-milliseconds DeleteQuery(Rig& rig)
-{
-    return EndQuery(rig, [](auto& module) { module.reset(); });
-}
-
 TEST(Close, KeepsItsBoundWhateverTheDeviceDoes)
 {
     const struct
     {
         const char* name;
-        milliseconds (*end)(Rig&);
+        std::function<milliseconds(Rig&)> end;
         milliseconds bound;
     } jobs[] = {
-        {"head, a command in hand", CloseWithACommand, kHeadBound},
-        {"head, a stop queued", CloseWithAQueuedStop, kHeadBound},
+        {"head, a command in hand and a stop queued", CloseWithAQueuedStop, kHeadBound},
         {"head, a preset in hand", CloseWithAPreset, kHeadBound},
-        {"inputs", StopWithInputs, kBound},
-        {"outputs", StopWithOutputs, kBound},
-        {"query, terminated", TerminateQuery, kBound},
-        {"query, deleted", DeleteQuery, kBound},
+        {"inputs", [](Rig& rig) { return StopWithIO(rig, 2, 0); }, kBound},
+        {"outputs", [](Rig& rig) { return StopWithIO(rig, 0, 2); }, kBound},
+        {"query, terminated",
+         [](Rig& rig) { return EndQuery(rig, [](const auto& module) { module->TerminateQuery(); }); },
+         kBound},
+        {"query, deleted", [](Rig& rig) { return EndQuery(rig, [](auto& module) { module.reset(); }); },
+         kBound},
     };
     struct Row
     {

@@ -21,8 +21,7 @@ using Events = std::vector<std::string>;
 class FakeChannel final : public ICameraChannel
 {
 public:
-    FakeChannel(std::string name, Events& events, bool starts)
-        : name_(std::move(name)), events_(events), starts_(starts)
+    FakeChannel(std::string name, Events& events) : name_(std::move(name)), events_(events)
     {
         events_.push_back(name_ + " made");
     }
@@ -32,9 +31,7 @@ public:
     {
         events_.push_back(name_ + " started");
         settings_ = settings;
-        if (onStart)
-            onStart();
-        return starts_;
+        return true;
     }
     void RequestStop() override { events_.push_back(name_ + " told to stop"); }
     bool Stop() override
@@ -44,24 +41,16 @@ public:
             onStop();
         return true;
     }
-    bool ChangeSettings(const ChannelChange& change) override
-    {
-        settings_.width = change.width;
-        settings_.height = change.height;
-        settings_.frameIntervalMs = change.frameIntervalMs;
-        return true;
-    }
+    bool ChangeSettings(const ChannelChange&) override { return true; }
     std::uint32_t GetChannelState() const override { return kChannelConnecting; }
     void SetChannelState(std::uint32_t) override {}
     ChannelSettings GetSettings() const override { return settings_; }
 
-    std::function<void()> onStart;
     std::function<void()> onStop;
 
 private:
     const std::string name_;
     Events& events_;
-    const bool starts_;
     ChannelSettings settings_;
 };
 
@@ -72,12 +61,9 @@ struct VideoCapture : testing::Test, ICustomCreator
     {
         if (throws)
             throw std::runtime_error("no channel");
-        if (unknownCodec)
-            return nullptr;
         EXPECT_EQ(channelClient, &client);
-        auto made = std::make_unique<FakeChannel>(std::to_string(channel) + "#" + std::to_string(++count),
-                                                  events, starts);
-        made->onStart = onStart;
+        auto made =
+            std::make_unique<FakeChannel>(std::to_string(channel) + "#" + std::to_string(++count), events);
         made->onStop = onStop;
         return made;
     }
@@ -87,7 +73,7 @@ struct VideoCapture : testing::Test, ICustomCreator
         std::uint32_t state = 99;
         std::uint32_t detail = 99;
         char text[2] = {'x', 'x'};
-        known = capture.GetChannelState(channel, &state, &detail, text, sizeof text);
+        capture.GetChannelState(channel, &state, &detail, text, sizeof text);
         EXPECT_EQ(detail, 0u);
         EXPECT_EQ(text[0], '\0');
         EXPECT_EQ(text[1], 'x');
@@ -98,11 +84,7 @@ struct VideoCapture : testing::Test, ICustomCreator
     test::FakeChannelSettings settings;
     Events events;
     int count = 0;
-    bool starts = true;
-    bool unknownCodec = false;
     bool throws = false;
-    bool known = false;
-    std::function<void()> onStart;
     std::function<void()> onStop;
     CIPVideoCapture capture{this, 2};
 };
