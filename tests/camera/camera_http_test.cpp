@@ -31,12 +31,13 @@ protected:
     }
 
     /// All that the camera answers to `request` until it closes; the request may end the connection.
-    std::string Ask(const std::string& request)
+    std::string Ask(const std::string& request, bool rtsp = false)
     {
         boost::asio::io_context context;
         boost::asio::ip::tcp::socket socket(context);
         boost::system::error_code error;
-        socket.connect({boost::asio::ip::address_v4::loopback(), camera->HttpPort()}, error);
+        const std::uint16_t port = rtsp ? camera->RtspPort() : camera->HttpPort();
+        socket.connect({boost::asio::ip::address_v4::loopback(), port}, error);
         boost::asio::write(socket, boost::asio::buffer(request), error);
         socket.shutdown(boost::asio::socket_base::shutdown_send, error);
         std::string all;
@@ -92,6 +93,30 @@ TEST_F(CameraHttp, AnswersAsADeviceDoes)
         EXPECT_TRUE(Has(Get(kSetparam + key + "=mpeg4"), key + (refused ? "=ERR_INVALID" : "='mpeg4'")));
         EXPECT_EQ(camera->Parameters().Get(key) == "mpeg4", !refused) << key;
     }
+}
+
+TEST_F(CameraHttp, AnswersRtspAsTheProtocolSays)
+{
+    Start();
+    const std::string url = "rtsp://127.0.0.1/live.sdp";
+    for (const auto& [name, request, headers, status, part] :
+         korvane::test::Table<const char*, std::string, const char*, const char*, const char*>{
+             {"what it can", "OPTIONS *", "", "200", "Public: OPTIONS, DESCRIBE, SETUP, PLAY, GET_PARAMETER"},
+             {"no such method", "RECORD " + url, "", "501", "Public: "},
+             {"no such stream", "DESCRIBE rtsp://127.0.0.1/live9.sdp", "", "404", "CSeq: 5\r\n"},
+             {"an odd path", "DESCRIBE rtsp://127.0.0.1//live.sdp/?x=1", "", "200", "Content-Base: rtsp://"},
+             {"no session", "PLAY " + url, "", "454", ""},
+             {"no transport", "SETUP " + url + "/trackID=1", "", "461", ""},
+             {"no ports", "SETUP " + url, "Transport: RTP/AVP;unicast\r\n", "461", ""},
+             {"the second choice", "SETUP " + url + "/trackID=1",
+              "Transport: RTP/SAVP;unicast,RTP/AVP/TCP;interleaved=4-5\r\n", "200", "interleaved=4-5;ssrc="},
+         })
+    {
+        const std::string answer = Ask(request + " RTSP/1.0\r\nCSeq: 5\r\n" + headers + "\r\n", true);
+        EXPECT_TRUE(answer.starts_with(std::string("RTSP/1.0 ") + status)) << name << ": " << answer;
+        EXPECT_TRUE(Has(answer, part)) << name << ": " << answer;
+    }
+    EXPECT_TRUE(Ask("\x16\x03\x01 hello\r\n\r\n", true).starts_with("RTSP/1.0 400 "));
 }
 
 TEST_F(CameraHttp, AsksForCredentialsAndSpeaksTls)

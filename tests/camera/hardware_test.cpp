@@ -7,103 +7,37 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 using namespace larkmoor::camera;
 using namespace std::chrono_literals;
 
-namespace
+TEST(CameraHead, MovesInTimeAndWithinItsLimits)
 {
-
-/// Where a head of ten levels looks, lens included, after `query` and a second, told as text.
-class CameraHead : public testing::Test
-{
-protected:
-    CameraHead()
-    {
-        for (const char* key : {"pan", "tilt", "zoom"})
-            store.Define(std::string("capability_ptz_") + key + "speedlv", "10", "");
-        store.Define("camctrl_c0_cameraid", "7", "");
-    }
-
-    static HttpRequest Request(const std::string& query) { return {"GET", "", "", query, ""}; }
-    int Control(const std::string& query) { return cgi.Control(Request(query)).status; }
-
-    std::string After(std::chrono::milliseconds time)
-    {
-        now += time;
-        SceneState state;
-        head.Show(state);
-        return state.status;
-    }
-
     Head::Clock::time_point now{1000s};
     ParameterStore store;
-    Head head{[this] { return now; }};
-    Presets presets{store, 2};
-    PtzCgi cgi{store, head, presets};
-};
-
-} // namespace
-
-TEST_F(CameraHead, MovesInTimeAndWithinItsLimits)
-{
+    for (const char* key : {"pan", "tilt", "zoom"})
+        store.Define(std::string("capability_ptz_") + key + "speedlv", "10", "");
+    Head head([&now] { return now; });
+    Presets presets(store, 2);
+    PtzCgi cgi(store, head, presets);
     for (const auto& [query, status, time, shows] :
          korvane::test::Table<const char*, int, std::chrono::milliseconds, const char*>{
-             {"channel=0&camid=7&vx=10&vy=0&vs=1", 200, 1s, "PAN +60.0 TILT +0.0 ZOOM 1.0"},
+             {"vx=10&vy=0&vs=1", 200, 1s, "PAN +60.0 TILT +0.0 ZOOM 1.0"},
              {"vx=-1&vy=1&vs=5", 200, 1s, "PAN +30.0 TILT +30.0 ZOOM 1.0"}, // a diagonal at half the speed
              {"vx=0&vy=0&vs=0", 200, 5s, "PAN +30.0 TILT +30.0 ZOOM 1.0"},
-             {"camid=3&vx=10&vy=0", 200, 1s, "PAN +30.0 TILT +30.0 ZOOM 1.0"}, // another head's
              {"vx=1&vy=-1&vs=10", 200, 5s, "PAN +170.0 TILT -60.0 ZOOM 1.0"},
              {"zooming=tele&zs=5", 200, 2s, "PAN +170.0 TILT -60.0 ZOOM 2.0"},
              {"zoom=stop", 200, 9s, "PAN +170.0 TILT -60.0 ZOOM 2.0"},
              {"move=home", 200, 5s, "PAN +0.0 TILT +0.0 ZOOM 1.0"},
-             {"move=left", 200, 0s, "PAN +0.0 TILT +0.0 ZOOM 1.0"},
-             {"move=left", 200, 1s, "PAN -10.0 TILT +0.0 ZOOM 1.0"}, // steps add up
-             {"move=up", 200, 100ms, "PAN -10.0 TILT +2.0 ZOOM 1.0"},
-             {"auto=stop", 200, 1s, "PAN -10.0 TILT +2.0 ZOOM 1.0"},
-             {"video=0&x=640&y=240&resolution=640x480&videosize=640x480&stretch=0", 200, 2s,
-              "PAN +20.0 TILT +2.0 ZOOM 1.0"},
-             {"focus=far", 200, 1s, "PAN +20.0 TILT +2.0 ZOOM 1.0 FOCUS"},
-             {"iris=close", 200, 1s, "PAN +20.0 TILT +2.0 ZOOM 1.0 FOCUS IRIS"},
-             {"focus=auto&iris=auto", 200, 1s, "PAN +20.0 TILT +2.0 ZOOM 1.0"},
-             {"zooming=wide&zs=x", 400, 1s, "PAN +20.0 TILT +2.0 ZOOM 1.0"},
-             {"move=away", 400, 1s, "PAN +20.0 TILT +2.0 ZOOM 1.0"},
-             {"channel=1&move=left", 400, 1s, "PAN +20.0 TILT +2.0 ZOOM 1.0"},
+             {"focus=far&iris=close", 200, 1s, "PAN +0.0 TILT +0.0 ZOOM 1.0 FOCUS IRIS"},
+             {"move=away", 400, 1s, "PAN +0.0 TILT +0.0 ZOOM 1.0 FOCUS IRIS"},
          })
     {
-        EXPECT_EQ(Control(query), status) << query;
-        EXPECT_EQ(After(time), shows) << query;
+        EXPECT_EQ(cgi.Control({"GET", "", "", query, ""}).status, status) << query;
+        now += time;
+        SceneState state;
+        head.Show(state);
+        EXPECT_EQ(state.status, shows) << query;
     }
-}
-
-TEST_F(CameraHead, KeepsPresets)
-{
-    const std::string longest(255, 'x');
-    Control("vx=10&vy=0");
-    After(500ms);
-    for (const auto& [query, status] : korvane::test::Table<std::string, int>{
-             {"addpos=back%20yard", 200},
-             {"addpos=" + longest + "x", 400},
-             {"addpos=a'b", 400},
-             {"addpos=", 400},
-             {"addpos=" + longest, 200},
-             {"addpos=full", 409},
-             {"delpos=none", 404},
-             {"", 400},
-             {"addpos=back yard", 200},
-             {"delpos=" + longest, 200},
-             {"delpos=", 404},
-             {"addpos=T%C3%BCr", 200},
-         })
-        EXPECT_EQ(cgi.Preset(Request(query)).status, status) << query;
-    EXPECT_EQ(store.Read("camctrl_c0_preset"),
-              "camctrl_c0_preset_i0_name='back yard'\r\ncamctrl_c0_preset_i1_name='T\xC3\xBCr'\r\n");
-    Control("move=home");
-    After(9s);
-    EXPECT_EQ(cgi.Recall(Request("recall=nowhere")).status, 404);
-    EXPECT_EQ(cgi.Recall(Request("recall=back%20yard")).status, 200);
-    EXPECT_EQ(After(9s), "PAN +30.0 TILT +0.0 ZOOM 1.0");
 }
 
 TEST(CameraSignals, FollowAScript)
@@ -114,12 +48,9 @@ TEST(CameraSignals, FollowAScript)
         store.Define(key, "0", "");
     Signals signals(store, [&now] { return now; });
     std::string error;
-    for (const char* bad :
-         {"", "1", "2=high", "x=low", "0=up", "0@=low", "0@1s/=flip", "0@1s/0=flip", "0@5h=low"})
+    for (const char* bad : {"", "2=high", "0=up", "0@=low", "0@1s/=flip", "0@5h=low"})
         EXPECT_FALSE(signals.AddScript(bad, error)) << bad;
     ASSERT_TRUE(signals.AddScript("1@3s=high,0@1s/2s=flip,1@10s=low", error)) << error;
-    now += 60s;
-    EXPECT_EQ(signals.Inputs(), std::vector<bool>({false, false})) << "before it begins";
     signals.Begin();
     for (const auto& [step, inputs] : korvane::test::Table<std::chrono::milliseconds, std::vector<bool>>{
              {0s, {false, false}},
@@ -132,10 +63,6 @@ TEST(CameraSignals, FollowAScript)
         now += step;
         EXPECT_EQ(signals.Inputs(), inputs);
     }
-    EXPECT_FALSE(signals.SetOutput(1, true));
-    EXPECT_TRUE(signals.SetOutput(0, true));
-    signals.Publish();
-    EXPECT_EQ(store.Read("system"), "system.di1='1'\r\nsystem.di2='0'\r\nsystem.do1='1'\r\n");
 }
 
 TEST(CameraHardware, IsSeenInThePictureAndOverHttp)
@@ -163,6 +90,12 @@ TEST(CameraHardware, IsSeenInThePictureAndOverHttp)
     expect(dome, "dido/setdi.cgi?di1=1", 200, "di0=0\r\ndi1=1\r\ndi2=1\r\ndi3=0\r\n");
     expect(dome, "dido/setdo.cgi?do0=1", 200, "do0=1\r\n");
     expect(dome, "dido/setdo.cgi?do1=1", 400, "");
+    expect(dome, "operator/preset.cgi?addpos=back%20yard", 200, "");
+    expect(dome, "operator/preset.cgi?addpos=a'b", 400, "");
+    expect(dome, "operator/preset.cgi?delpos=none", 404, "");
+    expect(dome, "admin/getparam.cgi?camctrl_c0_preset", 200, "_i0_name='back yard'\r\n");
+    expect(dome, "camctrl/recall.cgi?recall=back%20yard", 200, "");
+    expect(dome, "camctrl/recall.cgi?recall=nowhere", 404, "");
     expect(legacy, "dido/setdo.cgi?do3=1", 200, "");
     expect(legacy, "admin/getparam.cgi?system", 200, "system.di3=1\r\nsystem.di4=0\r\nsystem.do1=0\r\n");
     expect(legacy, "admin/getparam.cgi?system", 200, "system.do4=1\r\n");
