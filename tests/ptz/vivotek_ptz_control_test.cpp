@@ -1,13 +1,13 @@
 #include "ptz/vivotek_ptz_control.h"
 
 #include "platform/clock.h"
-#include "ptz/head_request.h"
 #include "support/fake_driver.h"
 #include "support/http_test_server.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <future>
 #include <map>
 #include <mutex>
@@ -22,10 +22,32 @@ namespace
 {
 
 using test::HttpTestServer;
-using test::kControl;
 using test::TestHttpPeer;
 using test::TestHttpRequest;
 using Lines = std::vector<std::string>;
+using Call = std::function<void(CVivotekPTZControl&)>;
+
+/// What every request for the head of channel 0 with the camera ID 7 begins with.
+const std::string kControl = "/cgi-bin/camctrl/camctrl.cgi?channel=0&camid=7";
+
+Call Move(std::uint32_t direction, std::uint32_t speed)
+{
+    return [=](CVivotekPTZControl& control) { EXPECT_EQ(control.StartMove(direction, speed), 1); };
+}
+
+/// Whole requests of these arguments; "+" stands for the two requests that end every stop.
+Lines Requests(const Lines& arguments)
+{
+    Lines requests;
+    for (const std::string& argument : arguments)
+    {
+        if (argument == "+")
+            requests.insert(requests.end(), {kControl + "&focus=auto", kControl + "&iris=auto"});
+        else
+            requests.push_back(kControl + argument);
+    }
+    return requests;
+}
 
 /// A camera with a head: answers parameters from a table, and everything else with 200.
 class PTZ : public ::testing::Test
@@ -69,8 +91,9 @@ protected:
         held_ = part;
     }
 
-    /// The targets of what came for the head, without the requests for parameters, once there are `count`.
-    Lines Commands(std::size_t count)
+    /// The targets of what came for the head, without the requests for parameters and the first `skipped`,
+    /// once there are `count`.
+    Lines Commands(std::size_t count, std::size_t skipped = 0)
     {
         for (std::size_t all = count;; ++all)
         {
@@ -78,8 +101,8 @@ protected:
             for (const TestHttpRequest& request : server_.Requests())
                 if (request.target.find("getparam") == std::string::npos)
                     lines.push_back(request.target);
-            if (lines.size() >= count)
-                return lines;
+            if (lines.size() >= skipped + count)
+                return {lines.begin() + static_cast<std::ptrdiff_t>(skipped), lines.end()};
             server_.WaitForRequests(all);
         }
     }
@@ -92,6 +115,90 @@ protected:
     test::FakeDriver driver_;
     HttpTestServer server_;
 };
+
+TEST_F(PTZ, SendsExactlyTheseRequests)
+{
+    const Call in = [](auto&c) { c.ZoomIn(16); }, out = [](auto&c) { c.ZoomOut(8); };
+    const Call far = [](auto&c) { c.FocusFar(9); }, near = [](auto&c) { c.FocusNear(9); };
+    const Call open = [](auto&c) { c.IrisOpen(9); }, close = [](auto&c) { c.IrisClose(9); };
+    const Call stop = [](auto& c) { EXPECT_EQ(c.Stop(), 1); };
+    const Call silent = [](auto& c)
+    {
+        EXPECT_EQ(c.AreaZoom(1, 2, 3, 4), 1); // accepted, and nothing for the camera
+        EXPECT_EQ(c.Unzoom(1), 1);
+        EXPECT_EQ(c.StartMove(77, 1), 1);
+    };
+    const struct
+    {
+        const char* type;
+        const char* subtype;
+        std::vector<Call> calls;
+        Lines arguments;
+    } cases[] = {
+        {"0",
+         "",
+         {Move(0, 16), Move(1, 16), Move(2, 16), Move(3, 16)},
+         {"&vx=-1&vy=0&vs=1", "&vx=1&vy=0&vs=1", "&vx=0&vy=1&vs=1", "&vx=0&vy=-1&vs=1"}},
+        {"0",
+         "XY",
+         {Move(0, 1), Move(1, 16), Move(2, 8), Move(3, 8)},
+         {"&vx=-1&vy=0&vs=1", "&vx=100&vy=0&vs=1", "&vx=0&vy=47&vs=1", "&vx=0&vy=-47&vs=1"}},
+        {"0",
+         "XY",
+         {Move(4, 8), Move(5, 8), Move(6, 8), Move(7, 8)},
+         {"&vx=-47&vy=47&vs=1", "&vx=47&vy=47&vs=1", "&vx=-47&vy=-47&vs=1", "&vx=47&vy=-47&vs=1"}},
+        {"0", "S", {Move(0, 8), Move(7, 16)}, {"&vx=-1&vy=0&vs=47", "&vx=1&vy=-1&vs=100"}},
+        {"0", "XYS", {Move(3, 8), Move(4, 16)}, {"&vx=0&vy=-47&vs=47", "&vx=-100&vy=100&vs=100"}},
+        {"0",
+         "XYS",
+         {in, out, Move(8, 1), Move(9, 16)},
+         {"&zooming=tele&zs=16", "&zooming=wide&zs=8", "&zooming=tele&zs=1", "&zooming=wide&zs=16"}},
+        {"0", "", {far, near, open, close}, {"&focus=far", "&focus=near", "&iris=open", "&iris=close"}},
+        {"0", "", {Move(0, 1), stop, stop}, {"&vx=-1&vy=0&vs=1", "&vx=0&vy=0&vs=0", "+"}},
+        {"0", "", {Move(9, 8), stop, stop}, {"&zooming=wide&zs=8", "&zoom=stop", "+"}},
+        {"0", "", {far, open, stop}, {"&focus=far", "&iris=open", "+", "+"}},
+        {"0", "", {Move(0, 1), Move(0, 0)}, {"&vx=-1&vy=0&vs=1", "&vx=0&vy=0&vs=0", "+"}},
+        {"1",
+         "XYS",
+         {Move(0, 9), Move(1, 9), Move(2, 9), Move(3, 9)},
+         {"&move=left", "&move=right", "&move=up", "&move=down"}},
+        {"1", "", {Move(4, 9), Move(5, 9)}, {"&move=up", "&move=left", "&move=up", "&move=right"}},
+        {"1", "", {Move(6, 9), Move(7, 9)}, {"&move=down", "&move=left", "&move=down", "&move=right"}},
+        {"1",
+         "",
+         {Move(8, 9), Move(9, 9), in, out},
+         {"&zoom=tele", "&zoom=wide", "&zoom=tele", "&zoom=wide"}},
+        {"1", "", {Move(0, 9), stop}, {"&move=left", "&auto=stop", "+"}},
+        {"1",
+         "",
+         {in, near, close, stop},
+         {"&zoom=tele", "&focus=near", "&iris=close", "&auto=stop", "+", "&auto=stop", "+", "&auto=stop",
+          "+"}},
+        {"2", "", {Move(0, 9), in, far, stop}, {"&focus=far", "+", "+", "+"}},
+        {"0", "", {silent, far}, {"&focus=far"}},
+    };
+    driver_.channelSettings.width = 640;
+    driver_.channelSettings.height = 480;
+    std::size_t before = 0;
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(before);
+        driver_.properties[15] = c.type;
+        driver_.properties[16] = c.subtype;
+        CVivotekPTZControl control(&driver_, 0);
+        ASSERT_TRUE(control.Open());
+        for (const Call& call : c.calls)
+            call(control);
+        const Lines wanted = Requests(c.arguments);
+        EXPECT_EQ(Commands(wanted.size(), before), wanted);
+        before += wanted.size();
+    }
+    CVivotekPTZControl control(&driver_, 0);
+    ASSERT_TRUE(control.Open());
+    EXPECT_EQ(control.Center(10, 20, 5), 1);
+    EXPECT_EQ(Commands(1, before), Lines{"/cgi-bin/camctrl/camctrl.cgi?video=0&x=10&y=20&resolution=640x480"
+                                         "&videosize=640x480&stretch=0"});
+}
 
 TEST_F(PTZ, SendsAHeldMoveOncePerHalfSecond)
 {
@@ -126,17 +233,9 @@ TEST_F(PTZ, KeepsTheEightNewestCommands)
     EXPECT_EQ(control.ZoomOut(1), 1);
     EXPECT_EQ(control.Stop(), 1); // of the move, zoom and focus: the newest of all
     release.set_value();
-    const Lines automatic = {"&focus=auto", "&iris=auto"};
-    Lines wanted = {"&focus=far"};
-    for (const char* line :
-         {"&zooming=tele&zs=1", "&zooming=tele&zs=2", "&zooming=tele&zs=3", "&vx=-1&vy=0&vs=1",
-          "&zooming=wide&zs=1", "&vx=0&vy=0&vs=0", "+", "&zoom=stop", "+", "+"})
-        if (std::string(line) == "+")
-            wanted.insert(wanted.end(), automatic.begin(), automatic.end());
-        else
-            wanted.emplace_back(line);
-    for (std::string& line : wanted)
-        line.insert(0, kControl);
+    const Lines wanted =
+        Requests({"&focus=far", "&zooming=tele&zs=1", "&zooming=tele&zs=2", "&zooming=tele&zs=3",
+                  "&vx=-1&vy=0&vs=1", "&zooming=wide&zs=1", "&vx=0&vy=0&vs=0", "+", "&zoom=stop", "+", "+"});
     EXPECT_EQ(Commands(wanted.size()), wanted);
 
     std::promise<void> again;
@@ -163,9 +262,7 @@ TEST_F(PTZ, StopsAMovingHeadWhenItCloses)
     control.Stop();
     control.ZoomIn(1);
     control.Close();
-    EXPECT_EQ(Commands(4),
-              (Lines{kControl + "&vx=-1&vy=0&vs=1", kControl + "&vx=0&vy=0&vs=0", kControl + "&focus=auto",
-                     kControl + "&iris=auto", kControl + "&focus=auto", kControl + "&iris=auto"}));
+    EXPECT_EQ(Commands(4), Requests({"&vx=-1&vy=0&vs=1", "&vx=0&vy=0&vs=0", "+", "+"}));
     release.set_value();
 }
 
@@ -281,6 +378,71 @@ TEST_F(PTZ, MirrorsThePresetsOfTheCamera)
             "invalid.",
             "korvane::CPrepositionList::AddPreposition: A preposition \"roof\" cannot be added. Camera "
             "supports saving not more than 3 prepositions."}));
+}
+
+TEST_F(PTZ, TakesPresetsOfAllNames)
+{
+    const std::string longest(255, 'x');
+    const std::pair<std::string, std::string> cases[] = {
+        {"back yard", "back%20yard"},
+        {" ends ", "%20ends%20"},
+        {"T\xC3\xBCr \xE6\x97\xA5", "T%C3%BCr%20%E6%97%A5"},
+        {longest, longest},
+    };
+    std::string& kept = parameters_["camctrl_c0_preset"] = "";
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        kept += "camctrl_c0_preset_i" + std::to_string(i) + "_name='" + cases[i].first + "'\r\n";
+    driver_.properties[4] = "5";
+    CVivotekPTZControl control(&driver_, 0);
+    ASSERT_TRUE(control.Open());
+    EXPECT_EQ(control.GetPresetCount(), std::size(cases));
+    for (std::uint32_t i = 0; i < std::size(cases); ++i)
+    {
+        char name[256];
+        ASSERT_EQ(control.GetPresetName(i, name, sizeof name), 1);
+        EXPECT_EQ(name, cases[i].first);
+        EXPECT_EQ(control.RecallPreset(1, name), 1);
+        EXPECT_EQ(Commands(1, i), Lines{"/cgi-bin/camctrl/recall.cgi?channel=0&recall=" + cases[i].second});
+    }
+    for (const char* refused : {"it's", "\"quoted\"", "a&b"})
+        EXPECT_EQ(control.AddPreset(refused), -3) << refused;
+    status_ = 400;
+    EXPECT_EQ(control.AddPreset((longest + "x").c_str()), -18) << "more than the camera takes";
+}
+
+TEST_F(PTZ, KeepsItsListUnderManyHands)
+{
+    std::string& places = parameters_["camctrl_c0_preset"] = "";
+    for (int i = 0; i < 20; ++i)
+        places += "camctrl_c0_preset_i" + std::to_string(i) + "_name=''\r\n";
+    driver_.properties[4] = "20";
+    CVivotekPTZControl first(&driver_, 0), second(&driver_, 0);
+    ASSERT_TRUE(first.Open() && second.Open());
+    std::vector<std::thread> hands;
+    for (int hand = 0; hand < 4; ++hand)
+        hands.emplace_back(
+            [&, hand]
+            {
+                CVivotekPTZControl& control = hand % 2 == 0 ? first : second;
+                for (int round = 0; round < 20; ++round)
+                {
+                    const std::string name = std::to_string(hand) + " " + std::to_string(round % 3);
+                    EXPECT_EQ(control.AddPreset(name.c_str()), 1);
+                    EXPECT_EQ(control.RecallPreset(1, name.c_str()), 1);
+                    char buffer[64];
+                    for (std::uint32_t index = control.GetPresetCount(); index-- > 0;)
+                        control.GetPresetName(index, buffer, sizeof buffer);
+                    control.GetCurrentPreset(buffer, sizeof buffer);
+                    if (hand > 1)
+                        control.ZoomIn(1);
+                    EXPECT_EQ(control.DeletePreset(name.c_str()), 1);
+                }
+            });
+    for (std::thread& hand : hands)
+        hand.join();
+    EXPECT_EQ(first.GetPresetCount(), 0u);
+    EXPECT_EQ(second.GetPresetCount(), 0u);
+    EXPECT_TRUE(driver_.Texts(1).empty());
 }
 
 TEST_F(PTZ, FillsTheHostsRecord)
