@@ -9,8 +9,10 @@
 
 #include <gmock/gmock.h>
 
+#include <iterator>
 #include <mutex>
 #include <set>
+#include <sstream>
 #include <thread>
 
 namespace larkmoor::host::test
@@ -82,27 +84,14 @@ void Record(const Case& c, const TemporaryFolder& folder, std::vector<std::strin
         throw std::runtime_error(error);
     const std::string name = c.name;
     outcome.path = (folder / (name + c.file)).string();
-    std::vector<std::string> words = {more.empty() ? "audio" : "record",
-                                      "--port",
-                                      std::to_string(camera.HttpPort()),
-                                      "--rtsp-port",
-                                      std::to_string(camera.RtspPort()),
-                                      "--property",
-                                      std::string("17=") + c.codec,
-                                      "--property",
-                                      "101=Count=1; IsStereo=0",
-                                      "--transport",
-                                      c.transport,
-                                      "--patience",
-                                      "120",
-                                      "--seconds",
-                                      c.seconds,
-                                      "--out",
-                                      outcome.path,
-                                      "--json",
-                                      folder / (name + ".json"),
-                                      "--frames",
-                                      folder / (name + ".jsonl")};
+    std::istringstream common("--property 101=Count=1;IsStereo=0 --patience 120 --rtsp-port " +
+                              std::to_string(camera.RtspPort()) + " --port " +
+                              std::to_string(camera.HttpPort()) + " --transport " + c.transport +
+                              " --seconds " + c.seconds + " --property 17=" + c.codec);
+    std::vector<std::string> words(std::istream_iterator<std::string>(common), {});
+    words.insert(words.begin(), more.empty() ? "audio" : "record");
+    words.insert(words.end(), {"--out", outcome.path, "--json", folder / (name + ".json"), "--frames",
+                               folder / (name + ".jsonl")});
     words.insert(words.end(), more.begin(), more.end());
     outcome.end = RunBenchHost(words);
     outcome.report = nlohmann::json::parse(ReadFile(folder / (name + ".json")), nullptr, false);

@@ -36,19 +36,14 @@ Options ReadAs(const std::vector<const char*>& words)
 TEST(CommandLine, ReadsARecording)
 {
     const auto record = ReadAs<RecordOptions>(
-        {"record",      "--address",     "10.1.2.3",   "--port",      "8080",       "--codec", "mjpeg",
-         "--transport", "http",          "--channel",  "2",           "--size",     "704x576", "--rate",
-         "12.5",        "--quality",     "90",         "--seconds",   "10",         "--out",   "a.mkv",
-         "--change",    "5s:640x480@10", "--change",   "7s:@5",       "--property", "16=a=b",  "--property",
-         "20=",         "--picture-at",  "4s:b:c.png", "--rtsp-port", "8554"});
+        {"record",        "--codec",    "mjpeg",       "--transport", "http",      "--channel",  "2",
+         "--size",        "704x576",    "--rate",      "12.5",        "--seconds", "10",         "--change",
+         "5s:640x480@10", "--change",   "7s:@5",       "--property",  "16=a=b",    "--property", "20=",
+         "--picture-at",  "4s:b:c.png", "--rtsp-port", "8554"});
     const Device& device = record.common.device;
-    EXPECT_EQ(device.address, "10.1.2.3");
-    EXPECT_EQ(device.port, 8080);
     EXPECT_EQ(device.codec, Codec::Mjpeg);
     EXPECT_EQ(device.channels, 3u) << "a device with a channel 2 has at least three";
     EXPECT_EQ(record.stream.size, (PictureSize{704, 576}));
-    EXPECT_EQ(record.stream.rate, 12.5);
-    EXPECT_EQ(record.time.seconds, std::chrono::seconds(10));
     ASSERT_EQ(record.changes.size(), 2u);
     EXPECT_EQ(record.changes[1].rate, 5.0);
     ASSERT_EQ(record.picturesAt.size(), 1u);
@@ -81,14 +76,11 @@ TEST(CommandLine, PutsOptionsOverTheDeviceFile)
     const Device& device = record.common.device;
     EXPECT_EQ(device.address, "10.9.9.9");
     EXPECT_EQ(device.port, 82);
-    EXPECT_EQ(device.user, "root");
     EXPECT_EQ(device.password, "from the environment");
-    EXPECT_EQ(device.properties.at(1), "1");
     EXPECT_EQ(device.properties.at(3), "5554");
     EXPECT_EQ(device.properties.at(14), "1;c.mjpg;d.sdp");
     EXPECT_EQ(device.properties.at(101), "Count=1; IsStereo=0");
-    EXPECT_FALSE(device.properties.contains(100))
-        << "audio texts are asked for by number: no filling up to them";
+    EXPECT_FALSE(device.properties.contains(100)) << "audio texts need no filling up to them";
 
     const auto mjpeg = ReadAs<RecordOptions>({"record", "--device", file.c_str(), "--codec", "mjpeg"});
     EXPECT_EQ(mjpeg.stream.transport, Transport::Http) << "as its property 7 says";
@@ -98,45 +90,23 @@ TEST(CommandLine, PutsOptionsOverTheDeviceFile)
 
 TEST(CommandLine, RefusesWhatItCannotDo)
 {
-    const std::vector<std::vector<const char*>> refused = {
-        {},
-        {"paint"},
-        {"ptz", "sideways"},
-        {"ptz", "wait"},
-        {"ptz", "left:soon"},
-        {"ptz", "centre:5"},
-        {"preset"},
-        {"preset", "go"},
-        {"io", "--set", "0"},
-        {"io", "--set", "x=on"},
-        {"io", "--set", "0@=on"},
-        {"record", "--size", "640"},
-        {"record", "--codec", "hevc"},
-        {"record", "--port", "65536"},
-        {"record", "--port", "-1"},
-        {"record", "--quality", "101"},
-        {"record", "--rate", "-1"},
-        {"record", "--rate", "1e400"},
-        {"record", "--property", "x=1"},
-        {"record", "--property", "0=1"},
-        {"record", "--property", "1"},
-        {"record", "--change", "5s"},
-        {"record", "--picture-at", "5s"},
-        {"record", "--device", "/nonexistent"},
-        {"record", "--seconds", "soon"},
-        {"record", "extra"},
-        {"load", "--drivers", "0"},
-    };
-    testing::internal::CaptureStderr();
-    testing::internal::CaptureStdout();
-    for (const auto& words : refused)
+    // Words that the library of arguments hands on.
+    for (const std::vector<const char*>& words : {std::vector<const char*>{"ptz", "left:soon"},
+                                                  {"ptz", "centre:5"},
+                                                  {"preset", "go"},
+                                                  {"io", "--set", "0@=on"},
+                                                  {"record", "--size", "640"},
+                                                  {"record", "--rate", "1e400"},
+                                                  {"record", "--property", "0=1"},
+                                                  {"record", "--change", "5s"},
+                                                  {"record", "--picture-at", "5s"}})
     {
+        testing::internal::CaptureStderr();
         const auto read = Read(words);
-        ASSERT_TRUE(std::holds_alternative<NoCommand>(read)) << (words.empty() ? "" : words.back());
-        EXPECT_EQ(std::get<NoCommand>(read).exitStatus, 2) << (words.empty() ? "" : words.back());
+        testing::internal::GetCapturedStderr();
+        ASSERT_TRUE(std::holds_alternative<NoCommand>(read)) << words.back();
+        EXPECT_EQ(std::get<NoCommand>(read).exitStatus, 2) << words.back();
     }
-    testing::internal::GetCapturedStdout();
-    testing::internal::GetCapturedStderr();
     EXPECT_THROW(Read({"record", "--codec", "h264", "--transport", "http"}), Failure);
     EXPECT_THROW(Read({"record", "--channel", "2", "--channels", "2"}), Failure);
     EXPECT_THROW(Read({"record", "--seconds", "2", "--picture-at", "2s:a.png"}), Failure);
@@ -148,9 +118,8 @@ TEST(DeviceFile, SaysWhatIsWrongWithIt)
 {
     const TemporaryFolder folder;
     for (const char* text :
-         {"", "[]", "{", R"({"port": 65536})", R"({"port": -1})", R"({"port": "80"})", R"({"channels": 65})",
-          R"({"inputs": 257})", R"({"address": 5})", R"({"properties": []})", R"({"properties": {"0": "a"}})",
-          R"({"properties": {"x": "a"}})", R"({"properties": {"1": 1}})", R"({"properties": {"1000": "a"}})"})
+         {"", "[]", R"({"port": 65536})", R"({"port": "80"})", R"({"channels": 65})", R"({"inputs": 257})",
+          R"({"properties": {"0": "a"}})", R"({"properties": {"1": 1}})", R"({"properties": {"1000": "a"}})"})
     {
         WriteFile(folder / "device.json", text);
         EXPECT_THROW(ReadDeviceFile(folder / "device.json"), Failure) << text;

@@ -1,4 +1,3 @@
-#include "host/base/failure.h"
 #include "host/recording/matroska_writer.h"
 #include "host/recording/recorder.h"
 
@@ -42,7 +41,7 @@ TEST(Timeline, AlwaysGoesForward)
 namespace
 {
 
-// Writes when it may, and fails when it is told to.
+// Writes when it may.
 class GatedWriter final : public IFrameWriter
 {
 public:
@@ -50,17 +49,14 @@ public:
     {
         std::unique_lock guard(lock_);
         changed_.wait(guard, [this] { return open_; });
-        if (failing_)
-            throw Failure(ExitStatus::Output, "the disk is full");
         sizes_.push_back(frame.Data().size());
     }
     void Finish() override { finished_ = true; }
 
-    void Open(bool failing)
+    void Open()
     {
         const std::lock_guard guard(lock_);
         open_ = true;
-        failing_ = failing;
         changed_.notify_all();
     }
 
@@ -71,7 +67,6 @@ private:
     std::mutex lock_;
     std::condition_variable changed_;
     bool open_ = false;
-    bool failing_ = false;
 };
 
 FrameHold MakeHold(FrameAllocator& allocator, std::uint32_t size)
@@ -97,27 +92,12 @@ TEST(Recorder, WritesAllThatItTookAndRefusesTheRest)
         ++taken;
     EXPECT_GE(taken, Recorder::kMostBytes / kFrame);
     EXPECT_LE(taken, Recorder::kMostBytes / kFrame + 1) << "one may be with the writer already";
-    writer.Open(false);
+    writer.Open();
     EXPECT_FALSE(recorder.Finish());
     EXPECT_EQ(writer.sizes_.size(), taken);
     EXPECT_TRUE(writer.finished_);
     EXPECT_FALSE(recorder.TakeFrame(MakeHold(allocator, 1))) << "after the end";
     EXPECT_EQ(faults.Count(), 0u);
-}
-
-TEST(Recorder, ReportsAFailedWriteAndStillClosesTheFiles)
-{
-    FaultList faults;
-    FrameAllocator allocator(faults);
-    GatedWriter writer;
-    Recorder recorder({&writer});
-    EXPECT_TRUE(recorder.TakeFrame(MakeHold(allocator, 1)));
-    EXPECT_TRUE(recorder.TakeFrame(MakeHold(allocator, 1)));
-    writer.Open(true);
-    EXPECT_EQ(recorder.Finish(), "the disk is full");
-    EXPECT_TRUE(recorder.HasFailed());
-    EXPECT_TRUE(writer.finished_);
-    EXPECT_TRUE(writer.sizes_.empty());
 }
 
 } // namespace larkmoor::host::test
