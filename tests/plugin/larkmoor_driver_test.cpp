@@ -10,7 +10,6 @@
 #include <memory>
 #include <string>
 
-
 namespace korvane
 {
 namespace
