@@ -1,4 +1,3 @@
-#include "gstreamer/camera_process.h"
 #include "gstreamer/rig.h"
 
 #include <gmock/gmock.h>

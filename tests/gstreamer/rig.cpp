@@ -1,6 +1,12 @@
 #include "gstreamer/rig.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace larkmoor::gst::test
 {
@@ -67,21 +73,8 @@ bool Rig::WaitForError()
 bool Rig::WaitForMessage(const std::string& part)
 {
     std::unique_lock guard(lock_);
-    return change_.wait_for(guard, kPatience,
-                            [&]
-                            {
-                                return std::ranges::any_of(messages_,
-                                                           [&](const std::string& message) {
-                                                               return message.find(part) != std::string::npos;
-                                                           });
-                            });
-}
-
-bool Rig::HasMessage(const std::string& part) const
-{
-    const std::lock_guard guard(lock_);
-    return std::ranges::any_of(messages_, [&](const std::string& message)
-                               { return message.find(part) != std::string::npos; });
+    const auto holds = [&](const std::string& message) { return message.find(part) != std::string::npos; };
+    return change_.wait_for(guard, kPatience, [&] { return std::ranges::any_of(messages_, holds); });
 }
 
 Received Rig::Of(const std::string& pad) const
@@ -118,7 +111,6 @@ void Rig::Handoff(GstElement* sink, GstBuffer* buffer, GstPad*, gpointer data)
     auto* const rig = static_cast<Rig*>(data);
     Arrived arrived;
     arrived.time = GST_BUFFER_PTS(buffer);
-    arrived.duration = GST_BUFFER_DURATION(buffer);
     arrived.isDelta = GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT);
     arrived.isDiscontinuous = GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT);
     if (GstClock* const clock = gst_element_get_clock(sink))
@@ -129,7 +121,6 @@ void Rig::Handoff(GstElement* sink, GstBuffer* buffer, GstPad*, gpointer data)
     GstMapInfo map;
     gst_buffer_map(buffer, &map, GST_MAP_READ);
     char* const md5 = g_compute_checksum_for_data(G_CHECKSUM_MD5, map.data, map.size);
-    arrived.size = map.size;
     arrived.md5 = md5;
     g_free(md5);
     gst_buffer_unmap(buffer, &map);
@@ -185,6 +176,29 @@ GstBusSyncReply Rig::BusTells(GstBus*, GstMessage* message, gpointer data)
     rig->change_.notify_all();
     gst_message_unref(message);
     return GST_BUS_DROP;
+}
+
+SilentPort::SilentPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    auto* const any = reinterpret_cast<sockaddr*>(&address);
+    EXPECT_EQ(bind(socket_, any, length), 0);
+    EXPECT_EQ(listen(socket_, 64), 0);
+    EXPECT_EQ(getsockname(socket_, any, &length), 0);
+    port_ = ntohs(address.sin_port);
+}
+
+SilentPort::~SilentPort()
+{
+    close(socket_);
+}
+
+std::string SilentPort::Location() const
+{
+    return "larkmoor://127.0.0.1:" + std::to_string(port_) + "/?rtsp-port=" + std::to_string(port_);
 }
 
 } // namespace larkmoor::gst::test

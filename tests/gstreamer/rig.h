@@ -11,8 +11,12 @@
 
 #include <gst/gst.h>
 
+#include "support/camera_process.h"
+
 namespace larkmoor::gst::test
 {
+
+using korvane::test::CameraProcess;
 
 /// How long a test waits for what is bound to come.
 inline constexpr std::chrono::seconds kPatience{40};
@@ -21,9 +25,7 @@ inline constexpr std::chrono::seconds kPatience{40};
 struct Arrived
 {
     GstClockTime time = GST_CLOCK_TIME_NONE;
-    GstClockTime duration = GST_CLOCK_TIME_NONE;
     std::uint64_t running = 0; ///< of the pipeline when it came
-    std::size_t size = 0;
     std::string md5;
     bool isDelta = false;
     bool isDiscontinuous = false;
@@ -79,7 +81,6 @@ public:
 
     Received Of(const std::string& pad) const;
     std::string Error() const; ///< the first one on the bus; empty for none
-    bool HasMessage(const std::string& part) const;
 
 private:
     static void PadAdded(GstElement*, GstPad* pad, gpointer rig);
@@ -96,6 +97,22 @@ private:
     std::map<std::string, Received> received_;
     std::vector<std::string> messages_;
     std::string error_;
+};
+
+/// A port to which connections are made, and which never answers.
+class SilentPort
+{
+public:
+    SilentPort();
+    ~SilentPort();
+    SilentPort(const SilentPort&) = delete;
+    SilentPort& operator=(const SilentPort&) = delete;
+
+    std::string Location() const;
+
+private:
+    int socket_;
+    std::uint16_t port_ = 0;
 };
 
 } // namespace larkmoor::gst::test

@@ -16,7 +16,7 @@ TEST(Farewell, OfAnInterleavedStreamIsAnsweredAtOnce)
 {
     Rig::Use(host::Transport::Tcp);
     TestCamera camera({});
-    TestHost recorder(camera.Device(host::Codec::H264, host::Transport::Tcp));
+    TestHost recorder(camera.Device(kH264, host::Transport::Tcp));
     ASSERT_TRUE(recorder.Start());
     ASSERT_TRUE(recorder.WaitForFrames(15)); // the camera says goodbye to no younger stream
     camera.Play("bye=media-stop");

@@ -43,7 +43,7 @@ TEST(HttpFaults, LeaveNoStreamBehind)
         {"mjpeg-odd=no-length,mjpeg-odd=no-part-headers,mjpeg-odd=chunked,mjpeg-odd=cut", kGoesOn, kGoesOn,
          "all at once"},
     };
-    PlayRows(rows, {}, host::Codec::Mjpeg, host::Transport::Http);
+    PlayRows(rows, {}, kMjpeg, host::Transport::Http);
 }
 
 } // namespace

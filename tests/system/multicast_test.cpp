@@ -53,7 +53,7 @@ void RecordGroup(const GroupRow& row)
 void SeesNoGroup()
 {
     TestCamera camera{camera::CameraOptions{}}; // its description names none
-    TestHost recorder(camera.Device(host::Codec::H264, host::Transport::Multicast));
+    TestHost recorder(camera.Device(kH264, host::Transport::Multicast));
     ASSERT_TRUE(recorder.Start());
     EXPECT_TRUE(recorder.WaitForMessage("RTP multicast stream cannot be started"));
     EXPECT_EQ(recorder.State(), 3u) << "it has never run";
@@ -69,9 +69,9 @@ TEST(Multicast, IsRecordedByManyAndComesBack)
         []
         {
             const GroupRow rows[] = {
-                {"H.264", host::Codec::H264, "239.128.2.1", "5620", "bye=media-stop"},
-                {"MPEG-4", host::Codec::Mpeg4, "239.128.2.2", "5622", "reboot"},
-                {"Motion JPEG", host::Codec::Mjpeg, "239.128.2.3", "5624", "bye=media-go-on"},
+                {"H.264", kH264, "239.128.2.1", "5620", "bye=media-stop"},
+                {"MPEG-4", kMpeg4, "239.128.2.2", "5622", "reboot"},
+                {"Motion JPEG", kMjpeg, "239.128.2.3", "5624", "bye=media-go-on"},
             };
             std::vector<std::thread> threads;
             for (const GroupRow& row : rows)

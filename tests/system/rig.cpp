@@ -76,9 +76,11 @@ const host::DriverLibrary& Rig::Library()
     return library;
 }
 
-void Rig::Use(host::Transport transport)
+void Rig::Use(host::Transport transport, const std::string& defaults)
 {
-    folder_->Write(host::kSettingsFileName, host::SettingsText(transport, std::nullopt));
+    std::string text = host::SettingsText(transport, std::nullopt);
+    text.insert(text.find("</Default>"), defaults);
+    folder_->Write(host::kSettingsFileName, text);
 }
 
 std::string Rig::NewFile(const std::string& name)
@@ -93,6 +95,12 @@ TestCamera::TestCamera(camera::CameraOptions options) : options_(std::move(optio
         {
             const std::lock_guard guard(lock_);
             sent_.insert(unit.md5);
+        });
+    camera_.Requests().SetListener(
+        [this](const camera::LoggedRequest& request)
+        {
+            const std::lock_guard guard(lock_);
+            requests_.push_back(request.target);
         });
     std::string error;
     if (!camera_.Start(error))
@@ -118,6 +126,13 @@ bool TestCamera::HasSent(const std::string& md5) const
     return sent_.contains(md5);
 }
 
+std::size_t TestCamera::CountRequests(const std::string& part) const
+{
+    const std::lock_guard guard(lock_);
+    return static_cast<std::size_t>(std::ranges::count_if(
+        requests_, [&](const std::string& target) { return target.find(part) != std::string::npos; }));
+}
+
 std::vector<SentUnits> TestCamera::Units() const
 {
     std::vector<SentUnits> all;
@@ -138,16 +153,23 @@ std::vector<SentUnits> TestCamera::Units() const
     return all;
 }
 
-host::Device TestCamera::Device(host::Codec codec, host::Transport transport) const
+host::Device DeviceAt(std::uint16_t httpPort, std::uint16_t rtspPort, host::Codec codec,
+                      host::Transport transport)
 {
     host::Device device;
-    device.port = camera_.HttpPort();
-    device.user = options_.user;
-    device.password = options_.password;
+    device.port = httpPort;
     device.codec = codec;
     host::StreamPaths paths = host::UsualPaths(1);
-    paths.rtspPort = camera_.RtspPort();
+    paths.rtspPort = rtspPort;
     host::FillProperties(device, paths, transport);
+    return device;
+}
+
+host::Device TestCamera::Device(host::Codec codec, host::Transport transport) const
+{
+    host::Device device = DeviceAt(camera_.HttpPort(), camera_.RtspPort(), codec, transport);
+    device.user = options_.user;
+    device.password = options_.password;
     return device;
 }
 

@@ -28,6 +28,10 @@ namespace larkmoor::test
 /// How long a test waits for what must come. The driver's own time-outs are 10 s, and a machine may be slow.
 constexpr std::chrono::seconds kPatience(60);
 
+inline constexpr auto kMjpeg = host::Codec::Mjpeg;
+inline constexpr auto kMpeg4 = host::Codec::Mpeg4;
+inline constexpr auto kH264 = host::Codec::H264;
+
 /// What all tests of the program share.
 class Rig
 {
@@ -36,7 +40,8 @@ public:
     static const host::DriverLibrary& Library();
 
     /// Makes the driver use `transport` for the streams that are started from now on.
-    static void Use(host::Transport transport);
+    /// `defaults` are further settings of all devices.
+    static void Use(host::Transport transport, const std::string& defaults = "");
 
     /// A path in the program's own folder, another one for each call.
     static std::string NewFile(const std::string& name);
@@ -45,6 +50,10 @@ private:
     static const host::PrivateFolder* folder_;
     static std::atomic<int> files_;
 };
+
+/// A device at these ports with what the driver needs to know of it.
+host::Device DeviceAt(std::uint16_t httpPort, std::uint16_t rtspPort, host::Codec codec,
+                      host::Transport transport);
 
 /// An access unit as it was sent: the fingerprints of its NAL units, and which of them went out whole.
 struct SentUnits
@@ -65,6 +74,8 @@ public:
 
     bool HasSent(const std::string& md5) const; ///< as a whole frame, by its truth
 
+    std::size_t CountRequests(const std::string& part) const; ///< that hold it, of HTTP and RTSP
+
     /// The access units sent so far, of H.264.
     std::vector<SentUnits> Units() const;
 
@@ -72,8 +83,9 @@ public:
 
 private:
     const camera::CameraOptions options_;
-    mutable std::mutex lock_; // over the fingerprints
+    mutable std::mutex lock_; // over the next two
     std::set<std::string> sent_;
+    std::vector<std::string> requests_;
     camera::SimulatedCamera camera_;
 };
 

@@ -123,7 +123,7 @@ TEST(RtspFaults, LeaveNoStreamBehindOverUdp)
         {"bye=media-stop", kRecovers, kRecovers, "no frame for 10 s"},
     };
     rows.insert(rows.begin(), own.begin(), own.end()); // the longest first
-    PlayRows(rows, SmallPackets(), host::Codec::H264, host::Transport::Udp);
+    PlayRows(rows, SmallPackets(), kH264, host::Transport::Udp);
 }
 
 TEST(RtspFaults, LeaveNoStreamBehindInterleaved)
@@ -140,7 +140,7 @@ TEST(RtspFaults, LeaveNoStreamBehindInterleaved)
         {"bye=media-stop", kRecovers, kRecovers, "ends the session"},
     };
     rows.insert(rows.begin(), own.begin(), own.end()); // the longest first
-    PlayRows(rows, SmallPackets(), host::Codec::H264, host::Transport::Tcp);
+    PlayRows(rows, SmallPackets(), kH264, host::Transport::Tcp);
 }
 
 } // namespace

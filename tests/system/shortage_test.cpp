@@ -1,4 +1,5 @@
 #include "host/base/process_usage.h"
+#include "support/camera_process.h"
 #include "support/multicast_network.h"
 #include "support/own_descriptors.h"
 #include "system/rig.h"
@@ -6,18 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <functional>
 #include <memory>
 
-#include <csignal>
-
 #include <netinet/in.h>
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace larkmoor::test
@@ -35,48 +31,15 @@ constexpr bool kAddressSpaceIsOurs = true;
 #endif
 
 /// A camera in a process of its own, which no limit of this one touches.
-class CameraProcess
+class Camera : public korvane::test::CameraProcess
 {
 public:
-    CameraProcess()
-    {
-        std::string words[] = {LARKMOOR_BINARY_DIR "/larkmoor-camera", "--source", "canned"};
-        char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
-        int ends[2] = {};
-        EXPECT_EQ(pipe(ends), 0);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-        EXPECT_EQ(posix_spawn(&child_, arguments[0], &actions, nullptr, arguments, environ), 0);
-        posix_spawn_file_actions_destroy(&actions);
-        close(ends[1]);
-        FILE* const output = fdopen(ends[0], "r");
-        EXPECT_EQ(std::fscanf(output, "ready http=%hu rtsp=%hu", &httpPort_, &rtspPort_), 2);
-        std::fclose(output);
-    }
-    ~CameraProcess()
-    {
-        kill(child_, SIGKILL);
-        waitpid(child_, nullptr, 0);
-    }
-    CameraProcess(const CameraProcess&) = delete;
-    CameraProcess& operator=(const CameraProcess&) = delete;
+    Camera() : CameraProcess({"--source", "canned"}) {}
 
     host::Device Device(host::Codec codec, host::Transport transport) const
     {
-        host::Device device;
-        device.port = httpPort_;
-        device.codec = codec;
-        host::StreamPaths paths = host::UsualPaths(1);
-        paths.rtspPort = rtspPort_;
-        host::FillProperties(device, paths, transport);
-        return device;
+        return DeviceAt(HttpPort(), RtspPort(), codec, transport);
     }
-
-private:
-    pid_t child_ = -1;
-    std::uint16_t httpPort_ = 0;
-    std::uint16_t rtspPort_ = 0;
 };
 
 /// A soft limit of this process, for a scope.
@@ -138,7 +101,7 @@ void RunOutOfDescriptors(host::Codec codec, host::Transport transport, std::size
                          std::size_t descriptorsPerStream)
 {
     Rig::Use(transport);
-    const CameraProcess camera;
+    const Camera camera;
     Hosts hosts = OpenHosts(count, camera.Device(codec, transport));
     const Limit limit(RLIMIT_NOFILE, 300);
     const std::size_t room = (300 - host::MeasureProcess().descriptors) / descriptorsPerStream;
@@ -183,19 +146,19 @@ void RunOutOfDescriptors(host::Codec codec, host::Transport transport, std::size
 TEST(Shortage, DescriptorsGoToWholeStreams)
 {
     SKIP_UNLESS_DESCRIPTORS_ARE_OURS();
-    RunOutOfDescriptors(host::Codec::H264, host::Transport::Udp, 128, 4);
+    RunOutOfDescriptors(kH264, host::Transport::Udp, 128, 4);
 }
 
 TEST(Shortage, DescriptorsGoToWholeConnections)
 {
     SKIP_UNLESS_DESCRIPTORS_ARE_OURS();
-    RunOutOfDescriptors(host::Codec::H264, host::Transport::Tcp, 120, 3);
+    RunOutOfDescriptors(kH264, host::Transport::Tcp, 120, 3);
 }
 
 TEST(Shortage, DescriptorsGoToWholeResponses)
 {
     SKIP_UNLESS_DESCRIPTORS_ARE_OURS();
-    RunOutOfDescriptors(host::Codec::Mjpeg, host::Transport::Http, 120, 3);
+    RunOutOfDescriptors(kMjpeg, host::Transport::Http, 120, 3);
 }
 
 TEST(Shortage, StartsNoChannelWithoutItsThreads)
@@ -203,8 +166,8 @@ TEST(Shortage, StartsNoChannelWithoutItsThreads)
     if (!kAddressSpaceIsOurs)
         GTEST_SKIP() << "limits the address space";
     Rig::Use(host::Transport::Tcp);
-    const CameraProcess camera;
-    Hosts hosts = OpenHosts(64, camera.Device(host::Codec::H264, host::Transport::Tcp));
+    const Camera camera;
+    Hosts hosts = OpenHosts(64, camera.Device(kH264, host::Transport::Tcp));
     const Limit limit(RLIMIT_AS, host::MeasureProcess().residentBytes + 800'000'000);
     std::vector<bool> isStarted;
     for (const auto& each : hosts)
@@ -249,9 +212,9 @@ TEST(Shortage, OfPortsIsToldAndCostsNothing)
     const bool made = korvane::test::RunInMulticastNetwork(
         []
         {
-            const CameraProcess camera;
+            const Camera camera;
             std::vector<int> taken = TakeAllPorts();
-            TestHost host(camera.Device(host::Codec::H264, host::Transport::Udp));
+            TestHost host(camera.Device(kH264, host::Transport::Udp));
             const double before = host::MeasureProcess().processorSeconds;
             ASSERT_TRUE(StartSmall(host));
             EXPECT_TRUE(host.WaitForMessage("No free pair of UDP ports left for a stream"));

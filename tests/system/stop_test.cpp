@@ -20,10 +20,6 @@ using korvane::test::TestHttpPeer;
 using korvane::test::TestHttpRequest;
 using std::chrono::milliseconds;
 
-constexpr auto kMjpeg = host::Codec::Mjpeg;
-constexpr auto kMpeg4 = host::Codec::Mpeg4;
-constexpr auto kH264 = host::Codec::H264;
-
 constexpr const char* kKeptAlive = "h264, OPTIONS unanswered";
 
 host::Transport rtpTransport = host::Transport::Udp;
@@ -59,11 +55,7 @@ milliseconds StopAgainstCamera(host::Codec codec, const std::string& faults,
 milliseconds StopAgainstWebServer(host::Codec codec, HttpTestServer::Script serve)
 {
     HttpTestServer server(std::move(serve));
-    host::Device device;
-    device.codec = codec;
-    device.port = server.Port();
-    host::FillProperties(device, host::UsualPaths(1), TransportOf(codec));
-    TestHost recorder(device);
+    TestHost recorder(DeviceAt(server.Port(), 554, codec, TransportOf(codec)));
     EXPECT_TRUE(recorder.Start());
     server.WaitForRequests(1);
     return StopAndClose(recorder);
@@ -90,37 +82,24 @@ milliseconds StopAgainstRtspServer(const std::string& silentAt)
 
 bool SaysNothing(TestHttpPeer& peer, const TestHttpRequest&)
 {
-    peer.WaitClosed();
-    return false;
+    return peer.WaitClosed() && false;
 }
 
 bool NeverEndsItsHead(TestHttpPeer& peer, const TestHttpRequest&)
 {
-    for (bool open = peer.Send("HTTP/1.1 200 OK\r\n"); open;)
-        open = peer.Send("X: y\r\n") && peer.Pause(100);
-    return false;
+    return peer.SendSlowly("HTTP/1.1 200 OK\r\nX: " + std::string(1000, 'y'), 100) && false;
 }
 
 bool NeverEndsItsBody(TestHttpPeer& peer, const TestHttpRequest&)
 {
-    for (bool open = peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n"); open;)
-        open = peer.Send("y") && peer.Pause(100);
-    return false;
-}
-
-/// A port that nobody listens on: that of a server that has just gone.
-std::uint16_t DeadPort()
-{
-    return HttpTestServer(SaysNothing).Port();
+    return peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n") &&
+           peer.SendSlowly(std::string(1000, 'y'), 100) && false;
 }
 
 milliseconds StopAgainstNobody(host::Codec codec)
 {
-    host::Device device;
-    device.codec = codec;
-    device.port = DeadPort();
-    host::FillProperties(device, host::UsualPaths(1), TransportOf(codec));
-    TestHost recorder(device);
+    const std::uint16_t deadPort = HttpTestServer(SaysNothing).Port(); // of a server that has just gone
+    TestHost recorder(DeviceAt(deadPort, 554, codec, TransportOf(codec)));
     EXPECT_TRUE(recorder.Start());
     // The channel of H.264 tells nothing before it has had a stream.
     EXPECT_TRUE(codec == kH264 || recorder.WaitForState(2));
@@ -130,14 +109,11 @@ milliseconds StopAgainstNobody(host::Codec codec)
 TEST(StopChannel, KeepsItsBoundInEveryState)
 {
     const auto framesCome = [](TestHost& recorder, TestCamera&) { return recorder.WaitForFrames(5); };
-    const auto streamIsLost = [](const char* fault)
+    const auto streamIsLost = [](TestHost& recorder, TestCamera& camera)
     {
-        return [fault](TestHost& recorder, TestCamera& camera)
-        {
-            const bool came = recorder.WaitForFrames(5);
-            camera.Play(fault);
-            return came && recorder.WaitForState(2);
-        };
+        const bool came = recorder.WaitForFrames(5);
+        camera.Play("half-open");
+        return came && recorder.WaitForState(2);
     };
     const auto fallsSilent = [](TestHost& recorder, TestCamera& camera)
     {
@@ -156,7 +132,7 @@ TEST(StopChannel, KeepsItsBoundInEveryState)
         {"mjpeg, at once", [&] { return StopAgainstCamera(kMjpeg, "freeze", atOnce); }},
         {"mjpeg, running", [&] { return StopAgainstCamera(kMjpeg, "", framesCome); }},
         {"mjpeg, silent camera", [&] { return StopAgainstCamera(kMjpeg, "", fallsSilent); }},
-        {"mjpeg, lost camera", [&] { return StopAgainstCamera(kMjpeg, "", streamIsLost("half-open")); }},
+        {"mjpeg, lost camera", [&] { return StopAgainstCamera(kMjpeg, "", streamIsLost); }},
         {"mjpeg, nobody there", [] { return StopAgainstNobody(kMjpeg); }},
         {"mjpeg, no answer", [] { return StopAgainstWebServer(kMjpeg, SaysNothing); }},
         {"mjpeg, endless head", [] { return StopAgainstWebServer(kMjpeg, NeverEndsItsHead); }},
@@ -164,9 +140,9 @@ TEST(StopChannel, KeepsItsBoundInEveryState)
         {"h264, at once", [&] { return StopAgainstCamera(kH264, "freeze", atOnce); }},
         {"h264, running", [&] { return StopAgainstCamera(kH264, "", framesCome); }},
         {"h264, silent camera", [&] { return StopAgainstCamera(kH264, "", fallsSilent); }},
-        {"h264, lost camera", [&] { return StopAgainstCamera(kH264, "", streamIsLost("half-open")); }},
+        {"h264, lost camera", [&] { return StopAgainstCamera(kH264, "", streamIsLost); }},
         {"mpeg4, running", [&] { return StopAgainstCamera(kMpeg4, "", framesCome); }},
-        {"mpeg4, lost camera", [&] { return StopAgainstCamera(kMpeg4, "", streamIsLost("half-open")); }},
+        {"mpeg4, lost camera", [&] { return StopAgainstCamera(kMpeg4, "", streamIsLost); }},
         {"h264, nobody there", [] { return StopAgainstNobody(kH264); }},
         {"h264, no answer", [] { return StopAgainstWebServer(kH264, SaysNothing); }},
         {"h264, endless head", [] { return StopAgainstWebServer(kH264, NeverEndsItsHead); }},

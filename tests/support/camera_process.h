@@ -7,7 +7,7 @@
 
 #include <sys/types.h>
 
-namespace larkmoor::gst::test
+namespace korvane::test
 {
 
 /// A simulated camera in a process of its own, on free ports, with its truth in a file.
@@ -25,7 +25,7 @@ public:
 
     std::uint16_t HttpPort() const { return httpPort_; }
     std::uint16_t RtspPort() const { return rtspPort_; }
-    std::string Location(const std::string& path = "") const; ///< as the element takes it
+    std::string Location(const std::string& path = "") const; ///< as the GStreamer element takes it
 
     /// The MD5s of all units of that kind that were sent so far, in order.
     std::vector<std::string> Truth(const std::string& kind) const;
@@ -39,20 +39,4 @@ private:
     pid_t process_ = -1;
 };
 
-/// A port to which connections are made, and which never answers.
-class SilentPort
-{
-public:
-    SilentPort();
-    ~SilentPort();
-    SilentPort(const SilentPort&) = delete;
-    SilentPort& operator=(const SilentPort&) = delete;
-
-    std::string Location() const;
-
-private:
-    int socket_;
-    std::uint16_t port_ = 0;
-};
-
-} // namespace larkmoor::gst::test
+} // namespace korvane::test

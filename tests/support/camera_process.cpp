@@ -1,4 +1,4 @@
-#include "gstreamer/camera_process.h"
+#include "support/camera_process.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -8,14 +8,13 @@
 #include <cstdlib>
 #include <fstream>
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace larkmoor::gst::test
+namespace korvane::test
 {
 
 namespace
@@ -45,7 +44,7 @@ std::string ReadLine(int from)
 
 CameraProcess::CameraProcess(std::vector<std::string> words) : words_(std::move(words))
 {
-    std::string name = (std::filesystem::temp_directory_path() / "larkmoor-gst-camera-XXXXXX").string();
+    std::string name = (std::filesystem::temp_directory_path() / "larkmoor-test-camera-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr)
         std::abort();
     folder_ = name;
@@ -129,27 +128,4 @@ std::vector<std::string> CameraProcess::Truth(const std::string& kind) const
     return md5s;
 }
 
-SilentPort::SilentPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* const any = reinterpret_cast<sockaddr*>(&address);
-    EXPECT_EQ(bind(socket_, any, length), 0);
-    EXPECT_EQ(listen(socket_, 64), 0);
-    EXPECT_EQ(getsockname(socket_, any, &length), 0);
-    port_ = ntohs(address.sin_port);
-}
-
-SilentPort::~SilentPort()
-{
-    close(socket_);
-}
-
-std::string SilentPort::Location() const
-{
-    return "larkmoor://127.0.0.1:" + std::to_string(port_) + "/?rtsp-port=" + std::to_string(port_);
-}
-
-} // namespace larkmoor::gst::test
+} // namespace korvane::test
