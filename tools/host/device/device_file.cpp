@@ -33,10 +33,10 @@ nlohmann::ordered_json Properties(const DeviceReport& report)
 
 std::vector<std::string> CodecNames(const DeviceReport& report)
 {
-    static constexpr std::pair<std::uint32_t, const char*> kCodecs[] = {
+    static constexpr std::pair<std::uint32_t, const char*> kOffers[] = {
         {kCapabilityH264, "h264"}, {kCapabilityMpeg4, "mpeg4"}, {kCapabilityMotionJpeg, "mjpeg"}};
     std::vector<std::string> names;
-    for (const auto& [number, name] : kCodecs)
+    for (const auto& [number, name] : kOffers)
     {
         if (report.Value(number) != 0)
             names.emplace_back(name);

@@ -2,8 +2,11 @@
 
 #include "base/libav.h"
 
+extern "C"
+{
 #include <libavformat/avformat.h>
 #include <libswscale/swscale.h>
+}
 
 #include <algorithm>
 #include <cstdint>
