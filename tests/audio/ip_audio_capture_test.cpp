@@ -12,6 +12,7 @@ struct Creator final : IAudioChannelCreator
 {
     struct Channel final : IAudioInputChannel
     {
+        void RequestStop() override {}
         explicit Channel(Creator& creator) : owner(creator) {}
         ~Channel() override { owner.calls += " deleted"; }
         bool Start() override
