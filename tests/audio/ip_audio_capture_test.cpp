@@ -1,5 +1,4 @@
 #include "audio/ip_audio_capture.h"
-#include "audio/ip_audio_sender.h"
 
 #include <gtest/gtest.h>
 
