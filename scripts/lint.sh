@@ -60,7 +60,7 @@ git ls-files 'src/*.cpp' | xargs perl -0777 -ne '
     BEGIN { open my $page, "<", "docs/messages.md" or die; @lines = <$page> }
     while (/\b(?:Debug)?Message\(\s*[^"();]*?((?:"(?:[^"\\]|\\.)*"\s*)+)/g) {
         my $text = join "", $1 =~ /"((?:[^"\\]|\\.)*)"/g;
-        $text =~ s/\\"/"/g; $text =~ s/^(%s|korvane::[\w:]+): //;
+        $text =~ s/\\"/"/g; $text =~ s/^(%s|korvane::[\w:%]+): //;
         my $pattern = join ".*", map { quotemeta } split /%[a-z]+/, $text;
         print "$ARGV: $text\n" unless $text !~ /[a-z]{3}/ || grep { /$pattern/ } @lines;
     }' | grep . && fail "docs/messages.md does not know these texts"

@@ -149,6 +149,7 @@ TEST(StalledHost, IsLeftInTimeWithItsOwnLocksFree)
         {"each picture takes 5 s, HTTP", kMjpeg, kHttp, Stall(kPicture, 5, 5s), 7s},
         {"each picture takes 1 s, interleaved", kH264, kTcp, Stall(kPicture, 5, 1s), 3s},
         {"each picture takes 1 s, HTTP", kMjpeg, kHttp, Stall(kPicture, 5, 1s), 3s},
+        {"the pool is dry after 5 s, HTTP", kMjpeg, kHttp, {kPool, 5, 1'000'000, 5s, false, true}, 7s},
         {"the disk is gone, UDP", kMpeg4, kUdp, Stall(kPicture, 5, 25s), 4s},
         {"the disk is gone, interleaved", kMpeg4, kTcp, Stall(kPicture, 5, 25s), 22s},
         {"the disk is gone, HTTP", kMjpeg, kHttp, Stall(kPicture, 5, 25s), 22s},
