@@ -48,13 +48,13 @@ public:
     /// call on the client it does not wait.
     virtual void StopIO() = 0;
 
-    virtual std::uint32_t GetInputCount() = 0;  ///< as the host told at `Open`
+    virtual std::uint32_t GetInputCount() = 0;  ///< the number that the host gave at `Open`
     virtual std::uint32_t GetOutputCount() = 0; ///< as the host told at `Open`
 
     /// Queues a request to switch output `number`, from 0: `kSignalHigh` is on, any other value is off.
     /// Returns at once. True means that the request is queued, not that the output was switched; the driver
-    /// ignores a number that the device does not have. False means that the outputs are not started or that
-    /// there is no memory.
+    /// ignores a number that the device does not have. False means that the outputs have not been started or
+    /// that memory has run out.
     virtual bool SetOutput(std::uint32_t number, std::uint32_t state) = 0;
 };
 

@@ -21,8 +21,8 @@ public:
 
     /// Starts a channel; if it is running, stops it first, as `StopChannel` does. The driver uses
     /// `channelClient` until the channel stops and reads `channelSettings` during the call. The channel
-    /// connects in the background: true does not mean that the device can be reached. Returns false if there
-    /// is no such channel, if `channelSettings` is null or incomplete, or if a thread cannot be created.
+    /// connects in the background: true does not mean that the device can be reached. Returns false if the
+    /// channel does not exist, if `channelSettings` is null or incomplete, or if a thread cannot be created.
     /// Returns true without starting anything if the codec given at `Open` is unknown.
     virtual bool StartChannel(std::uint32_t channel, IHostChannelClient* channelClient,
                               IHostChannelSettings* channelSettings) = 0;
