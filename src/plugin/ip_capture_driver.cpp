@@ -85,10 +85,10 @@ void CIPCaptureDriver::ReadProperties(ipcapture::IHostDeviceSettings& deviceSett
 
 void CIPCaptureDriver::Close()
 {
+    Guarded([this] { RequestStop(); }); // one that finds no memory must not keep the rest from ending
     Guarded(
         [&]
         {
-            RequestStop();
             DestructAudio();
             DeleteObjects();
         });
